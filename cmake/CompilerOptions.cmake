@@ -1,0 +1,26 @@
+# Options for the project's own targets; none of them reaches a user of the installed library.
+function(texsmith_target_options target)
+    target_compile_features(${target} PRIVATE cxx_std_20)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        POSITION_INDEPENDENT_CODE ON)
+    if(MSVC)
+        target_compile_options(${target} PRIVATE /W4 /utf-8 /fp:precise /permissive-)
+        target_compile_definitions(${target} PRIVATE NOMINMAX _CRT_SECURE_NO_WARNINGS)
+    else()
+        # Contraction is off everywhere: the same source must give the same bits on every machine.
+        target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -ffp-contract=off)
+    endif()
+    if(TEXSMITH_WERROR)
+        set_target_properties(${target} PROPERTIES COMPILE_WARNING_AS_ERROR ON)
+    endif()
+    if(TEXSMITH_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=${TEXSMITH_SANITIZE} -fno-omit-frame-pointer)
+        if(TEXSMITH_SANITIZE MATCHES "undefined")
+            target_compile_options(${target} PRIVATE -fno-sanitize-recover=undefined)
+        endif()
+        target_link_options(${target} PRIVATE -fsanitize=${TEXSMITH_SANITIZE})
+    endif()
+endfunction()

@@ -1,0 +1,20 @@
+include(CMakePackageConfigHelpers)
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS QorTexsmith QorTexsmithStatic EXPORT QorTexsmithTargets)
+if(TEXSMITH_TOOL)
+    install(TARGETS texsmith)
+endif()
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/QorTexsmith)
+install(EXPORT QorTexsmithTargets NAMESPACE qor:: DESTINATION ${package_dir})
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/QorTexsmithConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/QorTexsmithConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/QorTexsmithConfigVersion.cmake
+    COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/QorTexsmithConfig.cmake ${PROJECT_BINARY_DIR}/QorTexsmithConfigVersion.cmake
+    DESTINATION ${package_dir})
+
+# The .pc file finds its own prefix, so that an installed tree can be moved.
+configure_file(${CMAKE_CURRENT_LIST_DIR}/qortexsmith.pc.in ${PROJECT_BINARY_DIR}/qortexsmith.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/qortexsmith.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,30 @@
+// Portability macros. This is the only header that asks which compiler or system it is built with.
+#pragma once
+
+#if defined(_WIN32)
+#    if defined(QOR_TEXSMITH_BUILD)
+#        define QOR_TEXSMITH_API __declspec(dllexport)
+#    elif defined(QOR_TEXSMITH_STATIC)
+#        define QOR_TEXSMITH_API
+#    else
+#        define QOR_TEXSMITH_API __declspec(dllimport)
+#    endif
+#else
+#    define QOR_TEXSMITH_API __attribute__((visibility("default")))
+#endif
+
+// Pointers so marked never overlap.
+#if defined(__GNUC__) || defined(_MSC_VER)
+#    define QOR_TEXSMITH_RESTRICT __restrict
+#else
+#    define QOR_TEXSMITH_RESTRICT
+#endif
+
+// Lets the compiler check a formatted print. Not for the assertion slots, whose fourth argument is a list.
+#if defined(__GNUC__) && defined(_WIN32)
+#    define QOR_TEXSMITH_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
+#elif defined(__GNUC__)
+#    define QOR_TEXSMITH_PRINTF(text, first) __attribute__((format(printf, text, first)))
+#else
+#    define QOR_TEXSMITH_PRINTF(text, first)
+#endif

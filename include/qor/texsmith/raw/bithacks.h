@@ -1,0 +1,42 @@
+// Small integer helpers, and the one place that multiplies dimensions.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <limits>
+
+namespace qor::Texsmith::Raw {
+
+// `alignment` is a power of two.
+template <typename T> constexpr T roundUp(T value, T alignment) {
+    return (value + alignment - 1) & ~(alignment - 1);
+}
+
+constexpr unsigned divideRoundingUp(unsigned value, unsigned divisor) {
+    return (value + divisor - 1) / divisor;
+}
+
+constexpr bool isPowerOfTwo(std::uint64_t value) { return std::has_single_bit(value); }
+
+constexpr unsigned log2OfPowerOfTwo(std::uint64_t value) {
+    return static_cast<unsigned>(std::countr_zero(value));
+}
+
+// Product of sizes, or the largest 64-bit number when it does not fit.
+template <typename... Ts> constexpr std::uint64_t checkedSize(std::uint64_t first, Ts... factors) {
+    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+    std::uint64_t product = first;
+    const auto multiply = [&](std::uint64_t factor) {
+        product = factor != 0 && product > kMost / factor ? kMost : product * factor;
+    };
+    (multiply(factors), ...);
+    return product;
+}
+
+// Sum of sizes, or the largest 64-bit number.
+constexpr std::uint64_t checkedSum(std::uint64_t a, std::uint64_t b) {
+    return a > std::numeric_limits<std::uint64_t>::max() - b ? std::numeric_limits<std::uint64_t>::max()
+                                                             : a + b;
+}
+
+} // namespace qor::Texsmith::Raw

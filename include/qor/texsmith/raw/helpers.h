@@ -1,0 +1,57 @@
+// The front door for files: finding out what a file is, and loading, saving and converting it.
+//
+// int results are Error values. An `extension` may be a whole file name. Names are UTF-8 on Windows and bytes
+// as they are elsewhere; a name to read may be a URL. Null pointers are reported, and the call then fails.
+#pragma once
+
+#include "qor/texsmith/export.h"
+#include "qor/texsmith/raw/image.h"
+
+#include <cstdint>
+
+namespace qor::Texsmith::Raw {
+
+// Four characters, a dot and three capitals, the first in the low byte. 0 means unknown.
+using FileType = std::uint32_t;
+constexpr FileType makeFileType(const char (&text)[5]) {
+    return FileType(std::uint8_t(text[0])) | FileType(std::uint8_t(text[1])) << 8 |
+           FileType(std::uint8_t(text[2])) << 16 | FileType(std::uint8_t(text[3])) << 24;
+}
+
+// By what stands behind the last dot.
+QOR_TEXSMITH_API FileType getFileTypeFromExtension(const char* filename);
+// By the first bytes; at most five are looked at.
+QOR_TEXSMITH_API FileType getFileTypeFromContents(const MemoryRegion* region);
+
+// Both load and both convert return 0 whatever the reader returned; the ...WithResult forms hand its Error
+// on.
+QOR_TEXSMITH_API int load(ReallocatableImage* destination, MemoryRegion* source, const char* extension,
+                          Configuration* configuration, int index);
+QOR_TEXSMITH_API int load(ReallocatableImage* destination, MemoryRegion* source, const char* extension,
+                          Configuration* configuration);
+QOR_TEXSMITH_API int load(ReallocatableImage* destination, const char* filenameOrUrl,
+                          Configuration* configuration, int index);
+QOR_TEXSMITH_API int load(ReallocatableImage* destination, const char* filenameOrUrl,
+                          Configuration* configuration);
+QOR_TEXSMITH_API Error loadWithResult(ReallocatableImage* destination, MemoryRegion* source,
+                                      const char* extension, Configuration* configuration, int index);
+
+QOR_TEXSMITH_API int save(Image* source, ResizableMemoryRegion* destination, const char* extension,
+                          Configuration* configuration);
+QOR_TEXSMITH_API int save(Image* source, const char* filename, Configuration* configuration);
+
+// Files of one type are copied byte by byte. A destination name that begins with a dot is an extension for
+// the source's name. Source and destination may be the same file, which is left as it is.
+QOR_TEXSMITH_API int convert(MemoryRegion* source, const char* sourceExtension,
+                             ResizableMemoryRegion* destination, const char* destinationExtension,
+                             Configuration* configuration);
+QOR_TEXSMITH_API int convert(const char* sourceFilenameOrUrl, const char* destinationFilenameOrExtension,
+                             Configuration* configuration);
+QOR_TEXSMITH_API Error convertWithResult(MemoryRegion* source, const char* sourceExtension,
+                                         ResizableMemoryRegion* destination, const char* destinationExtension,
+                                         Configuration* configuration);
+QOR_TEXSMITH_API Error convertWithResult(const char* sourceFilenameOrUrl,
+                                         const char* destinationFilenameOrExtension,
+                                         Configuration* configuration);
+
+} // namespace qor::Texsmith::Raw

@@ -1,0 +1,114 @@
+// Jobs as walks over surfaces: per surface, per row of elements or blocks, per tile, per texel.
+//
+// Every callback walks every surface and takes a near-equal share of the rows of each, so that one large
+// surface uses all callbacks. Callbacks beyond the number of rows get an empty band. No two callbacks touch
+// the same tile of a tile walk.
+#pragma once
+
+#include "qor/texsmith/export.h"
+#include "qor/texsmith/raw/configuration.h"
+#include "qor/texsmith/raw/element_provider.h"
+#include "qor/texsmith/raw/job_manager.h"
+#include "qor/texsmith/raw/texture.h"
+
+namespace qor::Texsmith::Raw {
+
+class QOR_TEXSMITH_API PerSurfaceJob : public Job {
+public:
+    explicit PerSurfaceJob(const ElementProvider* elementProvider);
+    PerSurfaceJob(const ElementProvider* elementProvider, Configuration* configuration);
+
+protected:
+    const ElementProvider* getElementProvider() const { return m_elementProvider; }
+    Error doCallback(unsigned callbackId) const override;
+
+private:
+    virtual Error doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const = 0;
+
+    const ElementProvider* m_elementProvider;
+    SurfaceCount m_surfaceCount;
+};
+
+class QOR_TEXSMITH_API PerElementRowsJob : public PerSurfaceJob {
+public:
+    using PerSurfaceJob::PerSurfaceJob;
+
+private:
+    Error doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const override;
+    virtual Error doPerElementRowsCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                                           unsigned begin, unsigned end) const = 0;
+};
+
+// Two callbacks may get the halves of one row of tiles: only for providers that override doPutBlock.
+class QOR_TEXSMITH_API PerBlockRowsJob : public PerSurfaceJob {
+public:
+    using PerSurfaceJob::PerSurfaceJob;
+
+private:
+    Error doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const override;
+    virtual Error doPerBlockRowsCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                                         unsigned begin, unsigned end) const = 0;
+};
+
+// Work on one tile, apart from the job, so that several can run in one pass. Lives on the stack of the
+// operation beside its PerTileJob. Results that span callbacks go into one accumulator per callback, made in
+// the prologue and folded in the epilogue.
+class QOR_TEXSMITH_API PerTile {
+public:
+    Error prologue(unsigned callbacks) const { return doPrologue(callbacks); }
+    Error perTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
+                          unsigned y) const;
+    Error epilogue(unsigned callbacks) const { return doEpilogue(callbacks); }
+
+protected:
+    ~PerTile() = default;
+
+private:
+    virtual Error doPrologue(unsigned callbacks) const;
+    virtual Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
+                                    unsigned y) const = 0;
+    virtual Error doEpilogue(unsigned callbacks) const;
+};
+
+// Runs a chain of PerTile over all tiles. The prologues run in the constructor, on the caller's thread; the
+// epilogues on the thread of the last finisher. The abort word is looked at once per row of tiles.
+class QOR_TEXSMITH_API PerTileJob : public PerSurfaceJob {
+public:
+    static constexpr unsigned kMaxChain = 16;
+
+    PerTileJob(const ElementProvider* elementProvider, PerTile* perTile, Configuration* configuration);
+    // A chain above 16 is reported and cut.
+    PerTileJob(const ElementProvider* elementProvider, PerTile** chain, Configuration* configuration,
+               unsigned length);
+
+private:
+    void init(PerTile** chain, unsigned length);
+    Error doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const override;
+    Error doEpilogue() const override;
+    Error walkRow(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned y,
+                  unsigned tilesWide) const;
+
+    PerTile* m_chain[kMaxChain];
+    unsigned m_length;
+};
+
+// Decoded texels, in row order: 64 at once for a whole tile, one at a time where a tile overhangs the
+// surface. The provider's modifiers and the configuration's decoder take part.
+class QOR_TEXSMITH_API PerTexel : public PerTile {
+public:
+    PerTexel(const ElementProvider* elementProvider, Configuration* configuration);
+
+protected:
+    ~PerTexel() = default;
+    const ElementProvider* getElementProvider() const { return m_elementProvider; }
+    Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
+                            unsigned y) const override;
+
+private:
+    virtual void doTexels(unsigned callbackId, const VectorFloat* texels, unsigned count) const = 0;
+
+    const ElementProvider* m_elementProvider;
+    DecoderConfiguration m_decoderConfiguration;
+};
+
+} // namespace qor::Texsmith::Raw

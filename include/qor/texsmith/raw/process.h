@@ -1,0 +1,30 @@
+// Wrappers of a tool's main function.
+#pragma once
+
+#include "qor/texsmith/export.h"
+#include "qor/texsmith/raw/allocator.h"
+
+struct _EXCEPTION_POINTERS;
+
+namespace qor::Texsmith::Raw {
+
+// Derive, override doMain and call main: a throw or a fault of the operating system inside the body gives -1,
+// with no message.
+class QOR_TEXSMITH_API UnhandledExceptionAbsorber {
+public:
+    virtual ~UnhandledExceptionAbsorber() = default;
+    int main(int argc, char** argv);
+    // Always 1: run the handler.
+    static int Filter(unsigned code, _EXCEPTION_POINTERS* pointers);
+
+private:
+    virtual int doMain(int argc, char** argv) = 0;
+    int absorbUnhandledCppExceptions(int argc, char** argv);
+    int absorbUnhandledOsExceptions(int argc, char** argv);
+};
+
+// Calls `main` with the wide arguments as UTF-8 and a null behind the last. Needs `allocator` only above 32
+// arguments or 128 bytes of text.
+QOR_TEXSMITH_API int main_utf8(int argc, wchar_t** argv, int (*main)(int, char**), IAllocator allocator);
+
+} // namespace qor::Texsmith::Raw

@@ -1,0 +1,64 @@
+// Moving surfaces between linear memory and the tiled order of the graphics hardware.
+#pragma once
+
+#include "qor/gpu_address/gpu_address.h"
+#include "qor/texsmith/export.h"
+#include "qor/texsmith/raw/texture.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+namespace qor::Texsmith::Raw {
+
+enum TilingMode : unsigned {
+    kTilingModeLinear = 0,
+    kTilingMode1d = 1,
+    kTilingMode2d = 2,
+    kTilingModeNone = 3
+};
+
+// One surface's tiler, whatever its tile mode. Region operations are read-only on the object and may run in
+// parallel on disjoint regions. Pitches are in elements. Statuses are those of GpuAddress.
+class QOR_TEXSMITH_API Tilers {
+public:
+    Tilers();
+    Tilers(const Tilers& other);
+    Tilers& operator=(const Tilers& other);
+
+    void initFromTexture(const Texture* texture, unsigned mip, unsigned arraySlice);
+    void initFromVexTexture(const Vex::Texture* texture, unsigned mip, unsigned arraySlice);
+    void initFromRenderTarget(const Vex::RenderTarget* target, unsigned arraySlice);
+    void initFromDepthSurface(const Vex::DepthRenderTarget* target, unsigned arraySlice);
+    void initFromStencilSurface(const Vex::DepthRenderTarget* target, unsigned arraySlice);
+    void determineTilingModeFromTilingParameters();
+    TilingMode getTilingMode() const { return m_tilingMode; }
+
+    // Without a mode they do nothing and succeed. In the 2d modes one slice is moved, at the region's front.
+    int tileSurfaceRegion(void* tiled, const void* linear, const GpuAddress::SurfaceRegion* region,
+                          unsigned pitch, unsigned slicePitch, unsigned fragment) const;
+    int detileSurfaceRegion(void* linear, const void* tiled, const GpuAddress::SurfaceRegion* region,
+                            unsigned pitch, unsigned slicePitch, unsigned fragment) const;
+    int tileSurfaceRegionOneFragment(void* tiled, const void* linear, const GpuAddress::SurfaceRegion* region,
+                                     unsigned pitch, unsigned fragment) const;
+    int detileSurfaceRegionOneFragment(void* linear, const void* tiled,
+                                       const GpuAddress::SurfaceRegion* region, unsigned pitch,
+                                       unsigned fragment) const;
+    int detileSurfaceRegion1d(void* linear, const void* tiled, const GpuAddress::SurfaceRegion* region,
+                              unsigned pitch, unsigned slicePitch) const;
+
+private:
+    static constexpr std::size_t kStorageBytes =
+        std::max({sizeof(GpuAddress::TilerLinear), sizeof(GpuAddress::Tiler1d), sizeof(GpuAddress::Tiler2d)});
+
+    void pointViewsAtStorage();
+
+    alignas(8) std::byte m_storage[kStorageBytes]; // one tiler: trivially copyable
+    GpuAddress::TilingParameters m_parameters;
+    TilingMode m_tilingMode;
+    GpuAddress::TilerLinear* m_tilerLinear; // the three views of the storage
+    GpuAddress::Tiler1d* m_tiler1d;
+    GpuAddress::Tiler2d* m_tiler2d;
+};
+
+} // namespace qor::Texsmith::Raw

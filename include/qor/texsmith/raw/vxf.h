@@ -1,0 +1,144 @@
+// The native container, .vxf.
+//
+//   0   "VXF "                        16       texture descriptors, 32 bytes each
+//   4   u32 contents size             16+32n   chunks: type, u32 length, payload
+//   8   u8 version, 1 or 2            ...      padding up to contents size + 8
+//   9   u8 number of textures n       then     texels in tiled order
+//   10  u8 log2 of the largest alignment
+//   12  u32 stream size, the whole file
+//
+// In a file, word 0 of a descriptor is the offset of its texels from the end of the padded header, the low
+// byte of word 1 the log2 of its alignment, and word 7 the length of its texels. Numbers are little-endian.
+#pragma once
+
+#include "qor/texsmith/export.h"
+#include "qor/texsmith/raw/image.h"
+
+#include <cstdint>
+
+namespace qor::Texsmith::Vxf {
+
+inline constexpr std::uint32_t kMagic = 0x20465856;
+inline constexpr unsigned kMaxTextures = 255;
+
+struct Header {
+    std::uint32_t m_magic;
+    std::uint32_t m_contentsSize; // from offset 8 to the end of the padded header
+};
+
+struct Contents {
+    std::uint8_t m_version;
+    std::uint8_t m_numTextures;
+    std::uint8_t m_alignment; // a log2
+    std::uint8_t m_reserved;
+    std::uint32_t m_streamSize;
+};
+
+static_assert(sizeof(Header) == 8 && sizeof(Contents) == 8);
+
+} // namespace qor::Texsmith::Vxf
+
+namespace qor::Texsmith::Raw {
+
+// Four ASCII capitals, the first in the low byte.
+using VxfChunkType = std::uint32_t;
+constexpr VxfChunkType makeVxfChunkType(char a, char b, char c, char d) {
+    return VxfChunkType(std::uint8_t(a)) | VxfChunkType(std::uint8_t(b)) << 8 |
+           VxfChunkType(std::uint8_t(c)) << 16 | VxfChunkType(std::uint8_t(d)) << 24;
+}
+inline constexpr VxfChunkType kVxfChunkTypeModifiers = makeVxfChunkType('M', 'O', 'D', 'I');
+inline constexpr VxfChunkType kVxfChunkTypeUser = makeVxfChunkType('U', 'S', 'E', 'R');
+
+// Up to 16 typed chunks. Owns nothing: the regions point into a parsed file or at the caller's memory.
+class QOR_TEXSMITH_API VxfChunkTable {
+public:
+    static constexpr int kMaxEntries = 16;
+    struct Entry {
+        VxfChunkType m_type = 0;
+        MemoryRegion m_region;
+    };
+
+    VxfChunkTable() = default;
+    void deleteAllEntries() { m_count = 0; }
+    void deleteEntry(VxfChunkType type); // the last entry takes its place
+    int getEntries() const { return m_count; }
+    Entry getEntry(VxfChunkType type) const; // type 0 when there is none
+    Entry getEntryAt(int index) const;       // reported out of range; type 0 then
+    void setEntry(Entry entry);              // a seventeenth type is reported and dropped
+
+private:
+    Entry m_entries[kMaxEntries];
+    int m_count = 0;
+};
+
+QOR_TEXSMITH_API int lengthInBytes(const VxfChunkTable* table);
+// Parses chunks up to the first that has no type of capitals or does not fit. The regions point into
+// `region`.
+QOR_TEXSMITH_API void read(VxfChunkTable* table, MemoryRegion region);
+// Writes nothing behind the last chunk. A region that is too small is reported, and nothing is written.
+QOR_TEXSMITH_API void write(const VxfChunkTable* table, MemoryRegion region);
+
+// A view on a file in the caller's memory.
+class QOR_TEXSMITH_API VxfManipulator {
+public:
+    VxfManipulator() = default;
+
+    // Every fault of the file is reported, in the order of the tests. Texel ranges are not looked at: a file
+    // cut short behind its header passes. hasFile() tells whether the header could be taken at all.
+    void readFrom(MemoryRegion* memoryRegion);
+    // Lays out a file for `count` descriptors at `texture` and the chunks now in the table, and writes all
+    // but the texels.
+    void writeTo(ResizableMemoryRegion* destinationMemory, const Vex::Texture* texture, int count);
+    bool hasFile() const { return m_header != nullptr; }
+    int getNumberOfTextures() const;
+
+    // None of these checks its index. Regions may run past the end of a truncated file.
+    const Vex::Texture* getTexture(int index) const;
+    MemoryRegion getTexels(int index) const;
+    MemoryRegion getPixelsForTexture(int index) const { return getTexels(index); }
+    MemoryRegion getAllTexels() const;
+    MemoryRegion getPixelsForAllTextures() const { return getAllTexels(); }
+    int getAlignmentOfTexture(int index) const;
+
+    // As far as it lies in the file; null or empty when it does not.
+    const Vex::Texture* getTextureInFile(int index) const;
+    MemoryRegion getTexelsInFile(int index) const;
+
+    VxfChunkTable m_chunks;
+
+private:
+    const Vxf::Contents* contents() const;
+    std::uint64_t paddedHeaderBytes() const;
+
+    Vxf::Header* m_header = nullptr;
+    std::uint8_t* m_end = nullptr; // of the file in memory
+};
+
+// All null pointers are reported. Operations that run jobs report a null job manager and return its result.
+QOR_TEXSMITH_API Error capture2Vxf(const Texture* source, ResizableMemoryRegion* destination,
+                                   Configuration* configuration);
+QOR_TEXSMITH_API Error capture2ReallocatableImage(const Texture* source, ReallocatableImage* destination,
+                                                  Configuration* configuration);
+// The modifiers of a "MODI" chunk go to the destination; without one it keeps its own. A file that lacks
+// texels gives what it has, zeros for the rest, a warning and kErrorFailed.
+QOR_TEXSMITH_API Error convertFromVxf(MemoryRegion* source, Image* destination, Configuration* configuration);
+QOR_TEXSMITH_API Error convertFromVxf(MemoryRegion* source, Image* destination, Configuration* configuration,
+                                      int index);
+QOR_TEXSMITH_API Error convertFromVxf(MemoryRegion* source, ReallocatableImage* destination,
+                                      Configuration* configuration);
+QOR_TEXSMITH_API Error convertFromVxf(MemoryRegion* source, ReallocatableImage* destination,
+                                      Configuration* configuration, int index);
+QOR_TEXSMITH_API Error convertToVxf(const Image* source, ResizableMemoryRegion* destination,
+                                    Configuration* configuration);
+// The result points into `source`.
+QOR_TEXSMITH_API Error vxf2Texture(MemoryRegion* source, Texture* destination, Configuration* configuration);
+QOR_TEXSMITH_API Error vxf2Texture(MemoryRegion* source, Texture* destination, Configuration* configuration,
+                                   int index);
+QOR_TEXSMITH_API int vxfGetNumberOfTextures(MemoryRegion* source, Configuration* configuration);
+// A join takes the first texture of each source and no chunks; a split gives every output all chunks.
+QOR_TEXSMITH_API Error vxfJoin(ResizableMemoryRegion* destination, MemoryRegion** sources, int count,
+                               Configuration* configuration);
+QOR_TEXSMITH_API Error vxfSplit(ResizableMemoryRegion** destinations, int count, MemoryRegion* source,
+                                Configuration* configuration);
+
+} // namespace qor::Texsmith::Raw

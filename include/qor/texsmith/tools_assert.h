@@ -1,0 +1,71 @@
+// Assertions and warnings: how the library reports a failed check, and where a client listens.
+//
+// A failed check reports and then goes on: toolsAssert returns false, and the caller continues past it with
+// nothing read or written outside the memory it was given. Only a callback that throws ends the call; the
+// exception then leaves through the exported function. The slots are plain process-wide words without locks:
+// set them before work starts. Callbacks may be called from pool threads.
+#pragma once
+
+#include <cstdarg>
+#include <cstdio>
+#include <type_traits>
+
+#include "qor/texsmith/export.h"
+
+namespace qor::Texsmith {
+
+// The running argument list of a report. `*args` goes into a formatted print; a callback that formats more
+// than once, or passes the list on, formats from a va_copy each time.
+using ArgumentList = va_list;
+
+using ListCallback = void (*)(const char* file, int line, const char* format, ArgumentList* args);
+// Declared with an ellipsis, but its fourth argument is the ready list itself: see formatReadyList.
+using PrintCallback = bool (*)(const char* file, int line, const char* format, ...);
+
+// Reports a failed check through the list slot if it is set, else through the print slot. Always false.
+QOR_TEXSMITH_API bool toolsAssert(const char* file, int line, const char* format, ...)
+    QOR_TEXSMITH_PRINTF(3, 4);
+// Reports bad data through the warning slot. Always true.
+QOR_TEXSMITH_API bool toolsWarning(const char* file, int line, const char* format, ...)
+    QOR_TEXSMITH_PRINTF(3, 4);
+
+// The default print slot: writes the report to the standard error stream and returns false.
+// Its fourth argument is a ready argument list; a call with values of its own is a crash by contract.
+QOR_TEXSMITH_API bool printfAssert(const char* file, int line, const char* format, ...);
+// A print slot that throws the formatted text as a `char*`, valid until the same thread has thrown four more.
+QOR_TEXSMITH_API bool throwMessageWhenFalse(const char* file, int line, const char* format, ...);
+QOR_TEXSMITH_API bool throwMesssagWhenFalse(const char* file, int line, const char* format, ...);
+
+// Each stores what it is given; null empties the slot. A literal null needs a cast, to choose the overload.
+QOR_TEXSMITH_API void setAssertCallback(ListCallback callback);
+QOR_TEXSMITH_API void setAssertCallback(PrintCallback callback);
+QOR_TEXSMITH_API void setWarningCallback(ListCallback callback);
+
+// For a client's own print slot: formats the ready list that stands behind `format` in `arguments`, the
+// slot's own started list, into `size` bytes at `buffer`, terminated. Returns what vsnprintf returns.
+inline int formatReadyList(char* buffer, std::size_t size, const char* format, va_list arguments) {
+    va_list own;
+    va_copy(own, arguments);
+    auto ready = va_arg(own, std::decay_t<va_list>);
+    const int length = std::vsnprintf(buffer, size, format, ready);
+    va_end(own);
+    return length;
+}
+
+} // namespace qor::Texsmith
+
+namespace qor::ToolsAssert {
+
+using Texsmith::ListCallback;
+using Texsmith::PrintCallback;
+
+// As in qor::Texsmith, on two slots of its own. The library's own checks use qor::Texsmith only.
+QOR_TEXSMITH_API bool toolsAssert(const char* file, int line, const char* format, ...)
+    QOR_TEXSMITH_PRINTF(3, 4);
+QOR_TEXSMITH_API bool printfAssert(const char* file, int line, const char* format, ...);
+QOR_TEXSMITH_API bool throwMessageWhenFalse(const char* file, int line, const char* format, ...);
+QOR_TEXSMITH_API bool throwMesssagWhenFalse(const char* file, int line, const char* format, ...);
+QOR_TEXSMITH_API void setAssertCallback(ListCallback callback);
+QOR_TEXSMITH_API void setAssertCallback(PrintCallback callback);
+
+} // namespace qor::ToolsAssert

@@ -1,0 +1,96 @@
+// The one door to the operating system. posix/ and windows/ stand behind it; nothing else names either.
+//
+// Texts are UTF-8 on Windows and bytes as they are on POSIX. Functions that return bool or a handle tell
+// failure by false or kNoHandle, and lastErrorText then tells why, on the same thread.
+#pragma once
+
+#include "qor/texsmith/raw/allocator.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace qor::Texsmith::Platform {
+
+// The system's text for this thread's last failed call, cut to `size` bytes with the terminator.
+void lastErrorText(char* buffer, std::size_t size);
+
+// Pages, zeroed. Null or false on failure; zero bytes and null regions fail.
+void* allocatePages(std::uint64_t bytes);
+bool releasePages(void* pages, std::uint64_t bytes);
+bool protectPages(void* pages, std::uint64_t bytes, bool writable);
+
+// Files and mappings, step by step, since each step that fails has a report of its own.
+using Handle = std::intptr_t;
+inline constexpr Handle kNoHandle = -1;
+Handle openFileToRead(const char* name);
+Handle openFileToWrite(const char* name); // read and write; made if it does not exist
+bool closeFile(Handle file);
+bool getFileSize(Handle file, std::uint64_t* bytes);
+bool seekFile(Handle file, std::uint64_t position);
+// Cuts or extends the file at the position of the last seek. Extending reserves the space.
+bool setEndOfFile(Handle file);
+Handle createMapping(Handle file, bool writable); // fails for an empty file
+bool closeMapping(Handle mapping);
+void* mapView(Handle mapping, std::uint64_t bytes, bool writable); // the whole file
+bool unmapView(void* view, std::uint64_t bytes);
+
+// URLs.
+bool isUrl(const char* name);
+bool escapeUrl(const char* url, std::string* escaped, const IAllocator& scratch);
+// The name of a local file with the contents of the URL; empty on failure.
+bool cacheUrl(const char* escapedUrl, std::string* path, const IAllocator& scratch);
+
+// Whole files.
+bool copyFile(const char* from, const char* to); // overwrites
+bool isSameFile(const char* a, const char* b);   // both exist and are one
+bool fileExists(const char* name);
+bool replaceFile(const char* from, const char* to); // renames, in one step
+bool deleteFile(const char* name);
+// Ends in a separator. False when it does not fit.
+bool getTemporaryDirectory(char* buffer, std::size_t size);
+
+// Wide text. Both return the units needed with the terminator, and write when that many fit.
+std::size_t toWide(const char* text, wchar_t* wide, std::size_t units);
+std::size_t toUtf8(const wchar_t* wide, char* text, std::size_t units);
+
+// The process-wide pool, made by the first call of startPool and never destroyed. `run(context)` must let no
+// exception out; guardedCall takes care of that.
+using Work = struct PoolWork*;
+bool startPool();
+Work createWork(void (*run)(void* context), void* context); // null on failure
+void submitWork(Work work, unsigned runs);
+// Returns when every run submitted so far has returned. On a pool thread it runs queued runs of this work.
+void waitForWork(Work work);
+void closeWork(Work work);
+void waitForAllWork();
+
+// Calls `body(context)` and absorbs what it throws and every fault of the operating system on this thread:
+// bad addresses, bad instructions, arithmetic traps, stack overflow. True when it returned.
+bool guardedCall(void (*body)(void* context), void* context);
+
+// The system's event log, under a source name. Type is 1 error, 2 warning, 4 information.
+void* registerEventSource(const char* name);
+void deregisterEventSource(void* source);
+void reportEvent(void* source, int type, int code, const char* text);
+// The sink behind reportEvent, so that a test can see the three values. Null restores the system's.
+using EventSink = void (*)(int type, int code, const char* text);
+void setEventSink(EventSink sink);
+
+// Time and process.
+std::uint64_t getCounterFrequency(); // counts per second
+std::uint64_t getCounter();
+void sleepMilliseconds(unsigned milliseconds);
+unsigned getProcessId();
+bool isTerminal(int stream); // 1 standard output, 2 standard error
+
+struct ProcessorFeatures {
+    bool m_ssse3;
+    bool m_avx2;
+};
+ProcessorFeatures getProcessorFeatures();
+
+inline constexpr std::size_t kSha1Bytes = 20;
+void sha1(const void* data, std::size_t bytes, std::uint8_t digest[kSha1Bytes]);
+
+} // namespace qor::Texsmith::Platform

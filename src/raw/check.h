@@ -1,0 +1,32 @@
+// Checks of arguments: each reports a failure through toolsAssert and tells whether the check held, so that
+// the caller can leave where going on would be unsafe.
+#pragma once
+
+#include "qor/texsmith/tools_assert.h"
+
+#include <source_location>
+
+namespace qor::Texsmith::Raw {
+
+// `message` is the whole text, as in "source must not be NULL."
+inline bool checkNotNull(const void* pointer, const char* file, const char* message,
+                         std::source_location where = std::source_location::current()) {
+    if (pointer == nullptr) {
+        toolsAssert(file, static_cast<int>(where.line()), message);
+    }
+    return pointer != nullptr;
+}
+
+// `text` is the condition as it stands in the report.
+inline bool check(bool condition, const char* file, const char* text,
+                  std::source_location where = std::source_location::current()) {
+    if (!condition) {
+        toolsAssert(file, static_cast<int>(where.line()), "Assertion '%s' failed.", text);
+    }
+    return condition;
+}
+
+inline constexpr char kNeedsJobManager[] =
+    "configuration->m_jobManager parameter must not be NULL - this function runs jobs.";
+
+} // namespace qor::Texsmith::Raw
