@@ -1,0 +1,28 @@
+// Tiling of whole images, and what it is made of.
+#pragma once
+
+#include "qor/gpu_address/gpu_address.h"
+#include "qor/texsmith/raw/image.h"
+#include "qor/texsmith/raw/tilers.h"
+
+#include <cstdint>
+
+namespace qor::Texsmith::Raw {
+
+// The tile mode that a mode becomes when its surface only gets `newArrayMode`. On failure `result` is
+// untouched.
+int degradeTileMode(Vex::TileMode* result, Vex::TileMode oldTileMode, Vex::ArrayMode newArrayMode);
+TilingMode tilingModeFromParameters(const GpuAddress::TilingParameters* parameters);
+
+// A texture whose tile mode field is all ones lies in rows, padded to 8 elements, at offset 0.
+bool isLinearGeneral(const Vex::Texture& texture);
+// Where one mip of one slice lies; 0 and 0 for an invalid format.
+int computeSurfaceOffsetAndSize(std::uint64_t* offset, std::uint64_t* size, const Vex::Texture* texture,
+                                unsigned mip, unsigned arraySlice);
+
+// Move all surfaces of an image into tiled memory and back, through a job on the configuration's manager, or
+// on this thread when `singleThreaded` is not 0. Surfaces that do not lie in `tiled` fail.
+Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* configuration, int singleThreaded);
+Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, int singleThreaded);
+
+} // namespace qor::Texsmith::Raw
