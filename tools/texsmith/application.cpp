@@ -1,0 +1,102 @@
+#include "application.h"
+
+#include "commands.h"
+#include "failure.h"
+
+#include "qor/texsmith/raw/process.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <string_view>
+
+namespace Tool {
+namespace {
+
+struct Command {
+    std::string_view m_name;
+    void (*m_run)(Arguments arguments);
+};
+
+constexpr Command kCommands[] = {
+    {"convert", &convertCommand},
+    {"info", &infoCommand},
+};
+
+constexpr char kUsage[] =
+    "usage: texsmith convert SOURCE DESTINATION-OR-EXTENSION\n"
+    "       texsmith info FILE\n"
+    "       texsmith --help | --version\n"
+    "\n"
+    "convert  writes SOURCE (a file or URL) as another type of file. A destination that\n"
+    "         begins with a dot, such as .vxf, stands for SOURCE with that extension.\n"
+    "info     tells what FILE holds.\n"
+    "\n"
+    "Types: .tga, .vxf\n";
+
+// One line, whatever the text holds.
+void printFailure(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    std::fprintf(stderr, "texsmith: %s\n", text.c_str());
+}
+
+void runCommand(std::string_view name, Arguments arguments) {
+    const auto* command = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                       [name](const Command& candidate) { return candidate.m_name == name; });
+    if (command == std::end(kCommands)) {
+        throw UsageFailure("unknown command '" + std::string(name) + "'; see texsmith --help");
+    }
+    command->m_run(arguments);
+}
+
+void runArguments(Arguments arguments) {
+    if (arguments.empty()) {
+        throw UsageFailure("no command given; see texsmith --help");
+    }
+    const std::string_view first = arguments[0];
+    if (first == "--help" || first == "-h" || first == "help") {
+        std::fputs(kUsage, stdout);
+    } else if (first == "--version") {
+        std::puts("texsmith " TEXSMITH_VERSION);
+    } else {
+        runCommand(first, arguments.subspan(1));
+    }
+    // A result that could not be written is a failure like any other.
+    if (std::fflush(stdout) != 0) {
+        throw Failure("cannot write to the standard output");
+    }
+}
+
+class Application : public qor::Texsmith::Raw::UnhandledExceptionAbsorber {
+    int doMain(int argc, char** argv) override {
+        try {
+            installReportHandlers();
+            runArguments(Arguments(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
+            return kExitSuccess;
+        } catch (const UsageFailure& failure) {
+            printFailure(failure.what());
+            return kExitUsage;
+        } catch (const std::exception& exception) {
+            printFailure(exception.what());
+            return kExitFailure;
+        }
+    }
+};
+
+} // namespace
+
+int runApplication(int argc, char** argv) {
+    Application application;
+    const int result = application.main(argc, argv);
+    if (result >= 0) {
+        return result;
+    }
+    // The body did not come back: a fault of the operating system ended it.
+    const std::string report = firstReport();
+    printFailure(report.empty() ? "an internal fault ended the command" : report);
+    return kExitFailure;
+}
+
+} // namespace Tool

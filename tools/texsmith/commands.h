@@ -1,0 +1,14 @@
+// The commands. Each takes the arguments behind its name, prints its result on the standard output, and
+// throws Failure for anything that goes wrong.
+#pragma once
+
+#include <span>
+
+namespace Tool {
+
+using Arguments = std::span<char* const>;
+
+void convertCommand(Arguments arguments);
+void infoCommand(Arguments arguments);
+
+} // namespace Tool

@@ -1,0 +1,70 @@
+#include "failure.h"
+
+#include "qor/texsmith/raw/error_handler.h"
+#include "qor/texsmith/tools_assert.h"
+
+#include <mutex>
+#include <string_view>
+
+namespace Tool {
+namespace {
+
+using namespace qor::Texsmith;
+
+std::mutex s_mutex;
+std::string s_firstReport;
+
+// Reports arrive as "<number> <source> line <line>: <message>"; the user is told the message.
+std::string_view messageOf(std::string_view report) {
+    const std::size_t line = report.find(" line ");
+    const std::size_t colon = line == report.npos ? report.npos : report.find(": ", line);
+    return colon == report.npos ? report : report.substr(colon + 2);
+}
+
+[[noreturn]] void keepAndThrow(const char* report) {
+    const std::string message(messageOf(report));
+    {
+        const std::scoped_lock lock(s_mutex);
+        if (s_firstReport.empty()) {
+            s_firstReport = message;
+        }
+    }
+    throw Failure(message);
+}
+
+class KeepingErrorHandler : public Raw::ErrorHandler {
+    void doHandle(int, const char* string) override { keepAndThrow(string); }
+};
+
+class KeepingLogHandler : public Raw::LogHandler {
+    void doReport(Type, int, const char* string) override { keepAndThrow(string); }
+};
+
+KeepingErrorHandler s_errorHandler;
+KeepingLogHandler s_logHandler;
+
+} // namespace
+
+void installReportHandlers() {
+    Raw::g_errorHandler = &s_errorHandler;
+    Raw::g_logHandler = &s_logHandler;
+    setAssertCallback(&Raw::assertCallback);
+    setWarningCallback(&Raw::warningCallback);
+}
+
+std::string firstReport() {
+    const std::scoped_lock lock(s_mutex);
+    return s_firstReport;
+}
+
+void forgetReports() {
+    const std::scoped_lock lock(s_mutex);
+    s_firstReport.clear();
+}
+
+void throwFileFailure(const std::string& file, Raw::Error error) {
+    const std::string report = firstReport();
+    throw Failure(file + ": " + (report.empty() ? errorText(error) : report));
+}
+
+} // namespace Tool

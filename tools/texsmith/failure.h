@@ -1,0 +1,36 @@
+// How the tool learns of failures: what the library reports, on whatever thread, is kept and thrown.
+#pragma once
+
+#include "qor/texsmith/raw/error.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace Tool {
+
+// Ends a command; the text is the line that the user sees.
+class Failure : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Wrong arguments.
+class UsageFailure : public Failure {
+public:
+    using Failure::Failure;
+};
+
+// Routes the library's assertions, warnings and errors into one place, which keeps the first text.
+void installReportHandlers();
+
+// Empty when nothing was reported since the last call of forgetReports.
+std::string firstReport();
+void forgetReports();
+
+// Throws a Failure that names the file and the reason: the first report, else the text of `error`.
+[[noreturn]] void throwFileFailure(const std::string& file, qor::Texsmith::Raw::Error error);
+
+// What an error means when nothing else was said about it.
+const char* errorText(qor::Texsmith::Raw::Error error);
+
+} // namespace Tool
