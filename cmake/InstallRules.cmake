@@ -15,6 +15,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/QorTexsmithConfigVersion.
 install(FILES ${PROJECT_BINARY_DIR}/QorTexsmithConfig.cmake ${PROJECT_BINARY_DIR}/QorTexsmithConfigVersion.cmake
     DESTINATION ${package_dir})
 
+file(RELATIVE_PATH TEXSMITH_PREFIX_FROM_PC
+    ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" TEXSMITH_PREFIX_FROM_PC "${TEXSMITH_PREFIX_FROM_PC}")
 # The .pc file finds its own prefix, so that an installed tree can be moved.
 configure_file(${CMAKE_CURRENT_LIST_DIR}/qortexsmith.pc.in ${PROJECT_BINARY_DIR}/qortexsmith.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qortexsmith.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

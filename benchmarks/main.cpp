@@ -1,0 +1,23 @@
+// texsmith_benchmarks [--benchmark_filter=REGEX ...]
+#include "ratio_reporter.h"
+#include "surface_benchmarks.h"
+
+#include <vector>
+
+int main(int argc, char** argv) {
+    std::vector<char*> arguments(argv, argv + argc);
+    char repetitions[] = "--benchmark_repetitions=11";
+    char interleaving[] = "--benchmark_enable_random_interleaving=true";
+    char shortest[] = "--benchmark_min_time=0.05";
+    // Behind the program's name, so that the command line has the last word.
+    arguments.insert(arguments.begin() + 1, {repetitions, interleaving, shortest});
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
+        return 1;
+    }
+    Bench::registerSurfaceBenchmarks();
+    Bench::RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return 0;
+}

@@ -1,0 +1,159 @@
+// Runs the tool as a user would, and looks at its exit status, its two streams and the files it leaves.
+#include "platform/platform.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace qor::Texsmith;
+
+std::string readFile(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void writeFile(const fs::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+struct Outcome {
+    bool m_succeeded;
+    std::string m_output;
+    std::string m_errors;
+};
+
+class ToolTest : public testing::Test {
+protected:
+    void SetUp() override {
+        m_directory =
+            fs::temp_directory_path() / ("texsmith-tool-test-" + std::to_string(Platform::getProcessId()));
+        fs::create_directory(m_directory);
+    }
+    void TearDown() override { fs::remove_all(m_directory); }
+
+    static fs::path sample(const char* name) { return fs::path(TEXSMITH_SOURCE_DIR) / "samples" / name; }
+    fs::path file(const char* name) const { return m_directory / name; }
+    static std::string quoted(const fs::path& path) { return '"' + path.string() + '"'; }
+
+    Outcome run(const std::string& arguments) const {
+        const fs::path output = file("stdout.txt"), errors = file("stderr.txt");
+        const std::string command =
+            quoted(TEXSMITH_TOOL_PATH) + " " + arguments + " >" + quoted(output) + " 2>" + quoted(errors);
+        const int status = std::system(command.c_str());
+        Outcome outcome{status == 0, readFile(output), readFile(errors)};
+        fs::remove(output);
+        fs::remove(errors);
+        return outcome;
+    }
+    Outcome convert(const fs::path& from, const fs::path& to) const {
+        return run("convert " + quoted(from) + " " + quoted(to));
+    }
+    std::size_t filesInDirectory() const {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(m_directory), {}));
+    }
+    // One line that names the reason, nothing on the other stream.
+    static void expectFailure(const Outcome& outcome, const std::string& reason) {
+        EXPECT_FALSE(outcome.m_succeeded);
+        EXPECT_EQ("", outcome.m_output);
+        EXPECT_EQ(1, std::count(outcome.m_errors.begin(), outcome.m_errors.end(), '\n')) << outcome.m_errors;
+        EXPECT_NE(std::string::npos, outcome.m_errors.find(reason)) << outcome.m_errors;
+    }
+
+    fs::path m_directory;
+};
+
+TEST_F(ToolTest, SamplesComeBackWithTheSamePixels) {
+    for (const char* name : {"dusk.tga", "marbles.tga", "moon.tga"}) {
+        const Outcome there = convert(sample(name), file("out.vxf"));
+        const Outcome back = convert(file("out.vxf"), file("back.tga"));
+        ASSERT_TRUE(there.m_succeeded && back.m_succeeded) << name << there.m_errors << back.m_errors;
+        const std::string source = readFile(sample(name)), result = readFile(file("back.tga"));
+        const std::size_t bytes = static_cast<unsigned char>(source[16]) / 8u;
+        ASSERT_EQ(18 + (source.size() - 18) / bytes * 4, result.size());
+        for (std::size_t pixel = 0; pixel < (source.size() - 18) / bytes; ++pixel) {
+            for (std::size_t channel = 0; channel < 4; ++channel) {
+                const char opaque = static_cast<char>(0xFF);
+                const char expected = channel == 3 && bytes != 4 ? opaque
+                                      : bytes == 1               ? source[18 + pixel]
+                                                                 : source[18 + pixel * bytes + channel];
+                ASSERT_EQ(expected, result[18 + pixel * 4 + channel]) << name << " pixel " << pixel;
+            }
+        }
+    }
+}
+
+TEST_F(ToolTest, DestinationThatIsAnExtensionStandsBesideTheSource) {
+    fs::copy_file(sample("moon.tga"), file("a.b.tga"));
+    ASSERT_TRUE(run("convert " + quoted(file("a.b.tga")) + " .vxf").m_succeeded);
+    EXPECT_EQ("VXF ", readFile(file("a.b.vxf")).substr(0, 4));
+    EXPECT_EQ(2u, filesInDirectory());
+}
+
+TEST_F(ToolTest, FailedConversionHarmsNothing) {
+    writeFile(file("cut.tga"), readFile(sample("dusk.tga")).substr(0, 5000));
+    std::string wrong = readFile(sample("dusk.tga"));
+    wrong[2] = 7;
+    writeFile(file("wrong.tga"), wrong);
+    writeFile(file("tiny.tga"), "TGA");
+    writeFile(file("empty.tga"), "");
+    writeFile(file("cut.vxf"), "VXF ");
+    writeFile(file("keep.vxf"), "precious");
+    writeFile(file("keep.tga"), "precious");
+    const std::size_t files = filesInDirectory();
+    expectFailure(convert(file("cut.tga"), file("keep.vxf")), "cut.tga: ");
+    expectFailure(convert(file("wrong.tga"), file("keep.vxf")), "wrong.tga: the TGA image type is unknown");
+    expectFailure(convert(file("tiny.tga"), file("new.vxf")),
+                  "tiny.tga: the file is too small for a TGA header");
+    expectFailure(convert(file("empty.tga"), file("new.vxf")), "empty.tga: ");
+    expectFailure(convert(file("cut.vxf"), file("keep.tga")),
+                  "MemoryRegion must be big enough to hold minimal header (48 bytes,) but is only 4 bytes.");
+    expectFailure(convert(file("missing.tga"), file("keep.vxf")), "missing.tga");
+    expectFailure(convert(sample("moon.tga"), file("keep.xyz")), "can't figure out what format to write");
+    expectFailure(convert(sample("moon.tga"), file("no-directory") / "new.vxf"), "moon.tga: ");
+    EXPECT_EQ("precious", readFile(file("keep.vxf")));
+    EXPECT_EQ("precious", readFile(file("keep.tga")));
+    EXPECT_EQ(files, filesInDirectory());
+}
+
+TEST_F(ToolTest, SameFileIsLeftAlone) {
+    fs::copy_file(sample("moon.tga"), file("moon.tga"));
+    ASSERT_TRUE(convert(file("moon.tga"), file("moon.tga")).m_succeeded);
+    EXPECT_EQ(readFile(sample("moon.tga")), readFile(file("moon.tga")));
+    ASSERT_TRUE(convert(file("moon.tga"), file("copy.tga")).m_succeeded);
+    EXPECT_EQ(readFile(sample("moon.tga")), readFile(file("copy.tga")));
+}
+
+TEST_F(ToolTest, InfoTellsWhatAFileHolds) {
+    ASSERT_TRUE(convert(sample("marbles.tga"), file("m.vxf")).m_succeeded);
+    const Outcome outcome = run("info " + quoted(file("m.vxf")));
+    ASSERT_TRUE(outcome.m_succeeded) << outcome.m_errors;
+    for (const char* line : {"type       VXF\n", "size       320 x 320\n", "format     B8G8R8A8Unorm\n",
+                             "mips       1\n", "faces      1\n", "slices     1\n", "tile mode  Thin_1dThin\n",
+                             "bytes      409600\n", "chunk      MODI, 192 bytes\n"}) {
+        EXPECT_NE(std::string::npos, outcome.m_output.find(line)) << line << outcome.m_output;
+    }
+    const Outcome image = run("info " + quoted(sample("moon.tga")));
+    EXPECT_NE(std::string::npos, image.m_output.find("size       203 x 149\nformat     L8Unorm\n"))
+        << image.m_output;
+    writeFile(file("cut.vxf"), readFile(file("m.vxf")).substr(0, 40));
+    EXPECT_FALSE(run("info " + quoted(file("cut.vxf"))).m_succeeded);
+}
+
+TEST_F(ToolTest, WrongArgumentsAreOneLine) {
+    expectFailure(run(""), "no command given");
+    expectFailure(run("paint"), "unknown command 'paint'");
+    expectFailure(run("convert a.tga"), "convert takes a source and a destination");
+    expectFailure(run("convert a.tga \"\""), "the destination has no name");
+    expectFailure(run("info"), "info takes one file");
+    EXPECT_TRUE(run("--help").m_succeeded);
+}
+
+} // namespace
