@@ -1,0 +1,130 @@
+// The plain back end of float4.h, and the meaning of each operation.
+#pragma once
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+namespace qor::Texsmith::Simd::Scalar {
+
+struct Float4 {
+    float m_lanes[4];
+};
+struct Int4 {
+    std::uint32_t m_lanes[4];
+};
+
+template <typename Result, typename Operation> inline Result eachLane(Operation operation) {
+    return {{operation(0), operation(1), operation(2), operation(3)}};
+}
+
+inline Float4 splat(float value) { return {{value, value, value, value}}; }
+inline Int4 splat(std::uint32_t value) { return {{value, value, value, value}}; }
+
+// From and to 16 bytes of any alignment.
+inline Float4 loadFloats(const void* source) {
+    Float4 result;
+    std::memcpy(&result, source, sizeof result);
+    return result;
+}
+inline Int4 loadInts(const void* source) {
+    Int4 result;
+    std::memcpy(&result, source, sizeof result);
+    return result;
+}
+inline void store(void* destination, Float4 a) { std::memcpy(destination, &a, sizeof a); }
+inline void store(void* destination, Int4 a) { std::memcpy(destination, &a, sizeof a); }
+
+inline Float4 operator+(Float4 a, Float4 b) {
+    return eachLane<Float4>([&](int i) { return a.m_lanes[i] + b.m_lanes[i]; });
+}
+inline Float4 operator-(Float4 a, Float4 b) {
+    return eachLane<Float4>([&](int i) { return a.m_lanes[i] - b.m_lanes[i]; });
+}
+inline Float4 operator*(Float4 a, Float4 b) {
+    return eachLane<Float4>([&](int i) { return a.m_lanes[i] * b.m_lanes[i]; });
+}
+inline Float4 squareRoot(Float4 a) {
+    return eachLane<Float4>([&](int i) { return std::sqrt(a.m_lanes[i]); });
+}
+
+// The second operand when either is a NaN, and of two zeros.
+inline Float4 minimum(Float4 a, Float4 b) {
+    return eachLane<Float4>([&](int i) { return a.m_lanes[i] < b.m_lanes[i] ? a.m_lanes[i] : b.m_lanes[i]; });
+}
+inline Float4 maximum(Float4 a, Float4 b) {
+    return eachLane<Float4>([&](int i) { return a.m_lanes[i] > b.m_lanes[i] ? a.m_lanes[i] : b.m_lanes[i]; });
+}
+
+inline Int4 operator+(Int4 a, Int4 b) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] + b.m_lanes[i]; });
+}
+inline Int4 operator-(Int4 a, Int4 b) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] - b.m_lanes[i]; });
+}
+inline Int4 operator&(Int4 a, Int4 b) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] & b.m_lanes[i]; });
+}
+inline Int4 operator|(Int4 a, Int4 b) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] | b.m_lanes[i]; });
+}
+inline Int4 operator^(Int4 a, Int4 b) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] ^ b.m_lanes[i]; });
+}
+template <int kBits> inline Int4 shiftLeft(Int4 a) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] << kBits; });
+}
+template <int kBits> inline Int4 shiftRight(Int4 a) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] >> kBits; });
+}
+template <int kBits> inline Int4 shiftRightSigned(Int4 a) {
+    return eachLane<Int4>(
+        [&](int i) { return static_cast<std::uint32_t>(static_cast<std::int32_t>(a.m_lanes[i]) >> kBits); });
+}
+// All ones in the lanes where the signed comparison holds.
+inline Int4 greaterSigned(Int4 a, Int4 b) {
+    return eachLane<Int4>([&](int i) {
+        const bool greater =
+            static_cast<std::int32_t>(a.m_lanes[i]) > static_cast<std::int32_t>(b.m_lanes[i]);
+        return greater ? 0xFFFFFFFFu : 0u;
+    });
+}
+inline Int4 equal(Int4 a, Int4 b) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] == b.m_lanes[i] ? 0xFFFFFFFFu : 0u; });
+}
+// `a` where the mask is ones, `b` where it is zero.
+inline Int4 select(Int4 mask, Int4 a, Int4 b) {
+    return eachLane<Int4>(
+        [&](int i) { return (a.m_lanes[i] & mask.m_lanes[i]) | (b.m_lanes[i] & ~mask.m_lanes[i]); });
+}
+
+// The same bits as the other kind.
+inline Int4 bitsOf(Float4 a) { return std::bit_cast<Int4>(a); }
+inline Float4 floatsOf(Int4 a) { return std::bit_cast<Float4>(a); }
+
+// From signed integers, and back: to nearest with ties to even, or toward zero. What is not a number or does
+// not fit gives 0x80000000.
+inline Float4 toFloats(Int4 a) {
+    return eachLane<Float4>(
+        [&](int i) { return static_cast<float>(static_cast<std::int32_t>(a.m_lanes[i])); });
+}
+inline std::uint32_t truncateLane(float value) {
+    const bool fits = value >= -2147483648.0f && value < 2147483648.0f;
+    return fits ? static_cast<std::uint32_t>(static_cast<std::int32_t>(value)) : 0x80000000u;
+}
+inline std::uint32_t roundLane(float value) {
+    const float below = std::floor(value);
+    const float rest = value - below;
+    const bool odd = (truncateLane(below) & 1) != 0;
+    return truncateLane(rest > 0.5f || (rest == 0.5f && odd) ? below + 1.0f : below);
+}
+inline Int4 truncateToInts(Float4 a) {
+    return eachLane<Int4>([&](int i) { return truncateLane(a.m_lanes[i]); });
+}
+inline Int4 roundToInts(Float4 a) {
+    return eachLane<Int4>([&](int i) { return roundLane(a.m_lanes[i]); });
+}
+
+} // namespace qor::Texsmith::Simd::Scalar
