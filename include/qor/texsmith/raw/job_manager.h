@@ -32,7 +32,7 @@ public:
 
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;
-    // Reports when the job is still running.
+    // Reports when the job is still running, after waiting for a pool that still runs it: stall first.
     virtual ~Job() noexcept(false);
 
     int getCallbacks() const { return m_callbacks; }
@@ -66,6 +66,8 @@ private:
     virtual Error doEpilogue() const { return kErrorNone; }
 
     void init(Configuration* configuration, unsigned callbacks);
+    void clearCounters();
+    void releaseWork(bool waitFirst) const;
     long allocateCallbackId() const;
     void handleResultOfCallback(long id, Error result) const;
 
@@ -132,7 +134,7 @@ private:
 
     MemoryRegion m_a;
     MemoryRegion m_b;
-    mutable std::atomic<bool> m_equal{true};
+    mutable std::atomic<bool> m_equal;
 };
 
 // All operations report a null job. A job that did not succeed whole gives kErrorFailed, whatever the
@@ -142,7 +144,8 @@ public:
     virtual ~JobManager() = default;
     Error submit(const Job* job);
     Error stall(const Job* job); // once per submission
-    Error stall();               // everything submitted so far
+    // Everything submitted so far. Not from inside a callback. The jobs must not be stalled on again.
+    Error stall();
     Error submitAndStall(const Job* job);
 
 private:

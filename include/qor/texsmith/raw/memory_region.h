@@ -82,7 +82,6 @@ public:
 
 private:
     void doResize(unsigned long long bytes) override;
-    void releasePages();
 
     Permissions m_permissions = kPermissionsReadWrite;
     bool m_owner = false;

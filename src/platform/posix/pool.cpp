@@ -1,0 +1,208 @@
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <new>
+#include <system_error>
+#include <thread>
+
+namespace qor::Texsmith::Platform {
+
+// Referred to by its owner, by the queue while it stands there, and by every thread that runs it.
+struct PoolWork {
+    PoolWork(void (*run)(void*), void* context) : m_run(run), m_context(context) {}
+
+    void (*const m_run)(void* context);
+    void* const m_context;
+    std::atomic<unsigned> m_references{1};
+    std::atomic<unsigned> m_claimable{0}; // runs that no thread has taken; grows under the pool's mutex only
+
+    // Under the pool's mutex.
+    std::uint64_t m_outstanding = 0; // runs that have not returned
+    unsigned m_waiters = 0;
+    bool m_isQueued = false;
+    PoolWork* m_next = nullptr;
+    std::condition_variable m_changed; // all runs have returned, or there are new ones to take
+};
+
+namespace {
+
+thread_local bool t_isPoolThread = false;
+
+void retain(Work work) { work->m_references.fetch_add(1, std::memory_order_relaxed); }
+
+void release(Work work) {
+    if (work->m_references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        delete work;
+    }
+}
+
+bool claimRun(Work work) {
+    unsigned left = work->m_claimable.load(std::memory_order_acquire);
+    while (left != 0 && !work->m_claimable.compare_exchange_weak(left, left - 1, std::memory_order_acq_rel)) {
+    }
+    return left != 0;
+}
+
+// Threads take runs without the mutex and count the whole batch as returned under it, so that a job of many
+// small runs costs one lock for each thread. The owner may free what the runs touch once it has seen the
+// count at zero.
+class Pool {
+public:
+    bool start();
+    void submit(Work work, unsigned runs);
+    void wait(Work work);
+    void waitForAll();
+
+private:
+    using Lock = std::unique_lock<std::mutex>;
+
+    void serve();
+    Work frontOfQueue();
+    void enqueue(Work work);
+    void takeRuns(Work work, Lock& lock);
+
+    std::mutex m_mutex;
+    std::condition_variable m_submitted;
+    std::condition_variable m_allReturned;
+    Work m_first = nullptr;
+    Work m_last = nullptr;
+    unsigned m_idle = 0;
+    std::uint64_t m_outstanding = 0;
+};
+
+bool Pool::start() {
+    const unsigned threads = std::max(2u, std::thread::hardware_concurrency());
+    unsigned started = 0;
+    try {
+        for (; started < threads; ++started) {
+            std::thread([this] { serve(); }).detach();
+        }
+    } catch (const std::system_error&) { // fewer threads will do
+    }
+    return started != 0;
+}
+
+void Pool::submit(Work work, unsigned runs) {
+    if (runs == 0) {
+        return;
+    }
+    unsigned woken = 0;
+    {
+        const Lock lock(m_mutex);
+        work->m_outstanding += runs;
+        m_outstanding += runs;
+        work->m_claimable.fetch_add(runs, std::memory_order_release);
+        enqueue(work);
+        if (work->m_waiters != 0) {
+            work->m_changed.notify_all();
+        }
+        woken = std::min(runs, m_idle);
+    }
+    for (; woken != 0; --woken) {
+        m_submitted.notify_one();
+    }
+}
+
+// A waiting pool thread takes runs itself: were all threads to wait, nobody else would.
+void Pool::wait(Work work) {
+    Lock lock(m_mutex);
+    while (work->m_outstanding != 0) {
+        if (t_isPoolThread && work->m_claimable.load(std::memory_order_relaxed) != 0) {
+            takeRuns(work, lock);
+            continue;
+        }
+        ++work->m_waiters;
+        work->m_changed.wait(lock);
+        --work->m_waiters;
+    }
+}
+
+void Pool::waitForAll() {
+    Lock lock(m_mutex);
+    m_allReturned.wait(lock, [this] { return m_outstanding == 0; });
+}
+
+void Pool::serve() {
+    t_isPoolThread = true;
+    Lock lock(m_mutex);
+    for (;;) {
+        if (const Work work = frontOfQueue()) {
+            takeRuns(work, lock);
+        } else {
+            ++m_idle;
+            m_submitted.wait(lock);
+            --m_idle;
+        }
+    }
+}
+
+// The first work with runs to take; drops those before it.
+Work Pool::frontOfQueue() {
+    while (m_first != nullptr && m_first->m_claimable.load(std::memory_order_relaxed) == 0) {
+        const Work work = m_first;
+        m_first = work->m_next;
+        work->m_next = nullptr;
+        work->m_isQueued = false;
+        release(work);
+    }
+    return m_first;
+}
+
+void Pool::enqueue(Work work) {
+    if (work->m_isQueued) {
+        return;
+    }
+    retain(work);
+    work->m_isQueued = true;
+    (m_first != nullptr ? m_last->m_next : m_first) = work;
+    m_last = work;
+}
+
+void Pool::takeRuns(Work work, Lock& lock) {
+    retain(work);
+    lock.unlock();
+    unsigned runs = 0;
+    for (; claimRun(work); ++runs) {
+        work->m_run(work->m_context);
+    }
+    lock.lock();
+    work->m_outstanding -= runs;
+    m_outstanding -= runs;
+    if (work->m_outstanding == 0 && work->m_waiters != 0) {
+        work->m_changed.notify_all();
+    }
+    if (m_outstanding == 0) {
+        m_allReturned.notify_all();
+    }
+    release(work);
+}
+
+// Leaked on purpose: its threads run until the process ends, past every static destructor.
+Pool& thePool() {
+    static Pool& pool = *new Pool;
+    return pool;
+}
+
+} // namespace
+
+bool startPool() {
+    static const bool s_started = thePool().start();
+    return s_started;
+}
+
+Work createWork(void (*run)(void* context), void* context) {
+    return new (std::nothrow) PoolWork(run, context);
+}
+
+void submitWork(Work work, unsigned runs) { thePool().submit(work, runs); }
+
+void waitForWork(Work work) { thePool().wait(work); }
+
+void closeWork(Work work) { release(work); }
+
+void waitForAllWork() { thePool().waitForAll(); }
+
+} // namespace qor::Texsmith::Platform

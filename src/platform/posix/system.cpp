@@ -1,0 +1,82 @@
+#include "platform/platform.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <syslog.h>
+#include <time.h>
+#include <unistd.h>
+
+namespace qor::Texsmith::Platform {
+
+namespace {
+
+// strerror_r has two shapes: one returns the text, the other fills the buffer and returns a number.
+[[maybe_unused]] const char* errorText(const char* text, const char*) { return text; }
+[[maybe_unused]] const char* errorText(int failed, const char* buffer) {
+    return failed == 0 ? buffer : "unknown error";
+}
+
+int priority(int type) {
+    switch (type) {
+    case 1:
+        return LOG_USER | LOG_ERR;
+    case 2:
+        return LOG_USER | LOG_WARNING;
+    default:
+        return LOG_USER | LOG_INFO;
+    }
+}
+
+std::atomic<EventSink> g_eventSink{nullptr};
+
+} // namespace
+
+void lastErrorText(char* buffer, std::size_t size) {
+    char own[256] = "";
+    const char* text = errorText(strerror_r(errno, own, sizeof own), own);
+    std::snprintf(buffer, size, "%s", text);
+}
+
+void* registerEventSource(const char* name) { return strdup(name != nullptr ? name : ""); }
+
+void deregisterEventSource(void* source) { std::free(source); }
+
+// Without openlog: that would change the identity under which the client logs.
+void reportEvent(void* source, int type, int code, const char* text) {
+    if (source == nullptr) {
+        return;
+    }
+    if (const EventSink sink = g_eventSink.load()) {
+        sink(type, code, text);
+        return;
+    }
+    syslog(priority(type), "%s [%d 0x%08x] %s", static_cast<const char*>(source), type,
+           static_cast<unsigned>(code), text);
+}
+
+void setEventSink(EventSink sink) { g_eventSink.store(sink); }
+
+std::uint64_t getCounterFrequency() { return 1'000'000'000; }
+
+std::uint64_t getCounter() {
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * getCounterFrequency() +
+           static_cast<std::uint64_t>(now.tv_nsec);
+}
+
+void sleepMilliseconds(unsigned milliseconds) {
+    timespec rest{static_cast<time_t>(milliseconds / 1000),
+                  static_cast<long>(milliseconds % 1000) * 1'000'000};
+    while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
+    }
+}
+
+unsigned getProcessId() { return static_cast<unsigned>(getpid()); }
+
+bool isTerminal(int stream) { return isatty(stream) == 1; }
+
+} // namespace qor::Texsmith::Platform

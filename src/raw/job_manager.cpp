@@ -1,0 +1,166 @@
+#include "qor/texsmith/raw/job_manager.h"
+
+#include "platform/platform.h"
+#include "qor/texsmith/raw/configuration.h"
+#include "qor/texsmith/raw/singleton.h"
+#include "raw/check.h"
+#include "raw/default_job_manager.h"
+#include "raw/never_destroyed.h"
+
+namespace qor::Texsmith::Raw {
+
+namespace {
+
+constexpr char kSourcePath[] = "raw\\job_manager";
+
+class ThreadpoolSingleton : public Singleton {
+private:
+    Error doInitialize() override { return Platform::startPool() ? kErrorNone : kErrorFailed; }
+};
+
+constinit NeverDestroyed<ThreadpoolSingleton> g_threadpool;
+
+bool checkSubmitted(const Job* job, unsigned state) {
+    if (!checkNotNull(job, kSourcePath, "job must not be NULL.")) {
+        return false;
+    }
+    if (state != kJobStateIdle) {
+        toolsAssert(kSourcePath, __LINE__,
+                    "can't submit a job that is running, or which has been submitted already. make a new "
+                    "job object if you want to submit again.");
+    }
+    return true;
+}
+
+void checkStalled(unsigned state) {
+    if (state == kJobStateIdle) {
+        toolsAssert(kSourcePath, __LINE__, "Can't stall on a job that was never submitted.");
+    }
+}
+
+void execute(void* callback) { static_cast<JobCallback*>(callback)->Execute(); }
+
+// A fault in Execute leaves by a jump that runs no destructors, so it has a frame of its own and the guard
+// still counts the callback.
+void runGuard(void* job) {
+    JobCallback callback(static_cast<const Job*>(job));
+    Platform::guardedCall(&execute, &callback);
+}
+
+// What happens in a callback goes no further than this; the callback then counts as failed.
+void runOnPool(void* job) { Platform::guardedCall(&runGuard, job); }
+
+bool checkRunsJobs(const Configuration* configuration) {
+    return checkNotNull(configuration, kSourcePath, "configuration must not be NULL.") &&
+           checkNotNull(configuration->m_jobManager, kSourcePath, kNeedsJobManager);
+}
+
+} // namespace
+
+// Never destroyed: static destructors of clients may still run jobs.
+JobManager* defaultJobManager() {
+    static JobManager* const manager = new ThreadpoolJobManager;
+    return manager;
+}
+
+Error JobManager::submit(const Job* job) {
+    if (!checkSubmitted(job, job != nullptr ? job->m_state.load() : kJobStateIdle)) {
+        return kErrorFailed;
+    }
+    return doSubmit(job);
+}
+
+Error JobManager::stall(const Job* job) {
+    if (!checkNotNull(job, kSourcePath, "job must not be NULL.")) {
+        return kErrorFailed;
+    }
+    checkStalled(job->m_state.load());
+    return doStall(job);
+}
+
+Error JobManager::stall() { return doStall(); }
+
+Error JobManager::submitAndStall(const Job* job) {
+    const Error submitted = submit(job);
+    return submitted == kErrorNone ? stall(job) : submitted;
+}
+
+Error SerialJobManager::doSubmit(const Job* job) {
+    job->m_state.store(kJobStateRunning);
+    for (int i = 0; i < job->getCallbacks(); ++i) {
+        JobCallback callback(job);
+        callback.Execute();
+    }
+    job->m_state.store(kJobStateComplete); // a second submission's callbacks are past the count that sets it
+    return job->allCallbacksSucceeded() ? kErrorNone : kErrorFailed;
+}
+
+Error SerialJobManager::doStall() { return kErrorNone; }
+
+Error SerialJobManager::doStall(const Job*) { return kErrorNone; }
+
+Error ThreadpoolJobManager::doSubmit(const Job* job) {
+    const Error started = g_threadpool.m_object.initialize();
+    if (started != kErrorNone) {
+        return started;
+    }
+    // A job submitted twice keeps its work object, so that one stall waits for all its runs.
+    if (job->m_work == nullptr) {
+        job->m_work = Platform::createWork(&runOnPool, const_cast<Job*>(job));
+    }
+    if (job->m_work == nullptr) {
+        return kErrorFailed;
+    }
+    job->m_state.store(kJobStateRunning); // before the first run can set it complete
+    Platform::submitWork(static_cast<Platform::Work>(job->m_work),
+                         static_cast<unsigned>(job->getCallbacks()));
+    return kErrorNone;
+}
+
+Error ThreadpoolJobManager::doStall() {
+    const Error started = g_threadpool.m_object.initialize();
+    if (started == kErrorNone) {
+        Platform::waitForAllWork();
+    }
+    return started;
+}
+
+// Waits for returned runs and not for the job's counters: a run touches the job until it returns.
+Error ThreadpoolJobManager::doStall(const Job* job) {
+    if (job->m_work != nullptr) {
+        job->releaseWork(true);
+        job->m_state.store(kJobStateComplete);
+    }
+    return job->allCallbacksSucceeded() ? kErrorNone : kErrorFailed;
+}
+
+Error multicoreMemcpy(MemoryRegion destination, MemoryRegion source, unsigned workItems,
+                      Configuration* configuration) {
+    if (!checkRunsJobs(configuration)) {
+        return kErrorFailed;
+    }
+    MemcpyJob job(destination, source, workItems, configuration);
+    return configuration->m_jobManager->submitAndStall(&job);
+}
+
+Error multicoreMemcpy(MemoryRegion destination, MemoryRegion source, unsigned workItems,
+                      JobManager* jobManager) {
+    Configuration configuration;
+    configuration.m_jobManager = jobManager;
+    return multicoreMemcpy(destination, source, workItems, &configuration);
+}
+
+Error areBitwiseEqual(MemoryRegion a, MemoryRegion b, Configuration* configuration) {
+    if (!checkRunsJobs(configuration)) {
+        return kErrorFailed;
+    }
+    MemoryIsEqualJob job(a, b, configuration);
+    if (a.length() != b.length()) {
+        toolsAssert(kSourcePath, __LINE__, "MemoryRegions have sizes %d and %d, which should be equal.",
+                    static_cast<int>(a.length()), static_cast<int>(b.length()));
+    }
+    configuration->m_jobManager->submitAndStall(&job); // its failure means "different"
+    return job.isEqual() ? kErrorNone : kErrorFailed;
+}
+
+} // namespace qor::Texsmith::Raw

@@ -1,0 +1,23 @@
+// Formatting of reports into the fixed buffers that carry them.
+#pragma once
+
+#include "qor/texsmith/tools_assert.h"
+
+#include <cstddef>
+
+namespace qor::Texsmith::Raw {
+
+inline constexpr std::size_t kReportSize = 1024;
+
+inline const char* orEmpty(const char* text) { return text != nullptr ? text : ""; }
+
+// Formats from a copy of the list, so that the caller's list can be used again. Truncates; always terminated.
+inline void formatReport(char (&buffer)[kReportSize], const char* format, ArgumentList* args) {
+    va_list own;
+    va_copy(own, *args);
+    std::vsnprintf(buffer, sizeof buffer, orEmpty(format), own);
+    va_end(own);
+    buffer[kReportSize - 1] = '\0';
+}
+
+} // namespace qor::Texsmith::Raw
