@@ -6,6 +6,8 @@
 
 namespace qor::Texsmith::Raw {
 
+template <class T> union NeverDestroyed;
+
 // Derive, override doHandle and point g_errorHandler at an object that outlives its use.
 // Must tolerate calls from pool threads.
 class QOR_TEXSMITH_API ErrorHandler {
@@ -40,9 +42,13 @@ public:
     WindowsErrorHandler& operator=(const WindowsErrorHandler&) = delete;
 
 private:
+    template <class T> friend union NeverDestroyed;
+    friend struct DefaultEventSources;
+    constexpr WindowsErrorHandler() = default; // without a source
+    void deregister();
     void doHandle(int code, const char* string) override;
 
-    void* m_source;
+    void* m_source = nullptr;
 };
 
 // Puts the text into the event log. A text of type kTypeError also takes the road of toolsAssert.
@@ -54,9 +60,13 @@ public:
     WindowsLogHandler& operator=(const WindowsLogHandler&) = delete;
 
 private:
+    template <class T> friend union NeverDestroyed;
+    friend struct DefaultEventSources;
+    constexpr WindowsLogHandler() = default; // without a source
+    void deregister();
     void doReport(Type type, int code, const char* string) override;
 
-    void* m_source;
+    void* m_source = nullptr;
 };
 
 // Point at library objects with the source name "VEX" at first. The pointed-at objects stay the caller's.

@@ -38,7 +38,7 @@ public:
 
 private:
     friend QOR_TEXSMITH_API char* fgets(char* buffer, int size, File* file);
-    void start();
+    std::uint64_t extend(std::uint64_t size);
     void skipByteOrderMark();
 
     Mode m_mode = kModeBinary;

@@ -88,7 +88,8 @@ private:
 };
 
 // A file as a region. Opened read-write it is made if it does not exist, and resize changes the file's size.
-// A read-only name may be a URL. Names are UTF-8 on Windows and bytes as they are elsewhere.
+// A read-only name may be a URL. A copy is a view without the file: its resize does nothing. Names are UTF-8
+// on Windows and bytes as they are elsewhere.
 class QOR_TEXSMITH_API MemoryMappedFile : public ResizableMemoryRegion {
 public:
     // Does nothing further for a null filename. `allocator` gives scratch memory during open.
@@ -102,10 +103,13 @@ public:
     void close();
 
 private:
+    MemoryMappedFile() = default;
     void doResize(unsigned long long bytes) override;
     void openToWrite(const char* filename);
-    void openToRead(const char* filename, IAllocator allocator);
+    void openToRead(const char* filename, const IAllocator& allocator);
     void mapWhole(const char* name, std::uint64_t size);
+    void mapResized(std::uint64_t size);
+    void setView(void* view, std::uint64_t size);
     void unmap();
     bool setFileSize(unsigned long long bytes);
 
