@@ -89,6 +89,9 @@ public:
     // Lays out a file for `count` descriptors at `texture` and the chunks now in the table, and writes all
     // but the texels.
     void writeTo(ResizableMemoryRegion* destinationMemory, const Vex::Texture* texture, int count);
+    // Writes zeros wherever writeTo leaves what the destination held, except to the texels, so that equal
+    // textures and chunks give equal files. The format itself needs no capitals behind the last chunk.
+    void zeroPadding();
     bool hasFile() const { return m_header != nullptr; }
     int getNumberOfTextures() const;
 
@@ -100,15 +103,19 @@ public:
     MemoryRegion getPixelsForAllTextures() const { return getAllTexels(); }
     int getAlignmentOfTexture(int index) const;
 
-    // As far as it lies in the file; null or empty when it does not.
+    // As far as it lies in the file; null or empty when it does not. Any index will do.
     const Vex::Texture* getTextureInFile(int index) const;
     MemoryRegion getTexelsInFile(int index) const;
+    // From the first texel of the texture to the end of the file, whatever the length in the descriptor.
+    MemoryRegion getTexelsToEndOfFile(int index) const;
 
     VxfChunkTable m_chunks;
 
 private:
-    const Vxf::Contents* contents() const;
+    std::uint8_t* bytes() const { return reinterpret_cast<std::uint8_t*>(m_header); }
     std::uint64_t paddedHeaderBytes() const;
+    std::uint32_t getTextureWord(int index, int word) const;
+    MemoryRegion regionInFile(std::uint64_t offset, std::uint64_t size) const;
 
     Vxf::Header* m_header = nullptr;
     std::uint8_t* m_end = nullptr; // of the file in memory
