@@ -68,8 +68,13 @@ struct QOR_TEXSMITH_API TilingParameters {
     std::uint32_t elementBits() const {
         return m_isBlockCompressed ? m_bitsPerElement * 16 : m_bitsPerElement;
     }
-    std::uint32_t elementsWide() const { return m_isBlockCompressed ? (m_width + 3) / 4 : m_width; }
-    std::uint32_t elementsTall() const { return m_isBlockCompressed ? (m_height + 3) / 4 : m_height; }
+    std::uint32_t elementsWide() const { return elementsOf(m_width); }
+    std::uint32_t elementsTall() const { return elementsOf(m_height); }
+
+private:
+    std::uint32_t elementsOf(std::uint32_t pixels) const {
+        return m_isBlockCompressed ? pixels / 4 + (pixels % 4 != 0) : pixels;
+    }
 };
 
 // The padded layout of one surface. Pitch, height and depth are in elements.
@@ -113,7 +118,8 @@ QOR_TEXSMITH_API int detileSurface(void* linear, const void* tiled, const Tiling
 class QOR_TEXSMITH_API TilerBase {
 public:
     const SurfaceInfo& getSurfaceInfo() const { return m_info; }
-    std::uint32_t getElementBits() const { return m_elementBits; }
+    std::uint32_t getElementBits() const { return m_elementBits; } // 0: the parameters were not usable
+    Vex::MicroTileMode getMicroTileMode() const { return m_microTileMode; }
 
 protected:
     explicit TilerBase(const TilingParameters* parameters);

@@ -1,0 +1,178 @@
+#include "gpu_address/region_move.h"
+
+#include "gpu_address/array_modes.h"
+#include "gpu_address/element_order.h"
+#include "gpu_address/micro_tile.h"
+
+#include <algorithm>
+
+namespace qor::GpuAddress {
+
+namespace {
+
+// What lies outside the padded box is cut off; a reversed region is empty.
+SurfaceRegion cut(const SurfaceRegion& region, const SurfaceInfo& info) {
+    SurfaceRegion box = region;
+    box.m_right = std::min(region.m_right, info.m_pitch);
+    box.m_bottom = std::min(region.m_bottom, info.m_height);
+    box.m_back = std::min(region.m_back, info.m_depth);
+    return box;
+}
+
+bool isEmpty(const SurfaceRegion& box) {
+    return box.m_left >= box.m_right || box.m_top >= box.m_bottom || box.m_front >= box.m_back;
+}
+
+bool hasFragment(const SurfaceInfo& info, unsigned fragment) {
+    return info.m_planeBytes == 0 || fragment < info.m_size / info.m_planeBytes;
+}
+
+// One slice of a region. The linear side starts at its first element.
+template <typename Direction> struct SliceMove {
+    const TilerBase& m_tiler;
+    typename Direction::Tiled m_tiled;
+    typename Direction::Linear m_linear;
+    std::uint64_t m_linearBit; // of the first element, from m_linear on
+    std::uint64_t m_pitch;     // elements
+    unsigned m_fragment;
+    unsigned m_slice;
+    SurfaceRegion m_box;
+};
+
+template <typename Direction> void moveByElements(const SliceMove<Direction>& slice) {
+    const SurfaceRegion& box = slice.m_box;
+    const unsigned bits = slice.m_tiler.getElementBits();
+    for (unsigned y = box.m_top; y < box.m_bottom; ++y) {
+        std::uint64_t linearBit = slice.m_linearBit + (y - box.m_top) * slice.m_pitch * bits;
+        for (unsigned x = box.m_left; x < box.m_right; ++x, linearBit += bits) {
+            const std::uint64_t tiledBit =
+                elementBitOffset(slice.m_tiler, x, y, slice.m_slice, slice.m_fragment);
+            Direction::moveElement(slice.m_tiled, tiledBit, slice.m_linear, linearBit, bits);
+        }
+    }
+}
+
+template <typename Direction> void moveRows(const SliceMove<Direction>& slice) {
+    const SurfaceRegion& box = slice.m_box;
+    const unsigned bytes = slice.m_tiler.getElementBits() / 8;
+    auto linear = slice.m_linear + slice.m_linearBit / 8;
+    for (unsigned y = box.m_top; y < box.m_bottom; ++y) {
+        const std::uint64_t tiledBit =
+            elementBitOffset(slice.m_tiler, box.m_left, y, slice.m_slice, slice.m_fragment);
+        const std::size_t rowBytes = std::size_t{box.m_right - box.m_left} * bytes;
+        Direction::move(slice.m_tiled + tiledBit / 8, linear + (y - box.m_top) * slice.m_pitch * bytes,
+                        rowBytes);
+    }
+}
+
+// The part of a slice that lies in one row of micro tiles, in kernel calls.
+template <typename Direction> class MicroTileRowMove {
+public:
+    MicroTileRowMove(const SliceMove<Direction>& slice, const PlaneKernels<Direction>& kernels, unsigned row)
+        : m_box(slice.m_box), m_kernels(kernels), m_bytes(slice.m_tiler.getElementBits() / 8),
+          m_row(locateMicroTileRow(slice.m_tiler, row, slice.m_slice, slice.m_fragment)),
+          m_top(std::max(m_box.m_top, row * kMicroTileSide) - row * kMicroTileSide),
+          m_bottom(std::min(m_box.m_bottom - row * kMicroTileSide, kMicroTileSide)),
+          m_tiled(slice.m_tiled + m_row.m_byteOffset), m_pitch(slice.m_pitch * m_bytes) {
+        const unsigned firstRow = row * kMicroTileSide + m_top - m_box.m_top;
+        m_linear = slice.m_linear + slice.m_linearBit / 8 + firstRow * m_pitch;
+    }
+
+    void run() const {
+        const unsigned firstWhole = (m_box.m_left + kMicroTileSide - 1) / kMicroTileSide;
+        const unsigned endWhole = m_box.m_right / kMicroTileSide;
+        if (m_top != 0 || m_bottom != kMicroTileSide || firstWhole >= endWhole) {
+            moveParts(m_box.m_left, m_box.m_right);
+            return;
+        }
+        moveParts(m_box.m_left, firstWhole * kMicroTileSide);
+        m_kernels.m_movePlanes(m_tiled, linearAt(firstWhole * kMicroTileSide), m_pitch, m_row, firstWhole,
+                               endWhole - firstWhole);
+        moveParts(endWhole * kMicroTileSide, m_box.m_right);
+    }
+
+private:
+    typename Direction::Linear linearAt(unsigned x) const {
+        return m_linear + std::size_t{x - m_box.m_left} * m_bytes;
+    }
+
+    void moveParts(unsigned left, unsigned right) const {
+        while (left < right) {
+            const unsigned column = left / kMicroTileSide;
+            const unsigned inside = left % kMicroTileSide;
+            const unsigned end = std::min(inside + (right - left), kMicroTileSide);
+            m_kernels.m_movePlanePart(m_tiled + m_row.planeOffset(column), linearAt(left), m_pitch,
+                                      {inside, m_top, end, m_bottom});
+            left += end - inside;
+        }
+    }
+
+    SurfaceRegion m_box;
+    PlaneKernels<Direction> m_kernels;
+    unsigned m_bytes;
+    MicroTileRow m_row;
+    unsigned m_top; // of the part, in the micro tile
+    unsigned m_bottom;
+    typename Direction::Tiled m_tiled;
+    std::size_t m_pitch; // bytes
+    typename Direction::Linear m_linear;
+};
+
+template <typename Direction>
+void moveByPlanes(const SliceMove<Direction>& slice, const PlaneKernels<Direction>& kernels) {
+    const unsigned end = (slice.m_box.m_bottom - 1) / kMicroTileSide + 1;
+    for (unsigned row = slice.m_box.m_top / kMicroTileSide; row < end; ++row) {
+        MicroTileRowMove<Direction>(slice, kernels, row).run();
+    }
+}
+
+// Checks, cuts the region, and calls `moveSlice` for each slice.
+template <typename Direction, typename MoveSlice>
+int forEachSlice(const TilerBase& tiler, const RegionMove<Direction>& move, const SurfaceRegion* region,
+                 MoveSlice moveSlice) {
+    const SurfaceInfo& info = tiler.getSurfaceInfo();
+    if (move.m_tiled == nullptr || move.m_linear == nullptr || region == nullptr ||
+        tiler.getElementBits() == 0 || !hasFragment(info, move.m_fragment)) {
+        return kStatusInvalidArgument;
+    }
+    const SurfaceRegion box = cut(*region, info);
+    if (isEmpty(box)) {
+        return kStatusSuccess;
+    }
+    for (unsigned z = box.m_front; z < box.m_back; ++z) {
+        const std::uint64_t linearBit = (z - box.m_front) * move.m_slicePitch * tiler.getElementBits();
+        moveSlice(SliceMove<Direction>{tiler, move.m_tiled, move.m_linear, linearBit, move.m_pitch,
+                                       move.m_fragment, z, box});
+    }
+    return kStatusSuccess;
+}
+
+} // namespace
+
+template <typename Direction>
+int moveRegionByElements(const TilerBase& tiler, const RegionMove<Direction>& move,
+                         const SurfaceRegion* region) {
+    return forEachSlice(tiler, move, region, moveByElements<Direction>);
+}
+
+template <typename Direction>
+int moveRegion(const TilerBase& tiler, const RegionMove<Direction>& move, const SurfaceRegion* region) {
+    const unsigned bits = tiler.getElementBits();
+    if (bits % 8 == 0 && isLinear(tiler.getSurfaceInfo().m_arrayMode)) {
+        return forEachSlice(tiler, move, region, moveRows<Direction>);
+    }
+    const bool rowOrder = tiler.getMicroTileMode() == Vex::kMicroTileModeDisplay;
+    const PlaneKernels<Direction> kernels = planeKernels<Direction>(bits % 8 == 0 ? bits / 8 : 0, rowOrder);
+    if (kernels.m_movePlanes == nullptr) {
+        return moveRegionByElements(tiler, move, region);
+    }
+    return forEachSlice(tiler, move, region,
+                        [&](const SliceMove<Direction>& slice) { moveByPlanes(slice, kernels); });
+}
+
+template int moveRegion(const TilerBase&, const RegionMove<ToTiled>&, const SurfaceRegion*);
+template int moveRegion(const TilerBase&, const RegionMove<ToLinear>&, const SurfaceRegion*);
+template int moveRegionByElements(const TilerBase&, const RegionMove<ToTiled>&, const SurfaceRegion*);
+template int moveRegionByElements(const TilerBase&, const RegionMove<ToLinear>&, const SurfaceRegion*);
+
+} // namespace qor::GpuAddress
