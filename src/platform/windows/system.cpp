@@ -1,0 +1,78 @@
+#include "platform/platform.h"
+#include "platform/windows/text.h"
+#include "platform/windows/win32.h"
+
+#include <io.h>
+
+#include <cstring>
+
+namespace qor::Texsmith::Platform {
+
+namespace {
+
+// Named by newer headers only.
+constexpr DWORD kFeatureSsse3 = 36;
+constexpr DWORD kFeatureAvx2 = 40;
+
+std::string systemText(DWORD error) {
+    wchar_t* text = nullptr;
+    const DWORD flags =
+        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
+    const DWORD length = FormatMessageW(flags, nullptr, error, MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL),
+                                        reinterpret_cast<wchar_t*>(&text), 0, nullptr);
+    const std::string utf8 = length != 0 ? narrow(text) : "error " + std::to_string(error);
+    LocalFree(text);
+    return utf8;
+}
+
+// It ends in a full stop and a new line, but stands inside sentences.
+void trimEnd(std::string* text) { text->resize(text->find_last_not_of(".\r\n ") + 1); }
+
+// Cuts to the size, and not within a character.
+void cut(std::string* text, std::size_t size) {
+    if (text->size() <= size) {
+        return;
+    }
+    while (size > 0 && (static_cast<unsigned char>((*text)[size]) & 0xC0) == 0x80) {
+        --size;
+    }
+    text->resize(size);
+}
+
+} // namespace
+
+void lastErrorText(char* buffer, std::size_t size) {
+    if (size == 0) {
+        return;
+    }
+    const DWORD error = GetLastError();
+    std::string text = systemText(error);
+    trimEnd(&text);
+    cut(&text, size - 1);
+    std::memcpy(buffer, text.c_str(), text.size() + 1);
+    SetLastError(error);
+}
+
+std::uint64_t getCounterFrequency() {
+    LARGE_INTEGER frequency = {};
+    QueryPerformanceFrequency(&frequency);
+    return static_cast<std::uint64_t>(frequency.QuadPart);
+}
+
+std::uint64_t getCounter() {
+    LARGE_INTEGER counter = {};
+    QueryPerformanceCounter(&counter);
+    return static_cast<std::uint64_t>(counter.QuadPart);
+}
+
+void sleepMilliseconds(unsigned milliseconds) { Sleep(milliseconds); }
+
+unsigned getProcessId() { return GetCurrentProcessId(); }
+
+bool isTerminal(int stream) { return _isatty(stream) != 0; }
+
+ProcessorFeatures getProcessorFeatures() {
+    return {IsProcessorFeaturePresent(kFeatureSsse3) != 0, IsProcessorFeaturePresent(kFeatureAvx2) != 0};
+}
+
+} // namespace qor::Texsmith::Platform
