@@ -3,6 +3,7 @@ set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
 # The variant with POSIX threads: the other one has no std::thread and no std::mutex.
+set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix) # for GoogleTest
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 # The stack is aligned to 16 bytes only, and this compiler spills 32-byte registers as if it were to 32.

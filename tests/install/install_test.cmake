@@ -1,6 +1,7 @@
 # Installs the build tree into a fresh folder, and uses it from there: through the CMake package with the shared
-# and the static library, and through the .pc file where pkg-config is found.
-# cmake -DBUILD_DIR= -DWORK_DIR= -DSOURCE_DIR= -P install_test.cmake
+# and the static library, and through the .pc file where pkg-config is found. A cross build gives its toolchain file
+# and what runs its programs.
+# cmake -DBUILD_DIR= -DWORK_DIR= -DSOURCE_DIR= [-DTOOLCHAIN_FILE= -DEMULATOR=] -P install_test.cmake
 
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -12,15 +13,15 @@ endfunction()
 # Converts a picture there and back and there again; the two containers must be equal.
 function(try_program program)
     set(picture ${SOURCE_DIR}/samples/moon.tga)
-    run(${program} ${picture} ${WORK_DIR}/once.vxf)
-    run(${program} ${WORK_DIR}/once.vxf ${WORK_DIR}/back.tga)
+    run(${EMULATOR} ${program} ${picture} ${WORK_DIR}/once.vxf)
+    run(${EMULATOR} ${program} ${WORK_DIR}/once.vxf ${WORK_DIR}/back.tga)
     file(SIZE ${WORK_DIR}/back.tga bytes)
     math(EXPR expected "18 + 4 * 203 * 149")
     if(NOT bytes EQUAL expected)
         message(FATAL_ERROR "back.tga has ${bytes} bytes, not ${expected}")
     endif()
-    run(${program} ${WORK_DIR}/back.tga ${WORK_DIR}/twice.vxf)
-    run(${program} ${WORK_DIR}/twice.vxf ${WORK_DIR}/again.tga)
+    run(${EMULATOR} ${program} ${WORK_DIR}/back.tga ${WORK_DIR}/twice.vxf)
+    run(${EMULATOR} ${program} ${WORK_DIR}/twice.vxf ${WORK_DIR}/again.tga)
     run(${CMAKE_COMMAND} -E compare_files ${WORK_DIR}/back.tga ${WORK_DIR}/again.tga)
 endfunction()
 
@@ -28,8 +29,16 @@ file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/install -B ${WORK_DIR}/build -G Ninja
-    -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH=${prefix})
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+if(TOOLCHAIN_FILE)
+    file(GLOB dlls ${prefix}/bin/*.dll) # Windows looks for them beside the program
+    file(COPY ${dlls} DESTINATION ${WORK_DIR}/build)
+    try_program(${WORK_DIR}/build/consumer_texsmith.exe)
+    try_program(${WORK_DIR}/build/consumer_texsmith_static.exe)
+    run(${EMULATOR} ${prefix}/bin/texsmith.exe info ${WORK_DIR}/back.tga)
+    return()
+endif()
 try_program(${WORK_DIR}/build/consumer_texsmith)
 try_program(${WORK_DIR}/build/consumer_texsmith_static)
 
