@@ -33,8 +33,12 @@ public:
     void initFromStencilSurface(const Vex::DepthRenderTarget* target, unsigned arraySlice);
     void determineTilingModeFromTilingParameters();
     TilingMode getTilingMode() const { return m_tilingMode; }
+    // Bytes that the tiled memory of the surface must have; 0 without a mode. Region operations never touch
+    // what lies beyond.
+    std::uint64_t getTiledBytes() const;
 
     // Without a mode they do nothing and succeed. In the 2d modes one slice is moved, at the region's front.
+    // The last three fail in any mode but their own.
     int tileSurfaceRegion(void* tiled, const void* linear, const GpuAddress::SurfaceRegion* region,
                           unsigned pitch, unsigned slicePitch, unsigned fragment) const;
     int detileSurfaceRegion(void* linear, const void* tiled, const GpuAddress::SurfaceRegion* region,
@@ -52,6 +56,7 @@ private:
         std::max({sizeof(GpuAddress::TilerLinear), sizeof(GpuAddress::Tiler1d), sizeof(GpuAddress::Tiler2d)});
 
     void pointViewsAtStorage();
+    const GpuAddress::SurfaceInfo& surfaceInfo() const; // only with a mode
 
     alignas(8) std::byte m_storage[kStorageBytes]; // one tiler: trivially copyable
     GpuAddress::TilingParameters m_parameters;

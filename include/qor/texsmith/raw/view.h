@@ -8,6 +8,7 @@
 #include "qor/texsmith/raw/element_provider.h"
 #include "qor/texsmith/raw/tilers.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace qor::Texsmith::Raw {
@@ -70,6 +71,14 @@ private:
                     unsigned y) const override;
     void doGetTile(const SurfaceIndex* surfaceIndex, Tile* tile, unsigned x, unsigned y) const override;
     void doPutTile(const SurfaceIndex* surfaceIndex, const Tile* tile, unsigned x, unsigned y) const override;
+    // A block or a tile as it lies in its buffer: a square of elements.
+    struct Area {
+        GpuAddress::SurfaceRegion m_region;
+        unsigned m_side;
+        std::size_t m_bufferBytes;
+    };
+    void getArea(const SurfaceIndex* surfaceIndex, void* buffer, const Area& area) const;
+    void putArea(const SurfaceIndex* surfaceIndex, const void* buffer, const Area& area) const;
     const Tilers& tilersFor(const SurfaceIndex* surfaceIndex) const;
     // The tiled memory of a surface, or null when it does not lie in the texture's memory.
     std::uint8_t* surfaceAddress(const SurfaceIndex* surfaceIndex) const;

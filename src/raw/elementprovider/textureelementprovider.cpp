@@ -1,0 +1,94 @@
+#include "qor/texsmith/raw/view.h"
+
+#include "raw/tiling.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace qor::Texsmith::Raw {
+
+TextureElementProvider::TextureElementProvider(const Texture* texture) {
+    setupAsTexture(texture);
+    if (texture == nullptr) {
+        return;
+    }
+    m_texture.m_memoryRegion = texture->m_memoryRegion;
+    const unsigned slices = std::min(texture->getLastArraySlice() + 1, kSlices);
+    for (unsigned mip = 0; mip < m_surfaceCount.mips; ++mip) {
+        for (unsigned slice = 0; slice < slices; ++slice) {
+            m_tilers[mip][slice].initFromTexture(texture, mip, slice);
+        }
+        computeSurfaceOffsetAndSize(&m_mipOffset[mip], &m_mipSize[mip], texture, mip, 0);
+    }
+}
+
+const Tilers& TextureElementProvider::tilersFor(const SurfaceIndex* surfaceIndex) const {
+    const unsigned slice = surfaceIndex->arrayEntry * m_surfaceCount.faces + surfaceIndex->face;
+    return m_tilers[surfaceIndex->mip][slice % kSlices];
+}
+
+std::uint8_t* TextureElementProvider::surfaceAddress(const SurfaceIndex* surfaceIndex) const {
+    const Tilers& tilers = tilersFor(surfaceIndex);
+    // The view may name more slices than the texture has.
+    if (tilers.getTilingMode() == kTilingModeNone ||
+        surfaceIndex->arrayEntry >= m_surfaceCount.arrayEntries) {
+        return nullptr;
+    }
+    const unsigned mip = surfaceIndex->mip;
+    const std::uint64_t slice = surfaceIndex->arrayEntry * m_surfaceCount.faces + surfaceIndex->face;
+    const std::uint64_t bytes = std::max(m_mipSize[mip], tilers.getTiledBytes());
+    return tiledBytesAt(m_texture.m_memoryRegion, m_mipOffset[mip] + m_mipSize[mip] * slice, bytes);
+}
+
+void TextureElementProvider::getArea(const SurfaceIndex* surfaceIndex, void* buffer, const Area& area) const {
+    const GpuAddress::SurfaceRegion& region = area.m_region;
+    const unsigned elements = area.m_side * area.m_side;
+    const std::uint8_t* tiled = surfaceAddress(surfaceIndex);
+    const bool overhangs = (region.m_right - region.m_left) * (region.m_bottom - region.m_top) < elements;
+    if (overhangs || tiled == nullptr) {
+        std::memset(buffer, 0, area.m_bufferBytes);
+    }
+    if (tiled != nullptr) {
+        tilersFor(surfaceIndex)
+            .detileSurfaceRegion(buffer, tiled, &region, area.m_side, elements, surfaceIndex->fragment);
+    }
+}
+
+void TextureElementProvider::putArea(const SurfaceIndex* surfaceIndex, const void* buffer,
+                                     const Area& area) const {
+    if (std::uint8_t* tiled = surfaceAddress(surfaceIndex)) {
+        tilersFor(surfaceIndex)
+            .tileSurfaceRegion(tiled, buffer, &area.m_region, area.m_side, area.m_side * area.m_side,
+                               surfaceIndex->fragment);
+    }
+}
+
+void TextureElementProvider::doGetBlock(const SurfaceIndex* surfaceIndex, Block* block, unsigned x,
+                                        unsigned y) const {
+    Area area = {{}, getElementsPerBlockTall(), sizeof *block};
+    calculateSurfaceRegionForBlock(&area.m_region, surfaceIndex, x, y);
+    getArea(surfaceIndex, block, area);
+}
+
+void TextureElementProvider::doPutBlock(const SurfaceIndex* surfaceIndex, const Block* block, unsigned x,
+                                        unsigned y) const {
+    Area area = {{}, getElementsPerBlockTall(), sizeof *block};
+    calculateSurfaceRegionForBlock(&area.m_region, surfaceIndex, x, y);
+    putArea(surfaceIndex, block, area);
+}
+
+void TextureElementProvider::doGetTile(const SurfaceIndex* surfaceIndex, Tile* tile, unsigned x,
+                                       unsigned y) const {
+    Area area = {{}, getElementsPerTileTall(), sizeof *tile};
+    calculateSurfaceRegionForTile(&area.m_region, surfaceIndex, x, y);
+    getArea(surfaceIndex, tile, area);
+}
+
+void TextureElementProvider::doPutTile(const SurfaceIndex* surfaceIndex, const Tile* tile, unsigned x,
+                                       unsigned y) const {
+    Area area = {{}, getElementsPerTileTall(), sizeof *tile};
+    calculateSurfaceRegionForTile(&area.m_region, surfaceIndex, x, y);
+    putArea(surfaceIndex, tile, area);
+}
+
+} // namespace qor::Texsmith::Raw

@@ -1,0 +1,25 @@
+#include "raw/job/imagetotiledjob.h"
+
+#include "raw/tiling.h"
+
+namespace qor::Texsmith::Raw {
+
+namespace {
+
+constexpr char kSourcePath[] = "raw\\job\\imagetotiledjob";
+
+}
+
+Error ImageToTiledJob::doPerElementRowsCallback(unsigned, const SurfaceIndex* surfaceIndex, unsigned begin,
+                                                unsigned end) const {
+    SurfaceRows rows;
+    const Error error = locateSurfaceRows(&rows, m_image, m_tiled, surfaceIndex, begin, end, kSourcePath);
+    if (error != kErrorNone) {
+        return error;
+    }
+    const int status = rows.m_tilers.tileSurfaceRegion(
+        rows.m_tiled, rows.m_linear, &rows.m_region, rows.m_pitch, rows.m_slicePitch, surfaceIndex->fragment);
+    return checkAddressStatus(status, kSourcePath);
+}
+
+} // namespace qor::Texsmith::Raw
