@@ -19,8 +19,9 @@ struct PoolWork {
     std::atomic<unsigned> m_references{1};
     std::atomic<unsigned> m_claimable{0}; // runs that no thread has taken; grows under the pool's mutex only
 
+    std::atomic<std::uint64_t> m_outstanding{0}; // runs that have not returned; changes under the mutex only
+
     // Under the pool's mutex.
-    std::uint64_t m_outstanding = 0; // runs that have not returned
     unsigned m_waiters = 0;
     bool m_isQueued = false;
     PoolWork* m_next = nullptr;
@@ -29,7 +30,22 @@ struct PoolWork {
 
 namespace {
 
+// About the time that the system needs to wake a thread.
+constexpr int kSpins = 50;
+
+using Lock = std::unique_lock<std::mutex>;
+
 thread_local bool t_isPoolThread = false;
+
+// A short wait without the mutex, to go before a long one in the system: a job of small runs is over sooner
+// than a thread can be put to sleep and woken.
+template <class Ready> void spin(Lock& lock, Ready ready) {
+    lock.unlock();
+    for (int i = 0; i < kSpins && !ready(); ++i) {
+        std::this_thread::yield();
+    }
+    lock.lock();
+}
 
 void retain(Work work) { work->m_references.fetch_add(1, std::memory_order_relaxed); }
 
@@ -57,9 +73,8 @@ public:
     void waitForAll();
 
 private:
-    using Lock = std::unique_lock<std::mutex>;
-
     void serve();
+    Work nextWork(Lock& lock);
     Work frontOfQueue();
     void enqueue(Work work);
     void takeRuns(Work work, Lock& lock);
@@ -67,7 +82,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_submitted;
     std::condition_variable m_allReturned;
-    Work m_first = nullptr;
+    std::atomic<Work> m_first{nullptr}; // changes under the mutex only
     Work m_last = nullptr;
     unsigned m_idle = 0;
     std::uint64_t m_outstanding = 0;
@@ -109,14 +124,18 @@ void Pool::submit(Work work, unsigned runs) {
 // A waiting pool thread takes runs itself: were all threads to wait, nobody else would.
 void Pool::wait(Work work) {
     Lock lock(m_mutex);
+    bool hasSpun = false;
     while (work->m_outstanding != 0) {
-        if (t_isPoolThread && work->m_claimable.load(std::memory_order_relaxed) != 0) {
+        if (t_isPoolThread && work->m_claimable != 0) {
             takeRuns(work, lock);
-            continue;
+        } else if (!hasSpun) {
+            spin(lock, [work] { return work->m_outstanding == 0; });
+            hasSpun = true;
+        } else {
+            ++work->m_waiters;
+            work->m_changed.wait(lock);
+            --work->m_waiters;
         }
-        ++work->m_waiters;
-        work->m_changed.wait(lock);
-        --work->m_waiters;
     }
 }
 
@@ -129,26 +148,33 @@ void Pool::serve() {
     t_isPoolThread = true;
     Lock lock(m_mutex);
     for (;;) {
-        if (const Work work = frontOfQueue()) {
-            takeRuns(work, lock);
-        } else {
-            ++m_idle;
-            m_submitted.wait(lock);
-            --m_idle;
-        }
+        takeRuns(nextWork(lock), lock);
     }
+}
+
+Work Pool::nextWork(Lock& lock) {
+    if (frontOfQueue() == nullptr) {
+        spin(lock, [this] { return m_first != nullptr; });
+    }
+    while (frontOfQueue() == nullptr) {
+        ++m_idle;
+        m_submitted.wait(lock);
+        --m_idle;
+    }
+    return m_first;
 }
 
 // The first work with runs to take; drops those before it.
 Work Pool::frontOfQueue() {
-    while (m_first != nullptr && m_first->m_claimable.load(std::memory_order_relaxed) == 0) {
-        const Work work = m_first;
+    Work work = m_first;
+    while (work != nullptr && work->m_claimable == 0) {
         m_first = work->m_next;
         work->m_next = nullptr;
         work->m_isQueued = false;
         release(work);
+        work = m_first;
     }
-    return m_first;
+    return work;
 }
 
 void Pool::enqueue(Work work) {
@@ -157,7 +183,11 @@ void Pool::enqueue(Work work) {
     }
     retain(work);
     work->m_isQueued = true;
-    (m_first != nullptr ? m_last->m_next : m_first) = work;
+    if (m_first != nullptr) {
+        m_last->m_next = work;
+    } else {
+        m_first = work;
+    }
     m_last = work;
 }
 
