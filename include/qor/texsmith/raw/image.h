@@ -9,13 +9,14 @@
 #include "qor/texsmith/raw/element_provider.h"
 #include "qor/texsmith/raw/memory_region.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace qor::Texsmith::Raw {
 
 // Usable once its region is set and it has been set up as a texture. The region is not owned. Where the
 // region is shorter than the descriptor asks for, an access beyond it is reported, reads zeros and drops
-// writes.
+// writes. Setting up an image of 4 GiB or more is reported and leaves a texture of all zeros.
 class QOR_TEXSMITH_API Image : public ElementProvider {
 public:
     static constexpr unsigned kMaxMips = 16;
@@ -42,7 +43,6 @@ protected:
 
     MemoryRegion* m_memoryRegion = nullptr;
     MipRecord m_mips[kMaxMips] = {};
-    // Computed in 64 bits; a size that does not fit 32 bits is reported and stored as the largest number.
     std::uint32_t m_bytesPerFace = 0;
     std::uint32_t m_bytesPerArrayEntry = 0;
     std::uint32_t m_bytesTotal = 0;
@@ -65,12 +65,16 @@ private:
     std::uint64_t getAllFragmentSurfaceOffsetInBytes(const SurfaceIndex* surfaceIndex) const;
     std::uint64_t getAllFragmentSurfaceSizeInBytes(const SurfaceIndex* surfaceIndex) const;
     std::uint64_t getElementOffsetInBytes(const SurfaceIndex* surfaceIndex, unsigned x, unsigned y) const;
+    std::uint64_t faceOffset(const SurfaceIndex* surfaceIndex) const;
     std::uint64_t regionLength() const { return m_memoryRegion != nullptr ? m_memoryRegion->length() : 0; }
-    MemoryRegion regionAt(std::uint64_t offset, std::uint64_t size) const;
+    const MipRecord& recordOf(const SurfaceIndex* surfaceIndex) const;
+    MemoryRegion regionAt(std::uint64_t offset, std::uint64_t size, const SurfaceIndex* surfaceIndex) const;
     Rectangle rectangleAt(const SurfaceIndex* surfaceIndex, unsigned x, unsigned y, unsigned elementsWide,
                           unsigned elementsTall) const;
-    void getRectangle(const Rectangle& from, void* to, unsigned pitch) const;
+    void reportOutside(const Rectangle& rectangle) const;
+    void getRectangle(const Rectangle& from, void* to, std::size_t size, unsigned pitch) const;
     void putRectangle(const Rectangle& to, const void* from, unsigned pitch) const;
+    void becomeEmpty();
 };
 
 // An image that sizes its storage to the descriptor. Conversions take one as their destination. The storage

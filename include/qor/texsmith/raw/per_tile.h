@@ -77,7 +77,7 @@ public:
     static constexpr unsigned kMaxChain = 16;
 
     PerTileJob(const ElementProvider* elementProvider, PerTile* perTile, Configuration* configuration);
-    // A chain above 16 is reported and cut.
+    // A chain above 16 is reported and cut. Null entries are reported and left out.
     PerTileJob(const ElementProvider* elementProvider, PerTile** chain, Configuration* configuration,
                unsigned length);
 
@@ -106,6 +106,7 @@ protected:
 
 private:
     virtual void doTexels(unsigned callbackId, const VectorFloat* texels, unsigned count) const = 0;
+    void reportTexels(unsigned callbackId, const Tile& texels, unsigned mip, unsigned x, unsigned y) const;
 
     const ElementProvider* m_elementProvider;
     DecoderConfiguration m_decoderConfiguration;

@@ -1,0 +1,170 @@
+#include "qor/texsmith/raw/per_tile.h"
+
+#include "raw/check.h"
+#include "raw/compose_modifiers.h"
+#include "raw/format_codec.h"
+#include "raw/surface_walk.h"
+#include "raw/texture_format.h"
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr char kSourcePath[] = "raw\\per_tile";
+
+} // namespace
+
+PerSurfaceJob::PerSurfaceJob(const ElementProvider* elementProvider)
+    : PerSurfaceJob(elementProvider, nullptr) {}
+
+PerSurfaceJob::PerSurfaceJob(const ElementProvider* elementProvider, Configuration* configuration)
+    : Job(configuration, 0), m_elementProvider(elementProvider) {
+    if (checkNotNull(elementProvider, kSourcePath, "elementProvider must not be NULL.")) {
+        m_surfaceCount = elementProvider->getSurfaceCount();
+    }
+}
+
+Error PerSurfaceJob::doCallback(unsigned callbackId) const {
+    if (m_elementProvider == nullptr) {
+        return kErrorFailed;
+    }
+    for (SurfaceWalk walk(m_surfaceCount, m_elementProvider->getTexture()); !walk.atEnd(); walk.advance()) {
+        const Error error = doPerSurfaceCallback(callbackId, &walk.index());
+        if (error != kErrorNone) {
+            return error;
+        }
+    }
+    return kErrorNone;
+}
+
+Error PerElementRowsJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const {
+    const WorkItems rows = getWorkItems(callbackId, getElementProvider()->getElementsTall(surfaceIndex->mip));
+    return doPerElementRowsCallback(callbackId, surfaceIndex, rows.m_begin, rows.m_end);
+}
+
+Error PerBlockRowsJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const {
+    const WorkItems rows = getWorkItems(callbackId, getElementProvider()->getBlocksTall(surfaceIndex->mip));
+    return doPerBlockRowsCallback(callbackId, surfaceIndex, rows.m_begin, rows.m_end);
+}
+
+Error PerTile::perTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
+                               unsigned y) const {
+    if (!checkNotNull(surfaceIndex, kSourcePath, "surfaceIndex must not be NULL.")) {
+        return kErrorFailed;
+    }
+    return doPerTileCallback(callbackId, surfaceIndex, x, y);
+}
+
+Error PerTile::doPrologue(unsigned) const { return kErrorNone; }
+Error PerTile::doEpilogue(unsigned) const { return kErrorNone; }
+
+PerTileJob::PerTileJob(const ElementProvider* elementProvider, PerTile* perTile, Configuration* configuration)
+    : PerSurfaceJob(elementProvider, configuration), m_chain{}, m_length(0) {
+    init(&perTile, 1);
+}
+
+PerTileJob::PerTileJob(const ElementProvider* elementProvider, PerTile** chain, Configuration* configuration,
+                       unsigned length)
+    : PerSurfaceJob(elementProvider, configuration), m_chain{}, m_length(0) {
+    init(chain, length);
+}
+
+void PerTileJob::init(PerTile** chain, unsigned length) {
+    if (!checkNotNull(chain, kSourcePath, "chain must not be NULL.")) {
+        return;
+    }
+    if (length > kMaxChain) {
+        toolsAssert(kSourcePath, __LINE__,
+                    "maximum length of PerTile chain is %d but a chain of %d was attempted",
+                    static_cast<int>(kMaxChain), static_cast<int>(length));
+    }
+    for (unsigned i = 0; i < length && i < kMaxChain; ++i) {
+        if (checkNotNull(chain[i], kSourcePath, "perTile must not be NULL.")) {
+            m_chain[m_length++] = chain[i];
+            chain[i]->prologue(static_cast<unsigned>(getCallbacks()));
+        }
+    }
+}
+
+Error PerTileJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const {
+    const WorkItems rows = getWorkItems(callbackId, getElementProvider()->getTilesTall(surfaceIndex->mip));
+    const unsigned tilesWide = getElementProvider()->getTilesWide(surfaceIndex->mip);
+    for (unsigned y = rows.m_begin; y < rows.m_end; ++y) {
+        if (isAborted()) {
+            return kErrorAborted;
+        }
+        const Error error = walkRow(callbackId, surfaceIndex, y, tilesWide);
+        if (error != kErrorNone) {
+            return error;
+        }
+    }
+    return kErrorNone;
+}
+
+Error PerTileJob::walkRow(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned y,
+                          unsigned tilesWide) const {
+    for (unsigned x = 0; x < tilesWide; ++x) {
+        for (unsigned i = 0; i < m_length; ++i) {
+            const Error error = m_chain[i]->perTileCallback(callbackId, surfaceIndex, x, y);
+            if (error != kErrorNone) {
+                return error;
+            }
+        }
+    }
+    return kErrorNone;
+}
+
+Error PerTileJob::doEpilogue() const {
+    for (unsigned i = 0; i < m_length; ++i) {
+        const Error error = m_chain[i]->epilogue(static_cast<unsigned>(getCallbacks()));
+        if (error != kErrorNone) {
+            return error;
+        }
+    }
+    return kErrorNone;
+}
+
+PerTexel::PerTexel(const ElementProvider* elementProvider, Configuration* configuration)
+    : m_elementProvider(elementProvider) {
+    const bool hasProvider = checkNotNull(elementProvider, kSourcePath, "elementProvider must not be NULL.");
+    if (checkNotNull(configuration, kSourcePath, "configuration must not be NULL.")) {
+        m_decoderConfiguration = configuration->m_decoderConfiguration;
+    }
+    if (hasProvider) {
+        m_decoderConfiguration.setTexture(&elementProvider->getTexture());
+        composeDecoder(&m_decoderConfiguration, elementProvider->getModifiers());
+    }
+}
+
+Error PerTexel::doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
+                                  unsigned y) const {
+    if (m_elementProvider == nullptr) {
+        return kErrorFailed;
+    }
+    const SurfaceFormatInfo& info = infoOf(m_decoderConfiguration.getTexture()->getDataFormat());
+    if (info.decodeTile == nullptr) {
+        return kErrorFailed;
+    }
+    Tile stored = {}, texels = {};
+    m_elementProvider->getTile(surfaceIndex, &stored, x, y);
+    decodeTileAndModify(&texels, &stored, packedPitchInBytes(info, 8), &m_decoderConfiguration);
+    reportTexels(callbackId, texels, surfaceIndex->mip, x, y);
+    return kErrorNone;
+}
+
+// The padding of a tile that overhangs the surface must not be counted.
+void PerTexel::reportTexels(unsigned callbackId, const Tile& texels, unsigned mip, unsigned x,
+                            unsigned y) const {
+    const unsigned wide = m_elementProvider->getPixelsWide(mip), tall = m_elementProvider->getPixelsTall(mip);
+    const unsigned left = x * 8, top = y * 8;
+    if (left + 8 <= wide && top + 8 <= tall) {
+        doTexels(callbackId, texels.m_texels, 64);
+        return;
+    }
+    for (unsigned row = 0; row < 8 && top + row < tall; ++row) {
+        for (unsigned column = 0; column < 8 && left + column < wide; ++column) {
+            doTexels(callbackId, &texels.m_texels[row * 8 + column], 1);
+        }
+    }
+}
+
+} // namespace qor::Texsmith::Raw
