@@ -1,0 +1,32 @@
+#include "qor/texsmith/raw/view.h"
+#include "raw/check.h"
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr char kSourcePath[] = "raw\\elementprovider\\assurfaceelementprovider";
+
+} // namespace
+
+AsSurfaceElementProvider::AsSurfaceElementProvider(const ElementProvider* target,
+                                                   const SurfaceIndex* surfaceIndex) {
+    setTarget(target, surfaceIndex);
+}
+
+void AsSurfaceElementProvider::setTarget(const ElementProvider* target, const SurfaceIndex* surfaceIndex) {
+    const bool hasTarget = checkNotNull(target, kSourcePath, "target must not be NULL.");
+    if (!checkNotNull(surfaceIndex, kSourcePath, "surfaceIndex must not be NULL.") || !hasTarget) {
+        return;
+    }
+    m_surfaceIndex = *surfaceIndex;
+    setProxied(target);
+    setupAsTwoDimensional(target->getDataFormat(), target->getPixelsWide(surfaceIndex->mip),
+                          target->getPixelsTall(surfaceIndex->mip));
+}
+
+bool AsSurfaceElementProvider::doAdjustTileForTarget(SurfaceIndex* index, unsigned*, unsigned*) const {
+    *index = m_surfaceIndex;
+    return true;
+}
+
+} // namespace qor::Texsmith::Raw
