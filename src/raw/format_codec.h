@@ -9,6 +9,8 @@
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/vector_math.h"
 
+#include <array>
+
 namespace qor::Texsmith::Raw {
 
 // No run handed to an encoder step may be longer. A longer one is reported and encoded in runs of this many.
@@ -18,8 +20,8 @@ inline constexpr int kMaxCount = 16;
 // texels of four bytes. The kernel of the selects X, Y, Z, W does nothing. 4,096 entries each, indexed by the
 // selects x * 512 + y * 64 + z * 8 + w.
 using Swizzle = void (*)(void* texels, unsigned count);
-extern const Swizzle g_swizzleFloat[4096];
-extern const Swizzle g_swizzle8[4096];
+extern const std::array<Swizzle, 4096> g_swizzleFloat;
+extern const std::array<Swizzle, 4096> g_swizzle8;
 constexpr unsigned swizzleIndex(Vex::DataFormat format) {
     return format.getChannel(0) * 512 + format.getChannel(1) * 64 + format.getChannel(2) * 8 +
            format.getChannel(3);

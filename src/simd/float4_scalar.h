@@ -104,6 +104,30 @@ inline Int4 select(Int4 mask, Int4 a, Int4 b) {
 inline Int4 bitsOf(Float4 a) { return std::bit_cast<Int4>(a); }
 inline Float4 floatsOf(Int4 a) { return std::bit_cast<Float4>(a); }
 
+// Lanes i of the result are lanes kI of the operand.
+template <int kX, int kY, int kZ, int kW> inline Int4 shuffle(Int4 a) {
+    return {{a.m_lanes[kX], a.m_lanes[kY], a.m_lanes[kZ], a.m_lanes[kW]}};
+}
+inline Int4 makeInts(std::uint32_t x, std::uint32_t y, std::uint32_t z, std::uint32_t w) {
+    return {{x, y, z, w}};
+}
+
+// One lane for each byte or 16-bit part of a number, from its least significant end; and back, from lanes
+// that fit.
+inline Int4 fromBytes(std::uint32_t bytes) {
+    return {{bytes & 0xFF, bytes >> 8 & 0xFF, bytes >> 16 & 0xFF, bytes >> 24}};
+}
+inline Int4 fromWords(std::uint64_t words) {
+    return eachLane<Int4>([&](int i) { return static_cast<std::uint32_t>(words >> 16 * i & 0xFFFF); });
+}
+inline std::uint32_t toBytes(Int4 a) {
+    return a.m_lanes[0] | a.m_lanes[1] << 8 | a.m_lanes[2] << 16 | a.m_lanes[3] << 24;
+}
+inline std::uint64_t toWords(Int4 a) {
+    return (a.m_lanes[0] | static_cast<std::uint64_t>(a.m_lanes[1]) << 16) |
+           static_cast<std::uint64_t>(a.m_lanes[2] | a.m_lanes[3] << 16) << 32;
+}
+
 // From signed integers, and back: to nearest with ties to even, or toward zero. What is not a number or does
 // not fit gives 0x80000000.
 inline Float4 toFloats(Int4 a) {

@@ -45,6 +45,34 @@ inline Int4 select(Int4 mask, Int4 a, Int4 b) {
     return {_mm_or_si128(_mm_and_si128(mask.m_lanes, a.m_lanes), _mm_andnot_si128(mask.m_lanes, b.m_lanes))};
 }
 
+template <int kX, int kY, int kZ, int kW> inline Int4 shuffle(Int4 a) {
+    return {_mm_shuffle_epi32(a.m_lanes, kX | kY << 2 | kZ << 4 | kW << 6)};
+}
+inline Int4 makeInts(std::uint32_t x, std::uint32_t y, std::uint32_t z, std::uint32_t w) {
+    return {
+        _mm_set_epi32(static_cast<int>(w), static_cast<int>(z), static_cast<int>(y), static_cast<int>(x))};
+}
+inline Int4 fromBytes(std::uint32_t bytes) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i words = _mm_unpacklo_epi8(_mm_cvtsi32_si128(static_cast<int>(bytes)), zero);
+    return {_mm_unpacklo_epi16(words, zero)};
+}
+inline Int4 fromWords(std::uint64_t words) {
+    const __m128i loaded = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&words));
+    return {_mm_unpacklo_epi16(loaded, _mm_setzero_si128())};
+}
+inline std::uint32_t toBytes(Int4 a) {
+    const __m128i words = _mm_packs_epi32(a.m_lanes, a.m_lanes);
+    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
+}
+// The pack saturates signed numbers, so the lanes are made signed first.
+inline std::uint64_t toWords(Int4 a) {
+    const __m128i extended = _mm_srai_epi32(_mm_slli_epi32(a.m_lanes, 16), 16);
+    std::uint64_t words;
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(&words), _mm_packs_epi32(extended, extended));
+    return words;
+}
+
 inline Int4 bitsOf(Float4 a) { return {_mm_castps_si128(a.m_lanes)}; }
 inline Float4 floatsOf(Int4 a) { return {_mm_castsi128_ps(a.m_lanes)}; }
 
