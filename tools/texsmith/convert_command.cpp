@@ -30,6 +30,13 @@ std::string resolveDestination(const std::string& source, const std::string& des
     return Raw::DerivedFilename(destination.c_str(), source.c_str()).c_str();
 }
 
+// The source itself, of the same type, was named as the destination.
+bool isAlreadyThere(const std::string& source, const std::string& destination) {
+    return Raw::getFileTypeFromExtension(source.c_str()) ==
+               Raw::getFileTypeFromExtension(destination.c_str()) &&
+           Platform::isSameFile(source.c_str(), destination.c_str());
+}
+
 // A file beside the destination, with its extension, that takes its place once it is whole.
 class TemporaryFile {
 public:
@@ -90,7 +97,7 @@ void convertCommand(Arguments arguments) {
     }
     const std::string source = arguments[0];
     const std::string destination = resolveDestination(source, arguments[1]);
-    if (Platform::isSameFile(source.c_str(), destination.c_str())) {
+    if (isAlreadyThere(source, destination)) {
         return;
     }
     TemporaryFile temporary(destination);
