@@ -12,6 +12,7 @@
 namespace Tool {
 namespace {
 
+using namespace qor;
 using namespace qor::Texsmith;
 
 constexpr const char* kTileModeNames[] = {
