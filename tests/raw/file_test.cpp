@@ -1,0 +1,173 @@
+#include "support/report_recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace qor::Texsmith::Raw;
+using TestSupport::ReportRecorder;
+
+constexpr char kMark[] = "\xEF\xBB\xBF";
+
+// A region on a text that stays where it is.
+class TextRegion : public MemoryRegion {
+public:
+    explicit TextRegion(std::string text) : m_text(std::move(text)) {
+        build(m_text.data(), static_cast<unsigned>(m_text.size()));
+    }
+
+private:
+    std::string m_text;
+};
+
+std::string readAll(File& file) {
+    std::string all;
+    for (int c = file.getCharacter(); c >= 0; c = file.getCharacter()) {
+        all += static_cast<char>(c);
+    }
+    return all;
+}
+
+TEST(File, TextModeSkipsTheMarkAndJoinsLineEnds) {
+    const struct {
+        std::string m_contents;
+        File::Mode m_mode;
+        std::string m_read;
+    } kCases[] = {
+        {"a\r\nb\r\r\nc\r", File::kModeText, "a\nb\r\nc\r"},
+        {"a\r\nb", File::kModeBinary, "a\r\nb"},
+        {std::string(kMark) + "x", File::kModeText, "x"},
+        {std::string(kMark) + "x", File::kModeBinary, std::string(kMark) + "x"},
+        {kMark, File::kModeText, ""},
+        {"\xEF\xBB", File::kModeText, "\xEF\xBB"},
+        {"", File::kModeText, ""},
+    };
+    for (const auto& c : kCases) {
+        TextRegion region(c.m_contents);
+        File file;
+        file.open(&region, c.m_mode);
+        EXPECT_EQ(readAll(file), c.m_read);
+        EXPECT_TRUE(file.isAtEnd());
+        file.reset();
+        EXPECT_EQ(readAll(file), c.m_read);
+    }
+}
+
+TEST(File, SeeksWithinTheContents) {
+    TextRegion region(std::string(kMark) + "0123456");
+    File file;
+    file.open(&region, File::kModeText);
+    const struct {
+        std::int64_t m_offset;
+        File::Origin m_origin;
+        std::int64_t m_position;
+    } kCases[] = {{0, File::kOriginStart, 3},
+                  {1, File::kOriginStart, 1},
+                  {4, File::kOriginCurrent, 5},
+                  {-2, File::kOriginEnd, 8},
+                  {INT64_MAX, File::kOriginCurrent, 10},
+                  {INT64_MAX, File::kOriginEnd, 10},
+                  {-5, File::kOriginCurrent, 5},
+                  {INT64_MIN, File::kOriginCurrent, 3},
+                  {INT64_MIN, File::kOriginEnd, 3}};
+    for (const auto& c : kCases) {
+        file.seek(c.m_offset, c.m_origin);
+        EXPECT_EQ(file.position(), c.m_position) << c.m_offset << " " << c.m_origin;
+    }
+}
+
+TEST(File, FgetsReadsLines) {
+    TextRegion region("ab\r\nlonger\n\nend");
+    File file;
+    file.open(&region, File::kModeText);
+    char buffer[5];
+    EXPECT_EQ(fgets(buffer, 0, &file), nullptr);
+    EXPECT_EQ(std::string(fgets(buffer, 1, &file)), "");
+    for (const char* expected : {"ab\n", "long", "er\n", "\n", "end"}) {
+        ASSERT_EQ(fgets(buffer, sizeof buffer, &file), buffer);
+        EXPECT_EQ(std::string(buffer), expected);
+    }
+    EXPECT_EQ(fgets(buffer, sizeof buffer, &file), nullptr);
+}
+
+TEST(File, AFixedRegionCutsWrites) {
+    TextRegion region("........");
+    File file;
+    file.open(&region, File::kModeBinary);
+    EXPECT_EQ(file.write("abcdef", 2, 3), 6u);
+    EXPECT_EQ(file.write("ghij", 1, 4), 2u);
+    EXPECT_EQ(file.write("k", 1, 1), 0u);
+    EXPECT_EQ(file.write("k", UINT64_MAX / 2, 3), 0u); // a product beyond 64 bits
+    EXPECT_EQ(std::memcmp(region.begin, "abcdefgh", 8), 0);
+    file.seek(2, File::kOriginStart);
+    EXPECT_EQ(file.write("CD", 1, 2), 2u);
+    EXPECT_EQ(std::memcmp(region.begin, "abCDefgh", 8), 0);
+    file.close();
+    EXPECT_EQ(region.length(), 8u);
+}
+
+TEST(File, AResizableRegionGrowsInStepsAndLosesTheSlack) {
+    AllocatedMemory memory;
+    File file;
+    file.open(&memory, File::kModeText);
+    EXPECT_TRUE(file.isAtEnd());
+    fprintf(&file, "%s %d\n", "line", 1);
+    EXPECT_EQ(memory.length(), 8192u);
+    EXPECT_EQ(file.size(), 7);
+    const std::string block(8186, 'b');
+    EXPECT_EQ(file.write(block.data(), 1, block.size()), block.size());
+    EXPECT_EQ(memory.length(), 16384u);
+    fprintf(&file, "%s", std::string(2000, 'c').c_str()); // formats at most 1023 bytes
+    file.close();
+    EXPECT_EQ(std::string(memory.begin, memory.end), "line 1\n" + block + std::string(1023, 'c'));
+}
+
+// A region that stops growing at a limit, as one on a full disk does.
+class LimitedMemory : public ResizableMemoryRegion {
+public:
+    std::uint8_t m_bytes[8192] = {};
+
+private:
+    void doResize(unsigned long long bytes) override {
+        begin = bytes <= sizeof m_bytes ? m_bytes : nullptr;
+        end = begin != nullptr ? begin + bytes : nullptr;
+    }
+};
+
+TEST(File, ARegionThatFailsToGrowTakesNothingMore) {
+    LimitedMemory memory;
+    File file;
+    file.open(&memory, File::kModeBinary);
+    const std::string block(8000, 'b');
+    EXPECT_EQ(file.write(block.data(), 1, block.size()), block.size());
+    EXPECT_EQ(file.write(block.data(), 1, block.size()), 0u);
+    EXPECT_EQ(file.size(), 0);
+    EXPECT_EQ(file.getCharacter(), -1);
+}
+
+TEST(File, ReportsMisuse) {
+    const ReportRecorder recorder;
+    File* const none = nullptr;
+    File file;
+    file.close();
+    char buffer[4];
+    EXPECT_EQ(fgets(nullptr, 4, &file), nullptr);
+    EXPECT_EQ(fgets(buffer, 4, none), nullptr);
+    fprintf(none, "x");
+    fprintf(&file, nullptr);
+    file.open(static_cast<MemoryRegion*>(nullptr), File::kModeText);
+    EXPECT_FALSE(file.isOpen());
+    EXPECT_EQ(file.write("x", 1, 1), 0u);
+    EXPECT_EQ(recorder.texts(), "File can't be closed if it was never opened.\n"
+                                "buffer must not be NULL.\n"
+                                "file must not be NULL.\n"
+                                "file must not be NULL.\n"
+                                "format must not be NULL.\n"
+                                "region must not be NULL.\n");
+}
+
+} // namespace
