@@ -4,24 +4,21 @@
 
 #include "qor/texsmith/tools_assert.h"
 
-#include <source_location>
-
 namespace qor::Texsmith::Raw {
 
 // `message` is the whole text, as in "source must not be NULL."
 inline bool checkNotNull(const void* pointer, const char* file, const char* message,
-                         std::source_location where = std::source_location::current()) {
+                         int line = QOR_TEXSMITH_CALLER_LINE) {
     if (pointer == nullptr) {
-        toolsAssert(file, static_cast<int>(where.line()), message);
+        toolsAssert(file, line, message);
     }
     return pointer != nullptr;
 }
 
 // `text` is the condition as it stands in the report.
-inline bool check(bool condition, const char* file, const char* text,
-                  std::source_location where = std::source_location::current()) {
+inline bool check(bool condition, const char* file, const char* text, int line = QOR_TEXSMITH_CALLER_LINE) {
     if (!condition) {
-        toolsAssert(file, static_cast<int>(where.line()), "Assertion '%s' failed.", text);
+        toolsAssert(file, line, "Assertion '%s' failed.", text);
     }
     return condition;
 }

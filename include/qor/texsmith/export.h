@@ -28,3 +28,6 @@
 #else
 #    define QOR_TEXSMITH_PRINTF(text, first)
 #endif
+
+// As a default argument: the line of the call.
+#define QOR_TEXSMITH_CALLER_LINE __builtin_LINE()
