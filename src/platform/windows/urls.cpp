@@ -5,6 +5,10 @@
 #include <shlwapi.h>
 #include <urlmon.h>
 
+#include <charconv>
+#include <cstring>
+#include <string_view>
+
 namespace qor::Texsmith::Platform {
 
 namespace {
@@ -37,6 +41,35 @@ private:
     wchar_t* m_text;
 };
 
+constexpr std::string_view kLocalPrefixes[] = {"file:///", "file://localhost/"};
+
+std::string unescape(std::string_view text) {
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char* const digits = text.data() + i + 1;
+        unsigned byte = 0;
+        if (text[i] == '%' && i + 2 < text.size() &&
+            std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
+            plain += static_cast<char>(byte);
+            i += 2;
+        } else {
+            plain += text[i];
+        }
+    }
+    return plain;
+}
+
+// The name of this machine's file, or empty. The system's own way from such a URL to a name takes each escape
+// for a character, but they are bytes of UTF-8.
+std::string localName(const char* url) {
+    for (const std::string_view prefix : kLocalPrefixes) {
+        if (_strnicmp(url, prefix.data(), prefix.size()) == 0) {
+            return unescape(url + prefix.size());
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 bool isUrl(const char* name) { return PathIsURLW(widen(name).c_str()) != 0; }
@@ -60,6 +93,10 @@ bool escapeUrl(const char* url, std::string* escaped, const IAllocator& scratch)
 }
 
 bool cacheUrl(const char* escapedUrl, std::string* path, const IAllocator& scratch) {
+    *path = localName(escapedUrl);
+    if (!path->empty() && fileExists(path->c_str())) {
+        return true;
+    }
     const std::wstring url = widen(escapedUrl);
     wchar_t local[kLocalUnits] = {};
     path->clear();
