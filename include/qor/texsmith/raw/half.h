@@ -6,7 +6,11 @@
 
 #include "qor/texsmith/export.h"
 
+#include <cmath>
 #include <cstdint>
+
+// Some C libraries have a macro of this name in <math.h>, which would take the place of Half::SNAN.
+#undef SNAN
 
 namespace qor::Texsmith::Raw {
 
