@@ -1,6 +1,5 @@
-#include "qor/texsmith/texsmith.h"
+#include "support/loaded_file.h"
 #include "support/report_recorder.h"
-#include "support/tga_writer.h"
 
 #include <gtest/gtest.h>
 
@@ -8,30 +7,23 @@
 
 namespace {
 
-using namespace qor;
 using namespace qor::Texsmith::Raw;
 using namespace TestSupport;
 
-Error loadTga(ReallocatableImage* image, Bytes file, Configuration configuration = Configuration()) {
-    MemoryRegion region;
-    region.build(file.data(), static_cast<unsigned>(file.size()));
-    return convertFromTga(&region, image, &configuration);
-}
-
-Bytes elementsOf(const Image& image) {
-    const MemoryRegion region = image.getMemoryRegion();
-    return Bytes(region.begin, region.end);
+Error loadTga(ReallocatableImage* image, const Bytes& bytes, Configuration configuration = Configuration()) {
+    HeapFile file(bytes);
+    return convertFromTga(file.region(), image, &configuration);
 }
 
 // The element of one pixel: itself or its map entry, with zeros behind.
 Bytes elementOf(const TgaKind& kind, const TgaPicture& picture, const Bytes& pixel) {
     Bytes element = pixel;
     if (kind.m_entryBits != 0) {
-        const std::size_t bytes = kind.m_entryBits / 8;
-        const std::size_t entry = pixel[0] - std::size_t(TgaPicture::kFirstEntry);
-        const auto at = picture.m_writer.m_map.begin() + static_cast<std::ptrdiff_t>(entry * bytes);
+        const std::size_t bytes = kind.m_entryBits / 8,
+                          entry = pixel[0] - std::size_t(TgaPicture::kFirstEntry);
+        const std::uint8_t* map = picture.m_writer.m_map.data();
         element =
-            entry < TgaPicture::kMapEntries ? Bytes(at, at + static_cast<std::ptrdiff_t>(bytes)) : Bytes();
+            entry < TgaPicture::kMapEntries ? Bytes(map + entry * bytes, map + (entry + 1) * bytes) : Bytes();
     }
     element.resize(kind.m_elementBytes);
     return element;
@@ -39,40 +31,29 @@ Bytes elementOf(const TgaKind& kind, const TgaPicture& picture, const Bytes& pix
 
 Bytes expectedElements(const TgaKind& kind, const TgaPicture& picture) {
     const TgaWriter& writer = picture.m_writer;
-    Bytes elements(writer.m_width * writer.m_height * kind.m_elementBytes);
+    Bytes elements(picture.m_pixels.size() * kind.m_elementBytes);
     for (unsigned i = 0; i < picture.m_pixels.size(); ++i) {
-        const unsigned column = i % writer.m_width;
-        const unsigned row = i / writer.m_width;
+        const unsigned column = i % writer.m_width, row = i / writer.m_width;
         const unsigned x = (writer.m_descriptor & 0x10) != 0 ? writer.m_width - 1 - column : column;
         const unsigned y = (writer.m_descriptor & 0x20) != 0 ? row : writer.m_height - 1 - row;
-        const Bytes element = elementOf(kind, picture, picture.m_pixels[i]);
-        std::memcpy(&elements[(y * writer.m_width + x) * kind.m_elementBytes], element.data(),
-                    element.size());
+        std::memcpy(&elements[(y * writer.m_width + x) * kind.m_elementBytes],
+                    elementOf(kind, picture, picture.m_pixels[i]).data(), kind.m_elementBytes);
     }
     return elements;
 }
 
 TEST(Tga, EveryKindLoadsInEveryOrder) {
     for (const TgaKind& kind : kTgaKinds) {
-        for (const std::uint8_t descriptor : Bytes{0x00, 0x10, 0x28, 0x30}) {
+        for (const unsigned descriptor : {0x00u, 0x10u, 0x28u, 0x30u}) {
             for (const bool isRunLength : {false, true}) {
-                SCOPED_TRACE(testing::Message()
-                             << int(kind.m_type) << " " << int(kind.m_pixelBits) << " "
-                             << int(kind.m_entryBits) << " " << int(descriptor) << isRunLength);
+                SCOPED_TRACE(testing::PrintToString(
+                    std::tuple(kind.m_type, kind.m_pixelBits, kind.m_entryBits, descriptor, isRunLength)));
                 const TgaPicture picture(kind, isRunLength, descriptor, 13, 19);
                 MemoryMappedImage image;
-                image.setModifiers([] {
-                    Modifiers other;
-                    other.m_decode.m_add[0] = 1;
-                    return other;
-                }());
                 ASSERT_EQ(loadTga(&image, picture.m_writer.file()), kErrorNone);
                 EXPECT_EQ(image.getDataFormat().m_word, kind.m_format);
                 EXPECT_EQ(image.getPixelsWide(0), 13u);
-                EXPECT_EQ(image.getPixelsTall(0), 19u);
-                EXPECT_EQ(image.getVexTexture()->getTextureType(), Vex::kTextureType2dArray);
-                EXPECT_TRUE(image.getModifiers().m_decode.isNop());
-                EXPECT_EQ(elementsOf(image), expectedElements(kind, picture));
+                EXPECT_EQ(bytesOf(image), expectedElements(kind, picture));
             }
         }
     }
@@ -84,94 +65,60 @@ TEST(Tga, FaultsOfTheHeaderHaveTheirCodes) {
         std::vector<std::pair<std::size_t, std::uint8_t>> m_changes; // of a good file of type 2 with 32 bits
     };
     const Case kCases[] = {
+        // most have a fault further down as well
         {kErrorTgaColorMapType, {{1, 2}, {2, 0}}},
         {kErrorTgaNoImageData, {{2, 0}, {1, 1}}},
         {kErrorTgaImageType, {{2, 4}, {1, 1}}},
         {kErrorTgaImageType, {{2, 8}}},
-        {kErrorTgaImageType, {{2, 12}}},
         {kErrorTgaImageType, {{2, 33}}},
         {kErrorTgaMissingColorMap, {{2, 9}, {12, 0}}},
         {kErrorTgaEmptyColorMap, {{2, 1}, {1, 1}, {12, 0}}},
         {kErrorTgaUnexpectedColorMap, {{1, 1}, {14, 0}}},
         {kErrorTgaZeroDimension, {{12, 0}, {16, 1}}},
-        {kErrorTgaZeroDimension, {{14, 0}}},
-        {kErrorTgaPixelDepth, {{16, 15}}},
-        {kErrorTgaPixelDepth, {{2, 1}, {1, 1}, {5, 1}, {16, 1}}},
+        {kErrorTgaPixelDepth, {{2, 1}, {1, 1}, {5, 1}, {16, 15}}},
         {kErrorTgaColorMapEntrySize, {{2, 1}, {1, 1}, {5, 1}, {7, 15}}},
         {kErrorTgaUnsupported, {{2, 1}, {1, 1}, {5, 1}, {7, 8}, {16, 8}}},
         {kErrorTgaUnsupported, {{16, 8}}},
         {kErrorTgaUnsupported, {{2, 3}, {16, 24}}},
-        {kErrorFailed, {{13, 0x80}}}, // wider than a texture can be
+        {kErrorFailed, {{13, 0x80}}},                                // wider than a texture can be
+        {kErrorFailed, {{16, 64}}},                                  // no decoder
+        {kErrorFailed, {{2, 1}, {1, 1}, {5, 1}, {7, 16}, {16, 16}}}, // no decoder
     };
+    const ReportRecorder recorder;
     for (const Case& testCase : kCases) {
-        const ReportRecorder recorder;
         Bytes file = TgaWriter().file();
+        file.resize(64);
         for (const auto& [offset, value] : testCase.m_changes) {
             file[offset] = value;
         }
         MemoryMappedImage image;
         EXPECT_EQ(loadTga(&image, file), testCase.m_error) << testing::PrintToString(testCase.m_changes);
-        EXPECT_EQ(image.getBytesTotal(), 0u);
-        EXPECT_EQ(recorder.warnings().size(), testCase.m_error == kErrorFailed ? 1u : 0u);
+        EXPECT_TRUE(testCase.m_error == kErrorFailed || image.getBytesTotal() == 0);
     }
-    // Formats without a decoder: 48 and 64 bits, and a map of 16 bits with indices of 16 bits.
-    const std::vector<std::pair<std::size_t, std::uint8_t>> kUndecodable[] = {
-        {{16, 48}}, {{16, 64}}, {{2, 1}, {1, 1}, {5, 1}, {7, 16}, {16, 16}}};
-    for (const auto& changes : kUndecodable) {
-        Bytes file = TgaWriter().file();
-        file.resize(64);
-        for (const auto& [offset, value] : changes) {
-            file[offset] = value;
-        }
-        MemoryMappedImage image;
-        EXPECT_EQ(loadTga(&image, file), kErrorFailed);
-    }
-}
-
-TEST(Tga, TheChannelTypeIsTheConfigurations) {
-    Configuration configuration;
-    configuration.m_textureChannelType = Vex::kTextureChannelTypeSrgb;
-    TgaWriter writer;
-    writer.addPixel({1, 2, 3, 4});
-    MemoryMappedImage image;
-    ASSERT_EQ(loadTga(&image, writer.file(), configuration), kErrorNone);
-    EXPECT_EQ(image.getDataFormat().m_word, 0xF2E90Au);
+    EXPECT_EQ(recorder.warnings().size(), 1u);
 }
 
 TEST(Tga, AnyImageIsWrittenWith32BitsFromTheTop) {
     Configuration configuration;
-    TgaWriter writer;
-    writer.m_pixelBits = 24;
-    writer.m_descriptor = 0;
-    writer.m_width = 2;
-    writer.addPixel({1, 2, 3});
-    writer.addPixel({4, 5, 6});
+    TgaWriter writer{2, 24, 0, 0, 2};
+    writer.add({1, 2, 3, 4, 5, 6});
     MemoryMappedImage image;
-    ASSERT_EQ(loadTga(&image, writer.file()), kErrorNone);
-    const Bytes header = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 1, 0, 32, 0x20};
-    const auto write = [&](const Bytes& expectedPixels) {
-        AllocatedMemory file;
-        file.resize(1000);
-        ASSERT_EQ(convertToTga(&image, &file, &configuration), kErrorNone);
-        Bytes expected = header;
-        expected.insert(expected.end(), expectedPixels.begin(), expectedPixels.end());
-        EXPECT_EQ(Bytes(file.begin, file.end), expected);
-    };
-    write({1, 2, 3, 255, 4, 5, 6, 255}); // a format without alpha is opaque
     Modifiers modifiers;
     modifiers.m_decode.m_add[0] = 1; // red
     image.setModifiers(modifiers);
-    write({1, 2, 255, 255, 4, 5, 255, 255});
-}
-
-TEST(Tga, NullArgumentsAreReported) {
-    const ReportRecorder recorder;
-    EXPECT_EQ(convertFromTga(nullptr, nullptr, nullptr), kErrorFailed);
-    EXPECT_EQ(convertToTga(nullptr, nullptr, nullptr), kErrorFailed);
-    const std::string once =
-        "source must not be NULL.\ndestination must not be NULL.\nconfiguration must not be NULL.\n";
-    EXPECT_EQ(recorder.texts(), once + once);
-    EXPECT_EQ(recorder.assertions().at(0).m_file, "raw\\tga");
+    ASSERT_EQ(loadTga(&image, writer.file()), kErrorNone); // puts identities in their place
+    AllocatedMemory file;
+    file.resize(1000);
+    ASSERT_EQ(convertToTga(&image, &file, &configuration), kErrorNone);
+    Bytes expected = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 1, 0, 32, 0x20, 1, 2, 3, 255, 4, 5, 6, 255};
+    EXPECT_EQ(bytesOf(file), expected);
+    image.setModifiers(modifiers);
+    ASSERT_EQ(convertToTga(&image, &file, &configuration), kErrorNone);
+    expected[20] = expected[24] = 255;
+    EXPECT_EQ(bytesOf(file), expected);
+    configuration.m_textureChannelType = qor::Vex::kTextureChannelTypeSrgb;
+    ASSERT_EQ(loadTga(&image, writer.file(), configuration), kErrorNone);
+    EXPECT_EQ(image.getDataFormat().m_word, 0x32E90Au);
 }
 
 } // namespace

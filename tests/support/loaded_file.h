@@ -4,8 +4,6 @@
 #include "qor/texsmith/texsmith.h"
 #include "support/tga_writer.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <memory>
 
 namespace TestSupport {
@@ -25,5 +23,6 @@ private:
 };
 
 inline Bytes bytesOf(const qor::Texsmith::MemoryRegion& region) { return Bytes(region.begin, region.end); }
+inline Bytes bytesOf(const qor::Texsmith::Raw::Image& image) { return bytesOf(image.getMemoryRegion()); }
 
 } // namespace TestSupport

@@ -14,7 +14,7 @@ struct PngPicture {
     std::vector<std::uint8_t> m_texels;
 };
 
-// False for a file that cannot be read. Colours are taken as they are stored, whatever gamma the file names.
+// False for a file that cannot be read.
 bool readPng(const std::string& name, PngPicture* picture);
 
 } // namespace TestSupport
