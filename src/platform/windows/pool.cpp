@@ -1,6 +1,8 @@
 #include "platform/platform.h"
 #include "platform/windows/win32.h"
 
+#include <atomic>
+
 namespace qor::Texsmith::Platform {
 
 // A work object of the system, and what must outlive it. Runs are counted here, since the cleanup group may
@@ -8,9 +10,9 @@ namespace qor::Texsmith::Platform {
 struct PoolWork {
     void (*m_run)(void* context);
     void* m_context;
-    PTP_WORK m_work; // null once the cleanup group has taken it
-    unsigned m_runs; // submitted and not returned
-    bool m_closed;   // the last run deletes this
+    PTP_WORK m_work;              // null once the cleanup group has taken it
+    std::atomic<unsigned> m_runs; // submitted and not returned; reaches 0 under the lock only
+    bool m_closed;                // the last run deletes this
     CONDITION_VARIABLE m_returned;
     PoolWork* m_next; // among the members of the present group
     PoolWork* m_previous;
@@ -23,7 +25,7 @@ struct Pool {
     TP_CALLBACK_ENVIRON m_environment;
     PTP_POOL m_pool;
     PTP_CLEANUP_GROUP m_group;
-    SRWLOCK m_lock; // of everything here, and of the fields of every PoolWork
+    SRWLOCK m_lock; // of everything here and in every PoolWork
     PoolWork* m_members;
 };
 
@@ -65,16 +67,31 @@ void unlink(PoolWork* work) {
     }
 }
 
+// True when other runs are left, and the count is down. The lock is for the last run alone: runs are short,
+// and submitWork holds it for as long as it submits.
+bool countUnlessLast(PoolWork* work) {
+    unsigned runs = work->m_runs.load(std::memory_order_relaxed);
+    while (runs > 1) {
+        if (work->m_runs.compare_exchange_weak(runs, runs - 1, std::memory_order_acq_rel)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // Nothing of the work is touched after the count is down and the lock is free.
 void countReturn(PoolWork* work) {
-    bool last = false;
+    if (countUnlessLast(work)) {
+        return;
+    }
+    bool unused = false;
     {
         const Lock lock;
-        --work->m_runs;
-        last = work->m_runs == 0 && work->m_closed;
+        const bool last = work->m_runs.fetch_sub(1, std::memory_order_acq_rel) == 1;
+        unused = last && work->m_closed;
         WakeAllConditionVariable(&work->m_returned);
     }
-    if (last) {
+    if (unused) {
         delete work;
     }
 }
