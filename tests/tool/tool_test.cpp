@@ -15,8 +15,8 @@ namespace {
 namespace fs = std::filesystem;
 using namespace qor::Texsmith;
 
-std::string readFile(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
+std::string readFile(const fs::path& path, std::ios::openmode mode = std::ios::binary) {
+    std::ifstream stream(path, mode);
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
@@ -45,10 +45,12 @@ protected:
 
     Outcome run(const std::string& arguments) const {
         const fs::path output = file("stdout.txt"), errors = file("stderr.txt");
-        const std::string command =
-            quoted(TEXSMITH_TOOL_PATH) + " " + arguments + " >" + quoted(output) + " 2>" + quoted(errors);
-        const int status = std::system(command.c_str());
-        Outcome outcome{status == 0, readFile(output), readFile(errors)};
+        const std::string command = quoted(fs::path(TEXSMITH_TOOL_PATH).make_preferred()) + " " + arguments +
+                                    " >" + quoted(output) + " 2>" + quoted(errors);
+        // The command interpreter of Windows takes off the first and the last quote of such a line.
+        const bool onWindows = fs::path::preferred_separator == '\\';
+        const int status = std::system((onWindows ? '"' + command + '"' : command).c_str());
+        Outcome outcome{status == 0, readFile(output, {}), readFile(errors, {})}; // as text
         fs::remove(output);
         fs::remove(errors);
         return outcome;
