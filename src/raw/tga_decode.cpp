@@ -33,22 +33,38 @@ public:
 
     Element read(const std::uint8_t* pixel) const {
         if constexpr (kMapped) {
-            return lookUp(load<kPixel, std::uint16_t>(pixel));
+            return lookUp(load<kPixel>(pixel));
         } else {
-            return load<kPixel, Element>(pixel);
+            return load<kPixel>(pixel);
+        }
+    }
+
+    // For a pixel with another behind it, into which a load of the element's size may reach.
+    Element readFollowed(const std::uint8_t* pixel) const {
+        if constexpr (!kMapped && kPixel < kElement) {
+            return load<kElement>(pixel) & static_cast<Element>((std::uint64_t{1} << kPixel * 8) - 1);
+        } else {
+            return read(pixel);
         }
     }
 
 private:
-    template <unsigned kBytes, typename T> static T load(const std::uint8_t* from) {
-        T value = 0;
-        std::memcpy(&value, from, kBytes);
-        return value;
+    // In powers of two, since bytes gathered on the stack are slow to come back as one word.
+    template <unsigned kBytes> static auto load(const std::uint8_t* from) {
+        if constexpr (std::has_single_bit(kBytes)) {
+            Word<kBytes> value;
+            std::memcpy(&value, from, kBytes);
+            return value;
+        } else {
+            constexpr unsigned kFront = std::bit_floor(kBytes);
+            const Word<kFront* 2> back = load<kBytes - kFront>(from + kFront);
+            return static_cast<Word<kFront * 2>>(load<kFront>(from) | back << kFront * 8);
+        }
     }
 
     Element lookUp(unsigned pixel) const {
         const unsigned entry = pixel - m_firstEntry; // a pixel below the first entry wraps round
-        return entry < m_entries ? load<kEntry, Element>(m_map + std::size_t(entry) * kEntry) : Element(0);
+        return entry < m_entries ? load<kEntry>(m_map + std::size_t(entry) * kEntry) : Element(0);
     }
 
     const std::uint8_t* m_map;
@@ -119,15 +135,20 @@ private:
         }
     }
 
+    static void putElement(std::uint8_t* to, Element element) { std::memcpy(to, &element, kBytes); }
+
+    // At least one pixel.
     void putPiece(std::uint8_t* to, std::size_t pixels) {
         if constexpr (PixelReader::kIsCopy && !kRightToLeft) {
             std::memcpy(to, m_at, pixels * PixelReader::kPixelBytes);
         } else {
             const std::uint8_t* from = m_at;
-            for (std::size_t i = 0; i < pixels; ++i) {
-                const Element element = m_reader.read(from + i * PixelReader::kPixelBytes);
-                std::memcpy(to + static_cast<std::ptrdiff_t>(i) * kStep, &element, kBytes);
+            for (std::size_t i = 1; i < pixels; ++i) {
+                putElement(to, m_reader.readFollowed(from));
+                from += PixelReader::kPixelBytes;
+                to += kStep;
             }
+            putElement(to, m_reader.read(from));
         }
         m_at += pixels * PixelReader::kPixelBytes;
     }
@@ -145,7 +166,7 @@ private:
         put(count, [element](std::uint8_t* to, std::size_t elements) {
             std::uint8_t* first = kRightToLeft ? to - (elements - 1) * kBytes : to;
             for (std::size_t i = 0; i < elements; ++i) {
-                std::memcpy(first + i * kBytes, &element, kBytes);
+                putElement(first + i * kBytes, element);
             }
         });
     }
