@@ -1,13 +1,14 @@
-// Formats by name, textures of every shape, and images whose storage a test can see.
+// Formats by name, textures of every shape, images whose storage a test can see, and access by grain.
 #pragma once
 
 #include "qor/texsmith/texsmith.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <random>
-#include <span>
 #include <stdexcept>
+#include <type_traits>
 #include <vector>
 
 namespace TestSupport {
@@ -15,11 +16,12 @@ namespace TestSupport {
 namespace Raw = qor::Texsmith::Raw;
 namespace Vex = qor::Vex;
 
+inline constexpr Raw::SurfaceIndex kFirstSurface = {};
+
 inline Vex::DataFormat formatNamed(const char* name) {
     for (int i = 0; i < Raw::getNamedDataFormatCount(); ++i) {
-        if (const Raw::NamedDataFormat named = Raw::getNamedDataFormat(i);
-            std::strcmp(named.m_name, name) == 0) {
-            return named.m_dataFormat;
+        if (std::strcmp(Raw::getNamedDataFormat(i).m_name, name) == 0) {
+            return Raw::getNamedDataFormat(i).m_dataFormat;
         }
     }
     throw std::invalid_argument(name);
@@ -29,83 +31,61 @@ struct Shape {
     const char* m_name;
     Vex::TextureType m_type;
     unsigned m_width, m_height, m_depth, m_mips, m_log2Fragments;
+    unsigned m_surfaces;
 };
 
 inline constexpr Shape kShapes[] = {
-    {"line", Vex::kTextureType1d, 13, 1, 1, 4, 0},
-    {"flat", Vex::kTextureType2d, 17, 9, 1, 5, 0},
-    {"volume", Vex::kTextureType3d, 9, 5, 8, 4, 0},
-    {"cube", Vex::kTextureTypeCubemap, 16, 16, 1, 3, 0},
-    {"cube array", Vex::kTextureTypeCubemap, 8, 8, 3, 2, 0},
-    {"line array", Vex::kTextureType1dArray, 13, 1, 5, 2, 0},
-    {"flat array", Vex::kTextureType2dArray, 17, 9, 5, 3, 0},
-    {"samples", Vex::kTextureType2dMsaa, 9, 5, 1, 1, 2},
-    {"sample array", Vex::kTextureType2dArrayMsaa, 9, 5, 2, 1, 1},
+    {"line", Vex::kTextureType1d, 13, 1, 1, 4, 0, 4},
+    {"flat", Vex::kTextureType2d, 17, 9, 1, 5, 0, 5},
+    {"volume", Vex::kTextureType3d, 9, 5, 8, 4, 0, 8 + 4 + 2 + 1},
+    {"cube", Vex::kTextureTypeCubemap, 16, 16, 1, 3, 0, 18},
+    {"cube array", Vex::kTextureTypeCubemap, 8, 8, 3, 2, 0, 36},
+    {"line array", Vex::kTextureType1dArray, 13, 1, 5, 2, 0, 10},
+    {"flat array", Vex::kTextureType2dArray, 17, 9, 5, 3, 0, 15},
+    {"samples", Vex::kTextureType2dMsaa, 9, 5, 1, 1, 2, 4},
+    {"sample array", Vex::kTextureType2dArrayMsaa, 9, 5, 2, 1, 1, 4},
 };
 
-inline Vex::Texture makeTexture(const Shape& shape, Vex::DataFormat format) {
+inline Vex::Texture makeTexture(const Shape& s, Vex::DataFormat format) {
+    constexpr Vex::TileMode kTileMode = Vex::kTileModeThin_1dThin;
+    const auto fragments = Vex::NumFragments(s.m_log2Fragments);
+    const bool isCube = s.m_type == Vex::kTextureTypeCubemap;
     Vex::Texture texture;
-    const auto fragments = Vex::NumFragments(shape.m_log2Fragments);
-    const Vex::TileMode tileMode = Vex::kTileModeThin_1dThin;
-    switch (shape.m_type) {
-    case Vex::kTextureType3d:
-        texture.initAs3d(shape.m_width, shape.m_height, shape.m_depth, shape.m_mips, format, tileMode);
-        break;
-    case Vex::kTextureType1d:
-    case Vex::kTextureType2d:
-    case Vex::kTextureType2dMsaa:
-        texture.initAs2d(shape.m_width, shape.m_height, shape.m_mips, format, tileMode, fragments);
-        break;
-    default:
-        texture.initAs2dArray(shape.m_width, shape.m_height, shape.m_depth, 0, shape.m_mips, format, tileMode,
-                              fragments, shape.m_type == Vex::kTextureTypeCubemap);
+    if (s.m_type == Vex::kTextureType3d) {
+        texture.initAs3d(s.m_width, s.m_height, s.m_depth, s.m_mips, format, kTileMode);
+    } else {
+        texture.initAs2dArray(s.m_width, s.m_height, s.m_depth, 0, s.m_mips, format, kTileMode, fragments,
+                              isCube);
     }
-    texture.setTextureType(shape.m_type);
+    texture.setTextureType(s.m_type);
     return texture;
 }
 
 inline Vex::Texture makeFlat(const char* format, unsigned width, unsigned height, unsigned mips = 1) {
-    return makeTexture({"", Vex::kTextureType2dArray, width, height, 1, mips, 0}, formatNamed(format));
+    return makeTexture({"", Vex::kTextureType2dArray, width, height, 1, mips, 0, mips}, formatNamed(format));
 }
 
 // An image on a vector that is exactly as long as the descriptor asks for, until it is cut.
 class TestImage : public Raw::Image {
 public:
-    explicit TestImage(const Vex::Texture& texture) {
+    explicit TestImage(const Vex::Texture& texture, unsigned seed = 0) {
         m_memoryRegion = &m_region;
         setupAsVexTexture(&texture);
         resize(getBytesTotal());
+        std::minstd_rand random(seed);
+        for (std::uint8_t& byte : m_bytes) {
+            byte = seed != 0 ? static_cast<std::uint8_t>(random() >> 16) : std::uint8_t{0};
+        }
     }
-    TestImage(const char* format, unsigned width, unsigned height, unsigned mips = 1)
-        : TestImage(makeFlat(format, width, height, mips)) {}
     TestImage(const TestImage&) = delete;
     TestImage& operator=(const TestImage&) = delete;
 
     std::vector<std::uint8_t>& bytes() { return m_bytes; }
-    template <typename Value> void set(std::initializer_list<Value> values) {
-        std::memcpy(m_bytes.data(), values.begin(), values.size() * sizeof(Value));
-    }
-    template <typename Value> Value get(std::size_t index) const {
-        Value value;
-        std::memcpy(&value, m_bytes.data() + index * sizeof(Value), sizeof value);
-        return value;
-    }
     void resize(std::size_t length) {
         m_bytes.resize(length);
         m_bytes.shrink_to_fit(); // so that the address sanitizer sees its end
         m_region.begin = m_bytes.data();
         m_region.end = m_bytes.data() + length;
-    }
-    void fillRandomly(unsigned seed) {
-        std::minstd_rand random(seed);
-        for (std::uint8_t& byte : m_bytes) {
-            byte = static_cast<std::uint8_t>(random() >> 16);
-        }
-    }
-    // The view of a part of the mips and slices.
-    void restrictView(unsigned baseMip, unsigned baseSlice, unsigned lastSlice) {
-        m_texture.setMipLevelRange(baseMip, m_texture.getLastMipLevel());
-        m_texture.setArrayView(baseSlice, lastSlice);
     }
 
 private:
@@ -113,23 +93,41 @@ private:
     Raw::MemoryRegion m_region;
 };
 
-template <typename Buffer> std::span<const std::uint8_t> bytesOf(const Buffer& buffer) {
-    return {reinterpret_cast<const std::uint8_t*>(&buffer), sizeof buffer};
+// The three grains under one name.
+using Provider = Raw::ElementProvider;
+using Index = Raw::SurfaceIndex;
+template <typename Buffer> constexpr auto kGet = &Provider::getElement;
+template <> inline constexpr auto kGet<Raw::Block> = &Provider::getBlock;
+template <> inline constexpr auto kGet<Raw::Tile> = &Provider::getTile;
+template <typename Buffer> constexpr auto kPut = &Provider::putElement;
+template <> inline constexpr auto kPut<Raw::Block> = &Provider::putBlock;
+template <> inline constexpr auto kPut<Raw::Tile> = &Provider::putTile;
+template <typename Buffer> void get(const Provider& p, const Index* i, Buffer* b, unsigned x, unsigned y) {
+    (p.*kGet<Buffer>)(i, b, x, y);
 }
-
-template <typename Buffer> bool isZero(const Buffer& buffer) {
-    for (const std::uint8_t byte : bytesOf(buffer)) {
-        if (byte != 0) {
-            return false;
-        }
-    }
-    return true;
+template <typename Buffer> void put(const Provider& p, const Index* i, Buffer* b, unsigned x, unsigned y) {
+    (p.*kPut<std::remove_const_t<Buffer>>)(i, b, x, y);
+}
+// Across; as many down.
+template <typename Buffer> unsigned elementsWide(const Provider& p) {
+    constexpr unsigned kPixels = sizeof(Buffer) == sizeof(Raw::Tile)    ? 8
+                                 : sizeof(Buffer) == sizeof(Raw::Block) ? 4
+                                                                        : 1;
+    return std::max(1u, kPixels / p.getPixelsPerElementWide());
+}
+template <typename Use> void withEachGrain(Use use) {
+    use(Raw::VectorFloat{});
+    use(Raw::Block{});
+    use(Raw::Tile{});
 }
 
 template <typename Buffer> Buffer filledWith(int byte) {
     Buffer buffer;
     std::memset(static_cast<void*>(&buffer), byte, sizeof buffer);
     return buffer;
+}
+template <typename Buffer> bool equal(const Buffer& a, const Buffer& b, std::size_t bytes = sizeof(Buffer)) {
+    return std::memcmp(&a, &b, bytes) == 0;
 }
 
 } // namespace TestSupport

@@ -1,0 +1,209 @@
+#include "raw/format_channels.h"
+#include "support/report_recorder.h"
+#include "support/surfaces.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+namespace {
+
+using namespace TestSupport;
+using Raw::VectorFloat;
+
+bool hasCodec(Vex::DataFormat format) {
+    const Raw::SurfaceFormatInfo& row = Raw::getSurfaceFormatInfo(format.getSurfaceFormat());
+    return row.decodeTexels != nullptr && row.encodeTexels != nullptr && row.bytesPerElement != 0;
+}
+
+VectorFloat swizzled(VectorFloat from, Vex::DataFormat format) {
+    VectorFloat to = {};
+    for (unsigned lane = 0; lane < 4; ++lane) {
+        const unsigned select = format.getChannel(lane);
+        to[lane] = select >= Vex::kTextureChannelX ? from[select - Vex::kTextureChannelX]
+                                                   : (select == Vex::kTextureChannel1 ? 1.0f : 0.0f);
+    }
+    return to;
+}
+
+VectorFloat converted(VectorFloat texel, Vex::DataFormat from, Vex::DataFormat to) {
+    const bool fromFloats = Raw::isFloatingChannelType(from.getTextureChannelType());
+    if (fromFloats == Raw::isFloatingChannelType(to.getTextureChannelType())) {
+        return texel;
+    }
+    for (float& lane : texel.m_lanes) {
+        if (!fromFloats) {
+            lane = static_cast<float>(std::bit_cast<std::int32_t>(lane));
+        } else {
+            const bool fits = lane >= -0x1p31f && lane < 0x1p31f;
+            lane = std::bit_cast<float>(fits ? static_cast<std::int32_t>(std::nearbyint(lane)) : INT32_MIN);
+        }
+    }
+    return texel;
+}
+
+// One texel after another, without a tile, a job or a choice of path.
+std::vector<std::uint8_t> slowly(TestImage& source, Vex::DataFormat to) {
+    const Vex::DataFormat from = source.getDataFormat();
+    const Raw::SurfaceFormatInfo& reader = Raw::getSurfaceFormatInfo(from.getSurfaceFormat());
+    const Raw::SurfaceFormatInfo& writer = Raw::getSurfaceFormatInfo(to.getSurfaceFormat());
+    if (from == to) {
+        return source.bytes();
+    }
+    // By bytes: a texel is worked on as UNorm, which its bytes pass unchanged.
+    const bool byBytes = reader.decodeBlock8 != nullptr && writer.encodeBlock8 != nullptr &&
+                         from.getTextureChannelType() == to.getTextureChannelType();
+    const Vex::DataFormat decodeAs = byBytes ? Vex::DataFormat{from.m_word & ~0xF00u} : from;
+    const Vex::DataFormat encodeAs = byBytes ? Vex::DataFormat{to.m_word & ~0xF00u} : to;
+    const std::size_t texels = source.bytes().size() / reader.bytesPerElement;
+    std::vector<std::uint8_t> result(texels * writer.bytesPerElement);
+    for (std::size_t i = 0; i < texels; ++i) {
+        VectorFloat texel = {};
+        reader.decodeOne(&texel, source.bytes().data() + i * reader.bytesPerElement, &decodeAs);
+        texel = swizzled(converted(swizzled(texel, from), decodeAs, encodeAs), to);
+        writer.encodeOne(result.data() + i * writer.bytesPerElement, &texel, &encodeAs);
+    }
+    return result;
+}
+
+TEST(Reformat, AgreesWithTheSlowRoadForAllPairsOfFormats) {
+    const int count = Raw::getNamedDataFormatCount();
+    Raw::SerialJobManager serial;
+    Raw::Configuration configuration;
+    configuration.m_jobManager = &serial;
+    for (int pair = 0; pair < count * count; ++pair) {
+        const Raw::NamedDataFormat from = Raw::getNamedDataFormat(pair / count);
+        const Raw::NamedDataFormat to = Raw::getNamedDataFormat(pair % count);
+        if (!hasCodec(from.m_dataFormat) || !hasCodec(to.m_dataFormat)) {
+            continue;
+        }
+        for (const auto& [width, height] : {std::pair{1u, 1u}, {5u, 5u}, {8u, 8u}, {17u, 9u}}) {
+            TestImage source(makeFlat(from.m_name, width, height, width > 8 ? 5 : 1), 1 + width);
+            TestImage destination(Raw::changeDataFormat(source.getTexture(), to.m_dataFormat));
+            EXPECT_EQ(Raw::reformat(&source, &destination, &configuration), Raw::kErrorNone);
+            EXPECT_EQ(destination.bytes(), slowly(source, to.m_dataFormat))
+                << from.m_name << " to " << to.m_name << ", " << width;
+        }
+    }
+}
+
+template <typename To, typename From>
+std::vector<To> reformatted(const char* from, const std::vector<From>& values, const char* to) {
+    Raw::Configuration configuration;
+    TestImage source(makeFlat(from, 1, 1)), destination(makeFlat(to, 1, 1));
+    std::memcpy(source.bytes().data(), values.data(), source.bytes().size());
+    EXPECT_EQ(Raw::reformat(&source, &destination, &configuration), Raw::kErrorNone);
+    std::vector<To> result(destination.bytes().size() / sizeof(To));
+    std::memcpy(result.data(), destination.bytes().data(), destination.bytes().size());
+    return result;
+}
+
+TEST(Reformat, MeetsTheCornersOfIntegersAndFloats) {
+    using Bytes = std::vector<std::uint8_t>;
+    using Words = std::vector<std::uint32_t>;
+    using Floats = std::vector<float>;
+    const char* const floats = "R32G32B32A32Float";
+    EXPECT_EQ((reformatted<std::uint32_t, float>(floats, {2.5f, 3.5f, -1.0f, NAN}, "R32G32B32A32Uint")),
+              (Words{2, 4, 0xFFFFFFFF, 0x80000000}));
+    EXPECT_EQ((reformatted<std::uint32_t, float>(floats, {-2.5f, 3e9f, -1e-9f, 7}, "R32G32B32A32Sint")),
+              (Words{0xFFFFFFFE, 0x80000000, 0, 7}));
+    EXPECT_EQ((reformatted<std::uint8_t, float>(floats, {-1.0f, 254.5f, 255.5f, 0.5f}, "R8G8B8A8Uint")),
+              (Bytes{255, 254, 255, 0}));
+    EXPECT_EQ((reformatted<float, std::uint32_t>("R32G32B32A32Uint", {1, 0x80000000, 0xFFFFFFFF, 9}, floats)),
+              (Floats{1.0f, -0x1p31f, -1.0f, 9.0f}));
+    EXPECT_EQ((reformatted<std::uint8_t, std::uint8_t>("R8G8B8A8Uint", {200, 1, 0, 255}, "R8G8B8A8Unorm")),
+              (Bytes{255, 255, 0, 255}));
+    EXPECT_EQ((reformatted<std::uint8_t, std::uint8_t>("R8G8B8A8Uint", {200, 1, 127, 128}, "R8G8B8A8Sint")),
+              (Bytes{127, 1, 127, 127})); // integers meet no conversion, only the limits of the encoder
+    EXPECT_EQ(
+        (reformatted<std::uint8_t, std::uint8_t>("R8G8B8A8UnormSrgb", {1, 2, 3, 4}, "B8G8R8X8UnormSrgb")),
+        (Bytes{3, 2, 1, 255}));
+}
+
+// The signed byte 0x80, which no float comes back to, tells the general path from the others.
+TEST(Reformat, TakesTheGeneralPathForATransformInAnyOfFourPlaces) {
+    Raw::SerialJobManager serial;
+    const std::vector<std::uint8_t> copied = {127, 64, 0x80, 127}, mixed = {64, 127, 0x81, 127},
+                                    squared = {127, 32, 127, 127}, dropped = {127, 64, 0x81, 127};
+    for (int place = -1; place < 8; ++place) {
+        Raw::Configuration configuration;
+        configuration.m_jobManager = &serial;
+        Raw::Modifiers sourceModifiers, destinationModifiers;
+        Raw::Transform* const transforms[] = {
+            &sourceModifiers.m_decode, &configuration.m_decoderConfiguration.m_transform,
+            &destinationModifiers.m_encode, &configuration.m_encoderConfiguration.m_transform};
+        if (place >= 4) { // a power; the configuration's is dropped
+            transforms[place - 4]->m_power = {2.0f, 2.0f, 2.0f, 2.0f};
+        } else if (place >= 0) { // halves lane X, and hands lane W to Y
+            transforms[place]->m_multiply = {{{0.5f, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 1, 0}, {0, 1, 0, 1}}};
+        }
+        TestImage source(makeFlat("R8G8B8A8Snorm", 1, 1)), destination(source.getTexture());
+        std::copy(copied.begin(), copied.end(), source.bytes().begin());
+        source.setModifiers(sourceModifiers);
+        destination.setModifiers(destinationModifiers);
+        EXPECT_EQ(Raw::reformat(&source, &destination, &configuration), Raw::kErrorNone);
+        EXPECT_EQ(destination.bytes(), place < 0                  ? copied
+                                       : place < 4                ? mixed
+                                       : place == 4 || place == 6 ? squared
+                                                                  : dropped)
+            << place;
+    }
+}
+
+TEST(Reformat, GivesTheSameBytesOnAnyManagerWithAnyCallbacks) {
+    Raw::SerialJobManager serial;
+    Raw::ThreadpoolJobManager pool;
+    for (const auto& [from, to] : {std::pair{"R16G16B16A16Float", "R8G8B8A8UnormSrgb"},
+                                   {"R8G8B8A8Unorm", "B8G8R8A8Unorm"},
+                                   {"R8Unorm", "R8Unorm"}}) {
+        for (const Shape& shape : kShapes) {
+            TestImage source(makeTexture(shape, formatNamed(from)), 7);
+            const std::vector<std::uint8_t> expected = slowly(source, formatNamed(to));
+            for (const unsigned callbacks : {1u, 7u, 32u}) {
+                for (Raw::JobManager* manager : std::initializer_list<Raw::JobManager*>{&serial, &pool}) {
+                    Raw::Configuration configuration;
+                    configuration.m_jobManager = manager;
+                    configuration.m_callbacksPerJob = callbacks;
+                    TestImage destination(makeTexture(shape, formatNamed(to)));
+                    EXPECT_EQ(Raw::reformat(&source, &destination, &configuration), Raw::kErrorNone);
+                    EXPECT_EQ(destination.bytes(), expected) << shape.m_name << ' ' << to;
+                }
+            }
+        }
+    }
+}
+
+TEST(Reformat, ReportsAndFails) {
+    Raw::Configuration configuration;
+    const ReportRecorder reports;
+    TestImage image(makeFlat("R8G8B8A8Unorm", 8, 8)), smaller(makeFlat("B8G8R8A8Unorm", 4, 4));
+    EXPECT_EQ(Raw::reformat(&image, &smaller, &configuration), Raw::kErrorNone);
+    configuration.m_jobManager = nullptr;
+    EXPECT_EQ(Raw::reformat(nullptr, &image, &configuration), Raw::kErrorFailed);
+    EXPECT_EQ(Raw::reformat(&image, nullptr, nullptr), Raw::kErrorFailed);
+    EXPECT_EQ(reports.texts(),
+              "source and destination must have the same dimensions.\n"
+              "source and destination must have the same dimensions.\nsource must not be NULL.\n"
+              "configuration->m_jobManager parameter must not be NULL - this function runs jobs.\n"
+              "destination must not be NULL.\nconfiguration must not be NULL.\n");
+    EXPECT_EQ(reports.assertions()[0].m_file, "raw\\reformat");
+    EXPECT_EQ(reports.assertions()[1].m_file, "raw\\pertile\\reformatpertile8");
+
+    // A format without functions can be copied, and nothing else.
+    const Raw::Configuration usable;
+    configuration = usable;
+    TestImage without(makeFlat("B8G8R8G8Unorm", 8, 8)), untouched(makeFlat("R8G8B8A8Unorm", 8, 8), 5);
+    const std::vector<std::uint8_t> before = untouched.bytes();
+    EXPECT_EQ(Raw::reformat(&without, &untouched, &configuration), Raw::kErrorFailed);
+    EXPECT_EQ(Raw::reformat(&untouched, &without, &configuration), Raw::kErrorFailed);
+    EXPECT_EQ(untouched.bytes(), before);
+    EXPECT_EQ(Raw::reformat(&without, &without, &configuration), Raw::kErrorNone);
+    volatile unsigned abort = 1;
+    configuration.m_abort = &abort;
+    EXPECT_EQ(Raw::reformat(&image, &untouched, &configuration), Raw::kErrorFailed);
+    EXPECT_EQ(untouched.bytes(), before);
+}
+
+} // namespace
