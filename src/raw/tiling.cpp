@@ -4,8 +4,6 @@
 #include "raw/job/imagetotiledjob.h"
 #include "raw/job/tiledtoimagejob.h"
 
-#include <algorithm>
-
 namespace qor::Texsmith::Raw {
 
 namespace {
@@ -66,7 +64,7 @@ Error moveMip(const Image& image, const MemoryRegion& tiled, const SurfaceIndex&
             return kErrorFailed;
         }
     }
-    std::uint8_t* tiledSurface = tiledBytesAt(tiled, offset, std::max(size, tiledSize));
+    std::uint8_t* tiledSurface = tiledBytesAt(tiled, offset, neededBytes(texture, size, tiledSize));
     std::uint8_t* linear = linearMip(image, index, parameters);
     if (tiledSurface == nullptr || linear == nullptr) {
         return kErrorFailed;
@@ -151,7 +149,7 @@ Error locateSurfaceRows(SurfaceRows* rows, const Image* image, const MemoryRegio
     rows->m_pitch = image->getElementsWide(mip);
     rows->m_slicePitch = rows->m_pitch * image->getElementsTall(mip);
     rows->m_region = {0, begin, surfaceIndex->depth, rows->m_pitch, end, surfaceIndex->depth + 1};
-    rows->m_tiled = tiledBytesAt(tiled, offset, std::max(size, rows->m_tilers.getTiledBytes()));
+    rows->m_tiled = tiledBytesAt(tiled, offset, neededBytes(texture, size, rows->m_tilers.getTiledBytes()));
     const MemoryRegion linear = image->getMemoryRegion(surfaceIndex);
     const std::uint64_t rowBytes = std::uint64_t{rows->m_pitch} * image->getBytesPerElement();
     if (rows->m_tiled == nullptr || linear.begin == nullptr || end * rowBytes > linear.length()) {

@@ -19,6 +19,11 @@ bool isLinearGeneral(const Vex::Texture& texture);
 // Where one mip of one slice lies; 0 and 0 for an invalid format.
 int computeSurfaceOffsetAndSize(std::uint64_t* offset, std::uint64_t* size, const Vex::Texture* texture,
                                 unsigned mip, unsigned arraySlice);
+// What must lie in the tiled memory at that offset. The size of a linear general surface is a rule of thumb
+// that forgets blocks, slices and fragments; there, what a tiler touches counts.
+inline std::uint64_t neededBytes(const Vex::Texture& texture, std::uint64_t size, std::uint64_t tilerBytes) {
+    return isLinearGeneral(texture) ? tilerBytes : size;
+}
 // `bytes` of tiled memory at `offset`, or null when they do not lie in `tiled`.
 std::uint8_t* tiledBytesAt(const MemoryRegion& tiled, std::uint64_t offset, std::uint64_t bytes);
 

@@ -36,7 +36,7 @@ std::uint8_t* TextureElementProvider::surfaceAddress(const SurfaceIndex* surface
     }
     const unsigned mip = surfaceIndex->mip;
     const std::uint64_t slice = surfaceIndex->arrayEntry * m_surfaceCount.faces + surfaceIndex->face;
-    const std::uint64_t bytes = std::max(m_mipSize[mip], tilers.getTiledBytes());
+    const std::uint64_t bytes = neededBytes(m_texture, m_mipSize[mip], tilers.getTiledBytes());
     return tiledBytesAt(m_texture.m_memoryRegion, m_mipOffset[mip] + m_mipSize[mip] * slice, bytes);
 }
 

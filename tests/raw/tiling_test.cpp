@@ -1,0 +1,383 @@
+#include "raw/tiling.h"
+
+#include "qor/texsmith/texsmith.h"
+#include "support/report_recorder.h"
+#include "support/surfaces.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+#include <type_traits>
+
+using namespace qor;
+using namespace qor::Texsmith;
+using namespace qor::Texsmith::Raw;
+using GpuAddress::kStatusInvalidArgument;
+using GpuAddress::kStatusSuccess;
+using TestSupport::ReportRecorder;
+using TestSupport::TestImage;
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr Vex::DataFormat kR8{0x204001};
+constexpr Vex::DataFormat kR8G8B8A8{0xFAC00A};
+constexpr Vex::DataFormat kR32G32B32{0x3AC70D};
+constexpr Vex::DataFormat kR16G16B16A16{0xFAC70C};
+constexpr Vex::DataFormat kBc1{0xFAC023};
+constexpr Vex::DataFormat kNoBytes{33};
+constexpr char kBadStatus[] = "Assertion 'addrStatus == GpuAddress::kStatusSuccess' failed.\n";
+
+Vex::Texture flat(unsigned width, unsigned height, unsigned slices, unsigned mips, Vex::DataFormat format,
+                  unsigned tileMode, unsigned log2Fragments = 0, bool cube = false) {
+    Vex::Texture texture;
+    texture.initAs2dArray(width, height, slices, 0, mips, format, Vex::TileMode(tileMode),
+                          Vex::NumFragments(log2Fragments), cube);
+    return texture;
+}
+
+Vex::Texture volume(unsigned width, unsigned height, unsigned depth, unsigned mips, Vex::DataFormat format,
+                    unsigned tileMode) {
+    Vex::Texture texture;
+    texture.initAs3d(width, height, depth, mips, format, Vex::TileMode(tileMode));
+    return texture;
+}
+
+std::uint64_t tiledSize(const Vex::Texture& texture) {
+    std::uint64_t size = 0;
+    unsigned alignment = 0;
+    GpuAddress::computeTotalTiledTextureSize(&size, &alignment, &texture);
+    return size;
+}
+
+MemoryRegion regionOf(Bytes& bytes) {
+    MemoryRegion region;
+    region.begin = bytes.data();
+    region.end = bytes.data() + bytes.size();
+    return region;
+}
+
+Raw::Texture tiledTexture(const Vex::Texture& texture, Bytes& bytes) {
+    Raw::Texture tiled;
+    static_cast<Vex::Texture&>(tiled) = texture;
+    tiled.m_memoryRegion = regionOf(bytes);
+    return tiled;
+}
+
+// Reads every block or tile of every surface of one provider and writes it to another.
+template <typename Buffer> void copyAll(const ElementProvider& to, const ElementProvider& from) {
+    constexpr bool kTiles = std::is_same_v<Buffer, Tile>;
+    for (int number = 0; number < getNumberOfSurfaces(&from); ++number) {
+        SurfaceIndex index;
+        getSurfaceIndexFromSurfaceNumber(&index, &from, number);
+        const unsigned wide = kTiles ? from.getTilesWide(index.mip) : from.getBlocksWide(index.mip);
+        const unsigned tall = kTiles ? from.getTilesTall(index.mip) : from.getBlocksTall(index.mip);
+        for (unsigned i = 0; i < wide * tall; ++i) {
+            Buffer buffer;
+            if constexpr (kTiles) {
+                from.getTile(&index, &buffer, i % wide, i / wide);
+                to.putTile(&index, &buffer, i % wide, i / wide);
+            } else {
+                from.getBlock(&index, &buffer, i % wide, i / wide);
+                to.putBlock(&index, &buffer, i % wide, i / wide);
+            }
+        }
+    }
+}
+
+Configuration configurationOf(JobManager* manager, unsigned callbacks) {
+    Configuration configuration;
+    configuration.m_jobManager = manager;
+    configuration.m_callbacksPerJob = callbacks;
+    return configuration;
+}
+
+// Five roads between an image and tiled memory.
+constexpr const char* kRoads[] = {"serial jobs", "pool", "single-threaded", "tiles", "blocks"};
+constexpr int kJobRoads = 3;
+
+Error move(int road, TestImage& image, Bytes& tiled, bool toTiled) {
+    if (road < kJobRoads) {
+        SerialJobManager serial;
+        ThreadpoolJobManager pool;
+        JobManager* managers[] = {&serial, &pool, nullptr};
+        Configuration configuration = configurationOf(managers[road], 7);
+        MemoryRegion region = regionOf(tiled);
+        return toTiled ? tileImage(&region, &image, &configuration, road == 2)
+                       : detileImage(&image, &region, &configuration, road == 2);
+    }
+    const Raw::Texture texture = tiledTexture(*image.getVexTexture(), tiled);
+    auto original = std::make_unique<TextureElementProvider>(&texture);
+    const auto provider = std::make_unique<TextureElementProvider>(*original);
+    original.reset(); // the copy stands on its own
+    const auto copyBetween = road == kJobRoads ? copyAll<Tile> : copyAll<Block>;
+    toTiled ? copyBetween(*provider, image) : copyBetween(image, *provider);
+    return kErrorNone;
+}
+
+struct Random {
+    std::mt19937 m_engine{7};
+    unsigned word() { return static_cast<unsigned>(m_engine()); }
+    unsigned below(unsigned end) { return word() % end; }
+};
+
+Vex::Texture randomDescriptor(Random& random) {
+    Vex::Texture texture;
+    for (std::uint32_t& word : texture.m_regs) {
+        word = random.word();
+    }
+    if (random.below(4) != 0) { // sizes that the small memory can hold
+        texture.setWidthMinus1(random.below(20));
+        texture.setHeightMinus1(random.below(20));
+        texture.setDepthMinus1(random.below(3));
+        texture.setMipLevelRange(random.below(2), random.below(4));
+        texture.setArrayView(random.below(2), random.below(20));
+        texture.setNumFragments(Vex::NumFragments(random.below(2)));
+        texture.setDataFormat({random.below(Vex::kSurfaceFormatCount)});
+    }
+    return texture;
+}
+
+// An image whose memory ends where it likes.
+class BoundedImage : public Image {
+public:
+    BoundedImage(const Vex::Texture& texture, Bytes& bytes) : m_region(regionOf(bytes)) {
+        m_memoryRegion = &m_region;
+        setupAsVexTexture(&texture);
+    }
+
+private:
+    MemoryRegion m_region;
+};
+
+} // namespace
+
+TEST(TileModes, DegradeByMicroTileModeAndNewArrayMode) {
+    //                                 0   1   2   3   4   5   6   7   8   9  10  11  12  13  14  15
+    constexpr int kDegraded[5][16] = {{-1, -1, 9, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+                                      {-1, -1, 13, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+                                      {5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5},
+                                      {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+                                      {-1, -1, 13, 19, 14, 16, 17, 20, -1, -1, -1, 18, 15, 21, -1, -1}};
+    ReportRecorder reports;
+    for (unsigned old = 0; old < 32; ++old) {
+        Vex::ArrayMode oldArrayMode;
+        Vex::MicroTileMode micro;
+        ASSERT_EQ(GpuAddress::getArrayMode(&oldArrayMode, Vex::TileMode(old)), kStatusSuccess);
+        ASSERT_EQ(GpuAddress::getMicroTileMode(&micro, Vex::TileMode(old)), kStatusSuccess);
+        for (unsigned array = 0; array < 16; ++array) {
+            const bool same = array == oldArrayMode;
+            const int degraded = same ? int(old) : kDegraded[micro][array];
+            std::string text;
+            if (micro == 2 && !same && array != 2) {
+                text = "Expected degraded tile mode (" + std::to_string(array) + ") to be 1dThin.\n";
+            } else if (micro == 3 && !same) {
+                text = "Rotated tile modes should not be used.\n";
+            } else if (degraded < 0) {
+                text = "Unhandled case: oldTileMode=" + std::to_string(old) +
+                       ", newArrayMode=" + std::to_string(array) + "\n\n";
+            }
+            reports.clear();
+            Vex::TileMode result = Vex::TileMode(99);
+            const int status = degradeTileMode(&result, Vex::TileMode(old), Vex::ArrayMode(array));
+            EXPECT_EQ(status, degraded < 0 ? kStatusInvalidArgument : kStatusSuccess);
+            EXPECT_EQ(unsigned(result), degraded < 0 ? 99u : unsigned(degraded)) << old << " " << array;
+            EXPECT_EQ(reports.texts(), text);
+            EXPECT_TRUE(reports.empty() || reports.assertions()[0].m_file == "raw\\tile");
+        }
+    }
+    Vex::TileMode result;
+    EXPECT_EQ(degradeTileMode(&result, Vex::TileMode(32), Vex::kArrayMode1dThin), kStatusInvalidArgument);
+}
+
+TEST(Tilers, TakeTheModeOfWhatTheSurfaceIsLargeEnoughFor) {
+    struct Row {
+        Vex::Texture texture;
+        unsigned mip;
+        TilingMode mode;
+        const char* report;
+    };
+    const char* const kRotated = "Rotated tile modes should not be used.\n";
+    const Row rows[] = {
+        {flat(64, 64, 1, 2, kR8, 14), 0, kTilingMode2d, ""},
+        {flat(64, 64, 1, 2, kR8, 14), 1, kTilingMode1d, ""},
+        {volume(64, 64, 8, 4, kR8, 20), 1, kTilingMode2d, ""},
+        {volume(64, 64, 8, 4, kR8, 20), 2, kTilingMode1d, ""}, // two slices, too few to be thick
+        {volume(64, 64, 8, 4, kR8, 20), 3, kTilingMode1d, ""},
+        {flat(8, 8, 1, 1, kR8, 14, 1), 0, kTilingMode2d, ""}, // fragments keep it
+        {flat(8, 8, 1, 1, kR8, 8), 0, kTilingModeLinear, ""},
+        {flat(8, 8, 1, 1, kR8, 31), 0, kTilingModeLinear, ""},
+        {flat(64, 64, 1, 1, kR8, 28), 0, kTilingMode2d, ""},
+        {flat(8, 8, 1, 1, kR8, 28), 0, kTilingMode2d, kRotated}, // the unchanged mode decides
+        {flat(8, 8, 1, 1, {0}, 13), 0, kTilingModeNone, ""},
+        {flat(8, 8, 1, 1, kNoBytes, 13), 0, kTilingModeNone, ""},
+        {flat(8, 8, 1, 1, kR8, 13), 1, kTilingModeNone, ""}, // beyond the last mip
+    };
+    for (const Row& row : rows) {
+        ReportRecorder reports;
+        Tilers tilers;
+        tilers.initFromVexTexture(&row.texture, row.mip, 0);
+        EXPECT_EQ(tilers.getTilingMode(), row.mode) << &row - rows;
+        EXPECT_EQ(reports.texts(), row.report);
+    }
+    Vex::DepthRenderTarget target;
+    Tilers tilers;
+    tilers.initFromStencilSurface(&target, 0);
+    EXPECT_EQ(tilers.getTilingMode(), kTilingMode1d);
+    EXPECT_EQ(tilers.getTiledBytes(), 64u);
+    tilers.initFromDepthSurface(&target, 0);
+    EXPECT_EQ(tilers.getTiledBytes(), 256u);
+    tilers.initFromRenderTarget(nullptr, 0);
+    EXPECT_EQ(tilers.getTilingMode(), kTilingModeNone);
+}
+
+TEST(Tilers, MoveNothingWithoutAModeAndOneSliceIn2d) {
+    const GpuAddress::SurfaceRegion region = {0, 0, 0, 32, 32, 2};
+    const Bytes linear(2048, 1);
+    Bytes tiled(65536);
+    Tilers tilers;
+    EXPECT_EQ(tilers.tileSurfaceRegion(tiled.data(), linear.data(), &region, 32, 1024, 0), kStatusSuccess);
+    EXPECT_EQ(tiled, Bytes(65536));
+
+    const Vex::Texture texture = volume(32, 32, 4, 1, kR8, 20);
+    tilers.initFromVexTexture(&texture, 0, 0);
+    EXPECT_EQ(tilers.tileSurfaceRegion(tiled.data(), linear.data(), &region, 32, 1024, 0), kStatusSuccess);
+    EXPECT_EQ(std::count(tiled.begin(), tiled.end(), 1), 1024);
+    EXPECT_EQ(tilers.detileSurfaceRegion1d(tiled.data(), linear.data(), &region, 32, 1024),
+              kStatusInvalidArgument);
+    EXPECT_EQ(tilers.tileSurfaceRegion(tiled.data(), linear.data(), &region, 32, 1024, 1),
+              kStatusInvalidArgument);
+}
+
+TEST(LinearGeneral, HasItsOwnOffsetAndSize) {
+    const Vex::Texture texture = flat(97, 5, 2, 2, kR8G8B8A8, 31);
+    std::uint64_t offset = 1, size = 1;
+    EXPECT_EQ(computeSurfaceOffsetAndSize(&offset, &size, &texture, 1, 1), kStatusSuccess);
+    EXPECT_EQ(offset, 0u);
+    EXPECT_EQ(size, 104u * 4 * 5);
+}
+
+TEST(TilingRoads, AllGiveTheSameMemoryAndTheSameImage) {
+    std::vector<Vex::Texture> textures;
+    for (const Vex::DataFormat format : {kR8, kR8G8B8A8, kR16G16B16A16, kR32G32B32, kBc1}) {
+        for (const unsigned tileMode : {0, 8, 9, 10, 13, 14, 17, 19, 28}) {
+            textures.push_back(flat(70, 67, 1, 4, format, tileMode));
+            textures.push_back(flat(12, 12, 2, 3, format, tileMode, 0, true));
+        }
+        for (const unsigned tileMode : {8, 13, 14, 19, 20, 22, 25, 26}) {
+            textures.push_back(volume(70, 34, 9, 4, format, tileMode));
+        }
+        for (const unsigned tileMode : {8, 13, 14}) {
+            textures.push_back(flat(21, 10, 2, 1, format, tileMode, 2));
+        }
+        textures.push_back(flat(21, 10, 19, 2, format, 13));
+        textures.push_back(flat(21, 10, 1, 1, format, 31));
+    }
+    for (const Vex::Texture& texture : textures) {
+        SCOPED_TRACE(std::to_string(texture.getTileMode()) + " " + std::to_string(texture.getTextureType()) +
+                     " " + std::to_string(texture.getDataFormat().m_word));
+        ReportRecorder reports; // of the rotated modes
+        TestImage image(texture, 1);
+        Bytes first;
+        for (int road = 0; road < int(std::size(kRoads)); ++road) {
+            SCOPED_TRACE(kRoads[road]);
+            Bytes tiled(tiledSize(texture), 0xA5); // padding must stay so
+            EXPECT_EQ(move(road, image, tiled, true), kErrorNone);
+            first = first.empty() ? tiled : first;
+            EXPECT_EQ(tiled, first);
+            TestImage back(texture);
+            EXPECT_EQ(move(road, back, tiled, false), kErrorNone);
+            EXPECT_EQ(back.bytes(), image.bytes());
+        }
+        EXPECT_NE(first, Bytes(first.size(), 0xA5));
+    }
+}
+
+TEST(TilingRoads, StayInsideBothMemories) {
+    const Vex::Texture texture = flat(20, 20, 2, 2, kR8G8B8A8, 13);
+    for (int road = 0; road < int(std::size(kRoads)); ++road) {
+        SCOPED_TRACE(kRoads[road]);
+        const Error expected = road < kJobRoads ? kErrorFailed : kErrorNone;
+        TestImage whole(texture, 1), back(texture, 2), cut(texture, 1);
+        Bytes shorter(tiledSize(texture) - 1), tiled(tiledSize(texture));
+        EXPECT_EQ(move(road, whole, shorter, true), expected);
+        EXPECT_EQ(move(road, back, shorter, false), expected);
+        // A provider reads zeros for the last surface, which does not lie in the memory.
+        EXPECT_EQ(Bytes(back.bytes().end() - 400, back.bytes().end()) == Bytes(400), road >= kJobRoads);
+        ReportRecorder reports; // of the image
+        cut.resize(cut.bytes().size() - 1);
+        EXPECT_EQ(move(road, cut, tiled, true), expected);
+        EXPECT_EQ(move(road, cut, tiled, false), expected);
+    }
+}
+
+TEST(TilingRoads, ReportNullArgumentsAndBadFormats) {
+    SerialJobManager serial;
+    Configuration noManager = configurationOf(nullptr, 1), oneCallback = configurationOf(&serial, 1);
+    Bytes bytes(4096);
+    MemoryRegion region = regionOf(bytes);
+    TestImage image(flat(8, 8, 1, 1, kR8, 13));
+    ReportRecorder reports;
+    const auto textsOf = [&reports](Error error) {
+        EXPECT_EQ(error, kErrorFailed);
+        const std::string texts = reports.texts();
+        reports.clear();
+        return texts;
+    };
+    constexpr char kNeedsManager[] =
+        "configuration->m_jobManager parameter must not be NULL - this function runs jobs.\n";
+    EXPECT_EQ(textsOf(tileImage(nullptr, nullptr, nullptr, 0)),
+              "image must not be NULL.\ntiled must not be NULL.\n");
+    EXPECT_EQ(textsOf(tileImage(&region, &image, nullptr, 0)), "configuration must not be NULL.\n");
+    EXPECT_EQ(textsOf(detileImage(&image, &region, &noManager, 0)), kNeedsManager);
+
+    TestImage noBytes(flat(8, 8, 1, 1, kNoBytes, 13)), invalid(flat(8, 8, 1, 1, {0}, 13));
+    reports.clear();
+    EXPECT_EQ(tileImage(&region, &noBytes, &oneCallback, 1), kErrorFailed);
+    EXPECT_EQ(reports.assertions().at(0).m_file, "raw\\tiling");
+    EXPECT_EQ(textsOf(kErrorFailed), kBadStatus);
+    EXPECT_EQ(detileImage(&noBytes, &region, &oneCallback, 0), kErrorFailed);
+    EXPECT_EQ(reports.assertions().at(0).m_file, "raw\\job\\tiledtoimagejob");
+    EXPECT_EQ(textsOf(kErrorFailed), kBadStatus);
+    EXPECT_EQ(tileImage(&region, &invalid, &oneCallback, 0), kErrorNone);
+    EXPECT_EQ(tileImage(&region, &invalid, nullptr, 1), kErrorNone);
+    EXPECT_TRUE(reports.empty());
+    TextureElementProvider nothing(nullptr);
+    EXPECT_EQ(reports.texts(), "texture must not be NULL.\n");
+}
+
+TEST(TilingRoads, NoDescriptorLeadsOutside) {
+    Random random;
+    SerialJobManager serial;
+    Configuration configuration = configurationOf(&serial, 7);
+    unsigned moved = 0, readSomething = 0;
+    for (unsigned i = 0; i < 1500; ++i) {
+        const Vex::Texture texture = randomDescriptor(random);
+        Bytes tiled(random.below(65536), 1), linear(random.below(65536), 2);
+        ReportRecorder reports;
+        BoundedImage image(texture, linear);
+        MemoryRegion region = regionOf(tiled);
+        const int singleThreaded = int(i % 2);
+        tileImage(&region, &image, &configuration, singleThreaded);
+        moved += std::count(tiled.begin(), tiled.end(), 2) != 0;
+        detileImage(&image, &region, &configuration, singleThreaded);
+
+        const Raw::Texture descriptor = tiledTexture(texture, tiled);
+        const auto provider = std::make_unique<TextureElementProvider>(&descriptor);
+        SurfaceIndex index;
+        index.mip = texture.getBaseMipLevel();
+        index.arrayEntry = random.below(3);
+        index.fragment = random.below(2);
+        Tile tile;
+        Block block;
+        provider->getTile(&index, &tile, random.below(2), random.below(2));
+        provider->getBlock(&index, &block, random.below(3), random.below(3));
+        readSomething += reinterpret_cast<const std::uint8_t*>(&tile)[0] != 0;
+        provider->putTile(&index, &tile, random.below(2), random.below(2));
+        provider->putBlock(&index, &block, random.below(3), random.below(3));
+    }
+    EXPECT_GT(moved, 40u) << "the descriptors are too wild to reach the tilers";
+    EXPECT_GT(readSomething, 40u);
+}
