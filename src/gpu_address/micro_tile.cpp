@@ -108,9 +108,9 @@ template <typename Direction> PlaneKernels<Direction> planeKernels(unsigned elem
     return kernels;
 }
 
-template PlaneKernels<ToTiled> portablePlaneKernels(unsigned, bool);
-template PlaneKernels<ToLinear> portablePlaneKernels(unsigned, bool);
-template PlaneKernels<ToTiled> planeKernels(unsigned, bool);
-template PlaneKernels<ToLinear> planeKernels(unsigned, bool);
+template PlaneKernels<ToTiled> portablePlaneKernels<ToTiled>(unsigned, bool);
+template PlaneKernels<ToLinear> portablePlaneKernels<ToLinear>(unsigned, bool);
+template PlaneKernels<ToTiled> planeKernels<ToTiled>(unsigned, bool);
+template PlaneKernels<ToLinear> planeKernels<ToLinear>(unsigned, bool);
 
 } // namespace qor::GpuAddress

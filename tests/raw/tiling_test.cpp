@@ -247,8 +247,14 @@ TEST(Tilers, MoveNothingWithoutAModeAndOneSliceIn2d) {
     EXPECT_EQ(std::count(tiled.begin(), tiled.end(), 1), 1024);
     EXPECT_EQ(tilers.detileSurfaceRegion1d(tiled.data(), linear.data(), &region, 32, 1024),
               kStatusInvalidArgument);
-    EXPECT_EQ(tilers.tileSurfaceRegion(tiled.data(), linear.data(), &region, 32, 1024, 1),
-              kStatusInvalidArgument);
+    for (const unsigned tileMode : {8, 13, 14}) { // without a second fragment
+        const Vex::Texture one = flat(128, 128, 1, 1, kR8, tileMode);
+        tilers.initFromVexTexture(&one, 0, 0);
+        EXPECT_EQ(tilers.tileSurfaceRegion(tiled.data(), linear.data(), &region, 32, 0, 1),
+                  kStatusInvalidArgument);
+        EXPECT_EQ(tilers.detileSurfaceRegion(tiled.data(), linear.data(), &region, 32, 0, 1),
+                  kStatusInvalidArgument);
+    }
 }
 
 TEST(LinearGeneral, HasItsOwnOffsetAndSize) {
@@ -310,7 +316,29 @@ TEST(TilingRoads, StayInsideBothMemories) {
         cut.resize(cut.bytes().size() - 1);
         EXPECT_EQ(move(road, cut, tiled, true), expected);
         EXPECT_EQ(move(road, cut, tiled, false), expected);
+        whole.setDataFormat(kR16G16B16A16); // the storage stays as it was
+        tiled.resize(tiledSize(*whole.getVexTexture()));
+        EXPECT_EQ(move(road, whole, tiled, true), expected);
+        EXPECT_EQ(move(road, whole, tiled, false), expected);
     }
+}
+
+TEST(TextureElementProvider, ClearsTheOverhangAsAnImageDoes) {
+    const Vex::Texture texture = flat(13, 13, 1, 1, kR8G8B8A8, 13);
+    TestImage image(texture, 1);
+    Bytes tiled(tiledSize(texture));
+    move(0, image, tiled, true);
+    const Raw::Texture descriptor = tiledTexture(texture, tiled);
+    const auto provider = std::make_unique<TextureElementProvider>(&descriptor);
+    const SurfaceIndex index;
+    Tile tile = TestSupport::filledWith<Tile>(0xFF), expectedTile;
+    Block block = TestSupport::filledWith<Block>(0xFF), expectedBlock;
+    provider->getTile(&index, &tile, 1, 1);
+    provider->getBlock(&index, &block, 3, 3);
+    image.getTile(&index, &expectedTile, 1, 1);
+    image.getBlock(&index, &expectedBlock, 3, 3);
+    EXPECT_TRUE(TestSupport::equal(tile, expectedTile, 8 * 8 * 4));
+    EXPECT_TRUE(TestSupport::equal(block, expectedBlock, 4 * 4 * 4));
 }
 
 TEST(TilingRoads, ReportNullArgumentsAndBadFormats) {
