@@ -3,6 +3,7 @@
 // formats' names.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -12,65 +13,16 @@
 namespace TestSupport {
 
 // Null where there is no row, and for the two that have a name only.
-inline constexpr const char* kSurfaceFormatNames[59] = {"Invalid",
-                                                        "8",
-                                                        "16",
-                                                        "8_8",
-                                                        "32",
-                                                        "16_16",
-                                                        "10_11_11",
-                                                        "11_11_10",
-                                                        "10_10_10_2",
-                                                        "2_10_10_10",
-                                                        "8_8_8_8",
-                                                        "32_32",
-                                                        "16_16_16_16",
-                                                        "32_32_32",
-                                                        "32_32_32_32",
-                                                        nullptr,
-                                                        "5_6_5",
-                                                        "1_5_5_5",
-                                                        "5_5_5_1",
-                                                        "4_4_4_4",
-                                                        "8_24",
-                                                        "24_8",
-                                                        "X24_8_32",
-                                                        nullptr,
-                                                        nullptr,
-                                                        nullptr,
-                                                        nullptr,
-                                                        nullptr,
-                                                        nullptr,
-                                                        nullptr,
-                                                        nullptr,
-                                                        nullptr,
-                                                        nullptr,
-                                                        nullptr,
-                                                        "5_9_9_9",
-                                                        "Bc1",
-                                                        "Bc2",
-                                                        "Bc3",
-                                                        "Bc4",
-                                                        "Bc5",
-                                                        "Bc6",
-                                                        "Bc7",
-                                                        nullptr,
-                                                        nullptr,
-                                                        "Fmask8_S2_F1",
-                                                        "Fmask8_S4_F1",
-                                                        "Fmask8_S8_F1",
-                                                        "Fmask8_S2_F2",
-                                                        "Fmask8_S4_F2",
-                                                        "Fmask8_S4_F4",
-                                                        "Fmask16_S16_F1",
-                                                        "Fmask16_S8_F2",
-                                                        "Fmask32_S16_F2",
-                                                        "Fmask32_S8_F4",
-                                                        "Fmask32_S8_F8",
-                                                        "Fmask64_S16_F4",
-                                                        "Fmask64_S16_F8",
-                                                        "4_4",
-                                                        "6_5_5"};
+// clang-format off
+inline constexpr const char* kSurfaceFormatNames[59] = {
+    "Invalid", "8", "16", "8_8", "32", "16_16", "10_11_11", "11_11_10", "10_10_10_2", "2_10_10_10", "8_8_8_8",
+    "32_32", "16_16_16_16", "32_32_32", "32_32_32_32", nullptr, "5_6_5", "1_5_5_5", "5_5_5_1", "4_4_4_4", "8_24",
+    "24_8", "X24_8_32", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    nullptr, "5_9_9_9", "Bc1", "Bc2", "Bc3", "Bc4", "Bc5", "Bc6", "Bc7", nullptr, nullptr, "Fmask8_S2_F1",
+    "Fmask8_S4_F1", "Fmask8_S8_F1", "Fmask8_S2_F2", "Fmask8_S4_F2", "Fmask8_S4_F4", "Fmask16_S16_F1",
+    "Fmask16_S8_F2", "Fmask32_S16_F2", "Fmask32_S8_F4", "Fmask32_S8_F8", "Fmask64_S16_F4", "Fmask64_S16_F8",
+    "4_4", "6_5_5"};
+// clang-format on
 
 // Widths from the least significant channel on: a name reads the other way.
 inline std::vector<unsigned> widthsFromName(const std::string& name) {
@@ -127,43 +79,26 @@ public:
         const std::int64_t half = range(n) / 2;
         const std::int64_t whole = n == 0 ? static_cast<std::int32_t>(raw) : std::int64_t{raw};
         const std::int64_t extended = n != 0 && whole >= half ? whole - range(n) : whole;
+        const std::int64_t biased = whole - half;
+        if (type == 4 || type == 5 || type == 12 || type == 7) {
+            return type == 7 ? decodeFloat(raw, n)
+                             : static_cast<std::uint32_t>(type == 4   ? raw
+                                                          : type == 5 ? extended
+                                                                      : biased);
+        }
         const float toUnit = n == 0 ? 1.0f : round(1.0 / static_cast<double>(range(n) - 1));
         const float toSigned = n <= 1 ? 1.0f : round(1.0 / static_cast<double>(half - 1));
-        const float unsignedUnit = product(static_cast<float>(raw), toUnit);
-        switch (type) {
-        case 0:
-            return bits(unsignedUnit);
-        case 1:
-            return bits(std::fmax(-1.0f, product(static_cast<float>(extended), toSigned)));
-        case 2:
-            return bits(static_cast<float>(raw));
-        case 3:
-            return bits(static_cast<float>(extended));
-        case 4:
-            return raw;
-        case 5:
-            return static_cast<std::uint32_t>(extended);
-        case 6: {
-            const auto lifted = static_cast<std::uint32_t>(extended + half);
-            const float unit = clamp(product(static_cast<float>(lifted), toUnit), 0.0f, 1.0f);
-            return bits(sum(product(unit, 2.0f), -1.0f));
-        }
-        case 7:
-            return decodeFloat(raw, n);
-        case 9:
-            return bits(channel < 3 ? fromSrgb(unsignedUnit) : unsignedUnit);
-        case 10:
-            return bits(std::fmax(-1.0f, product(static_cast<float>(whole - half), toSigned)));
-        case 11:
-            return bits(sum(
-                product(product(static_cast<float>(static_cast<std::int32_t>(raw)), toUnit), 2.0f), -1.0f));
-        case 12:
-            return static_cast<std::uint32_t>(whole - half);
-        case 13:
-            return bits(static_cast<float>(whole - half));
-        default:
-            return 0;
-        }
+        const float unit = product(real(raw), toUnit);
+        const float lifted = product(real(static_cast<std::uint32_t>(extended + half)), toUnit);
+        const float wrapped = product(real(static_cast<std::int32_t>(raw)), toUnit);
+        // clang-format off
+        const float values[16] = {
+            unit, std::fmax(-1.0f, product(real(extended), toSigned)), real(raw), real(extended), 0, 0,
+            sum(product(clamp(lifted, 0.0f, 1.0f), 2.0f), -1.0f), 0, 0,
+            type == 9 && channel < 3 ? fromSrgb(unit) : unit, std::fmax(-1.0f, product(real(biased), toSigned)),
+            sum(product(wrapped, 2.0f), -1.0f), 0, real(biased)};
+        // clang-format on
+        return bits(values[type]);
     }
 
     std::uint32_t encode(std::uint32_t value, unsigned channel, unsigned type) const {
@@ -185,6 +120,7 @@ public:
 private:
     static std::int64_t range(unsigned bits) { return bits == 0 ? 1 : std::int64_t{1} << bits; }
     static std::uint32_t bits(float value) { return std::bit_cast<std::uint32_t>(value); }
+    template <typename Whole> static float real(Whole whole) { return static_cast<float>(whole); }
     static float round(double value) { return static_cast<float>(value); }
     static float product(float a, float b) { return round(double{a} * double{b}); }
     static float quotient(float a, float b) { return round(double{a} / double{b}); }
@@ -204,53 +140,33 @@ private:
     }
 
     std::int64_t encodeWhole(std::uint32_t value, unsigned channel, unsigned type) const {
-        const unsigned n = m_widths[channel];
-        const std::int64_t half = range(n) / 2;
-        const float x = std::bit_cast<float>(value);
-        const auto most = static_cast<float>(range(n) - 1);
-        const auto mostSigned = static_cast<float>(half - 1);
-        const std::int64_t integer = static_cast<std::int32_t>(value);
-        switch (type) {
-        case 0:
-            return nearestUnsigned(product(most, clamp(x, 0.0f, 1.0f)));
-        case 1:
-            return nearestSigned(product(mostSigned, clamp(x, -1.0f, 1.0f)));
-        case 2:
-            return nearestUnsigned(clamp(x, 0.0f, most));
-        case 3:
-            return nearestSigned(clamp(x, -static_cast<float>(half), mostSigned));
-        case 4:
-            return value > mask(channel) ? mask(channel) : value;
-        case 5:
-            return integer < -half ? -half : integer >= half ? half - 1 : integer;
-        case 6:
-            return nearestUnsigned(product(most, clamp(sum(product(x, 0.5f), 0.5f), 0.0f, 1.0f))) - half;
-        case 7:
-            return encodeFloat(value, n);
-        case 9:
-            return channel < 3 ? encodeWhole(bits(toSrgb(x)), channel, 0) : encodeWhole(value, channel, 0);
-        case 10:
-        case 12:
-        case 13:
-            return encodeWhole(value, channel, type == 10 ? 1 : type == 12 ? 5 : 3) + half;
-        case 11: {
-            const float unit = sum(product(clamp(x, -1.0f, 1.0f), 0.5f), 0.5f);
-            return nearestSigned(sum(product(unit, most), -static_cast<float>(half))) + half;
-        }
-        default:
-            return 0;
-        }
+        const std::int64_t half = range(m_widths[channel]) / 2;
+        const float x = std::bit_cast<float>(value), h = real(half),
+                    most = real(range(m_widths[channel]) - 1);
+        const std::int64_t snorm = nearestSigned(product(real(half - 1), clamp(x, -1.0f, 1.0f)));
+        const std::int64_t sscaled = nearestSigned(clamp(x, -h, real(half - 1)));
+        const std::int64_t sint = std::clamp<std::int64_t>(static_cast<std::int32_t>(value), -half, half - 1);
+        const float raised = clamp(sum(product(x, 0.5f), 0.5f), 0.0f, 1.0f);
+        const float middle = sum(product(clamp(x, -1.0f, 1.0f), 0.5f), 0.5f);
+        const float linear = type == 9 && channel < 3 ? toSrgb(x) : clamp(x, 0.0f, 1.0f);
+        // clang-format off
+        const std::int64_t values[16] = {
+            nearestUnsigned(product(most, linear)), snorm, nearestUnsigned(clamp(x, 0.0f, most)), sscaled,
+            std::min(value, mask(channel)), sint, nearestUnsigned(product(most, raised)) - half,
+            encodeFloat(value, m_widths[channel]), 0, nearestUnsigned(product(most, linear)), snorm + half,
+            nearestSigned(sum(product(middle, most), -h)) + half, sint + half, sscaled + half};
+        // clang-format on
+        return values[type];
     }
 
     // Bits of mantissa, exponent and sign; 0 for a width that holds no floats.
     struct Parts {
         int mantissa, exponent, sign;
         explicit Parts(unsigned n)
-            : mantissa(n == 32   ? 23
-                       : n == 16 ? 10
-                       : n == 11 ? 6
-                       : n == 10 ? 5
-                                 : 0),
+            : mantissa(n == 32              ? 23
+                       : n == 10 || n == 11 ? static_cast<int>(n) - 5
+                       : n == 16            ? 10
+                                            : 0),
               exponent(n == 32 ? 8 : 5), sign(n == 32 || n == 16) {}
         int bias() const { return (1 << (exponent - 1)) - 1; }
         int endless() const { return (1 << exponent) - 1; }
