@@ -45,7 +45,8 @@ bool cacheUrl(const char* escapedUrl, std::string* path, const IAllocator& scrat
 bool copyFile(const char* from, const char* to); // overwrites
 bool isSameFile(const char* a, const char* b);   // both exist and are one
 bool fileExists(const char* name);
-bool replaceFile(const char* from, const char* to); // renames, in one step
+// Renames, in one step. Where it can, the file keeps the owner and the permissions of the one it replaces.
+bool replaceFile(const char* from, const char* to);
 bool deleteFile(const char* name);
 // Ends in a separator. False when it does not fit.
 bool getTemporaryDirectory(char* buffer, std::size_t size);
@@ -83,6 +84,9 @@ std::uint64_t getCounter();
 void sleepMilliseconds(unsigned milliseconds);
 unsigned getProcessId();
 bool isTerminal(int stream); // 1 standard output, 2 standard error
+// For programs: from now on a write to a pipe that nobody reads, or beyond the size that a file may have,
+// fails in the whole process, where the system would end the process.
+void failWritesWithoutSignals();
 
 struct ProcessorFeatures {
     bool m_ssse3;

@@ -172,7 +172,7 @@ void* mapView(Handle mapping, std::uint64_t bytes, bool writable) {
 bool unmapView(void* view, std::uint64_t bytes) { return munmap(view, bytes) == 0; }
 
 bool copyFile(const char* from, const char* to) {
-    FileGuard source(openFile(from, O_RDONLY));
+    FileGuard source(static_cast<int>(openFileToRead(from)));
     struct stat sourceStatus;
     if (source.get() < 0 || fstat(source.get(), &sourceStatus) != 0) {
         return false;
@@ -201,7 +201,15 @@ bool fileExists(const char* name) {
     return stat(name, &status) == 0;
 }
 
-bool replaceFile(const char* from, const char* to) { return std::rename(from, to) == 0; }
+bool replaceFile(const char* from, const char* to) {
+    struct stat replaced;
+    if (stat(to, &replaced) == 0 && S_ISREG(replaced.st_mode)) {
+        // As far as this user may give them away.
+        static_cast<void>(chown(from, replaced.st_uid, replaced.st_gid) == 0);
+        static_cast<void>(chmod(from, replaced.st_mode & 0777) == 0);
+    }
+    return std::rename(from, to) == 0;
+}
 
 bool deleteFile(const char* name) { return unlink(name) == 0; }
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -78,5 +79,10 @@ void sleepMilliseconds(unsigned milliseconds) {
 unsigned getProcessId() { return static_cast<unsigned>(getpid()); }
 
 bool isTerminal(int stream) { return isatty(stream) == 1; }
+
+void failWritesWithoutSignals() {
+    signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
+}
 
 } // namespace qor::Texsmith::Platform

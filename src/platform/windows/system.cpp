@@ -71,6 +71,8 @@ unsigned getProcessId() { return GetCurrentProcessId(); }
 
 bool isTerminal(int stream) { return _isatty(stream) != 0; }
 
+void failWritesWithoutSignals() {} // they do
+
 ProcessorFeatures getProcessorFeatures() {
     return {IsProcessorFeaturePresent(kFeatureSsse3) != 0, IsProcessorFeaturePresent(kFeatureAvx2) != 0};
 }
