@@ -7,8 +7,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <iterator>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -36,8 +38,12 @@ protected:
         m_directory =
             fs::temp_directory_path() / ("texsmith-tool-test-" + std::to_string(Platform::getProcessId()));
         fs::create_directory(m_directory);
+        fs::current_path(m_directory);
     }
-    void TearDown() override { fs::remove_all(m_directory); }
+    void TearDown() override {
+        fs::current_path(fs::temp_directory_path());
+        fs::remove_all(m_directory);
+    }
 
     static fs::path sample(const char* name) { return fs::path(TEXSMITH_SOURCE_DIR) / "samples" / name; }
     fs::path file(const char* name) const { return m_directory / name; }
@@ -45,8 +51,8 @@ protected:
 
     Outcome run(const std::string& arguments) const {
         const fs::path output = file("stdout.txt"), errors = file("stderr.txt");
-        const std::string command = quoted(fs::path(TEXSMITH_TOOL_PATH).make_preferred()) + " " + arguments +
-                                    " >" + quoted(output) + " 2>" + quoted(errors);
+        const std::string command = quoted(fs::path(TEXSMITH_TOOL_PATH).make_preferred()) + " >" +
+                                    quoted(output) + " 2>" + quoted(errors) + " " + arguments;
         // The command interpreter of Windows takes off the first and the last quote of such a line.
         const bool onWindows = fs::path::preferred_separator == '\\';
         const int status = std::system((onWindows ? '"' + command + '"' : command).c_str());
@@ -92,11 +98,45 @@ TEST_F(ToolTest, SamplesComeBackWithTheSamePixels) {
     }
 }
 
-TEST_F(ToolTest, DestinationThatIsAnExtensionStandsBesideTheSource) {
+TEST_F(ToolTest, ADestinationIsAnExtensionOrANameAsItStands) {
+    const std::string here = m_directory.filename().string();
     fs::copy_file(sample("moon.tga"), file("a.b.tga"));
-    ASSERT_TRUE(run("convert " + quoted(file("a.b.tga")) + " .vxf").m_succeeded);
-    EXPECT_EQ("VXF ", readFile(file("a.b.vxf")).substr(0, 4));
-    EXPECT_EQ(2u, filesInDirectory());
+    std::size_t files = filesInDirectory();
+    for (const auto& [arguments, made] : std::initializer_list<std::pair<std::string, const char*>>{
+             {"a.b.tga .vxf", "a.b.vxf"},
+             {"./a.b.tga plain.vxf", "plain.vxf"},
+             {quoted(file("a.b.tga")) + " ./dot.vxf", "dot.vxf"},
+             {"a.b.tga ../" + here + "/up.vxf2", "up.vxf2"},
+         }) {
+        const Outcome outcome = run("convert " + arguments);
+        EXPECT_TRUE(outcome.m_succeeded) << arguments << outcome.m_errors;
+        EXPECT_EQ("VXF ", readFile(file(made)).substr(0, 4)) << arguments;
+        EXPECT_EQ(++files, filesInDirectory()) << arguments;
+    }
+    expectFailure(run("convert ../" + here + "/none .vxf"),
+                  "the name has no extension that .vxf could replace");
+}
+
+TEST_F(ToolTest, AFileBehindALinkIsReplacedAndKeepsItsPermissions) {
+    fs::copy_file(sample("moon.tga"), file("moon.tga"));
+    std::error_code error;
+    fs::create_symlink("target.vxf", file("link.vxf"), error);
+    if (error) {
+        GTEST_SKIP() << "no links here: " << error.message();
+    }
+    const fs::perms mine = fs::perms::owner_all;
+    for (const bool exists : {false, true}) {
+        if (exists) {
+            fs::permissions(file("target.vxf"), mine);
+        }
+        ASSERT_TRUE(run("convert moon.tga link.vxf").m_succeeded);
+        EXPECT_TRUE(fs::is_symlink(file("link.vxf")));
+        EXPECT_EQ("VXF ", readFile(file("target.vxf")).substr(0, 4));
+        EXPECT_EQ(exists, fs::status(file("target.vxf")).permissions() == mine);
+    }
+    fs::create_symlink("moon.tga", file("moon.vxf"));
+    ASSERT_TRUE(run("convert moon.tga moon.vxf").m_succeeded);
+    EXPECT_EQ(readFile(sample("moon.tga")), readFile(file("moon.tga"))); // the source is not what gives way
 }
 
 TEST_F(ToolTest, FailedConversionHarmsNothing) {
@@ -119,7 +159,7 @@ TEST_F(ToolTest, FailedConversionHarmsNothing) {
                   "MemoryRegion must be big enough to hold minimal header (48 bytes,) but is only 4 bytes.");
     expectFailure(convert(file("missing.tga"), file("keep.vxf")), "missing.tga");
     expectFailure(convert(sample("moon.tga"), file("keep.xyz")), "can't figure out what format to write");
-    expectFailure(convert(sample("moon.tga"), file("no-directory") / "new.vxf"), "moon.tga: ");
+    expectFailure(convert(sample("moon.tga"), file("no-directory") / "new.vxf"), "new.vxf: ");
     EXPECT_EQ("precious", readFile(file("keep.vxf")));
     EXPECT_EQ("precious", readFile(file("keep.tga")));
     EXPECT_EQ(files, filesInDirectory());
@@ -156,6 +196,9 @@ TEST_F(ToolTest, WrongArgumentsAreOneLine) {
     expectFailure(run("convert a.tga \"\""), "the destination has no name");
     expectFailure(run("info"), "info takes one file");
     EXPECT_TRUE(run("--help").m_succeeded);
+    if (fs::exists("/dev/full")) {
+        expectFailure(run("--help >/dev/full"), "cannot write to the standard output");
+    }
 }
 
 } // namespace

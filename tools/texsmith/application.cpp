@@ -2,7 +2,9 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "replacement_file.h"
 
+#include "platform/platform.h"
 #include "qor/texsmith/raw/process.h"
 
 #include <algorithm>
@@ -13,6 +15,8 @@
 
 namespace Tool {
 namespace {
+
+namespace Platform = qor::Texsmith::Platform;
 
 struct Command {
     std::string_view m_name;
@@ -35,10 +39,11 @@ constexpr char kUsage[] =
     "\n"
     "Types: .tga, .vxf\n";
 
-// One line, whatever the text holds.
+bool isControl(char c) { return (c >= 0 && c < ' ') || c == '\x7F'; }
+
+// One line, whatever a name in the text holds.
 void printFailure(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    std::replace_if(text.begin(), text.end(), &isControl, ' ');
     std::fprintf(stderr, "texsmith: %s\n", text.c_str());
 }
 
@@ -64,7 +69,7 @@ void runArguments(Arguments arguments) {
         runCommand(first, arguments.subspan(1));
     }
     // A result that could not be written is a failure like any other.
-    if (std::fflush(stdout) != 0) {
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         throw Failure("cannot write to the standard output");
     }
 }
@@ -72,6 +77,7 @@ void runArguments(Arguments arguments) {
 class Application : public qor::Texsmith::Raw::UnhandledExceptionAbsorber {
     int doMain(int argc, char** argv) override {
         try {
+            Platform::failWritesWithoutSignals();
             installReportHandlers();
             runArguments(Arguments(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
             return kExitSuccess;
@@ -94,6 +100,7 @@ int runApplication(int argc, char** argv) {
         return result;
     }
     // The body did not come back: a fault of the operating system ended it.
+    ReplacementFile::removeUnfinished();
     const std::string report = firstReport();
     printFailure(report.empty() ? "an internal fault ended the command" : report);
     return kExitFailure;

@@ -1,10 +1,12 @@
 #include "commands.h"
 #include "failure.h"
+#include "paths.h"
+#include "replacement_file.h"
 
 #include "platform/platform.h"
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/helpers.h"
-#include "qor/texsmith/raw/names.h"
+#include "qor/texsmith/raw/memory_region.h"
 
 #include <string>
 
@@ -13,21 +15,19 @@ namespace {
 
 using namespace qor::Texsmith;
 
-// Room in a DerivedFilename, without the terminator.
-constexpr std::size_t kMaxName = 1023;
-
-// The whole destination name, when only its extension was given.
+// The whole destination name, when only its extension was given. "./a.vxf" is a name.
 std::string resolveDestination(const std::string& source, const std::string& destination) {
     if (destination.empty()) {
         throw UsageFailure("the destination has no name");
     }
-    if (source.size() + destination.size() > kMaxName) {
-        throw Failure(source + ": the name is too long");
+    if (destination.front() != '.' || nameOffset(destination) != 0) {
+        return destination;
     }
-    if (destination.front() == '.' && source.find('.') == std::string::npos) {
+    const std::size_t extension = extensionOffset(source);
+    if (extension == source.size()) {
         throw Failure(source + ": the name has no extension that " + destination + " could replace");
     }
-    return Raw::DerivedFilename(destination.c_str(), source.c_str()).c_str();
+    return source.substr(0, extension) + destination;
 }
 
 // The source itself, of the same type, was named as the destination.
@@ -37,55 +37,26 @@ bool isAlreadyThere(const std::string& source, const std::string& destination) {
            Platform::isSameFile(source.c_str(), destination.c_str());
 }
 
-// A file beside the destination, with its extension, that takes its place once it is whole.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const std::string& destination) : m_name(unusedName(destination)) {}
-    ~TemporaryFile() {
-        if (!m_kept && Platform::fileExists(m_name.c_str())) {
-            Platform::deleteFile(m_name.c_str());
-        }
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
+// A link stays and the file behind it is replaced, unless that is the source.
+std::string fileToReplace(const std::string& source, const std::string& destination) {
+    const bool leadsToSource = Platform::isSameFile(source.c_str(), destination.c_str());
+    return leadsToSource ? destination : followLinks(destination);
+}
 
-    const char* name() const { return m_name.c_str(); }
-
-    void moveTo(const std::string& destination) {
-        if (!Platform::replaceFile(m_name.c_str(), destination.c_str())) {
-            char text[512];
-            Platform::lastErrorText(text, sizeof text);
-            throw Failure(destination + ": " + text);
-        }
-        m_kept = true;
-    }
-
-private:
-    static std::string unusedName(const std::string& destination) {
-        const std::size_t directoryEnd = destination.find_last_of("/\\") + 1; // 0 without a directory
-        const std::size_t dot = destination.rfind('.');
-        const std::string extension =
-            dot == std::string::npos || dot < directoryEnd ? std::string() : destination.substr(dot);
-        const std::string process = std::to_string(Platform::getProcessId());
-        for (unsigned number = 0;; ++number) {
-            std::string name = destination.substr(0, directoryEnd) + ".texsmith-" + process + "-" +
-                               std::to_string(number) + extension;
-            if (!Platform::fileExists(name.c_str())) {
-                return name;
-            }
-        }
-    }
-
-    std::string m_name;
-    bool m_kept = false;
-};
-
-Raw::Error convertToFile(const std::string& source, const char* destination) {
+void convertFile(const std::string& source, const std::string& destination, const std::string& written) {
     Configuration configuration;
+    Raw::Error error = Raw::kErrorFailed;
+    const std::string* atWork = &source;
     try {
-        return Raw::convertWithResult(source.c_str(), destination, &configuration);
-    } catch (const Failure&) {
-        return Raw::kErrorFailed; // its text is the first report
+        Raw::MemoryMappedFile from(source.c_str(), Raw::kPermissionsReadOnly, configuration.m_allocator);
+        atWork = &destination;
+        Raw::MemoryMappedFile to(written.c_str(), Raw::kPermissionsReadWrite, configuration.m_allocator);
+        atWork = &source;
+        error = Raw::convertWithResult(&from, source.c_str(), &to, destination.c_str(), &configuration);
+    } catch (const Failure&) { // its text is the first report
+    }
+    if (error != Raw::kErrorNone || !firstReport().empty()) {
+        throwFileFailure(*atWork, error);
     }
 }
 
@@ -100,12 +71,9 @@ void convertCommand(Arguments arguments) {
     if (isAlreadyThere(source, destination)) {
         return;
     }
-    TemporaryFile temporary(destination);
-    const Raw::Error error = convertToFile(source, temporary.name());
-    if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(source, error);
-    }
-    temporary.moveTo(destination);
+    ReplacementFile file(fileToReplace(source, destination));
+    convertFile(source, destination, file.name());
+    file.takePlace();
 }
 
 } // namespace Tool

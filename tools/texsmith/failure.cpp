@@ -57,11 +57,6 @@ std::string firstReport() {
     return s_firstReport;
 }
 
-void forgetReports() {
-    const std::scoped_lock lock(s_mutex);
-    s_firstReport.clear();
-}
-
 void throwFileFailure(const std::string& file, Raw::Error error) {
     const std::string report = firstReport();
     throw Failure(file + ": " + (report.empty() ? errorText(error) : report));

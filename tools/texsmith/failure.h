@@ -23,9 +23,8 @@ public:
 // Routes the library's assertions, warnings and errors into one place, which keeps the first text.
 void installReportHandlers();
 
-// Empty when nothing was reported since the last call of forgetReports.
+// Empty when nothing was reported.
 std::string firstReport();
-void forgetReports();
 
 // Throws a Failure that names the file and the reason: the first report, else the text of `error`.
 [[noreturn]] void throwFileFailure(const std::string& file, qor::Texsmith::Raw::Error error);

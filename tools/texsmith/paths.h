@@ -1,0 +1,18 @@
+// Names of files, in UTF-8 on Windows and in bytes as they are elsewhere.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace Tool {
+
+// Where the name begins behind its directories, and where its extension begins: at the last dot, else at the
+// end.
+std::size_t nameOffset(std::string_view path);
+std::size_t extensionOffset(std::string_view path);
+
+// The file that a chain of links ends at, whether it exists or not; `path` itself when it is no link.
+std::string followLinks(const std::string& path);
+
+} // namespace Tool
