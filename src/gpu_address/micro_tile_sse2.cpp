@@ -89,7 +89,7 @@ template <typename Direction, unsigned kBytes>
 inline void movePlane(typename Direction::Tiled plane, typename Direction::Linear linear, std::size_t pitch) {
     using Rows = Quads<kBytes>;
     for (unsigned y = 0; y < kMicroTileSide; y += Rows::kRows) {
-        Rows::move(plane + (kSpread[y] << 1) * kBytes, linear + y * pitch, pitch);
+        Rows::move(plane + (unsigned{kSpread[y]} << 1) * kBytes, linear + y * pitch, pitch);
     }
 }
 

@@ -82,8 +82,8 @@ void forSizesFrom(std::size_t first, unsigned tileMode, unsigned bits, unsigned 
 template <typename Run> void forEachCase(Run run) {
     std::mt19937 first(1);
     for (unsigned tileMode = 0; tileMode < 32; ++tileMode) {
-        for (const unsigned bits : {1, 2, 4, 8, 16, 32, 64, 96, 128}) {
-            for (const unsigned fragments : {1, 2, 8}) {
+        for (const unsigned bits : {1u, 2u, 4u, 8u, 16u, 32u, 64u, 96u, 128u}) {
+            for (const unsigned fragments : {1u, 2u, 8u}) {
                 forSizesFrom(first() % std::size(kSizes), tileMode, bits, fragments, run);
             }
         }
@@ -267,7 +267,7 @@ template <typename Direction> void expectKernelsAgree(unsigned bytes, bool rowOr
 }
 
 TEST(Tilers, KernelsOfTheProcessorAgreeWithThePortableOnes) {
-    for (const unsigned bytes : {1, 2, 4, 8, 12, 16}) {
+    for (const unsigned bytes : {1u, 2u, 4u, 8u, 12u, 16u}) {
         for (const bool rowOrder : {false, true}) {
             expectKernelsAgree<ToTiled>(bytes, rowOrder);
             expectKernelsAgree<ToLinear>(bytes, rowOrder);

@@ -247,7 +247,7 @@ TEST(Tilers, MoveNothingWithoutAModeAndOneSliceIn2d) {
     EXPECT_EQ(std::count(tiled.begin(), tiled.end(), 1), 1024);
     EXPECT_EQ(tilers.detileSurfaceRegion1d(tiled.data(), linear.data(), &region, 32, 1024),
               kStatusInvalidArgument);
-    for (const unsigned tileMode : {8, 13, 14}) { // without a second fragment
+    for (const unsigned tileMode : {8u, 13u, 14u}) { // without a second fragment
         const Vex::Texture one = flat(128, 128, 1, 1, kR8, tileMode);
         tilers.initFromVexTexture(&one, 0, 0);
         EXPECT_EQ(tilers.tileSurfaceRegion(tiled.data(), linear.data(), &region, 32, 0, 1),
@@ -268,14 +268,14 @@ TEST(LinearGeneral, HasItsOwnOffsetAndSize) {
 TEST(TilingRoads, AllGiveTheSameMemoryAndTheSameImage) {
     std::vector<Vex::Texture> textures;
     for (const Vex::DataFormat format : {kR8, kR8G8B8A8, kR16G16B16A16, kR32G32B32, kBc1}) {
-        for (const unsigned tileMode : {0, 8, 9, 10, 13, 14, 17, 19, 28}) {
+        for (const unsigned tileMode : {0u, 8u, 9u, 10u, 13u, 14u, 17u, 19u, 28u}) {
             textures.push_back(flat(70, 67, 1, 4, format, tileMode));
             textures.push_back(flat(12, 12, 2, 3, format, tileMode, 0, true));
         }
-        for (const unsigned tileMode : {8, 13, 14, 19, 20, 22, 25, 26}) {
+        for (const unsigned tileMode : {8u, 13u, 14u, 19u, 20u, 22u, 25u, 26u}) {
             textures.push_back(volume(70, 34, 9, 4, format, tileMode));
         }
-        for (const unsigned tileMode : {8, 13, 14}) {
+        for (const unsigned tileMode : {8u, 13u, 14u}) {
             textures.push_back(flat(21, 10, 2, 1, format, tileMode, 2));
         }
         textures.push_back(flat(21, 10, 19, 2, format, 13));
