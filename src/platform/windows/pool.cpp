@@ -2,20 +2,34 @@
 #include "platform/windows/win32.h"
 
 #include <atomic>
+#include <new>
 
 namespace qor::Texsmith::Platform {
 
-// A work object of the system, and what must outlive it. Runs are counted here, since the cleanup group may
-// take the work object away while somebody waits for its runs.
+namespace {
+
+// A cleanup group, and how many threads are in a call of the system with a work object that belongs to it.
+struct Group {
+    PTP_CLEANUP_GROUP m_group;
+    unsigned m_users;
+};
+
+} // namespace
+
+// A work object of the system and its runs. Each callback that the system owes takes as many runs as are
+// left, so that there may be none for a later one; and a waiting thread of the pool takes runs itself: the
+// system does not make threads without end, and were all of them to wait, nobody else would.
 struct PoolWork {
     void (*m_run)(void* context);
     void* m_context;
-    PTP_WORK m_work;              // null once the cleanup group has taken it
-    std::atomic<unsigned> m_runs; // submitted and not returned; reaches 0 under the lock only
-    bool m_closed;                // the last run deletes this
-    CONDITION_VARIABLE m_returned;
+    PTP_WORK m_work; // null, as the group, once waitForAllWork has given the group up
+    Group* m_group;
     PoolWork* m_next; // among the members of the present group
     PoolWork* m_previous;
+    CONDITION_VARIABLE m_returned;
+    std::atomic<unsigned> m_claimable;   // runs that no thread has taken
+    std::atomic<unsigned> m_outstanding; // runs that have not returned; reaches 0 under the lock only
+    std::atomic<unsigned> m_references;  // the owner's, and one for each callback
 };
 
 namespace {
@@ -24,12 +38,14 @@ namespace {
 struct Pool {
     TP_CALLBACK_ENVIRON m_environment;
     PTP_POOL m_pool;
-    PTP_CLEANUP_GROUP m_group;
-    SRWLOCK m_lock; // of everything here and in every PoolWork
+    SRWLOCK m_lock; // of everything here, and in every PoolWork and Group
+    CONDITION_VARIABLE m_userLeft;
+    Group* m_group;
     PoolWork* m_members;
 };
 
 constinit Pool s_pool = {};
+thread_local bool t_isPoolThread = false;
 
 class Lock {
 public:
@@ -37,21 +53,80 @@ public:
     ~Lock() { ReleaseSRWLockExclusive(&s_pool.m_lock); }
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
+
+    void sleep(CONDITION_VARIABLE* condition) {
+        SleepConditionVariableSRW(condition, &s_pool.m_lock, INFINITE, 0);
+    }
 };
+
+Group* makeGroup() {
+    const PTP_CLEANUP_GROUP group = CreateThreadpoolCleanupGroup();
+    return group != nullptr ? new (std::nothrow) Group{group, 0} : nullptr;
+}
+
+void enterGroup(Group* group) {
+    s_pool.m_group = group;
+    s_pool.m_members = nullptr;
+    SetThreadpoolCallbackCleanupGroup(&s_pool.m_environment, group->m_group, nullptr);
+}
 
 bool makePool() {
     s_pool.m_pool = CreateThreadpool(nullptr);
-    s_pool.m_group = CreateThreadpoolCleanupGroup();
-    if (s_pool.m_pool == nullptr || s_pool.m_group == nullptr) {
+    Group* const group = makeGroup();
+    if (s_pool.m_pool == nullptr || group == nullptr) {
         return false;
     }
     InitializeThreadpoolEnvironment(&s_pool.m_environment);
     SetThreadpoolCallbackPool(&s_pool.m_environment, s_pool.m_pool);
-    SetThreadpoolCallbackCleanupGroup(&s_pool.m_environment, s_pool.m_group, nullptr);
+    enterGroup(group);
     return true;
 }
 
+void release(PoolWork* work) {
+    if (work->m_references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        delete work;
+    }
+}
+
+bool claimRun(PoolWork* work) {
+    unsigned left = work->m_claimable.load(std::memory_order_acquire);
+    while (left != 0 && !work->m_claimable.compare_exchange_weak(left, left - 1, std::memory_order_acq_rel)) {
+    }
+    return left != 0;
+}
+
+// Only those who return last need the lock.
+void countReturned(PoolWork* work, unsigned runs) {
+    unsigned left = work->m_outstanding.load(std::memory_order_relaxed);
+    while (left > runs) {
+        if (work->m_outstanding.compare_exchange_weak(left, left - runs, std::memory_order_acq_rel)) {
+            return;
+        }
+    }
+    const Lock lock;
+    work->m_outstanding.fetch_sub(runs, std::memory_order_acq_rel);
+    WakeAllConditionVariable(&work->m_returned);
+}
+
+void takeRuns(PoolWork* work) {
+    unsigned runs = 0;
+    for (; claimRun(work); ++runs) {
+        work->m_run(work->m_context);
+    }
+    if (runs != 0) {
+        countReturned(work, runs);
+    }
+}
+
+void CALLBACK runWork(PTP_CALLBACK_INSTANCE, void* context, PTP_WORK) {
+    t_isPoolThread = true;
+    auto* const work = static_cast<PoolWork*>(context);
+    takeRuns(work);
+    release(work);
+}
+
 void link(PoolWork* work) {
+    work->m_group = s_pool.m_group;
     work->m_previous = nullptr;
     work->m_next = s_pool.m_members;
     if (work->m_next != nullptr) {
@@ -67,41 +142,6 @@ void unlink(PoolWork* work) {
     }
 }
 
-// True when other runs are left, and the count is down. The lock is for the last run alone: runs are short,
-// and submitWork holds it for as long as it submits.
-bool countUnlessLast(PoolWork* work) {
-    unsigned runs = work->m_runs.load(std::memory_order_relaxed);
-    while (runs > 1) {
-        if (work->m_runs.compare_exchange_weak(runs, runs - 1, std::memory_order_acq_rel)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-// Nothing of the work is touched after the count is down and the lock is free.
-void countReturn(PoolWork* work) {
-    if (countUnlessLast(work)) {
-        return;
-    }
-    bool unused = false;
-    {
-        const Lock lock;
-        const bool last = work->m_runs.fetch_sub(1, std::memory_order_acq_rel) == 1;
-        unused = last && work->m_closed;
-        WakeAllConditionVariable(&work->m_returned);
-    }
-    if (unused) {
-        delete work;
-    }
-}
-
-void CALLBACK runWork(PTP_CALLBACK_INSTANCE, void* context, PTP_WORK) {
-    auto* const work = static_cast<PoolWork*>(context);
-    work->m_run(work->m_context);
-    countReturn(work);
-}
-
 bool joinGroup(PoolWork* work) {
     work->m_work = CreateThreadpoolWork(&runWork, work, &s_pool.m_environment);
     if (work->m_work != nullptr) {
@@ -110,16 +150,45 @@ bool joinGroup(PoolWork* work) {
     return work->m_work != nullptr;
 }
 
-// Gives every member to the group it is in and puts an empty group in its place.
-PTP_CLEANUP_GROUP detachGroup(PTP_CLEANUP_GROUP next) {
-    const Lock lock;
+// A work object in use by the system without our lock: its group is not given up meanwhile.
+class Use {
+public:
+    explicit Use(PoolWork* work) : m_group(nullptr), m_work(nullptr) {
+        const Lock lock;
+        if (work->m_work != nullptr || joinGroup(work)) {
+            m_group = work->m_group;
+            m_work = work->m_work;
+            ++m_group->m_users;
+        }
+    }
+    ~Use() {
+        if (m_group != nullptr) {
+            const Lock lock;
+            --m_group->m_users;
+            WakeAllConditionVariable(&s_pool.m_userLeft);
+        }
+    }
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+    PTP_WORK get() const { return m_work; } // null when the system had none to give
+
+private:
+    Group* m_group;
+    PTP_WORK m_work;
+};
+
+// Puts `next` in the place of the present group. The members of that one belong to it alone from now on.
+Group* exchangeGroup(Group* next) {
+    Lock lock;
+    Group* const group = s_pool.m_group;
     for (PoolWork* work = s_pool.m_members; work != nullptr; work = work->m_next) {
         work->m_work = nullptr;
+        work->m_group = nullptr;
     }
-    s_pool.m_members = nullptr;
-    const PTP_CLEANUP_GROUP group = s_pool.m_group;
-    s_pool.m_group = next;
-    SetThreadpoolCallbackCleanupGroup(&s_pool.m_environment, next, nullptr);
+    enterGroup(next);
+    while (group->m_users != 0) {
+        lock.sleep(&s_pool.m_userLeft);
+    }
     return group;
 }
 
@@ -131,10 +200,8 @@ bool startPool() {
 }
 
 Work createWork(void (*run)(void* context), void* context) {
-    auto* const work =
-        new PoolWork{run, context, nullptr, 0, false, CONDITION_VARIABLE_INIT, nullptr, nullptr};
-    const Lock lock;
-    if (!joinGroup(work)) {
+    auto* const work = new PoolWork{run, context, nullptr, nullptr, nullptr, nullptr, {}, 0, 0, 1};
+    if (Use(work).get() == nullptr) {
         delete work;
         return nullptr;
     }
@@ -142,56 +209,54 @@ Work createWork(void (*run)(void* context), void* context) {
 }
 
 void submitWork(Work work, unsigned runs) {
-    const Lock lock;
-    if (work->m_work == nullptr && !joinGroup(work)) {
+    const Use use(work);
+    if (use.get() == nullptr) {
         return;
     }
-    work->m_runs += runs;
+    work->m_references += runs;
+    work->m_outstanding += runs;
+    work->m_claimable += runs;
     for (unsigned run = 0; run < runs; ++run) {
-        SubmitThreadpoolWork(work->m_work);
+        SubmitThreadpoolWork(use.get());
     }
 }
 
-// With no run left to count, the callbacks only have to leave this library's code; that needs no lock of
-// ours, so waiting for it inside the lock is brief, and keeps the group from taking the work object
-// meanwhile.
+// From outside the pool the wait is the system's.
 void waitForWork(Work work) {
-    const Lock lock;
-    while (work->m_runs != 0) {
-        SleepConditionVariableSRW(&work->m_returned, &s_pool.m_lock, INFINITE, 0);
+    if (t_isPoolThread) {
+        takeRuns(work);
+    } else if (const Use use(work); use.get() != nullptr) {
+        WaitForThreadpoolWorkCallbacks(use.get(), FALSE);
     }
-    if (work->m_work != nullptr) {
-        WaitForThreadpoolWorkCallbacks(work->m_work, FALSE);
+    Lock lock;
+    while (work->m_outstanding != 0) {
+        lock.sleep(&work->m_returned);
     }
 }
 
 void closeWork(Work work) {
-    bool unused = false;
     {
         const Lock lock;
         if (work->m_work != nullptr) {
             unlink(work);
             CloseThreadpoolWork(work->m_work);
+            work->m_work = nullptr;
         }
-        work->m_work = nullptr;
-        work->m_closed = true;
-        unused = work->m_runs == 0;
     }
-    if (unused) {
-        delete work;
-    }
+    release(work);
 }
 
-// The group's members are fixed first, so that work made meanwhile, by the very callbacks that are waited
-// for, keeps a work object of its own.
+// The group's members are fixed first, so that work made meanwhile, by the very runs that are waited for,
+// keeps a work object of its own.
 void waitForAllWork() {
-    const PTP_CLEANUP_GROUP next = CreateThreadpoolCleanupGroup();
+    Group* const next = makeGroup();
     if (next == nullptr) {
         return;
     }
-    const PTP_CLEANUP_GROUP group = detachGroup(next);
-    CloseThreadpoolCleanupGroupMembers(group, FALSE, nullptr);
-    CloseThreadpoolCleanupGroup(group);
+    Group* const group = exchangeGroup(next);
+    CloseThreadpoolCleanupGroupMembers(group->m_group, FALSE, nullptr);
+    CloseThreadpoolCleanupGroup(group->m_group);
+    delete group;
 }
 
 } // namespace qor::Texsmith::Platform
