@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace qor;
@@ -252,53 +253,46 @@ TEST(Tilers, ElementsNarrowerThanAByteKeepTheirNeighbours) {
     EXPECT_EQ(tiled[1], 0xAB);
 }
 
-template <typename Direction> void expectKernelsAgree(unsigned bytes, bool rowOrder) {
+template <typename Direction> void expectKernelsAgree(unsigned bytes) {
     const MicroTileRow row = {0, 64 * bytes, 2, 16, 3};
     const std::size_t pitch = 40 * bytes + 3;
-    Bytes tiled = randomBytes(2 * 16 * row.m_microBytes), linear = randomBytes(8 * pitch);
-    Bytes otherTiled = tiled, otherLinear = linear;
-    const auto columns = 5u, first = 1u;
-    planeKernels<Direction>(bytes, rowOrder)
-        .m_movePlanes(tiled.data(), linear.data(), pitch, row, first, columns);
-    portablePlaneKernels<Direction>(bytes, rowOrder)
-        .m_movePlanes(otherTiled.data(), otherLinear.data(), pitch, row, first, columns);
-    EXPECT_EQ(tiled, otherTiled) << bytes;
-    EXPECT_EQ(linear, otherLinear) << bytes;
+    const Bytes tiled = randomBytes(2 * 16 * row.m_microBytes), linear = randomBytes(8 * pitch);
+    const auto moved = [&](const PlaneKernels<Direction>& kernels) {
+        std::pair<Bytes, Bytes> sides(tiled, linear);
+        kernels.m_movePlanes(sides.first.data(), sides.second.data(), pitch, row, 1, 5);
+        return sides;
+    };
+    EXPECT_EQ(moved(planeKernels<Direction>(bytes, false)),
+              moved(portablePlaneKernels<Direction>(bytes, false)));
 }
 
 TEST(Tilers, KernelsOfTheProcessorAgreeWithThePortableOnes) {
-    for (const unsigned bytes : {1u, 2u, 4u, 8u, 12u, 16u}) {
-        for (const bool rowOrder : {false, true}) {
-            expectKernelsAgree<ToTiled>(bytes, rowOrder);
-            expectKernelsAgree<ToLinear>(bytes, rowOrder);
-        }
+    for (const unsigned bytes : {1u, 2u, 4u}) {
+        expectKernelsAgree<ToTiled>(bytes);
+        expectKernelsAgree<ToLinear>(bytes);
     }
-    EXPECT_EQ(planeKernels<ToTiled>(3, false).m_movePlanes, nullptr);
 }
 
 TEST(Tilers, RefuseWhatTheyCannotMove) {
     const auto parameters = makeParameters(14, 32, 2, {64, 64, 1});
     const auto unusable = makeParameters(14, 12, 1, {64, 64, 1});
     const Tiler2d tiler(&parameters), none(&unusable);
-    const SurfaceRegion whole = {0, 0, 0, 64, 64, 1}, reversed = {8, 8, 0, 4, 4, 1},
-                        beyond = {64, 0, 0, 80, 8, 1};
+    const SurfaceRegion whole = {0, 0, 0, 64, 64, 1}, reversed = {8, 8, 0, 4, 4, 1};
+    const SurfaceRegion beyond = {64, 0, 0, 80, 8, 1};
     Bytes tiled(32768), linear(16384, 1);
-    const auto tile = [&](const Tiler2d& with, void* to, const void* from, const SurfaceRegion* region,
-                          unsigned fragment) {
-        return with.tileSurfaceRegion(to, from, region, 64, fragment);
-    };
-    EXPECT_EQ(tile(tiler, nullptr, linear.data(), &whole, 0), kStatusInvalidArgument);
-    EXPECT_EQ(tile(tiler, tiled.data(), nullptr, &whole, 0), kStatusInvalidArgument);
-    EXPECT_EQ(tile(tiler, tiled.data(), linear.data(), nullptr, 0), kStatusInvalidArgument);
-    EXPECT_EQ(tile(tiler, tiled.data(), linear.data(), &whole, 2), kStatusInvalidArgument);
-    EXPECT_EQ(tile(none, tiled.data(), linear.data(), &whole, 0), kStatusInvalidArgument);
-    EXPECT_EQ(tile(tiler, tiled.data(), linear.data(), &reversed, 0), kStatusSuccess);
-    EXPECT_EQ(tile(tiler, tiled.data(), linear.data(), &beyond, 0), kStatusSuccess);
+    void* const to = tiled.data();
+    const void* const from = linear.data();
+    EXPECT_EQ(tiler.tileSurfaceRegion(nullptr, from, &whole, 64, 0), kStatusInvalidArgument);
+    EXPECT_EQ(tiler.tileSurfaceRegion(to, nullptr, &whole, 64, 0), kStatusInvalidArgument);
+    EXPECT_EQ(tiler.tileSurfaceRegion(to, from, nullptr, 64, 0), kStatusInvalidArgument);
+    EXPECT_EQ(tiler.tileSurfaceRegion(to, from, &whole, 64, 2), kStatusInvalidArgument);
+    EXPECT_EQ(none.tileSurfaceRegion(to, from, &whole, 64, 0), kStatusInvalidArgument);
+    EXPECT_EQ(tiler.tileSurfaceRegion(to, from, &reversed, 64, 0), kStatusSuccess);
+    EXPECT_EQ(tiler.tileSurfaceRegion(to, from, &beyond, 64, 0), kStatusSuccess);
     EXPECT_EQ(tiled, Bytes(32768));
     std::uint64_t offset = 1;
     EXPECT_EQ(tiler.getTiledElementBitOffset(&offset, 64, 0, 0, 0), kStatusInvalidArgument);
     EXPECT_EQ(offset, 0u);
-    EXPECT_EQ(tileSurface(tiled.data(), linear.data(), &unusable), kStatusInvalidArgument);
 }
 
 TEST(SurfaceInfo, ChoosesModeAndPaddingBySize) {
@@ -333,17 +327,6 @@ TEST(SurfaceInfo, ChoosesModeAndPaddingBySize) {
     }
 }
 
-TEST(SurfaceInfo, CountsBlocksOfCompressedFormats) {
-    auto parameters = makeParameters(13, 4, 1, {33, 5, 1});
-    parameters.m_isBlockCompressed = true;
-    std::uint64_t tiled, untiled;
-    unsigned alignment;
-    EXPECT_EQ(computeTiledSurfaceSize(&tiled, &alignment, &parameters), kStatusSuccess);
-    EXPECT_EQ(tiled, 16u * 8 * 8);
-    EXPECT_EQ(computeUntiledSurfaceSize(&untiled, &alignment, &parameters), kStatusSuccess);
-    EXPECT_EQ(untiled, 9u * 2 * 8);
-}
-
 TEST(SurfaceInfo, RefusesElementsAndSizesThatItCannotCount) {
     constexpr unsigned kMost = 0xFFFFFFFF;
     const TilingParameters refused[] = {
@@ -368,19 +351,8 @@ TEST(SurfaceInfo, RefusesElementsAndSizesThatItCannotCount) {
     EXPECT_EQ(size, std::uint64_t{kMost} * 64);
 }
 
-TEST(TilingParameters, ComeFromTargetsAndRefuseWhatHasNoBytes) {
+TEST(TilingParameters, RefuseWhatHasNoBytes) {
     TilingParameters parameters;
-    const Vex::RenderTarget color = {20, 10, 1, Vex::kNumFragments4, Vex::kTileModeThin_2dThin, kR8G8B8A8};
-    EXPECT_EQ(parameters.initFromRenderTarget(&color, 0), kStatusSuccess);
-    EXPECT_EQ(describe(parameters), "tile mode 14, 32 bits, 4 fragments, 20 x 10 x 1");
-    Vex::DepthRenderTarget depth;
-    depth.m_depthBits = 16;
-    depth.m_stencilTileMode = Vex::kTileModeDepth_2dThin_64;
-    EXPECT_EQ(parameters.initFromDepthSurface(&depth, 0), kStatusSuccess);
-    EXPECT_EQ(describe(parameters), "tile mode 5, 16 bits, 1 fragments, 1 x 1 x 1");
-    EXPECT_EQ(parameters.initFromStencilSurface(&depth, 0), kStatusSuccess);
-    EXPECT_EQ(describe(parameters), "tile mode 0, 8 bits, 1 fragments, 1 x 1 x 1");
-
     Vex::Texture texture;
     texture.initAs2d(8, 8, 2, {33}, Vex::kTileModeThin_1dThin, Vex::kNumFragments1); // a row without bytes
     EXPECT_EQ(parameters.initFromTexture(&texture, 0, 0), kStatusInvalidArgument);
@@ -388,9 +360,9 @@ TEST(TilingParameters, ComeFromTargetsAndRefuseWhatHasNoBytes) {
     texture.setDataFormat(kR8);
     EXPECT_EQ(parameters.initFromTexture(&texture, 1, 0), kStatusSuccess);
     EXPECT_EQ(parameters.initFromTexture(&texture, 2, 0), kStatusInvalidArgument);
+    Vex::DepthRenderTarget depth;
     depth.m_depthBits = 24;
     EXPECT_EQ(parameters.initFromDepthSurface(&depth, 0), kStatusInvalidArgument);
-    EXPECT_EQ(parameters.initFromRenderTarget(nullptr, 0), kStatusInvalidArgument);
 }
 
 TEST(TextureLayout, GoesMipByMipWithSlicesAtAConstantStride) {
@@ -418,16 +390,6 @@ TEST(TextureLayout, GoesMipByMipWithSlicesAtAConstantStride) {
     const auto nothing = invalid.initAs2d(8, 8, 1, {0}, Vex::kTileModeThin_1dThin, Vex::kNumFragments1);
     EXPECT_EQ(nothing.m_size, 0u);
     EXPECT_EQ(nothing.m_align, 256u);
-}
-
-TEST(TileModes, DefaultsPadLeast) {
-    Vex::TileMode tileMode;
-    EXPECT_EQ(computeSurfaceTileMode(&tileMode, kSurfaceTypeTextureFlat, {0}, 1), kStatusSuccess);
-    EXPECT_EQ(tileMode, Vex::kTileModeThin_1dThin);
-    computeSurfaceTileMode(&tileMode, kSurfaceTypeTextureVolume, kR8, 1);
-    EXPECT_EQ(tileMode, Vex::kTileModeThick_1dThick);
-    computeSurfaceTileMode(&tileMode, kSurfaceTypeTextureFlat, kR8, 2);
-    EXPECT_EQ(tileMode, Vex::kTileModeThin_2dThin);
 }
 
 TEST(Descriptors, KeepTheirFieldsInTheirPlaces) {

@@ -76,13 +76,8 @@ template <typename Buffer> void copyAll(const ElementProvider& to, const Element
         const unsigned tall = kTiles ? from.getTilesTall(index.mip) : from.getBlocksTall(index.mip);
         for (unsigned i = 0; i < wide * tall; ++i) {
             Buffer buffer;
-            if constexpr (kTiles) {
-                from.getTile(&index, &buffer, i % wide, i / wide);
-                to.putTile(&index, &buffer, i % wide, i / wide);
-            } else {
-                from.getBlock(&index, &buffer, i % wide, i / wide);
-                to.putBlock(&index, &buffer, i % wide, i / wide);
-            }
+            TestSupport::get(from, &index, &buffer, i % wide, i / wide);
+            TestSupport::put(to, &index, &buffer, i % wide, i / wide);
         }
     }
 }
@@ -331,14 +326,10 @@ TEST(TextureElementProvider, ClearsTheOverhangAsAnImageDoes) {
     const Raw::Texture descriptor = tiledTexture(texture, tiled);
     const auto provider = std::make_unique<TextureElementProvider>(&descriptor);
     const SurfaceIndex index;
-    Tile tile = TestSupport::filledWith<Tile>(0xFF), expectedTile;
-    Block block = TestSupport::filledWith<Block>(0xFF), expectedBlock;
+    Tile tile = TestSupport::filledWith<Tile>(0xFF), expected;
     provider->getTile(&index, &tile, 1, 1);
-    provider->getBlock(&index, &block, 3, 3);
-    image.getTile(&index, &expectedTile, 1, 1);
-    image.getBlock(&index, &expectedBlock, 3, 3);
-    EXPECT_TRUE(TestSupport::equal(tile, expectedTile, 8 * 8 * 4));
-    EXPECT_TRUE(TestSupport::equal(block, expectedBlock, 4 * 4 * 4));
+    image.getTile(&index, &expected, 1, 1);
+    EXPECT_TRUE(TestSupport::equal(tile, expected, 8 * 8 * 4));
 }
 
 TEST(TilingRoads, ReportNullArgumentsAndBadFormats) {
@@ -346,29 +337,25 @@ TEST(TilingRoads, ReportNullArgumentsAndBadFormats) {
     Configuration noManager = configurationOf(nullptr, 1), oneCallback = configurationOf(&serial, 1);
     Bytes bytes(4096);
     MemoryRegion region = regionOf(bytes);
-    TestImage image(flat(8, 8, 1, 1, kR8, 13));
+    TestImage image(flat(8, 8, 1, 1, kR8, 13)), noBytes(flat(8, 8, 1, 1, kNoBytes, 13));
     ReportRecorder reports;
-    const auto textsOf = [&reports](Error error) {
+    const auto expectFailure = [&](Error error, const char* file, const std::string& texts) {
         EXPECT_EQ(error, kErrorFailed);
-        const std::string texts = reports.texts();
+        EXPECT_EQ(reports.assertions().at(0).m_file, file);
+        EXPECT_EQ(reports.texts(), texts);
         reports.clear();
-        return texts;
     };
-    constexpr char kNeedsManager[] =
-        "configuration->m_jobManager parameter must not be NULL - this function runs jobs.\n";
-    EXPECT_EQ(textsOf(tileImage(nullptr, nullptr, nullptr, 0)),
-              "image must not be NULL.\ntiled must not be NULL.\n");
-    EXPECT_EQ(textsOf(tileImage(&region, &image, nullptr, 0)), "configuration must not be NULL.\n");
-    EXPECT_EQ(textsOf(detileImage(&image, &region, &noManager, 0)), kNeedsManager);
+    constexpr char kPath[] = "raw\\tiling";
+    expectFailure(tileImage(nullptr, nullptr, nullptr, 0), kPath,
+                  "image must not be NULL.\ntiled must not be NULL.\n");
+    expectFailure(tileImage(&region, &image, nullptr, 0), kPath, "configuration must not be NULL.\n");
+    expectFailure(detileImage(&image, &region, &noManager, 0), kPath,
+                  "configuration->m_jobManager parameter must not be NULL - this function runs jobs.\n");
+    expectFailure(tileImage(&region, &noBytes, nullptr, 1), kPath, kBadStatus);
+    expectFailure(tileImage(&region, &noBytes, &oneCallback, 0), "raw\\job\\imagetotiledjob", kBadStatus);
+    expectFailure(detileImage(&noBytes, &region, &oneCallback, 0), "raw\\job\\tiledtoimagejob", kBadStatus);
 
-    TestImage noBytes(flat(8, 8, 1, 1, kNoBytes, 13)), invalid(flat(8, 8, 1, 1, {0}, 13));
-    reports.clear();
-    EXPECT_EQ(tileImage(&region, &noBytes, &oneCallback, 1), kErrorFailed);
-    EXPECT_EQ(reports.assertions().at(0).m_file, "raw\\tiling");
-    EXPECT_EQ(textsOf(kErrorFailed), kBadStatus);
-    EXPECT_EQ(detileImage(&noBytes, &region, &oneCallback, 0), kErrorFailed);
-    EXPECT_EQ(reports.assertions().at(0).m_file, "raw\\job\\tiledtoimagejob");
-    EXPECT_EQ(textsOf(kErrorFailed), kBadStatus);
+    TestImage invalid(flat(8, 8, 1, 1, {0}, 13)); // nothing to move is no failure
     EXPECT_EQ(tileImage(&region, &invalid, &oneCallback, 0), kErrorNone);
     EXPECT_EQ(tileImage(&region, &invalid, nullptr, 1), kErrorNone);
     EXPECT_TRUE(reports.empty());
