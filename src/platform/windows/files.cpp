@@ -48,8 +48,13 @@ bool fileExists(const char* name) {
     return GetFileAttributesW(widenName(name).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
+// The first call keeps access rights and attributes, but wants a file to replace.
 bool replaceFile(const char* from, const char* to) {
-    return MoveFileExW(widenName(from).c_str(), widenName(to).c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+    constexpr DWORD kFlags = REPLACEFILE_IGNORE_MERGE_ERRORS | REPLACEFILE_IGNORE_ACL_ERRORS;
+    const std::wstring source = widenName(from);
+    const std::wstring destination = widenName(to);
+    return ReplaceFileW(destination.c_str(), source.c_str(), nullptr, kFlags, nullptr, nullptr) != 0 ||
+           MoveFileExW(source.c_str(), destination.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
 }
 
 bool deleteFile(const char* name) { return DeleteFileW(widenName(name).c_str()) != 0; }
