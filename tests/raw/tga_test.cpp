@@ -100,18 +100,19 @@ TEST(Tga, FaultsOfTheHeaderHaveTheirCodes) {
 
 TEST(Tga, AnyImageIsWrittenWith32BitsFromTheTop) {
     Configuration configuration;
-    TgaWriter writer{2, 24, 0, 0, 2};
-    writer.add({1, 2, 3, 4, 5, 6});
-    MemoryMappedImage image;
     Modifiers modifiers;
     modifiers.m_decode.m_add[0] = 1; // red
+    MemoryMappedImage image;
     image.setModifiers(modifiers);
-    ASSERT_EQ(loadTga(&image, writer.file()), kErrorNone); // puts identities in their place
     AllocatedMemory file;
     file.resize(1000);
-    ASSERT_EQ(convertToTga(&image, &file, &configuration), kErrorNone);
     Bytes expected = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 1, 0, 32, 0x20, 1, 2, 3, 255, 4, 5, 6, 255};
+    TgaWriter writer{2, 24, 0, 0, 2};
+    writer.add({1, 2, 3, 4, 5, 6});
+    ASSERT_EQ(loadTga(&image, writer.file()), kErrorNone); // puts identities in place of the modifiers
+    ASSERT_EQ(convertToTga(&image, &file, &configuration), kErrorNone);
     EXPECT_EQ(bytesOf(file), expected);
+    ASSERT_EQ(loadTga(&image, expected), kErrorNone); // a format that is written as it stands
     image.setModifiers(modifiers);
     ASSERT_EQ(convertToTga(&image, &file, &configuration), kErrorNone);
     expected[20] = expected[24] = 255;

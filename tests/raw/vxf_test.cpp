@@ -135,9 +135,25 @@ TEST(VxfManipulator, FaultsOfTheHeaderAreReportedInOrder) {
     }
 }
 
+TEST(VxfManipulator, AChunkAcrossTheHeadersEndMustLieInTheFile) {
+    const std::pair<std::uint8_t, std::uint8_t> kCases[] = {{44, 0}, {44, 4}, {44, 5}, {44, 255}, {8, 0}};
+    for (const auto& [contentsBytes, payloadBytes] : kCases) {
+        Bytes bytes = {'V', 'X', 'F', ' ', contentsBytes, 0, 0, 0, 2, 1, 0, 0, 60};
+        bytes.resize(48);
+        bytes.insert(bytes.end(), {'A', 'B', 'C', 'D', payloadBytes, 0, 0, 0, 1, 2, 3, 4});
+        HeapFile file(bytes);
+        VxfManipulator manipulator;
+        manipulator.readFrom(file.region());
+        const VxfChunkTable::Entry entry = manipulator.m_chunks.getEntry(kOther);
+        EXPECT_EQ(entry.m_type, contentsBytes == 44 && payloadBytes <= 4 ? kOther : 0);
+        EXPECT_EQ(bytesOf(entry.m_region), payloadBytes == 4 ? Bytes({1, 2, 3, 4}) : Bytes());
+    }
+}
+
 TEST(VxfManipulator, AFileIsLaidOutByTheAlignmentsOfItsTextures) {
-    const Vex::Texture textures[] = {make2d(8, 8, 1, Vex::kTileModeThin_1dThin, kR8),
-                                     make2d(64, 64, 1, Vex::kTileModeThin_2dThin, kR8)};
+    Vex::Texture textures[] = {make2d(8, 8, 1, Vex::kTileModeThin_1dThin, kR8),
+                               make2d(64, 64, 1, Vex::kTileModeThin_2dThin, kR8)};
+    textures[1].m_regs[1] |= 0xFF; // of an address, which a file does not keep
     AllocatedMemory memory(kCapitals);
     VxfManipulator file;
     file.writeTo(&memory, textures, 2);
