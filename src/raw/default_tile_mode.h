@@ -5,9 +5,6 @@
 
 namespace qor::Texsmith::Raw {
 
-// What a format without texels is laid out as.
-inline constexpr Vex::DataFormat kR8Unorm = {0x204001};
-
 // `fragments` is a count.
 Vex::TileMode defaultTileMode(GpuAddress::SurfaceType type, Vex::DataFormat format, unsigned fragments);
 

@@ -16,6 +16,7 @@ constexpr char kSourcePath[] = "raw\\element_provider";
 constexpr char kNeedsTexture[] = "texture must not be NULL.";
 
 constexpr unsigned kMaxSize = 16384;
+constexpr Vex::DataFormat kR8Unorm = {0x204001}; // what the invalid format is laid out as
 
 // The square of `size` by `size` elements at (x, y), cut to the surface.
 GpuAddress::SurfaceRegion regionOf(Extent surface, unsigned depth, unsigned size, unsigned x, unsigned y) {

@@ -81,8 +81,7 @@ Vex::DataFormat withChannelType(Vex::DataFormat format, Vex::TextureChannelType 
 
 Vex::TileMode defaultTileMode(GpuAddress::SurfaceType type, Vex::DataFormat format, unsigned fragments) {
     Vex::TileMode tileMode = Vex::kTileModeThin_1dThin;
-    GpuAddress::computeSurfaceTileMode(&tileMode, type, format.getBytesPerElement() != 0 ? format : kR8Unorm,
-                                       fragments);
+    GpuAddress::computeSurfaceTileMode(&tileMode, type, format, fragments);
     return tileMode;
 }
 

@@ -97,7 +97,9 @@ TEST(Configuration, ChoosesTheExternalProfileByLevelAndFormat) {
         table.m_plainProfiles[i] = profile(0x20 + i);
         table.m_alphaProfiles[i] = profile(0x30 + i);
     }
-    const Vex::Texture alpha = makeFlat("Bc7Unorm", 4, 4), plainSigned = makeFlat("Bc6Sf16", 4, 4);
+    Raw::Texture alpha;
+    static_cast<Vex::Texture&>(alpha) = makeFlat("Bc7Unorm", 4, 4);
+    const Vex::Texture plainSigned = makeFlat("Bc6Sf16", 4, 4);
     const std::pair<unsigned, unsigned> levels[] = {{0, 0},  {1, 0},   {20, 0},  {21, 1},         {80, 3},
                                                     {81, 4}, {100, 4}, {500, 4}, {0xFFFFFFFFu, 4}};
     for (const auto& [level, index] : levels) {

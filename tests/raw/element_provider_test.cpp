@@ -143,6 +143,12 @@ TEST(ElementProvider, SetsItselfUpAsOneFlatSurface) {
         EXPECT_EQ(provider.getDataFormat(), formatNamed(format));
         EXPECT_TRUE(provider.getPixelsWide(0) == 16384 && provider.getPixelsTall(0) == 3);
         EXPECT_EQ(provider.getSurfaceCount(), Raw::SurfaceCount());
+        provider.setDataFormat(formatNamed("R16Uint"));
+        provider.setTextureChannelType(Vex::kTextureChannelTypeSInt);
+        EXPECT_EQ(provider.getDataFormat().m_word, formatNamed("R16Uint").m_word ^ 0x100);
+        qor::GpuAddress::SurfaceRegion region;
+        provider.calculateSurfaceRegionForBlock(&region, &kFirstSurface, 5000, 0x40000000);
+        EXPECT_TRUE(equal(region, {16384, 3, 0, 16384, 3, 1}));
     }
 }
 

@@ -140,17 +140,18 @@ private:
 
 TEST(PerTexel, CountsNoPaddingAndAppliesTheModifiers) {
     Raw::Configuration configuration = configurationFor(1);
-    configuration.m_decoderConfiguration.m_transform.m_add[1] = 10.0f;
+    configuration.m_decoderConfiguration.m_transform.m_add[1] = 10.0f;  // after the provider's
     configuration.m_decoderConfiguration.m_transform.m_power[0] = 5.0f; // not taken: the provider's is
     TestImage image(makeFlat("R32Float", 9, 9));
     std::set<std::pair<float, float>> expected;
     for (unsigned i = 0; i < 81; ++i) {
         const float value = static_cast<float>(i);
         std::memcpy(image.bytes().data() + i * 4, &value, 4);
-        expected.insert({value * 2, 10.0f});
+        expected.insert({(value + 1) * 2, 10.0f});
     }
+    configuration.m_decoderConfiguration.m_transform.m_multiply[0][0] = 2.0f;
     Raw::Modifiers modifiers;
-    modifiers.m_decode.m_multiply[0][0] = 2.0f;
+    modifiers.m_decode.m_add[0] = 1.0f;
     image.setModifiers(modifiers);
     TexelLog log(&image, &configuration);
     Raw::PerTileJob job(&image, &log, &configuration);
@@ -158,6 +159,9 @@ TEST(PerTexel, CountsNoPaddingAndAppliesTheModifiers) {
     EXPECT_EQ(log.m_texels, expected);
     EXPECT_TRUE(log.m_counts.count(64) == 1 && log.m_counts.count(1) == 17 && log.m_counts.size() == 18);
 
+    const ReportRecorder reports;
+    EXPECT_EQ(log.perTileCallback(0, nullptr, 0, 0), Raw::kErrorFailed);
+    EXPECT_EQ(reports.texts(), "surfaceIndex must not be NULL.\n");
     const TestImage empty(makeFlat("B8G8R8G8Unorm", 9, 9)); // a format that nothing can decode
     EXPECT_EQ(TexelLog(&empty, &configuration).perTileCallback(0, &kFirstSurface, 0, 0), Raw::kErrorFailed);
 }

@@ -124,31 +124,42 @@ TEST(Reformat, MeetsTheCornersOfIntegersAndFloats) {
 
 // The signed byte 0x80, which no float comes back to, tells the general path from the others.
 TEST(Reformat, TakesTheGeneralPathForATransformInAnyOfFourPlaces) {
+    using Bytes = std::vector<std::uint8_t>;
+    const Bytes plain = {127, 64, 0x80, 127}, mixed = {64, 127, 0x81, 127};
+    const Bytes squared = {127, 32, 127, 127}, dropped = {127, 64, 0x81, 127};
+    const Bytes expected[] = {mixed,   mixed,   mixed,   mixed, squared,
+                              dropped, squared, dropped, plain, {95, 64, 0x81, 127}};
     Raw::SerialJobManager serial;
-    const std::vector<std::uint8_t> copied = {127, 64, 0x80, 127}, mixed = {64, 127, 0x81, 127},
-                                    squared = {127, 32, 127, 127}, dropped = {127, 64, 0x81, 127};
-    for (int place = -1; place < 8; ++place) {
-        Raw::Configuration configuration;
-        configuration.m_jobManager = &serial;
-        Raw::Modifiers sourceModifiers, destinationModifiers;
-        Raw::Transform* const transforms[] = {
-            &sourceModifiers.m_decode, &configuration.m_decoderConfiguration.m_transform,
-            &destinationModifiers.m_encode, &configuration.m_encoderConfiguration.m_transform};
-        if (place >= 4) { // a power; the configuration's is dropped
-            transforms[place - 4]->m_power = {2.0f, 2.0f, 2.0f, 2.0f};
-        } else if (place >= 0) { // halves lane X, and hands lane W to Y
-            transforms[place]->m_multiply = {{{0.5f, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 1, 0}, {0, 1, 0, 1}}};
+    for (const bool swaps : {false, true}) {
+        const auto inOrder = [&](Bytes bytes) { // as stored: B before R where the format swaps them
+            std::swap(bytes[0], bytes[swaps ? 2 : 0]);
+            return bytes;
+        };
+        for (std::size_t i = 0; i < std::size(expected); ++i) {
+            Raw::Configuration configuration;
+            configuration.m_jobManager = &serial;
+            Raw::Modifiers sourceModifiers, destinationModifiers;
+            Raw::Transform* const places[] = {
+                &sourceModifiers.m_decode, &configuration.m_decoderConfiguration.m_transform,
+                &destinationModifiers.m_encode, &configuration.m_encoderConfiguration.m_transform};
+            if (i < 4) { // halves lane X, and hands lane W to Y
+                places[i]->m_multiply = {{{0.5f, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 1, 0}, {0, 1, 0, 1}}};
+            } else if (i < 8) { // the configuration's power is dropped
+                places[i - 4]->m_power = {2.0f, 2.0f, 2.0f, 2.0f};
+            } else if (i == 9) { // the configuration's, then the destination's
+                places[3]->m_multiply[0][0] = 0.5f;
+                places[2]->m_add[0] = 0.25f;
+            }
+            const Vex::Texture texture =
+                Raw::changeDataFormat(makeFlat("R8Unorm", 1, 1), {swaps ? 0xF2E10Au : 0xFAC10Au});
+            TestImage source(texture), destination(texture);
+            source.bytes() = inOrder(plain);
+            source.resize(4);
+            source.setModifiers(sourceModifiers);
+            destination.setModifiers(destinationModifiers);
+            EXPECT_EQ(Raw::reformat(&source, &destination, &configuration), Raw::kErrorNone);
+            EXPECT_EQ(destination.bytes(), inOrder(expected[i])) << i;
         }
-        TestImage source(makeFlat("R8G8B8A8Snorm", 1, 1)), destination(source.getTexture());
-        std::copy(copied.begin(), copied.end(), source.bytes().begin());
-        source.setModifiers(sourceModifiers);
-        destination.setModifiers(destinationModifiers);
-        EXPECT_EQ(Raw::reformat(&source, &destination, &configuration), Raw::kErrorNone);
-        EXPECT_EQ(destination.bytes(), place < 0                  ? copied
-                                       : place < 4                ? mixed
-                                       : place == 4 || place == 6 ? squared
-                                                                  : dropped)
-            << place;
     }
 }
 
@@ -192,8 +203,8 @@ TEST(Reformat, ReportsAndFails) {
     EXPECT_EQ(reports.assertions()[1].m_file, "raw\\pertile\\reformatpertile8");
 
     // A format without functions can be copied, and nothing else.
-    const Raw::Configuration usable;
-    configuration = usable;
+    Raw::SerialJobManager serial;
+    configuration.m_jobManager = &serial;
     TestImage without(makeFlat("B8G8R8G8Unorm", 8, 8)), untouched(makeFlat("R8G8B8A8Unorm", 8, 8), 5);
     const std::vector<std::uint8_t> before = untouched.bytes();
     EXPECT_EQ(Raw::reformat(&without, &untouched, &configuration), Raw::kErrorFailed);

@@ -56,6 +56,7 @@ TEST(ChangeDataFormat, KeepsTheShapeAndTheStatedFieldsOnly) {
             EXPECT_EQ(changed.getMinLodClamp(), 0xABCu);
             EXPECT_EQ(changed.m_regs[6], plain.m_regs[6]);
             EXPECT_NE(changed.getPitch(), 100u);
+            EXPECT_NE(changed.getTileMode(), Vex::TileMode(0)); // nor for a format without bytes
         }
     }
     Vex::Texture unknown = makeFlat("R8Unorm", 4, 4);

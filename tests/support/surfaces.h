@@ -37,7 +37,7 @@ struct Shape {
 inline constexpr Shape kShapes[] = {
     {"line", Vex::kTextureType1d, 13, 1, 1, 4, 0, 4},
     {"flat", Vex::kTextureType2d, 17, 9, 1, 5, 0, 5},
-    {"volume", Vex::kTextureType3d, 9, 5, 8, 4, 0, 8 + 4 + 2 + 1},
+    {"volume", Vex::kTextureType3d, 17, 5, 8, 5, 0, 8 + 4 + 2 + 1 + 1},
     {"cube", Vex::kTextureTypeCubemap, 16, 16, 1, 3, 0, 18},
     {"cube array", Vex::kTextureTypeCubemap, 8, 8, 3, 2, 0, 36},
     {"line array", Vex::kTextureType1dArray, 13, 1, 5, 2, 0, 10},
