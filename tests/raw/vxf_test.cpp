@@ -40,12 +40,14 @@ void* allocateCapitals(void*, unsigned long long size, unsigned long long alignm
 }
 constexpr IAllocator kCapitals{nullptr, &allocateCapitals, &defaultRelease};
 
-// A file of the given textures with a chunk of type USER; the texels of the first are ones, and so on.
+// A file of the given textures with a chunk of type USER and one of modifiers that ends after the first
+// float. The texels of the first texture are ones, and so on.
 Bytes makeFile(const std::vector<Vex::Texture>& textures) {
-    Bytes user = {1, 2, 3};
+    Bytes user = {1, 2, 3}, modifiers = {0, 0, 0x40, 0x40};
     AllocatedMemory memory;
     VxfManipulator file;
     file.m_chunks.setEntry({kVxfChunkTypeUser, regionOf(user)});
+    file.m_chunks.setEntry({kVxfChunkTypeModifiers, regionOf(modifiers)});
     file.writeTo(&memory, textures.data(), static_cast<int>(textures.size()));
     for (int i = 0; i < static_cast<int>(textures.size()); ++i) {
         std::memset(file.getTexels(i).begin, i + 1, file.getTexels(i).length());
@@ -228,6 +230,8 @@ TEST(Vxf, TextureNumbersAreChecked) {
     MemoryMappedImage image;
     ASSERT_EQ(convertFromVxf(file.region(), &image, &configuration, 1), kErrorNone);
     EXPECT_EQ(bytesOf(image), Bytes(64, 2));
+    EXPECT_EQ(image.getModifiers().m_decode.m_multiply[0][0], 3.0f);
+    EXPECT_EQ(image.getModifiers().m_decode.m_power[0], 1.0f); // as it was
     const ReportRecorder recorder;
     EXPECT_EQ(convertFromVxf(file.region(), &image, &configuration, 2), kErrorFailed);
     EXPECT_EQ(convertFromVxf(file.region(), &image, &configuration, -1), kErrorFailed);
