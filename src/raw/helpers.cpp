@@ -7,6 +7,7 @@
 #include "raw/check.h"
 
 #include <algorithm>
+#include <cstring>
 #include <initializer_list>
 #include <iterator>
 
@@ -147,10 +148,15 @@ Error convertThroughImage(MemoryRegion* source, const char* sourceExtension,
 class FilePair {
 public:
     FilePair(const char* source, const char* destination)
-        : m_source(source), m_destination(destination, source) {}
+        : m_source(source), m_destination(destination), m_derived(destination, source) {}
 
     const char* source() const { return m_source; }
-    const char* destination() const { return m_destination.c_str(); }
+    const char* destination() const { return isDerived() ? m_derived.c_str() : m_destination; }
+
+    // A name that was cut short would be that of another file.
+    bool isWhole() const {
+        return !isDerived() || std::strlen(m_source) + std::strlen(m_destination) < sizeof m_derived;
+    }
 
     // A source that is a URL cannot be copied, and takes the other road.
     bool copyWhole() const {
@@ -160,8 +166,11 @@ public:
     }
 
 private:
+    bool isDerived() const { return m_destination[0] == '.'; }
+
     const char* m_source;
-    DerivedFilename m_destination;
+    const char* m_destination;
+    DerivedFilename m_derived;
 };
 
 // As convertWithResult, but silent about what became of an image.
@@ -188,6 +197,9 @@ Error convertFiles(const char* sourceName, const char* destinationName, Configur
         return kErrorFailed;
     }
     const FilePair names(sourceName, destinationName);
+    if (!check(names.isWhole(), kSourcePath, "names.isWhole()")) {
+        return kErrorFailed;
+    }
     if (names.copyWhole()) {
         return kErrorNone;
     }

@@ -1,7 +1,8 @@
 #include "qor/texsmith/raw/tga.h"
 
 #include "qor/texsmith/raw/reformat.h"
-#include "raw/check.h"
+#include "raw/convert_arguments.h"
+#include "raw/default_tile_mode.h"
 #include "raw/tga_decode.h"
 
 #include <algorithm>
@@ -140,8 +141,7 @@ bool sizeFits(const Header& header) {
 }
 
 void allocate(ReallocatableImage* image, const Header& header, Vex::DataFormat format) {
-    Vex::TileMode tileMode = Vex::kTileModeThin_1dThin;
-    GpuAddress::computeSurfaceTileMode(&tileMode, GpuAddress::kSurfaceTypeTextureFlat, format, 1);
+    const Vex::TileMode tileMode = defaultTileMode(GpuAddress::kSurfaceTypeTextureFlat, format, 1);
     Vex::Texture texture;
     texture.initAs2dArray(header.m_width, header.m_height, 1, 0, 1, format, tileMode, Vex::kNumFragments1,
                           false);
@@ -191,14 +191,6 @@ Error decodePixels(const Header& header, MemoryRegion file, ReallocatableImage* 
     return kErrorFailed;
 }
 
-// Runs the three checks, whatever the first ones say.
-bool checkArguments(const void* source, const void* destination, const void* configuration) {
-    bool good = checkNotNull(source, kSourcePath, "source must not be NULL.");
-    good &= checkNotNull(destination, kSourcePath, "destination must not be NULL.");
-    good &= checkNotNull(configuration, kSourcePath, "configuration must not be NULL.");
-    return good;
-}
-
 // Of a colour image of 32 bits, top row first, without ID and map.
 void writeHeader(std::uint8_t* bytes, unsigned width, unsigned height) {
     std::memset(bytes, 0, kHeaderBytes);
@@ -230,7 +222,7 @@ Error writeFile(const Image& image, ResizableMemoryRegion* destination) {
 } // namespace
 
 Error convertFromTga(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
-    if (!checkArguments(source, destination, configuration)) {
+    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     if (source->length() < kHeaderBytes) {
@@ -252,7 +244,7 @@ Error convertFromTga(MemoryRegion* source, ReallocatableImage* destination, Conf
 }
 
 Error convertToTga(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    if (!checkArguments(source, destination, configuration)) {
+    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     if (source->getModifiers().m_decode.isNop() && source->getDataFormat() == kWrittenFormat) {

@@ -1,7 +1,7 @@
 #include "qor/texsmith/raw/vxf.h"
 
 #include "qor/gpu_address/gpu_address.h"
-#include "raw/check.h"
+#include "raw/convert_arguments.h"
 #include "raw/tiling.h"
 
 #include <algorithm>
@@ -14,16 +14,8 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\vxf_highlevel";
 
-// Makes all three checks, whatever the first ones say.
-bool checkArguments(const void* source, const void* destination, const Configuration* configuration) {
-    bool good = checkNotNull(source, kSourcePath, "source must not be NULL.");
-    good &= checkNotNull(destination, kSourcePath, "destination must not be NULL.");
-    good &= checkNotNull(configuration, kSourcePath, "configuration must not be NULL.");
-    return good;
-}
-
 bool checkJobArguments(const void* source, const void* destination, const Configuration* configuration) {
-    bool good = checkArguments(source, destination, configuration);
+    bool good = checkConvertArguments(source, destination, configuration, kSourcePath);
     if (configuration != nullptr) {
         good &= checkNotNull(configuration->m_jobManager, kSourcePath, kNeedsJobManager);
     }
@@ -287,7 +279,7 @@ Error convertToVxf(const Image* source, ResizableMemoryRegion* destination, Conf
 }
 
 Error vxf2Texture(MemoryRegion* source, Texture* destination, Configuration* configuration, int index) {
-    if (!checkArguments(source, destination, configuration)) {
+    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     VxfManipulator file;

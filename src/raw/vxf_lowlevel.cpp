@@ -1,6 +1,7 @@
 #include "qor/texsmith/raw/vxf.h"
 
 #include "qor/gpu_address/gpu_address.h"
+#include "qor/texsmith/raw/bithacks.h"
 #include "raw/check.h"
 
 #include <algorithm>
@@ -41,10 +42,6 @@ template <typename T> std::uint8_t* store(std::uint8_t* bytes, const T& value) {
 
 int toInt(std::uint64_t value) {
     return static_cast<int>(std::min<std::uint64_t>(value, std::numeric_limits<int>::max()));
-}
-
-std::uint64_t roundUp(std::uint64_t value, std::uint64_t powerOfTwo) {
-    return (value + powerOfTwo - 1) & ~(powerOfTwo - 1);
 }
 
 std::uint64_t lengthOf(const VxfChunkTable& table) {
@@ -153,7 +150,7 @@ struct FileLayout {
             m_alignment = std::max<std::uint64_t>(m_alignment, alignments[i]);
         }
         m_paddedHeaderBytes =
-            roundUp(kTexturesOffset + count * sizeof(Vex::Texture) + chunkBytes, m_alignment);
+            roundUp<std::uint64_t>(kTexturesOffset + count * sizeof(Vex::Texture) + chunkBytes, m_alignment);
         m_fileBytes = m_paddedHeaderBytes;
         for (std::uint32_t i = 0; i < count; ++i) {
             place(&m_textures[i], sizes[i], alignments[i]);
@@ -162,7 +159,7 @@ struct FileLayout {
 
     // Only meaningful as long as the file does not outgrow 32 bits.
     void place(Vex::Texture* texture, std::uint64_t size, unsigned alignment) {
-        m_fileBytes = roundUp(m_fileBytes, alignment);
+        m_fileBytes = roundUp<std::uint64_t>(m_fileBytes, alignment);
         texture->m_regs[kOffsetWord] = static_cast<std::uint32_t>(m_fileBytes - m_paddedHeaderBytes);
         texture->m_regs[kAlignmentWord] =
             (texture->m_regs[kAlignmentWord] & ~0xFFu) | std::uint32_t(std::countr_zero(alignment));
@@ -308,8 +305,8 @@ void VxfManipulator::writeTo(ResizableMemoryRegion* destinationMemory, const Vex
     layout.write(destinationMemory->begin);
     m_header = reinterpret_cast<Vxf::Header*>(destinationMemory->begin);
     m_end = destinationMemory->begin + layout.m_fileBytes;
-    write(&m_chunks,
-          regionInFile(kTexturesOffset + layout.m_count * sizeof(Vex::Texture), layout.m_paddedHeaderBytes));
+    const std::uint64_t chunks = kTexturesOffset + layout.m_count * sizeof(Vex::Texture);
+    write(&m_chunks, regionInFile(chunks, layout.m_paddedHeaderBytes - chunks));
 }
 
 void VxfManipulator::zeroPadding() {

@@ -149,6 +149,10 @@ TEST(Helpers, FilesAreConvertedByNamesInAnyScript) {
     EXPECT_EQ(folder.read("a.vxf"), bytesOf(fresh));
     EXPECT_EQ(folder.read("a.tga"), makeTga());
     EXPECT_FALSE(recorder.assertions().empty());
+    // Cut to the room that there is for it, the derived name would be "dir.vxf".
+    const std::string deep = folder.name("dir.d/" + std::string(1100, 'x') + ".tga");
+    EXPECT_EQ(convertWithResult(deep.c_str(), ".vxf", &configuration), kErrorFailed);
+    EXPECT_EQ(recorder.assertions().back().m_text, "Assertion 'names.isWhole()' failed.");
 }
 
 TEST(Helpers, NullArgumentsAreReportedInOrder) {
