@@ -48,7 +48,9 @@ struct Image::Rectangle {
     bool m_overhangs; // the buffer has more elements than the rectangle
 
     std::uint64_t rowOffset(unsigned row) const { return m_offset + std::uint64_t{row} * m_pitch; }
-    std::uint64_t end() const { return rowOffset(m_rows - 1) + m_rowBytes; }
+    bool liesBelow(std::uint64_t length) const {
+        return m_rowBytes == 0 || rowOffset(m_rows - 1) + m_rowBytes <= length;
+    }
     // Bytes of a row that lie below `length`.
     unsigned rowBytesBelow(std::uint64_t length, unsigned row) const {
         const std::uint64_t offset = rowOffset(row);
@@ -208,7 +210,7 @@ void Image::reportOutside(const Rectangle& rectangle) const {
 
 void Image::getRectangle(const Rectangle& from, void* to, std::size_t size, unsigned pitch) const {
     const std::uint64_t length = regionLength();
-    const bool isInRegion = from.end() <= length;
+    const bool isInRegion = from.liesBelow(length);
     auto* destination = static_cast<std::uint8_t*>(to);
     if (from.m_overhangs || !isInRegion) {
         std::memset(destination, 0, size);
@@ -232,7 +234,7 @@ void Image::getRectangle(const Rectangle& from, void* to, std::size_t size, unsi
 void Image::putRectangle(const Rectangle& to, const void* from, unsigned pitch) const {
     const std::uint64_t length = regionLength();
     const auto* source = static_cast<const std::uint8_t*>(from);
-    if (to.end() <= length) {
+    if (to.liesBelow(length)) {
         if (to.m_rowBytes != 0) {
             copyRows({m_memoryRegion->begin + to.m_offset, to.m_pitch, source, pitch, to.m_rows},
                      to.m_rowBytes);

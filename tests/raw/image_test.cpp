@@ -115,12 +115,13 @@ TEST(Image, ReportsTheFirstElementBeyondTheRegion) {
 }
 
 TEST(Image, WithoutMemoryReadsZerosAndEmptyRegions) {
+    constexpr Index kSecondMip = {0, 0, 0, 1, 0, 0, 0};
     const ReportRecorder reports;
     Raw::ReallocatableImage image(nullptr);
     auto tile = filledWith<Raw::Tile>(9);
     image.getTile(&kFirstSurface, &tile, 0, 0); // of a format without bytes
     EXPECT_TRUE(reports.empty());
-    const TestImage other(makeFlat("R8Unorm", 8, 8));
+    const TestImage other(makeFlat("R8Unorm", 8, 8, 2));
     image.reallocate(other.getVexTexture());
     image.getTile(&kFirstSurface, &tile, 0, 0);
     EXPECT_TRUE(equal(tile, {}));
@@ -129,6 +130,11 @@ TEST(Image, WithoutMemoryReadsZerosAndEmptyRegions) {
         EXPECT_EQ(other.getMemoryRegion(&index).length() + image.getMemoryRegion(&index).length(), 0u);
     }
     EXPECT_EQ(image.getMemoryRegion(nullptr).length() + image.getMemoryRegion().length(), 0u);
+    image.setDataFormat(formatNamed("B8G8R8G8Unorm")); // without bytes, at an offset that stays
+    const std::size_t before = reports.assertions().size();
+    image.getTile(&kSecondMip, &tile, 0, 0);
+    image.putTile(&kSecondMip, &tile, 0, 0);
+    EXPECT_EQ(reports.assertions().size(), before);
 }
 
 TEST(Image, OfFourGibibytesBecomesEmpty) {
