@@ -31,6 +31,9 @@ bool checkJobManager(const Configuration* configuration) {
            checkNotNull(configuration->m_jobManager, kSourcePath, kNeedsJobManager);
 }
 
+// There may be millions of surfaces without bytes: none of them is visited.
+bool isEmpty(const Image& image) { return image.getBytesTotal() == 0 || isInvalid(*image.getVexTexture()); }
+
 // All depth slices and fragments of one mip of an image, or null when they do not lie in its memory.
 std::uint8_t* linearMip(const Image& image, const SurfaceIndex& first,
                         const GpuAddress::TilingParameters& parameters) {
@@ -64,7 +67,7 @@ Error moveMip(const Image& image, const MemoryRegion& tiled, const SurfaceIndex&
             return kErrorFailed;
         }
     }
-    std::uint8_t* tiledSurface = tiledBytesAt(tiled, offset, neededBytes(texture, size, tiledSize));
+    std::uint8_t* tiledSurface = tiledBytesAt(tiled, offset, tiledSize);
     std::uint8_t* linear = linearMip(image, index, parameters);
     if (tiledSurface == nullptr || linear == nullptr) {
         return kErrorFailed;
@@ -74,9 +77,6 @@ Error moveMip(const Image& image, const MemoryRegion& tiled, const SurfaceIndex&
 
 // The single-threaded road: whole mips, slice by slice.
 template <typename Move> Error moveImage(const Image& image, const MemoryRegion& tiled, Move move) {
-    if (isInvalid(*image.getVexTexture())) {
-        return kErrorNone;
-    }
     const SurfaceCount count = image.getSurfaceCount();
     SurfaceIndex index;
     for (index.mip = 0; index.mip < count.mips; ++index.mip) {
@@ -133,6 +133,9 @@ Error checkAddressStatus(int status, const char* sourcePath) {
 Error locateSurfaceRows(SurfaceRows* rows, const Image* image, const MemoryRegion& tiled,
                         const SurfaceIndex* surfaceIndex, unsigned begin, unsigned end,
                         const char* sourcePath) {
+    if (begin >= end) {
+        return kErrorNone; // no tiler, no move
+    }
     const Vex::Texture texture = *image->getVexTexture();
     const unsigned mip = surfaceIndex->mip;
     std::uint64_t offset = 0;
@@ -144,12 +147,12 @@ Error locateSurfaceRows(SurfaceRows* rows, const Image* image, const MemoryRegio
     }
     rows->m_tilers.initFromVexTexture(&texture, mip, surfaceIndex->arrayEntry);
     if (rows->m_tilers.getTilingMode() == kTilingModeNone) {
-        return kErrorNone; // nothing will be moved
+        return kErrorNone; // nor for a format without texels
     }
     rows->m_pitch = image->getElementsWide(mip);
     rows->m_slicePitch = rows->m_pitch * image->getElementsTall(mip);
     rows->m_region = {0, begin, surfaceIndex->depth, rows->m_pitch, end, surfaceIndex->depth + 1};
-    rows->m_tiled = tiledBytesAt(tiled, offset, neededBytes(texture, size, rows->m_tilers.getTiledBytes()));
+    rows->m_tiled = tiledBytesAt(tiled, offset, rows->m_tilers.getTiledBytes());
     const MemoryRegion linear = image->getMemoryRegion(surfaceIndex);
     const std::uint64_t rowBytes = std::uint64_t{rows->m_pitch} * image->getBytesPerElement();
     if (rows->m_tiled == nullptr || linear.begin == nullptr || end * rowBytes > linear.length()) {
@@ -160,8 +163,11 @@ Error locateSurfaceRows(SurfaceRows* rows, const Image* image, const MemoryRegio
 }
 
 Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* configuration, int singleThreaded) {
-    if (!checkArguments(image, tiled)) {
+    if (!checkArguments(image, tiled) || (singleThreaded == 0 && !checkJobManager(configuration))) {
         return kErrorFailed;
+    }
+    if (isEmpty(*image)) {
+        return kErrorNone;
     }
     if (singleThreaded != 0) {
         return moveImage(
@@ -170,22 +176,19 @@ Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* config
                 return GpuAddress::detileSurface(to, from, parameters);
             });
     }
-    if (!checkJobManager(configuration)) {
-        return kErrorFailed;
-    }
     const TiledToImageJob job(image, *tiled, configuration);
     return configuration->m_jobManager->submitAndStall(&job);
 }
 
 Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, int singleThreaded) {
-    if (!checkArguments(image, tiled)) {
+    if (!checkArguments(image, tiled) || (singleThreaded == 0 && !checkJobManager(configuration))) {
         return kErrorFailed;
+    }
+    if (isEmpty(*image)) {
+        return kErrorNone;
     }
     if (singleThreaded != 0) {
         return moveImage(*image, *tiled, &GpuAddress::tileSurface);
-    }
-    if (!checkJobManager(configuration)) {
-        return kErrorFailed;
     }
     const ImageToTiledJob job(image, *tiled, configuration);
     return configuration->m_jobManager->submitAndStall(&job);

@@ -16,14 +16,10 @@ TilingMode tilingModeFromParameters(const GpuAddress::TilingParameters* paramete
 
 // A texture whose tile mode field is all ones lies in rows, padded to 8 elements, at offset 0.
 bool isLinearGeneral(const Vex::Texture& texture);
-// Where one mip of one slice lies; 0 and 0 for an invalid format.
+// Where one mip of one slice lies; 0 and 0 for an invalid format. The size of a linear general surface is a
+// rule of thumb that forgets blocks, slices and fragments: what may be touched is what a tiler says.
 int computeSurfaceOffsetAndSize(std::uint64_t* offset, std::uint64_t* size, const Vex::Texture* texture,
                                 unsigned mip, unsigned arraySlice);
-// What must lie in the tiled memory at that offset. The size of a linear general surface is a rule of thumb
-// that forgets blocks, slices and fragments; there, what a tiler touches counts.
-inline std::uint64_t neededBytes(const Vex::Texture& texture, std::uint64_t size, std::uint64_t tilerBytes) {
-    return isLinearGeneral(texture) ? tilerBytes : size;
-}
 // `bytes` of tiled memory at `offset`, or null when they do not lie in `tiled`.
 std::uint8_t* tiledBytesAt(const MemoryRegion& tiled, std::uint64_t offset, std::uint64_t bytes);
 
@@ -36,7 +32,8 @@ struct SurfaceRows {
     unsigned m_pitch = 0;
     unsigned m_slicePitch = 0;
 };
-// Fails when either side lies outside its memory. `sourcePath` is that of the caller, for reports.
+// Fails when either side lies outside its memory. An empty band gets no tiler. `sourcePath` is that of the
+// caller, for reports.
 Error locateSurfaceRows(SurfaceRows* rows, const Image* image, const MemoryRegion& tiled,
                         const SurfaceIndex* surfaceIndex, unsigned begin, unsigned end,
                         const char* sourcePath);
@@ -44,7 +41,8 @@ Error locateSurfaceRows(SurfaceRows* rows, const Image* image, const MemoryRegio
 Error checkAddressStatus(int status, const char* sourcePath);
 
 // Move all surfaces of an image into tiled memory and back, through a job on the configuration's manager, or
-// on this thread when `singleThreaded` is not 0. Surfaces that do not lie in `tiled` fail.
+// on this thread when `singleThreaded` is not 0. Surfaces that do not lie in `tiled` fail; an image without
+// bytes does not.
 Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* configuration, int singleThreaded);
 Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, int singleThreaded);
 

@@ -28,6 +28,8 @@ constexpr Vex::DataFormat kR32G32B32{0x3AC70D};
 constexpr Vex::DataFormat kR16G16B16A16{0xFAC70C};
 constexpr Vex::DataFormat kBc1{0xFAC023};
 constexpr Vex::DataFormat kNoBytes{33};
+constexpr char kNeedsManager[] =
+    "configuration->m_jobManager parameter must not be NULL - this function runs jobs.\n";
 constexpr char kBadStatus[] = "Assertion 'addrStatus == GpuAddress::kStatusSuccess' failed.\n";
 
 Vex::Texture flat(unsigned width, unsigned height, unsigned slices, unsigned mips, Vex::DataFormat format,
@@ -332,12 +334,27 @@ TEST(TextureElementProvider, ClearsTheOverhangAsAnImageDoes) {
     EXPECT_TRUE(TestSupport::equal(tile, expected, 8 * 8 * 4));
 }
 
+TEST(TextureElementProvider, StaysInsideItsMemoryInAnotherFormat) {
+    Bytes tiled(512, 9); // eight fragments, of which the texture has the memory of one
+    Raw::Texture descriptor = tiledTexture(flat(8, 8, 1, 1, kR8, 31, 3), tiled);
+    descriptor.m_memoryRegion.end = tiled.data() + 64;
+    const auto provider = std::make_unique<TextureElementProvider>(&descriptor);
+    provider->setDataFormat({kR8.m_word | 0x400}); // of another tile mode
+    SurfaceIndex last;
+    last.fragment = 7;
+    Tile tile = TestSupport::filledWith<Tile>(1);
+    provider->putTile(&last, &tile, 0, 0);
+    EXPECT_EQ(tiled, Bytes(512, 9));
+    provider->getTile(&last, &tile, 0, 0);
+    EXPECT_TRUE(TestSupport::equal(tile, {}));
+}
+
 TEST(TilingRoads, ReportNullArgumentsAndBadFormats) {
     SerialJobManager serial;
     Configuration noManager = configurationOf(nullptr, 1), oneCallback = configurationOf(&serial, 1);
     Bytes bytes(4096);
     MemoryRegion region = regionOf(bytes);
-    TestImage image(flat(8, 8, 1, 1, kR8, 13)), noBytes(flat(8, 8, 1, 1, kNoBytes, 13));
+    TestImage image(flat(8, 8, 1, 1, kR8, 13));
     ReportRecorder reports;
     const auto expectFailure = [&](Error error, const char* file, const std::string& texts) {
         EXPECT_EQ(error, kErrorFailed);
@@ -349,16 +366,19 @@ TEST(TilingRoads, ReportNullArgumentsAndBadFormats) {
     expectFailure(tileImage(nullptr, nullptr, nullptr, 0), kPath,
                   "image must not be NULL.\ntiled must not be NULL.\n");
     expectFailure(tileImage(&region, &image, nullptr, 0), kPath, "configuration must not be NULL.\n");
-    expectFailure(detileImage(&image, &region, &noManager, 0), kPath,
-                  "configuration->m_jobManager parameter must not be NULL - this function runs jobs.\n");
-    expectFailure(tileImage(&region, &noBytes, nullptr, 1), kPath, kBadStatus);
-    expectFailure(tileImage(&region, &noBytes, &oneCallback, 0), "raw\\job\\imagetotiledjob", kBadStatus);
-    expectFailure(detileImage(&noBytes, &region, &oneCallback, 0), "raw\\job\\tiledtoimagejob", kBadStatus);
+    expectFailure(detileImage(&image, &region, &noManager, 0), kPath, kNeedsManager);
+    image.setDataFormat(kNoBytes); // and keeps its storage
+    expectFailure(tileImage(&region, &image, nullptr, 1), kPath, kBadStatus);
+    expectFailure(tileImage(&region, &image, &oneCallback, 0), "raw\\job\\imagetotiledjob", kBadStatus);
+    expectFailure(detileImage(&image, &region, &oneCallback, 0), "raw\\job\\tiledtoimagejob", kBadStatus);
 
-    TestImage invalid(flat(8, 8, 1, 1, {0}, 13)); // nothing to move is no failure
-    EXPECT_EQ(tileImage(&region, &invalid, &oneCallback, 0), kErrorNone);
-    EXPECT_EQ(tileImage(&region, &invalid, nullptr, 1), kErrorNone);
-    EXPECT_TRUE(reports.empty());
+    for (const Vex::DataFormat format : {kNoBytes, Vex::DataFormat{0}}) { // nothing to move is no failure
+        TestImage empty(flat(1, 1, 8192, 16, format, 13, 3));             // with a million surfaces
+        expectFailure(detileImage(&empty, &region, &noManager, 0), kPath, kNeedsManager);
+        EXPECT_EQ(tileImage(&region, &empty, &oneCallback, 0), kErrorNone);
+        EXPECT_EQ(detileImage(&empty, &region, nullptr, 1), kErrorNone);
+        EXPECT_TRUE(reports.empty());
+    }
     TextureElementProvider nothing(nullptr);
     EXPECT_EQ(reports.texts(), "texture must not be NULL.\n");
 }

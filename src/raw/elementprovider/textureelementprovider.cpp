@@ -12,7 +12,6 @@ TextureElementProvider::TextureElementProvider(const Texture* texture) {
     if (texture == nullptr) {
         return;
     }
-    m_texture.m_memoryRegion = texture->m_memoryRegion;
     const unsigned slices = std::min(texture->getLastArraySlice() + 1, kSlices);
     for (unsigned mip = 0; mip < m_surfaceCount.mips; ++mip) {
         for (unsigned slice = 0; slice < slices; ++slice) {
@@ -36,8 +35,8 @@ std::uint8_t* TextureElementProvider::surfaceAddress(const SurfaceIndex* surface
     }
     const unsigned mip = surfaceIndex->mip;
     const std::uint64_t slice = surfaceIndex->arrayEntry * m_surfaceCount.faces + surfaceIndex->face;
-    const std::uint64_t bytes = neededBytes(m_texture, m_mipSize[mip], tilers.getTiledBytes());
-    return tiledBytesAt(m_texture.m_memoryRegion, m_mipOffset[mip] + m_mipSize[mip] * slice, bytes);
+    const std::uint64_t offset = m_mipOffset[mip] + m_mipSize[mip] * slice;
+    return tiledBytesAt(m_texture.m_memoryRegion, offset, tilers.getTiledBytes());
 }
 
 void TextureElementProvider::getArea(const SurfaceIndex* surfaceIndex, void* buffer, const Area& area) const {
