@@ -28,7 +28,7 @@ Handle openFileToWrite(const char* name); // read and write; made if it does not
 bool closeFile(Handle file);
 bool getFileSize(Handle file, std::uint64_t* bytes);
 bool seekFile(Handle file, std::uint64_t position);
-// Cuts or extends the file at the position of the last seek. Extending reserves the space.
+// Cuts or extends the file at the position of the last seek, and reserves the space of all of it.
 bool setEndOfFile(Handle file);
 Handle createMapping(Handle file, bool writable); // fails for an empty file
 bool closeMapping(Handle mapping);

@@ -86,15 +86,19 @@ bool isSame(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// Space that is only promised would fault at the first write to the mapping on a full disk. A failure part of
-// the way leaves the file as it was.
-bool reserveSpace(int file, off_t from, off_t to) {
-    int error = EINTR;
+bool setSize(int file, off_t bytes) {
+    return retryInterrupted([=] { return ftruncate(file, bytes); }) == 0;
+}
+
+// Space that is only promised, behind the old end or in a hole before it, would fault at the first write to
+// the mapping on a full disk. A failure part of the way leaves the file at its old size.
+bool reserveSpace(int file, off_t bytes, off_t oldBytes) {
+    int error = bytes == 0 ? 0 : EINTR;
     while (error == EINTR) {
-        error = posix_fallocate(file, from, to - from);
+        error = posix_fallocate(file, 0, bytes);
     }
     if (error != 0) {
-        static_cast<void>(ftruncate(file, from) == 0);
+        static_cast<void>(setSize(file, oldBytes));
         errno = error;
     }
     return error == 0;
@@ -139,10 +143,7 @@ bool setEndOfFile(Handle file) {
     if (end < 0 || fstat(target, &status) != 0) {
         return false;
     }
-    if (end > status.st_size) {
-        return reserveSpace(target, status.st_size, end);
-    }
-    return retryInterrupted([=] { return ftruncate(target, end); }) == 0;
+    return reserveSpace(target, end, status.st_size) && setSize(target, end);
 }
 
 Handle createMapping(Handle file, bool writable) {
@@ -186,7 +187,7 @@ bool copyFile(const char* from, const char* to) {
         errno = EINVAL; // cutting the destination would lose the source
         return false;
     }
-    return ftruncate(destination.get(), 0) == 0 && copyContents(source.get(), destination.get()) &&
+    return setSize(destination.get(), 0) && copyContents(source.get(), destination.get()) &&
            destination.close();
 }
 
