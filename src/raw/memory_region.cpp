@@ -53,7 +53,7 @@ void MemoryRegion::build(const void* data, unsigned bytes) {
 unsigned long long MemoryRegion::length() const {
     const auto first = reinterpret_cast<std::uintptr_t>(begin);
     const auto last = reinterpret_cast<std::uintptr_t>(end);
-    return last > first ? last - first : 0;
+    return begin != nullptr && last > first ? last - first : 0;
 }
 
 bool MemoryRegion::contains(const void* pointer) const {

@@ -43,6 +43,23 @@ TEST(Allocator, GivesZeroedAlignedBlocks) {
     EXPECT_EQ(g_mallocAllocator.allocate(UINT64_MAX - 8, 256), nullptr);
 }
 
+TEST(Allocator, TwoForTheWholeProcessMayBeReplaced) {
+    CountingHeap system, gpuMapped;
+    setToolsSystemAllocator(system.allocator());
+    setToolsGpuMappedAllocator(gpuMapped.allocator());
+    void* const a = toolsSystemAllocate(10, 16);
+    void* const b = toolsGpuMappedAllocate(20, 32);
+    toolsSystemRelease(a);
+    toolsGpuMappedRelease(b);
+    toolsSystemRelease(nullptr); // never reaches the heap
+    toolsGpuMappedRelease(nullptr);
+    EXPECT_EQ(system.m_asked, decltype(system.m_asked)({{10, 16}}));
+    EXPECT_EQ(gpuMapped.m_asked, decltype(gpuMapped.m_asked)({{20, 32}}));
+    EXPECT_TRUE(system.m_live == 0 && gpuMapped.m_live == 0);
+    setToolsSystemAllocator(g_mallocAllocator);
+    setToolsGpuMappedAllocator(g_mallocAllocator);
+}
+
 TEST(MemoryRegion, KnowsWhatItContains) {
     char bytes[10] = {};
     const MemoryRegion region = regionOf(bytes + 1, 8);
@@ -54,6 +71,8 @@ TEST(MemoryRegion, KnowsWhatItContains) {
     EXPECT_FALSE(region.contains(other) || same(region, other));
     EXPECT_TRUE(other.contains(region));
     std::swap(other.begin, other.end);
+    EXPECT_EQ(other.length(), 0u);
+    other.begin = nullptr;
     EXPECT_EQ(other.length(), 0u);
 }
 
@@ -69,10 +88,11 @@ TEST(MemoryRegion, CopiesTheShorterLengthOrExactly) {
     EXPECT_EQ(copy(regionOf(destination, 3), regionOf(source, 4), 6), kErrorNone); // past both, as it is told
     EXPECT_STREQ(destination, "012345.");
     EXPECT_EQ(copy(regionOf(nullptr, 3), MemoryRegion(), 3), kErrorNone); // but never through null
-    const std::string from = "can not copy more bytes from source, than source has bytes to read.\n";
+    const std::string overrun =
+        "can not copy more bytes into destination, than destination has space to put them.\n"
+        "can not copy more bytes from source, than source has bytes to read.\n";
     EXPECT_EQ(recorder.texts(),
-              "can not copy more bytes into destination, than destination has space to put them.\n" + from +
-                  "if data parameter is NULL, bytes parameter must be NULL too.\n" + from);
+              overrun + "if data parameter is NULL, bytes parameter must be NULL too.\n" + overrun);
     EXPECT_EQ(recorder.assertions().front().m_file, "raw\\memory_region");
 }
 

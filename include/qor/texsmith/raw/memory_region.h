@@ -13,8 +13,6 @@
 
 namespace qor::Texsmith::Raw {
 
-struct Configuration;
-
 // `begin` and one past the last byte. Owns nothing.
 class QOR_TEXSMITH_API MemoryRegion {
 public:
@@ -23,7 +21,7 @@ public:
 
     // Null data with a nonzero count is reported.
     void build(const void* data, unsigned bytes);
-    unsigned long long length() const; // 0 when begin is behind end
+    unsigned long long length() const; // 0 when begin is null or behind end
     bool contains(const void* pointer) const;
     bool contains(const MemoryRegion& other) const;
 };
