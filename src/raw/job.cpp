@@ -13,6 +13,7 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\job_manager";
 constexpr std::uint64_t kCompareChunk = 4096;
+constexpr unsigned kNoCallbackIds = 0x80000000; // as a signed number, this and the next ones are negative
 
 struct Share {
     std::uint64_t m_begin;
@@ -45,10 +46,15 @@ Job::Job(unsigned callbacks) { init(nullptr, callbacks); }
 
 Job::Job(Configuration* configuration, unsigned callbacks) { init(configuration, callbacks); }
 
+// The derived class is gone already: runs to come get ids that call nothing, and those under way are waited
+// for, whatever the report does.
 Job::~Job() noexcept(false) {
-    const bool running = m_state.load(std::memory_order_acquire) == kJobStateRunning;
-    releaseWork(running);
-    if (running) {
+    struct Release {
+        const Job& m_job;
+        ~Release() { m_job.releaseWork(); }
+    } const release{*this};
+    m_nextCallbackId.store(kNoCallbackIds, std::memory_order_relaxed);
+    if (m_state.load(std::memory_order_acquire) == kJobStateRunning) {
         reportFromDestructor([] {
             toolsAssert(kSourcePath, __LINE__,
                         "This Job object can't safely go out of scope - a JobManager may still be using it. "
@@ -84,20 +90,18 @@ void Job::reset() {
         toolsAssert(kSourcePath, __LINE__, "can't reset a job while it is still running.");
         return; // zeroed in flight, the counters would never reach their ends
     }
-    releaseWork(false);
+    releaseWork();
     clearCounters();
 }
 
-void Job::releaseWork(bool waitFirst) const {
-    const auto work = static_cast<Platform::Work>(m_work);
-    if (work == nullptr) {
-        return;
-    }
-    if (waitFirst) {
+// Waits also when the job is complete: one that was submitted twice is so before its last run has returned.
+void Job::releaseWork() const {
+    if (m_work != nullptr) {
+        const auto work = static_cast<Platform::Work>(m_work);
         Platform::waitForWork(work);
+        Platform::closeWork(work);
+        m_work = nullptr;
     }
-    Platform::closeWork(work);
-    m_work = nullptr;
 }
 
 bool Job::allCallbacksCompleted() const {
@@ -153,7 +157,7 @@ JobCallback::~JobCallback() noexcept(false) {
 }
 
 void JobCallback::Execute() {
-    if (m_job != nullptr) {
+    if (m_callbackId >= 0) {
         m_result = m_job->callback(static_cast<unsigned>(m_callbackId));
     }
 }

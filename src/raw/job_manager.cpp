@@ -128,7 +128,7 @@ Error ThreadpoolJobManager::doStall() {
 // Waits for returned runs and not for the job's counters: a run touches the job until it returns.
 Error ThreadpoolJobManager::doStall(const Job* job) {
     if (job->m_work != nullptr) {
-        job->releaseWork(true);
+        job->releaseWork();
         job->m_state.store(kJobStateComplete);
     }
     return job->allCallbacksSucceeded() ? kErrorNone : kErrorFailed;

@@ -14,6 +14,7 @@
 
 namespace {
 
+using namespace qor::Texsmith;
 using namespace qor::Texsmith::Raw;
 using TestSupport::ReportRecorder;
 using Bytes = std::vector<std::uint8_t>;
@@ -243,6 +244,30 @@ TEST(JobManager, ReportsMisuse) {
                                     "can't reset a job while it is still running.\n");
         EXPECT_EQ(recorder.assertions().front().m_file, "raw\\job_manager");
     }
+}
+
+// Blockers keep the pool's threads from its runs until the report, and so until its derived part is gone.
+TEST(JobManager, AJobThatGoesWhileItIsQueuedIsReportedAndNotCalled) {
+    static std::atomic<bool> s_reported{false};
+    const auto block = [](unsigned) {
+        while (!s_reported) {
+            std::this_thread::yield();
+        }
+        return kErrorNone;
+    };
+    const TestJob blockers[] = {TestJob(32, block), TestJob(32, block), TestJob(32, block)};
+    for (const TestJob& blocker : blockers) {
+        defaultJobManager()->submit(&blocker);
+    }
+    std::atomic<unsigned> calls{0};
+    setAssertCallback([](const char*, int, const char*, ArgumentList*) { s_reported = true; });
+    {
+        const TestJob job(32, [&](unsigned) { return ++calls, kErrorNone; });
+        EXPECT_EQ(defaultJobManager()->submit(&job), kErrorNone);
+    }
+    setAssertCallback(static_cast<ListCallback>(nullptr));
+    EXPECT_EQ(calls, 0u);
+    EXPECT_EQ(defaultJobManager()->stall(), kErrorNone);
 }
 
 // A count of items is a wish for as many callbacks, and goes before the configuration's.

@@ -32,7 +32,7 @@ public:
 
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;
-    // Reports when the job is still running, after waiting for a pool that still runs it: stall first.
+    // Reports when the job is still running, and waits for a pool that still runs it: stall first.
     virtual ~Job() noexcept(false);
 
     int getCallbacks() const { return m_callbacks; }
@@ -67,7 +67,7 @@ private:
 
     void init(Configuration* configuration, unsigned callbacks);
     void clearCounters();
-    void releaseWork(bool waitFirst) const;
+    void releaseWork() const;
     long allocateCallbackId() const;
     void handleResultOfCallback(long id, Error result) const;
 
