@@ -4,6 +4,7 @@
 #include "raw/check.h"
 #include "raw/default_job_manager.h"
 #include "raw/external_compressor.h"
+#include "raw/never_destroyed.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -29,7 +30,7 @@ private:
     ExternalCompressor m_table = {};
 };
 
-constinit ExternalCompressorSetup s_externalCompressorSetup;
+constinit NeverDestroyed<ExternalCompressorSetup> s_externalCompressorSetup;
 
 bool usesChannelW(Vex::DataFormat format) {
     for (unsigned lane = 0; lane < 4; ++lane) {
@@ -105,9 +106,9 @@ void EncoderConfiguration::setTexture(const Vex::Texture* texture) {
 
 void EncoderConfiguration::setExternalCompressor(bool use) {
     if (use) {
-        s_externalCompressorSetup.initialize();
+        s_externalCompressorSetup.m_object.initialize();
     }
-    m_externalCompressor = use ? s_externalCompressorSetup.getTable() : nullptr;
+    m_externalCompressor = use ? s_externalCompressorSetup.m_object.getTable() : nullptr;
     updateExternalCompressor();
 }
 
