@@ -20,4 +20,7 @@ inline void formatReport(char (&buffer)[kReportSize], const char* format, Argume
     buffer[kReportSize - 1] = '\0';
 }
 
+// What the warning slot holds at first: prints "Warning:  " and the text on the standard output.
+void defaultWarningCallback(const char* file, int line, const char* format, ArgumentList* args);
+
 } // namespace qor::Texsmith::Raw

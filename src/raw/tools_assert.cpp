@@ -4,12 +4,21 @@
 
 #include <cstdio>
 
+namespace qor::Texsmith::Raw {
+
+void defaultWarningCallback(const char*, int, const char* format, ArgumentList* args) {
+    char message[kReportSize];
+    formatReport(message, format, args);
+    std::printf("Warning:  %s\n", message);
+}
+
+} // namespace qor::Texsmith::Raw
+
 namespace {
 
 using qor::Texsmith::ArgumentList;
 using qor::Texsmith::ListCallback;
 using qor::Texsmith::PrintCallback;
-using qor::Texsmith::Raw::formatReport;
 using qor::Texsmith::Raw::kReportSize;
 using qor::Texsmith::Raw::orEmpty;
 
@@ -18,15 +27,9 @@ struct AssertSlots {
     PrintCallback m_print;
 };
 
-void defaultWarningCallback(const char*, int, const char* format, ArgumentList* args) {
-    char message[kReportSize];
-    formatReport(message, format, args);
-    std::printf("Warning:  %s\n", message);
-}
-
 constinit AssertSlots g_texsmithSlots{nullptr, &qor::Texsmith::printfAssert};
 constinit AssertSlots g_toolsAssertSlots{nullptr, &qor::Texsmith::printfAssert};
-constinit ListCallback g_warningSlot = &defaultWarningCallback;
+constinit ListCallback g_warningSlot = &qor::Texsmith::Raw::defaultWarningCallback;
 
 void reportFailure(const AssertSlots& slots, const char* file, int line, const char* format,
                    ArgumentList* args) {

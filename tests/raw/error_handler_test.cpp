@@ -59,8 +59,9 @@ protected:
     void TearDown() override {
         setAssertCallback(kNoList);
         setAssertCallback(&printfAssert);
-        setWarningCallback(nullptr);
+        setWarningCallback(&Raw::defaultWarningCallback);
         Tools::setAssertCallback(kNoList);
+        Tools::setAssertCallback(&Tools::printfAssert);
         Raw::g_errorHandler = m_errorHandler;
         Platform::setEventSink(nullptr);
     }
@@ -92,13 +93,19 @@ TEST_F(Reporting, ListSlotGoesBeforePrintSlotInEachNamespaceForItself) {
                               "list 5 last 0.75", "list cut", "list cut"}));
 }
 
-TEST_F(Reporting, DefaultAssertionPrintsOnTheErrorStream) {
+// As the slots are at first: other tests put back what they change.
+TEST_F(Reporting, DefaultsPrintAssertionsAsErrorsAndWarningsAsOutput) {
     const std::string text(2000, 'x');
     testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
     EXPECT_FALSE(report(text.c_str()));
+    EXPECT_FALSE(Tools::toolsAssert("tool", 8, "%d", 6));
+    EXPECT_TRUE(toolsWarning("raw\\x", 7, "5 %s", text.c_str()));
+    const std::string cut = "5 " + text.substr(0, 1021) + "\n";
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "\nAssertion failed:\n   File:     raw\\x\n   Line:     7\nMessage:  5 " +
-                  text.substr(0, 1021) + "\n");
+              "\nAssertion failed:\n   File:     raw\\x\n   Line:     7\nMessage:  " + cut +
+                  "\nAssertion failed:\n   File:     tool\n   Line:     8\nMessage:  6\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Warning:  " + cut);
 }
 
 void overwriteStack() {

@@ -57,12 +57,17 @@ TEST(StrcmpCaseInsensitive, FoldsAsciiLettersOnly) {
 }
 
 TEST(Timer, CountsInThreeUnits) {
-    const Timer timer;
+    Timer timer;
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    const float seconds = timer.getSeconds();
-    EXPECT_GE(seconds, 0.0049f);
-    EXPECT_GE(timer.getMilliseconds(), seconds * 1000);
-    EXPECT_GE(timer.getMicroseconds(), seconds * 1000000);
+    const float units[] = {timer.getSeconds(), timer.getMilliseconds() / 1000,
+                           timer.getMicroseconds() / 1000000, timer.getSeconds()};
+    EXPECT_GE(units[0], 0.0049f);
+    EXPECT_GE(units[1], units[0] * 0.9999f); // they are taken one after another, and rounded
+    EXPECT_GE(units[2], units[1] * 0.9999f);
+    EXPECT_GE(units[3], units[2] * 0.9999f);
+    timer.reset();
+    const float afterReset = timer.getSeconds();
+    EXPECT_LT(afterReset, units[3]);
 }
 
 } // namespace

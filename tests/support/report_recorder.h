@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qor/texsmith/texsmith.h"
+#include "raw/report_text.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -29,7 +30,7 @@ public:
     }
     ~ReportRecorder() {
         qor::Texsmith::setAssertCallback(static_cast<qor::Texsmith::ListCallback>(nullptr));
-        qor::Texsmith::setWarningCallback(static_cast<qor::Texsmith::ListCallback>(nullptr));
+        qor::Texsmith::setWarningCallback(&qor::Texsmith::Raw::defaultWarningCallback);
         s_current = nullptr;
     }
     ReportRecorder(const ReportRecorder&) = delete;
