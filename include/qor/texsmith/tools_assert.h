@@ -8,7 +8,6 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <type_traits>
 
 #include "qor/texsmith/export.h"
 
@@ -41,12 +40,16 @@ QOR_TEXSMITH_API void setAssertCallback(ListCallback callback);
 QOR_TEXSMITH_API void setAssertCallback(PrintCallback callback);
 QOR_TEXSMITH_API void setWarningCallback(ListCallback callback);
 
+namespace Detail {
+template <class List> List passed(List list); // its result has the type of a list that is an argument
+}
+
 // For a client's own print slot: formats the ready list that stands behind `format` in `arguments`, the
 // slot's own started list, into `size` bytes at `buffer`, terminated. Returns what vsnprintf returns.
 inline int formatReadyList(char* buffer, std::size_t size, const char* format, va_list arguments) {
     va_list own;
     va_copy(own, arguments);
-    auto ready = va_arg(own, std::decay_t<va_list>);
+    auto ready = va_arg(own, decltype(Detail::passed(own)));
     const int length = std::vsnprintf(buffer, size, format, ready);
     va_end(own);
     return length;
