@@ -16,9 +16,9 @@ install_missing() {
     done
     [ ${#missing[@]} -eq 0 ] && return
     echo "Installing ${missing[*]}" >&2
-    as_root apt-get -o DPkg::Lock::Timeout=600 -qq update >&2
-    as_root env DEBIAN_FRONTEND=noninteractive \
-        apt-get -o DPkg::Lock::Timeout=600 -qq install -y --no-install-recommends "${missing[@]}" >&2
+    run_quietly "Reading the package lists" as_root apt-get -o DPkg::Lock::Timeout=600 -q update
+    run_quietly "Installing" as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get -o DPkg::Lock::Timeout=600 -q install -y --no-install-recommends "${missing[@]}"
 }
 
 # run_quietly WHAT COMMAND... : shows the command's output only if it fails.
