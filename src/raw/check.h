@@ -23,7 +23,4 @@ inline bool check(bool condition, const char* file, const char* text, int line =
     return condition;
 }
 
-inline constexpr char kNeedsJobManager[] =
-    "configuration->m_jobManager parameter must not be NULL - this function runs jobs.";
-
 } // namespace qor::Texsmith::Raw

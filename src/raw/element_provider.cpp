@@ -1,7 +1,7 @@
 #include "qor/texsmith/raw/element_provider.h"
 
 #include "qor/texsmith/raw/per_tile.h"
-#include "raw/check.h"
+#include "raw/check_job_manager.h"
 #include "raw/default_tile_mode.h"
 #include "raw/pertile/copypertile.h"
 #include "raw/surface_extent.h"
@@ -103,8 +103,7 @@ void ElementProvider::calculateSurfaceRegionForTile(GpuAddress::SurfaceRegion* r
 Error copy(const ElementProvider* destination, const ElementProvider* source, Configuration* configuration) {
     const bool hasDestination = checkNotNull(destination, kSourcePath, "destination must not be NULL.");
     const bool hasSource = checkNotNull(source, kSourcePath, "source must not be NULL.");
-    const bool hasManager = checkNotNull(configuration, kSourcePath, "configuration must not be NULL.") &&
-                            checkNotNull(configuration->m_jobManager, kSourcePath, kNeedsJobManager);
+    const bool hasManager = checkJobManager(configuration, kSourcePath);
     if (!hasDestination || !hasSource) {
         return kErrorFailed;
     }

@@ -1,9 +1,8 @@
 #include "qor/texsmith/raw/job_manager.h"
 
 #include "platform/platform.h"
-#include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/singleton.h"
-#include "raw/check.h"
+#include "raw/check_job_manager.h"
 #include "raw/default_job_manager.h"
 #include "raw/never_destroyed.h"
 
@@ -49,11 +48,6 @@ void runGuard(void* job) {
 
 // What happens in a callback goes no further than this; the callback then counts as failed.
 void runOnPool(void* job) { Platform::guardedCall(&runGuard, job); }
-
-bool checkRunsJobs(const Configuration* configuration) {
-    return checkNotNull(configuration, kSourcePath, "configuration must not be NULL.") &&
-           checkNotNull(configuration->m_jobManager, kSourcePath, kNeedsJobManager);
-}
 
 } // namespace
 
@@ -136,7 +130,7 @@ Error ThreadpoolJobManager::doStall(const Job* job) {
 
 Error multicoreMemcpy(MemoryRegion destination, MemoryRegion source, unsigned workItems,
                       Configuration* configuration) {
-    if (!checkRunsJobs(configuration)) {
+    if (!checkJobManager(configuration, kSourcePath)) {
         return kErrorFailed;
     }
     MemcpyJob job(destination, source, workItems, configuration);
@@ -151,7 +145,7 @@ Error multicoreMemcpy(MemoryRegion destination, MemoryRegion source, unsigned wo
 }
 
 Error areBitwiseEqual(MemoryRegion a, MemoryRegion b, Configuration* configuration) {
-    if (!checkRunsJobs(configuration)) {
+    if (!checkJobManager(configuration, kSourcePath)) {
         return kErrorFailed;
     }
     MemoryIsEqualJob job(a, b, configuration);

@@ -3,7 +3,7 @@
 
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/element_provider.h"
-#include "raw/check.h"
+#include "raw/check_job_manager.h"
 
 namespace qor::Texsmith::Raw {
 
@@ -13,8 +13,7 @@ inline bool checkReformatArguments(const ElementProvider* source, const ElementP
                                    const Configuration* configuration, const char* file) {
     const bool hasSource = checkNotNull(source, file, "source must not be NULL.");
     const bool hasDestination = checkNotNull(destination, file, "destination must not be NULL.");
-    const bool hasManager = checkNotNull(configuration, file, "configuration must not be NULL.") &&
-                            checkNotNull(configuration->m_jobManager, file, kNeedsJobManager);
+    const bool hasManager = checkJobManager(configuration, file);
     if (hasSource && hasDestination && !dimensionsAreIdentical(source, destination)) {
         toolsAssert(file, __LINE__, "source and destination must have the same dimensions.");
     }

@@ -1,6 +1,6 @@
 #include "raw/tiling.h"
 
-#include "raw/check.h"
+#include "raw/check_job_manager.h"
 #include "raw/job/imagetotiledjob.h"
 #include "raw/job/tiledtoimagejob.h"
 
@@ -24,11 +24,6 @@ unsigned sliceOf(const SurfaceIndex& surfaceIndex, const SurfaceCount& count) {
 bool checkArguments(const void* image, const void* tiled) {
     const bool hasImage = checkNotNull(image, kSourcePath, "image must not be NULL.");
     return checkNotNull(tiled, kSourcePath, "tiled must not be NULL.") && hasImage;
-}
-
-bool checkJobManager(const Configuration* configuration) {
-    return checkNotNull(configuration, kSourcePath, "configuration must not be NULL.") &&
-           checkNotNull(configuration->m_jobManager, kSourcePath, kNeedsJobManager);
 }
 
 // There may be millions of surfaces without bytes: none of them is visited.
@@ -163,7 +158,8 @@ Error locateSurfaceRows(SurfaceRows* rows, const Image* image, const MemoryRegio
 }
 
 Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* configuration, int singleThreaded) {
-    if (!checkArguments(image, tiled) || (singleThreaded == 0 && !checkJobManager(configuration))) {
+    if (!checkArguments(image, tiled) ||
+        (singleThreaded == 0 && !checkJobManager(configuration, kSourcePath))) {
         return kErrorFailed;
     }
     if (isEmpty(*image)) {
@@ -181,7 +177,8 @@ Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* config
 }
 
 Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, int singleThreaded) {
-    if (!checkArguments(image, tiled) || (singleThreaded == 0 && !checkJobManager(configuration))) {
+    if (!checkArguments(image, tiled) ||
+        (singleThreaded == 0 && !checkJobManager(configuration, kSourcePath))) {
         return kErrorFailed;
     }
     if (isEmpty(*image)) {

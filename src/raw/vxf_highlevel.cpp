@@ -1,6 +1,7 @@
 #include "qor/texsmith/raw/vxf.h"
 
 #include "qor/gpu_address/gpu_address.h"
+#include "raw/check_job_manager.h"
 #include "raw/convert_arguments.h"
 #include "raw/tiling.h"
 
