@@ -70,7 +70,9 @@ std::vector<VectorFloat> compareDecoding(const SlowCodec& slow, Vex::DataFormat 
     for (std::size_t done = 0, run = 1; done < all.size(); done += run, run = run % 37 + 1) {
         run = std::min(run, all.size() - done);
         const Bytes source(&elements[done * bytes], &elements[done * bytes] + run * bytes);
-        row.Decode(&all[done], source.data(), &format, static_cast<int>(run));
+        const bool hardware = type != Vex::kTextureChannelTypeSrgb && run % 2 == 0; // only sRGB differs
+        (hardware ? row.hardwareDecodeTexels : row.decodeTexels)(&all[done], source.data(), &format,
+                                                                 static_cast<int>(run));
     }
     EXPECT_EQ(0, std::memcmp(all.data(), generic.data(), all.size() * 16)) << std::hex << format.m_word;
     for (std::size_t i = 0; i < all.size() * 4; ++i) {

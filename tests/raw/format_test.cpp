@@ -66,7 +66,7 @@ TEST(Format, LimitsOfChannels) {
 TEST(Format, EveryNameIsFoundWhateverItsCase) {
     TestSupport::ReportRecorder recorder;
     Configuration configuration;
-    std::uint32_t digest = 0; // of all words in their order
+    std::uint32_t digest = 0; // of all names and words in their order
     ASSERT_EQ(98, getNamedDataFormatCount());
     for (int i = 0; i < 98; ++i) {
         const NamedDataFormat named = getNamedDataFormat(i);
@@ -76,9 +76,12 @@ TEST(Format, EveryNameIsFoundWhateverItsCase) {
                        [](char c) { return static_cast<char>(tolower(c)); });
         EXPECT_EQ(0, makeDataFormat(&found, name.c_str(), &configuration));
         EXPECT_EQ(named.m_dataFormat, found) << named.m_name;
+        for (const char* c = named.m_name; *c != 0; ++c) {
+            digest = digest * 31 + static_cast<unsigned char>(*c);
+        }
         digest = digest * 31 + found.m_word;
     }
-    EXPECT_EQ(0x129C7461u, digest);
+    EXPECT_EQ(0x61973A43u, digest);
     EXPECT_STREQ("Bc1PcaUnormSrgb", getNamedDataFormat(97).m_name);
     EXPECT_EQ(0x3A5923u, getNamedDataFormat(97).m_dataFormat.m_word);
     EXPECT_STREQ("Invalid", getNamedDataFormat(98).m_name);
