@@ -1,6 +1,7 @@
 // The block and tile functions of the rows.
 #include "raw/format_kernels.h"
 #include "raw/format_rows.h"
+#include "raw/texture_format.h"
 
 #include <algorithm>
 #include <cstring>
@@ -18,10 +19,6 @@ const std::uint8_t* rowAt(const void* area, unsigned rowPitchInBytes, unsigned r
 
 std::uint8_t* rowAt(void* area, unsigned rowPitchInBytes, unsigned row) {
     return static_cast<std::uint8_t*>(area) + std::size_t{rowPitchInBytes} * row;
-}
-
-Vex::DataFormat formatOf(const DecoderConfiguration* configuration) {
-    return configuration->getTexture()->getDataFormat();
 }
 
 void decodeRows(DecodeTexels decode, VectorFloat* destination, const void* source, unsigned rowPitchInBytes,

@@ -4,6 +4,7 @@
 // NaN would not survive.
 #include "raw/check.h"
 #include "raw/format_codec.h"
+#include "raw/texture_format.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,10 +13,6 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\format";
-
-Vex::DataFormat formatOf(const DecoderConfiguration* configuration) {
-    return configuration->getTexture()->getDataFormat();
-}
 
 const SurfaceFormatInfo& rowOf(Vex::DataFormat format) {
     return getSurfaceFormatInfo(format.getSurfaceFormat());

@@ -1,4 +1,4 @@
-// The row of a format that stands in a descriptor, whatever number stands there.
+// The format that stands in a descriptor, and its row, whatever number stands there.
 #pragma once
 
 #include "qor/texsmith/raw/format.h"
@@ -11,6 +11,10 @@ namespace qor::Texsmith::Raw {
 
 // Named as a header, with a slash.
 inline constexpr char kTextureHeaderPath[] = "raw/texture";
+
+inline Vex::DataFormat formatOf(const DecoderConfiguration* configuration) {
+    return configuration->getTexture()->getDataFormat();
+}
 
 // A number without a row is reported and gives row 0.
 inline const SurfaceFormatInfo& infoOf(Vex::DataFormat format) {

@@ -12,11 +12,11 @@ namespace {
 constexpr unsigned kTexels = 64;
 
 const SurfaceFormatInfo& rowOf(const DecoderConfiguration* configuration) {
-    return infoOf(configuration->getTexture()->getDataFormat());
+    return infoOf(formatOf(configuration));
 }
 
 void swizzleTile(Tile* tile, const DecoderConfiguration* configuration) {
-    g_swizzleFloat[swizzleIndex(configuration->getTexture()->getDataFormat())](tile, kTexels);
+    g_swizzleFloat[swizzleIndex(formatOf(configuration))](tile, kTexels);
 }
 
 void decodeAndSwizzle(Tile* tile, const void* source, unsigned pitch,
@@ -82,7 +82,7 @@ bool ReformatPerTile::canReformat(const ElementProvider* source, const ElementPr
 }
 
 DecodeArea<Tile> ReformatPerTile::chooseDecode(const DecoderConfiguration& decoder) {
-    const bool swizzles = !isIdentitySwizzle(decoder.getTexture()->getDataFormat());
+    const bool swizzles = !isIdentitySwizzle(formatOf(&decoder));
     if (decoder.m_transform.isNop()) {
         return swizzles ? decodeAndSwizzle : rowOf(&decoder).decodeTile;
     }
@@ -90,7 +90,7 @@ DecodeArea<Tile> ReformatPerTile::chooseDecode(const DecoderConfiguration& decod
 }
 
 EncodeArea<Tile> ReformatPerTile::chooseEncode(const EncoderConfiguration& encoder) {
-    const bool swizzles = !isIdentitySwizzle(encoder.getTexture()->getDataFormat());
+    const bool swizzles = !isIdentitySwizzle(formatOf(&encoder));
     if (encoder.m_transform.isNop()) {
         return swizzles ? swizzleAndEncode : rowOf(&encoder).encodeTile;
     }

@@ -1,11 +1,10 @@
 // Colour transforms between a stored texel and a working VectorFloat.
 //
-// Decode: power, then matrix. Encode: matrix, then power. Results are the same bits on every machine: sums
-// run
-// ((X*x + Y*y) + Z*z) + W*w, then + add, without fused multiply-add. The power of all ones does nothing, of
-// all twos squares, of all halves takes the exact square root; any other goes through approximations of exp2
-// and log2 (about 3e-6 relative) that check for no zero, negative or non-finite input. Null arguments are
-// reported and nothing is done.
+// Decode: power, then matrix. Encode: matrix, then power. Results are the same bits on every machine: a
+// product is ((X*x + Y*y) + Z*z) + W*w, then + add, without fused multiply-add. The power of all ones does
+// nothing, of all twos squares, of all halves takes the exact square root; any other goes through
+// approximations of exp2 and log2 (about 3e-6 relative) that check for no zero, negative or non-finite input.
+// Null arguments are reported and nothing is done.
 #pragma once
 
 #include "qor/texsmith/export.h"
