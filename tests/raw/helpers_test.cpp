@@ -47,6 +47,10 @@ public:
             .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
         return name(file);
     }
+    std::string link(const std::string& file, const std::string& other) const {
+        std::filesystem::create_hard_link(m_path / file, m_path / other);
+        return name(other);
+    }
     Bytes read(const std::string& file) const {
         std::ifstream stream(m_path / file, std::ios::binary);
         return Bytes(std::istreambuf_iterator<char>(stream), {});
@@ -109,8 +113,10 @@ TEST(Helpers, RegionsAreConvertedAndEqualTypesCopied) {
     EXPECT_EQ(bytesOf(back), makeTga());
     EXPECT_EQ(convert(bad.region(), "a", &back, "a.unknown", &configuration), 0);
     EXPECT_EQ(bytesOf(back), makeBadTga());
+    const Bytes before = bytesOf(vxf);
     EXPECT_EQ(convert(bad.region(), "a.tga", &vxf, "a.vxf", &configuration), 0);
     EXPECT_EQ(convertWithResult(bad.region(), "a.tga", &vxf, "a.vxf", &configuration), kErrorTgaImageType);
+    EXPECT_EQ(bytesOf(vxf), before);
     EXPECT_TRUE(recorder.empty());
     // A file that ends early is converted as far as it goes.
     EXPECT_EQ(convertWithResult(cut.region(), "a.tga", &back, "a.vxf", &configuration), kErrorFailed);
@@ -132,6 +138,8 @@ TEST(Helpers, FilesAreConvertedByNamesInAnyScript) {
     EXPECT_EQ(convert(copy.c_str(), tga.c_str(), &configuration), 0);
     EXPECT_EQ(folder.read("a.tga"), makeBadTga());
     EXPECT_EQ(convert(copy.c_str(), ".TGA", &configuration), 0); // onto itself
+    EXPECT_EQ(folder.read("bad.TGA"), makeBadTga());
+    EXPECT_EQ(convert(copy.c_str(), folder.link("bad.TGA", "link.vxf").c_str(), &configuration), 0);
     EXPECT_EQ(folder.read("bad.TGA"), makeBadTga());
 
     MemoryMappedImage image;
