@@ -6,6 +6,7 @@
 #include "qor/texsmith/texsmith.h"
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <random>

@@ -182,6 +182,12 @@ struct FileLayout {
 
 } // namespace
 
+VxfChunkTable::VxfChunkTable() = default;
+
+void VxfChunkTable::deleteAllEntries() { m_count = 0; }
+
+int VxfChunkTable::getEntries() const { return m_count; }
+
 void VxfChunkTable::deleteEntry(VxfChunkType type) {
     for (int i = 0; i < m_count; ++i) {
         if (m_entries[i].m_type == type) {
@@ -367,6 +373,8 @@ MemoryRegion VxfManipulator::getTexels(int index) const {
     return region;
 }
 
+MemoryRegion VxfManipulator::getPixelsForTexture(int index) const { return getTexels(index); }
+
 MemoryRegion VxfManipulator::getAllTexels() const {
     MemoryRegion region;
     const int count = getNumberOfTextures();
@@ -376,6 +384,8 @@ MemoryRegion VxfManipulator::getAllTexels() const {
     }
     return region;
 }
+
+MemoryRegion VxfManipulator::getPixelsForAllTextures() const { return getAllTexels(); }
 
 int VxfManipulator::getAlignmentOfTexture(int index) const {
     return hasFile() ? static_cast<int>(1u << (getTextureWord(index, kAlignmentWord) & 31)) : 0;

@@ -30,7 +30,7 @@ const char* errorText(qor::Texsmith::Raw::Error error) {
     case kErrorAborted:
         return "the work was aborted";
     default:
-        return "the conversion failed";
+        return "this file cannot be processed";
     }
 }
 

@@ -58,10 +58,10 @@ public:
         MemoryRegion m_region;
     };
 
-    VxfChunkTable() = default;
-    void deleteAllEntries() { m_count = 0; }
+    VxfChunkTable();
+    void deleteAllEntries();
     void deleteEntry(VxfChunkType type); // the last entry takes its place
-    int getEntries() const { return m_count; }
+    int getEntries() const;
     Entry getEntry(VxfChunkType type) const; // type 0 when there is none
     Entry getEntryAt(int index) const;       // reported out of range; type 0 then
     void setEntry(Entry entry);              // a seventeenth type is reported and dropped
@@ -98,9 +98,9 @@ public:
     // None of these checks its index. Regions may run past the end of a truncated file.
     const Vex::Texture* getTexture(int index) const;
     MemoryRegion getTexels(int index) const;
-    MemoryRegion getPixelsForTexture(int index) const { return getTexels(index); }
+    MemoryRegion getPixelsForTexture(int index) const; // the same
     MemoryRegion getAllTexels() const;
-    MemoryRegion getPixelsForAllTextures() const { return getAllTexels(); }
+    MemoryRegion getPixelsForAllTextures() const; // the same
     int getAlignmentOfTexture(int index) const;
 
     // As far as it lies in the file; null or empty when it does not. Any index will do.
