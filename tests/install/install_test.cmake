@@ -10,7 +10,7 @@ function(run)
     endif()
 endfunction()
 
-# Converts a picture there and back and there again; the two containers must be equal.
+# Converts a picture there and back, twice; the two pictures that come back must be equal.
 function(try_program program)
     set(picture ${SOURCE_DIR}/samples/moon.tga)
     run(${EMULATOR} ${program} ${picture} ${WORK_DIR}/once.vxf)
