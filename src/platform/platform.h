@@ -67,7 +67,7 @@ void closeWork(Work work);
 void waitForAllWork();
 
 // Calls `body(context)` and absorbs what it throws and every fault of the operating system on this thread:
-// bad addresses, bad instructions, arithmetic traps, stack overflow. True when it returned.
+// bad addresses, bad instructions, arithmetic traps, and on POSIX stack overflow. True when it returned.
 bool guardedCall(void (*body)(void* context), void* context);
 
 // The system's event log, under a source name. Type is 1 error, 2 warning, 4 information.

@@ -184,7 +184,7 @@ TEST_F(ToolTest, InfoTellsWhatAFileHolds) {
     }
     const Outcome image = run("info " + quoted(sample("moon.tga")));
     EXPECT_NE(std::string::npos, image.m_output.find("size       203 x 149\nformat     L8Unorm\n"))
-        << image.m_output;
+        << image.m_output << image.m_errors;
     writeFile(file("cut.vxf"), readFile(file("m.vxf")).substr(0, 40));
     EXPECT_FALSE(run("info " + quoted(file("cut.vxf"))).m_succeeded);
 }
