@@ -212,11 +212,11 @@ TEST(FormatCodec, RunsAboveSixteenAreReportedOnceAndEncodedWhole) {
 
 TEST(FormatCodec, HardwareReadingOfSrgbRepeatsTheFirstElement) {
     const std::uint8_t source[] = {0, 255, 17, 51, 9, 9, 9, 9, 34, 34, 34, 34, 1, 1, 1, 1};
-    const EncoderConfiguration four = configurationFor({0xFAC90A}), two = configurationFor({0xFAC903});
+    const EncoderConfiguration four = configurationFor({0xF2E90A}), two = configurationFor({0xFAC903});
     VectorFloat texels[17];
     hardwareDecodeTexelRun(texels, source, &four, 17);
     for (const VectorFloat& texel : texels) {
-        const VectorFloat expected = {{0, 1, floatOf(0x3BB80000), 51.0f / 255.0f}};
+        const VectorFloat expected = {{floatOf(0x3BB80000), 1, 0, 51.0f / 255.0f}};
         EXPECT_EQ(0, std::memcmp(&expected, &texel, sizeof texel));
     }
     hardwareDecodeTexelRun(texels, source + 3, &two, 1); // the bytes that are not there count as 0
@@ -330,10 +330,13 @@ TEST(FormatCodec, SwizzlesAreNotInvertedWhenStored) {
 }
 
 TEST(FormatCodec, AreasNeedNoClearingAndEmptyRowsNoCare) {
-    const std::int32_t source[64] = {-1, -2, -8388609}; // the third is a NaN to a matrix
+    const std::int32_t source[64] = {-1, -2, -8388607}; // the third is a NaN to a matrix
     const std::pair<std::uint32_t, std::array<std::uint32_t, 4>> kCases[] = {
-        {0xFAC504, {0xFF7FFFFF, 0, 0, 0}},                                                 // 32 SInt
+        {0xFAC504, {0xFF800001, 0, 0, 0}},                                                 // 32 SInt
         {0xFAC601, {SlowCodec(1).decode(0xFF, 0, 6), 0xBF800000, 0xBF800000, 0xBF800000}}, // 8 SNormNoZero
+        {0xFAC610,
+         {SlowCodec(16).decode(30, 0, 6), SlowCodec(16).decode(63, 1, 6), SlowCodec(16).decode(31, 2, 6),
+          0xBF800000}},                    // 5_6_5
         {0x3AC021, {0, 0, 0, 0x3F800000}}, // a row without functions
         {0x000000, {0, 0, 0, 0}}};
     for (const auto& [word, expected] : kCases) {
@@ -346,7 +349,14 @@ TEST(FormatCodec, AreasNeedNoClearingAndEmptyRowsNoCare) {
             << std::hex << word;
         encodeTileAndModify(stored, 32, &tile, &configuration);
         EXPECT_EQ(word < 0xFAC000, stored[0] == 7);
+        EXPECT_TRUE(word != 0xFAC504 || std::memcmp(source, stored, sizeof source) == 0);
+        encodeTexelRun(stored, &tile.m_texels[2], &configuration, 1);
+        EXPECT_TRUE(word != 0xFAC504 || std::memcmp(&source[2], stored, 4) == 0);
     }
+    VectorFloat texel = {{1, 2, 3, 4}};
+    const Vex::DataFormat none = {0};
+    g_surfaceFormatInfo[0].decodeOne(&texel, source, &none);
+    EXPECT_EQ((std::array<std::uint32_t, 4>{}), (std::bit_cast<std::array<std::uint32_t, 4>>(texel)));
 }
 
 TEST(Srgb, PowersAreThePreciseOnesRounded) {
