@@ -98,14 +98,16 @@ Error ThreadpoolJobManager::doSubmit(const Job* job) {
     if (started != kErrorNone) {
         return started;
     }
-    // A job submitted twice keeps its work object, so that one stall waits for all its runs.
+    // A job submitted twice keeps its work object, so that one stall waits for all its runs, and its state,
+    // which no run past the first submission's would set complete again.
     if (job->m_work == nullptr) {
         job->m_work = Platform::createWork(&runOnPool, const_cast<Job*>(job));
+        job->m_state.store(kJobStateRunning); // before the first run can set it complete
     }
     if (job->m_work == nullptr) {
+        job->m_state.store(kJobStateIdle);
         return kErrorFailed;
     }
-    job->m_state.store(kJobStateRunning); // before the first run can set it complete
     Platform::submitWork(static_cast<Platform::Work>(job->m_work),
                          static_cast<unsigned>(job->getCallbacks()));
     return kErrorNone;
