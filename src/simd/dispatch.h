@@ -1,0 +1,18 @@
+// Which instruction set the wide kernels may use, decided at run time.
+//
+// Kernels that need more than the base line stand in files whose suffix names the instruction set. Such a
+// file is compiled for that set alone, includes no header with inline functions that other files share (the
+// linker might keep its copy for everybody), and hands its kernels out through functions that return null
+// where the build has none. Every kernel gives the bits of the scalar code, so the choice is one of speed.
+#pragma once
+
+namespace qor::Texsmith::Simd {
+
+// The machine has AVX2, the build has kernels for it, and they are not switched off. Asked once per
+// operation.
+bool mayUseAvx2();
+
+// For tests and benchmarks: false makes mayUseAvx2 false until it is set back. Not while a job runs.
+void allowAvx2(bool allowed);
+
+} // namespace qor::Texsmith::Simd

@@ -1,0 +1,58 @@
+// Eight floats or eight 32-bit integers, named as in float4.h. Only for files that are compiled for AVX2.
+#pragma once
+
+#include <cstdint>
+
+#include <immintrin.h>
+
+namespace qor::Texsmith::Simd::Avx2 {
+
+struct Float8 {
+    __m256 m_lanes;
+};
+struct Int8 {
+    __m256i m_lanes;
+};
+
+inline Float8 splat(float value) { return {_mm256_set1_ps(value)}; }
+inline Int8 splat(std::uint32_t value) { return {_mm256_set1_epi32(static_cast<int>(value))}; }
+
+inline Float8 loadFloats(const void* source) { return {_mm256_loadu_ps(static_cast<const float*>(source))}; }
+inline Int8 loadInts(const void* source) { return {_mm256_loadu_si256(static_cast<const __m256i*>(source))}; }
+inline void store(void* destination, Float8 a) {
+    _mm256_storeu_ps(static_cast<float*>(destination), a.m_lanes);
+}
+inline void store(void* destination, Int8 a) {
+    _mm256_storeu_si256(static_cast<__m256i*>(destination), a.m_lanes);
+}
+
+inline Float8 operator+(Float8 a, Float8 b) { return {_mm256_add_ps(a.m_lanes, b.m_lanes)}; }
+inline Float8 operator-(Float8 a, Float8 b) { return {_mm256_sub_ps(a.m_lanes, b.m_lanes)}; }
+inline Float8 operator*(Float8 a, Float8 b) { return {_mm256_mul_ps(a.m_lanes, b.m_lanes)}; }
+inline Float8 operator/(Float8 a, Float8 b) { return {_mm256_div_ps(a.m_lanes, b.m_lanes)}; }
+inline Float8 squareRoot(Float8 a) { return {_mm256_sqrt_ps(a.m_lanes)}; }
+inline Float8 minimum(Float8 a, Float8 b) { return {_mm256_min_ps(a.m_lanes, b.m_lanes)}; }
+inline Float8 maximum(Float8 a, Float8 b) { return {_mm256_max_ps(a.m_lanes, b.m_lanes)}; }
+
+inline Int8 operator+(Int8 a, Int8 b) { return {_mm256_add_epi32(a.m_lanes, b.m_lanes)}; }
+inline Int8 operator-(Int8 a, Int8 b) { return {_mm256_sub_epi32(a.m_lanes, b.m_lanes)}; }
+inline Int8 operator&(Int8 a, Int8 b) { return {_mm256_and_si256(a.m_lanes, b.m_lanes)}; }
+inline Int8 operator|(Int8 a, Int8 b) { return {_mm256_or_si256(a.m_lanes, b.m_lanes)}; }
+inline Int8 operator^(Int8 a, Int8 b) { return {_mm256_xor_si256(a.m_lanes, b.m_lanes)}; }
+template <int kBits> inline Int8 shiftLeft(Int8 a) { return {_mm256_slli_epi32(a.m_lanes, kBits)}; }
+template <int kBits> inline Int8 shiftRight(Int8 a) { return {_mm256_srli_epi32(a.m_lanes, kBits)}; }
+template <int kBits> inline Int8 shiftRightSigned(Int8 a) { return {_mm256_srai_epi32(a.m_lanes, kBits)}; }
+inline Int8 greaterSigned(Int8 a, Int8 b) { return {_mm256_cmpgt_epi32(a.m_lanes, b.m_lanes)}; }
+inline Int8 equal(Int8 a, Int8 b) { return {_mm256_cmpeq_epi32(a.m_lanes, b.m_lanes)}; }
+inline Int8 select(Int8 mask, Int8 a, Int8 b) {
+    return {_mm256_blendv_epi8(b.m_lanes, a.m_lanes, mask.m_lanes)};
+}
+
+inline Int8 bitsOf(Float8 a) { return {_mm256_castps_si256(a.m_lanes)}; }
+inline Float8 floatsOf(Int8 a) { return {_mm256_castsi256_ps(a.m_lanes)}; }
+
+inline Float8 toFloats(Int8 a) { return {_mm256_cvtepi32_ps(a.m_lanes)}; }
+inline Int8 truncateToInts(Float8 a) { return {_mm256_cvttps_epi32(a.m_lanes)}; }
+inline Int8 roundToInts(Float8 a) { return {_mm256_cvtps_epi32(a.m_lanes)}; }
+
+} // namespace qor::Texsmith::Simd::Avx2
