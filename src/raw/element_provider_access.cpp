@@ -162,6 +162,44 @@ void ElementProvider::getTexel(const SurfaceIndex* surfaceIndex, Properties* pro
     }
 }
 
+ElementRows ElementProvider::getElementRows(const SurfaceIndex* surfaceIndex) const {
+    checkNotNull(surfaceIndex, kSourcePath, kNeedsIndex);
+    return surfaceIsInside(surfaceIndex) ? doGetElementRows(surfaceIndex) : ElementRows{};
+}
+
+bool ElementProvider::stripIsInside(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                                    unsigned y) const {
+    checkNotNull(surfaceIndex, kSourcePath, kNeedsIndex);
+    const bool hasMemory = strip.m_memory != nullptr || strip.m_wide == 0;
+    if (!surfaceIsInside(surfaceIndex) || !hasMemory || strip.m_tall > getElementsPerTileTall()) {
+        return false;
+    }
+    const Extent surface = elementsOf(m_texture, surfaceIndex->mip);
+    const std::uint64_t left = std::uint64_t{x} * getElementsPerTileWide();
+    const std::uint64_t top = std::uint64_t{y} * getElementsPerTileTall();
+    return left + strip.m_wide <= surface.m_wide && top + strip.m_tall <= surface.m_tall;
+}
+
+bool ElementProvider::getStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                               unsigned y) const {
+    return stripIsInside(surfaceIndex, strip, x, y) && doGetStrip(surfaceIndex, strip, x, y);
+}
+
+bool ElementProvider::putStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                               unsigned y) const {
+    return stripIsInside(surfaceIndex, strip, x, y) && doPutStrip(surfaceIndex, strip, x, y);
+}
+
+ElementRows ElementProvider::doGetElementRows(const SurfaceIndex*) const { return {}; }
+
+bool ElementProvider::doGetStrip(const SurfaceIndex*, const ElementRows&, unsigned, unsigned) const {
+    return false;
+}
+
+bool ElementProvider::doPutStrip(const SurfaceIndex*, const ElementRows&, unsigned, unsigned) const {
+    return false;
+}
+
 void ElementProvider::doGetElement(const SurfaceIndex* surfaceIndex, VectorFloat* element, unsigned x,
                                    unsigned y) const {
     const unsigned wide = getElementsPerTileWide();

@@ -6,6 +6,8 @@
 #include "raw/surface_walk.h"
 #include "raw/texture_format.h"
 
+#include <algorithm>
+
 namespace qor::Texsmith::Raw {
 namespace {
 
@@ -54,8 +56,23 @@ Error PerTile::perTileCallback(unsigned callbackId, const SurfaceIndex* surfaceI
     return doPerTileCallback(callbackId, surfaceIndex, x, y);
 }
 
+OpenSurface PerTile::openSurface(const SurfaceIndex* surfaceIndex) const {
+    const bool hasIndex = checkNotNull(surfaceIndex, kSourcePath, "surfaceIndex must not be NULL.");
+    return hasIndex ? doOpenSurface(surfaceIndex) : OpenSurface{};
+}
+
+unsigned PerTile::leadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                               const OpenSurface& surface, unsigned y) const {
+    const bool hasIndex = checkNotNull(surfaceIndex, kSourcePath, "surfaceIndex must not be NULL.");
+    return hasIndex ? doLeadingTiles(callbackId, surfaceIndex, surface, y) : 0;
+}
+
 Error PerTile::doPrologue(unsigned) const { return kErrorNone; }
 Error PerTile::doEpilogue(unsigned) const { return kErrorNone; }
+OpenSurface PerTile::doOpenSurface(const SurfaceIndex*) const { return {}; }
+unsigned PerTile::doLeadingTiles(unsigned, const SurfaceIndex*, const OpenSurface&, unsigned) const {
+    return 0;
+}
 
 PerTileJob::PerTileJob(const ElementProvider* elementProvider, PerTile* perTile, Configuration* configuration)
     : PerSurfaceJob(elementProvider, configuration), m_chain{}, m_length(0) {
@@ -87,12 +104,15 @@ void PerTileJob::init(PerTile** chain, unsigned length) {
 
 Error PerTileJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const {
     const WorkItems rows = getWorkItems(callbackId, getElementProvider()->getTilesTall(surfaceIndex->mip));
-    const unsigned tilesWide = getElementProvider()->getTilesWide(surfaceIndex->mip);
+    OpenSurface surfaces[kMaxChain];
+    for (unsigned i = 0; i < m_length && rows.m_begin < rows.m_end; ++i) {
+        surfaces[i] = m_chain[i]->openSurface(surfaceIndex);
+    }
     for (unsigned y = rows.m_begin; y < rows.m_end; ++y) {
         if (isAborted()) {
             return kErrorAborted;
         }
-        const Error error = walkRow(callbackId, surfaceIndex, y, tilesWide);
+        const Error error = walkRow(callbackId, surfaceIndex, surfaces, y);
         if (error != kErrorNone) {
             return error;
         }
@@ -100,11 +120,19 @@ Error PerTileJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* 
     return kErrorNone;
 }
 
-Error PerTileJob::walkRow(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned y,
-                          unsigned tilesWide) const {
-    for (unsigned x = 0; x < tilesWide; ++x) {
+Error PerTileJob::walkRow(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface* surfaces,
+                          unsigned y) const {
+    const unsigned tilesWide = getElementProvider()->getTilesWide(surfaceIndex->mip);
+    unsigned done[kMaxChain];
+    unsigned first = tilesWide;
+    for (unsigned i = 0; i < m_length; ++i) {
+        done[i] = m_chain[i]->leadingTiles(callbackId, surfaceIndex, surfaces[i], y);
+        first = std::min(first, done[i]);
+    }
+    for (unsigned x = first; x < tilesWide; ++x) {
         for (unsigned i = 0; i < m_length; ++i) {
-            const Error error = m_chain[i]->perTileCallback(callbackId, surfaceIndex, x, y);
+            const Error error =
+                x < done[i] ? kErrorNone : m_chain[i]->perTileCallback(callbackId, surfaceIndex, x, y);
             if (error != kErrorNone) {
                 return error;
             }

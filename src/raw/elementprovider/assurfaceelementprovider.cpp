@@ -29,4 +29,18 @@ bool AsSurfaceElementProvider::doAdjustTileForTarget(SurfaceIndex* index, unsign
     return true;
 }
 
+ElementRows AsSurfaceElementProvider::doGetElementRows(const SurfaceIndex*) const {
+    return getProxied() != nullptr ? getProxied()->getElementRows(&m_surfaceIndex) : ElementRows{};
+}
+
+bool AsSurfaceElementProvider::doGetStrip(const SurfaceIndex*, const ElementRows& strip, unsigned x,
+                                          unsigned y) const {
+    return getProxied() != nullptr && getProxied()->getStrip(&m_surfaceIndex, strip, x, y);
+}
+
+bool AsSurfaceElementProvider::doPutStrip(const SurfaceIndex*, const ElementRows& strip, unsigned x,
+                                          unsigned y) const {
+    return getProxied() != nullptr && getProxied()->putStrip(&m_surfaceIndex, strip, x, y);
+}
+
 } // namespace qor::Texsmith::Raw

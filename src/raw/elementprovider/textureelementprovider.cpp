@@ -90,4 +90,12 @@ void TextureElementProvider::doPutTile(const SurfaceIndex* surfaceIndex, const T
     putArea(surfaceIndex, tile, area);
 }
 
+bool TextureElementProvider::doGetStrip(const SurfaceIndex*, const ElementRows&, unsigned, unsigned) const {
+    return false;
+}
+
+bool TextureElementProvider::doPutStrip(const SurfaceIndex*, const ElementRows&, unsigned, unsigned) const {
+    return false;
+}
+
 } // namespace qor::Texsmith::Raw

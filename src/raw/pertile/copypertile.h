@@ -1,4 +1,4 @@
-// Moves stored elements tile by tile.
+// Moves stored elements.
 #pragma once
 
 #include "qor/texsmith/raw/per_tile.h"
@@ -12,6 +12,9 @@ public:
 
 private:
     Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
+                            unsigned y) const override;
+    OpenSurface doOpenSurface(const SurfaceIndex* surfaceIndex) const override;
+    unsigned doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface& surface,
                             unsigned y) const override;
 
     const ElementProvider* m_destination;

@@ -1,8 +1,9 @@
-// The general change of format, tile by tile: decode, convert between integers and floats, encode.
+// The general change of format: decode, convert between integers and floats, encode.
 #pragma once
 
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/per_tile.h"
+#include "raw/row_conversion.h"
 
 namespace qor::Texsmith::Raw {
 
@@ -16,21 +17,17 @@ public:
     static bool canReformat(const ElementProvider* source, const ElementProvider* destination);
 
 private:
-    using ConvertTile = void (*)(Tile* tile);
-
-    static DecodeArea<Tile> chooseDecode(const DecoderConfiguration& decoder);
-    static EncodeArea<Tile> chooseEncode(const EncoderConfiguration& encoder);
-    static ConvertTile chooseConvert(Vex::TextureChannelType from, Vex::TextureChannelType to);
     Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
+                            unsigned y) const override;
+    OpenSurface doOpenSurface(const SurfaceIndex* surfaceIndex) const override;
+    unsigned doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface& surface,
                             unsigned y) const override;
 
     const ElementProvider* m_source;
     const ElementProvider* m_destination;
-    DecoderConfiguration m_decoder;
-    EncoderConfiguration m_encoder;
-    DecodeArea<Tile> m_decodeTile;
-    ConvertTile m_convertTile; // null where the lanes stay as they are
-    EncodeArea<Tile> m_encodeTile;
+    TileConversion m_tiles;
+    RowConversion m_rows;
+    bool m_byRows; // both formats store single texels
     unsigned m_sourcePitch;
     unsigned m_destinationPitch;
 };

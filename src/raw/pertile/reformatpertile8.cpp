@@ -2,6 +2,7 @@
 
 #include "raw/format_channels.h"
 #include "raw/format_codec.h"
+#include "raw/pertile/tile_rows.h"
 #include "raw/reformat_arguments.h"
 #include "raw/texture_format.h"
 
@@ -31,6 +32,8 @@ ReformatPerTile8::ReformatPerTile8(const ElementProvider* source, const ElementP
     m_destinationPitch = getTilePitchInBytes(to);
     m_sourceOffsets = quadrantOffsets(infoOf(from), m_sourcePitch);
     m_destinationOffsets = quadrantOffsets(infoOf(to), m_destinationPitch);
+    m_rows = ByteConversion(from, to);
+    m_byRows = ByteConversion::canConvert(from, to);
 }
 
 bool ReformatPerTile8::canReformat(const ElementProvider* source, const ElementProvider* destination) {
@@ -62,6 +65,19 @@ Error ReformatPerTile8::doPerTileCallback(unsigned, const SurfaceIndex* surfaceI
     }
     m_destination->putTile(surfaceIndex, &encoded, x, y);
     return kErrorNone;
+}
+
+OpenSurface ReformatPerTile8::doOpenSurface(const SurfaceIndex* surfaceIndex) const {
+    return m_byRows ? openTileRows(*m_source, *m_destination, surfaceIndex) : OpenSurface{};
+}
+
+unsigned ReformatPerTile8::doLeadingTiles(unsigned, const SurfaceIndex* surfaceIndex,
+                                          const OpenSurface& surface, unsigned y) const {
+    return convertTileRow(
+        *m_source, *m_destination, surfaceIndex, surface, y,
+        [this](void* destination, const void* source, std::size_t elements, RowStores stores) {
+            m_rows.convert(destination, source, elements, stores);
+        });
 }
 
 } // namespace qor::Texsmith::Raw

@@ -3,6 +3,7 @@
 
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/per_tile.h"
+#include "raw/row_conversion.h"
 
 #include <array>
 
@@ -24,6 +25,9 @@ private:
     static QuadrantOffsets quadrantOffsets(const SurfaceFormatInfo& info, unsigned pitch);
     Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
                             unsigned y) const override;
+    OpenSurface doOpenSurface(const SurfaceIndex* surfaceIndex) const override;
+    unsigned doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface& surface,
+                            unsigned y) const override;
 
     const ElementProvider* m_source;
     const ElementProvider* m_destination;
@@ -35,6 +39,8 @@ private:
     unsigned m_destinationPitch = 0;
     QuadrantOffsets m_sourceOffsets = {};
     QuadrantOffsets m_destinationOffsets = {};
+    ByteConversion m_rows = {{}, {}}; // of texels that are stored as they are worked on
+    bool m_byRows = false;
 };
 
 } // namespace qor::Texsmith::Raw

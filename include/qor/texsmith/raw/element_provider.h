@@ -18,9 +18,23 @@
 #include "qor/texsmith/raw/transform.h"
 #include "qor/texsmith/raw/vector_math.h"
 
+#include <cstddef>
+#include <cstdint>
+
 namespace qor::Texsmith::Raw {
 
 class Properties; // a list of named values that describe one texel
+
+// Stored elements in plain memory: element (x, y) lies at m_memory + y * m_pitch + x * the bytes of an
+// element.
+struct ElementRows {
+    std::uint8_t* m_memory = nullptr; // null: there are none
+    std::size_t m_pitch = 0;          // bytes from row to row
+    unsigned m_wide = 0;              // elements
+    unsigned m_tall = 0;              // rows of elements
+
+    std::uint8_t* row(unsigned y) const { return m_memory + m_pitch * y; }
+};
 
 class QOR_TEXSMITH_API ElementProvider {
 public:
@@ -39,6 +53,17 @@ public:
     void getTile(const SurfaceIndex* surfaceIndex, Tile* tile, unsigned x, unsigned y) const;
     void putTile(const SurfaceIndex* surfaceIndex, const Tile* tile, unsigned x, unsigned y) const;
     void getTexel(const SurfaceIndex* surfaceIndex, Properties* properties, unsigned x, unsigned y) const;
+
+    // The rows of a whole surface, where the provider keeps it as plain memory; else, and outside the
+    // texture, empty. They are the provider's own: what is written there is written to the surface. A null
+    // index is reported.
+    ElementRows getElementRows(const SurfaceIndex* surfaceIndex) const;
+    // Move the elements from tile (x, y) on between the surface and `strip`, which is at most one tile tall
+    // and must not reach beyond the surface. False, and nothing moved, where the provider has no faster way
+    // than tile by tile, or the strip does not lie in the surface; a strip of no width asks just that. A null
+    // index is reported.
+    bool getStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x, unsigned y) const;
+    bool putStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x, unsigned y) const;
 
     // Sizes at a mip. A mip that is not below the number of mips is reported.
     unsigned getPixelsWide(unsigned mip) const;
@@ -136,6 +161,14 @@ private:
     virtual void doPutTile(const SurfaceIndex* surfaceIndex, const Tile* tile, unsigned x, unsigned y) const;
     virtual void doGetTexel(const SurfaceIndex* surfaceIndex, Properties* properties, unsigned x,
                             unsigned y) const;
+    // The defaults have neither rows nor strips. A provider that has rows needs no strips.
+    virtual ElementRows doGetElementRows(const SurfaceIndex* surfaceIndex) const;
+    virtual bool doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                            unsigned y) const;
+    virtual bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                            unsigned y) const;
+    bool stripIsInside(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                       unsigned y) const;
 };
 
 // Copies all elements through jobs. Null arguments, and differing dimensions or formats, are reported.

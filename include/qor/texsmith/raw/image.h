@@ -59,6 +59,7 @@ private:
                    unsigned y) const override;
     void doPutTile(const SurfaceIndex* surfaceIndex, const Tile* source, unsigned x,
                    unsigned y) const override;
+    ElementRows doGetElementRows(const SurfaceIndex* surfaceIndex) const override;
 
     std::uint64_t getSurfaceOffsetInBytes(const SurfaceIndex* surfaceIndex) const;
     std::uint64_t getSurfaceSizeInBytes(const SurfaceIndex* surfaceIndex) const;

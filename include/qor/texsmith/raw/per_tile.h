@@ -50,15 +50,30 @@ private:
                                          unsigned begin, unsigned end) const = 0;
 };
 
+// A surface as a pass over rows of tiles finds it. Either side may have rows in memory, or hand out strips.
+struct OpenSurface {
+    ElementRows m_source;
+    ElementRows m_destination;
+    bool m_hasRows = false; // false: tile by tile
+};
+
 // Work on one tile, apart from the job, so that several can run in one pass. Lives on the stack of the
 // operation beside its PerTileJob. Results that span callbacks go into one accumulator per callback, made in
 // the prologue and folded in the epilogue.
+//
+// A pass that can work on rows in memory takes tiles from the left of a row of tiles all at once, and is then
+// called for the others only. The result is the same to the bit.
 class QOR_TEXSMITH_API PerTile {
 public:
     Error prologue(unsigned callbacks) const { return doPrologue(callbacks); }
     Error perTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
                           unsigned y) const;
     Error epilogue(unsigned callbacks) const { return doEpilogue(callbacks); }
+    // Asked once for each surface and callback. A null index is reported and opens nothing.
+    OpenSurface openSurface(const SurfaceIndex* surfaceIndex) const;
+    // Does tiles 0 to n - 1 of row `y` and returns n; 0 leaves them all to perTileCallback.
+    unsigned leadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface& surface,
+                          unsigned y) const;
 
 protected:
     ~PerTile() = default;
@@ -68,6 +83,9 @@ private:
     virtual Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
                                     unsigned y) const = 0;
     virtual Error doEpilogue(unsigned callbacks) const;
+    virtual OpenSurface doOpenSurface(const SurfaceIndex* surfaceIndex) const;
+    virtual unsigned doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                                    const OpenSurface& surface, unsigned y) const;
 };
 
 // Runs a chain of PerTile over all tiles. The prologues run in the constructor, on the caller's thread; the
@@ -85,8 +103,8 @@ private:
     void init(PerTile** chain, unsigned length);
     Error doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const override;
     Error doEpilogue() const override;
-    Error walkRow(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned y,
-                  unsigned tilesWide) const;
+    Error walkRow(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface* surfaces,
+                  unsigned y) const;
 
     PerTile* m_chain[kMaxChain];
     unsigned m_length;

@@ -49,6 +49,11 @@ protected:
 
 private:
     bool doAdjustTileForTarget(SurfaceIndex* index, unsigned* x, unsigned* y) const override;
+    ElementRows doGetElementRows(const SurfaceIndex* surfaceIndex) const override;
+    bool doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                    unsigned y) const override;
+    bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                    unsigned y) const override;
 
     SurfaceIndex m_surfaceIndex;
 };
@@ -71,6 +76,10 @@ private:
                     unsigned y) const override;
     void doGetTile(const SurfaceIndex* surfaceIndex, Tile* tile, unsigned x, unsigned y) const override;
     void doPutTile(const SurfaceIndex* surfaceIndex, const Tile* tile, unsigned x, unsigned y) const override;
+    bool doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                    unsigned y) const override;
+    bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                    unsigned y) const override;
     // A block or a tile as it lies in its buffer: a square of elements.
     struct Area {
         GpuAddress::SurfaceRegion m_region;

@@ -1,0 +1,25 @@
+// How whole rows are written.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qor::Texsmith::Raw {
+
+enum class RowStores {
+    kCached,
+    kStreaming, // past the caches: for destinations that are larger than they are
+};
+
+// From about here on a destination pushes everything else out of the caches.
+inline constexpr std::uint64_t kStreamedBytes = 24 << 20;
+
+constexpr RowStores storesFor(std::uint64_t destinationBytes) {
+    return destinationBytes >= kStreamedBytes ? RowStores::kStreaming : RowStores::kCached;
+}
+
+// memcpy, past the caches where it says so. Streamed bytes are visible to other threads on return, as others
+// are.
+void copyRow(void* destination, const void* source, std::size_t bytes, RowStores stores);
+
+} // namespace qor::Texsmith::Raw
