@@ -46,6 +46,9 @@ inline Float4 operator-(Float4 a, Float4 b) {
 inline Float4 operator*(Float4 a, Float4 b) {
     return eachLane<Float4>([&](int i) { return a.m_lanes[i] * b.m_lanes[i]; });
 }
+inline Float4 operator/(Float4 a, Float4 b) {
+    return eachLane<Float4>([&](int i) { return a.m_lanes[i] / b.m_lanes[i]; });
+}
 inline Float4 squareRoot(Float4 a) {
     return eachLane<Float4>([&](int i) { return std::sqrt(a.m_lanes[i]); });
 }
@@ -56,6 +59,23 @@ inline Float4 minimum(Float4 a, Float4 b) {
 }
 inline Float4 maximum(Float4 a, Float4 b) {
     return eachLane<Float4>([&](int i) { return a.m_lanes[i] > b.m_lanes[i] ? a.m_lanes[i] : b.m_lanes[i]; });
+}
+
+// All ones in the lanes where the comparison holds, which it does not for a NaN.
+inline Int4 less(Float4 a, Float4 b) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] < b.m_lanes[i] ? 0xFFFFFFFFu : 0u; });
+}
+// Of n lanes: folds the upper half onto the lower one until one lane is left.
+inline float sumOfLanes(Float4 a) { return (a.m_lanes[0] + a.m_lanes[2]) + (a.m_lanes[1] + a.m_lanes[3]); }
+// The lanes are the elements of a square: lane i of row k becomes lane k of row i.
+inline void transpose(Float4 (&rows)[4]) {
+    for (int i = 0; i < 4; ++i) {
+        for (int k = 0; k < i; ++k) {
+            const float kept = rows[i].m_lanes[k];
+            rows[i].m_lanes[k] = rows[k].m_lanes[i];
+            rows[k].m_lanes[i] = kept;
+        }
+    }
 }
 
 inline Int4 operator+(Int4 a, Int4 b) {
@@ -93,6 +113,10 @@ inline Int4 greaterSigned(Int4 a, Int4 b) {
 }
 inline Int4 equal(Int4 a, Int4 b) {
     return eachLane<Int4>([&](int i) { return a.m_lanes[i] == b.m_lanes[i] ? 0xFFFFFFFFu : 0u; });
+}
+// Whether any lane of a mask is ones.
+inline bool anyLane(Int4 mask) {
+    return (mask.m_lanes[0] | mask.m_lanes[1] | mask.m_lanes[2] | mask.m_lanes[3]) != 0;
 }
 // `a` where the mask is ones, `b` where it is zero.
 inline Int4 select(Int4 mask, Int4 a, Int4 b) {

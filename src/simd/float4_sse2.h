@@ -27,9 +27,19 @@ inline void store(void* destination, Int4 a) {
 inline Float4 operator+(Float4 a, Float4 b) { return {_mm_add_ps(a.m_lanes, b.m_lanes)}; }
 inline Float4 operator-(Float4 a, Float4 b) { return {_mm_sub_ps(a.m_lanes, b.m_lanes)}; }
 inline Float4 operator*(Float4 a, Float4 b) { return {_mm_mul_ps(a.m_lanes, b.m_lanes)}; }
+inline Float4 operator/(Float4 a, Float4 b) { return {_mm_div_ps(a.m_lanes, b.m_lanes)}; }
 inline Float4 squareRoot(Float4 a) { return {_mm_sqrt_ps(a.m_lanes)}; }
 inline Float4 minimum(Float4 a, Float4 b) { return {_mm_min_ps(a.m_lanes, b.m_lanes)}; }
 inline Float4 maximum(Float4 a, Float4 b) { return {_mm_max_ps(a.m_lanes, b.m_lanes)}; }
+
+inline Int4 less(Float4 a, Float4 b) { return {_mm_castps_si128(_mm_cmplt_ps(a.m_lanes, b.m_lanes))}; }
+inline float sumOfLanes(Float4 a) {
+    const __m128 pairs = _mm_add_ps(a.m_lanes, _mm_movehl_ps(a.m_lanes, a.m_lanes));
+    return _mm_cvtss_f32(_mm_add_ss(pairs, _mm_shuffle_ps(pairs, pairs, 1)));
+}
+inline void transpose(Float4 (&rows)[4]) {
+    _MM_TRANSPOSE4_PS(rows[0].m_lanes, rows[1].m_lanes, rows[2].m_lanes, rows[3].m_lanes);
+}
 
 inline Int4 operator+(Int4 a, Int4 b) { return {_mm_add_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int4 operator-(Int4 a, Int4 b) { return {_mm_sub_epi32(a.m_lanes, b.m_lanes)}; }
@@ -41,6 +51,7 @@ template <int kBits> inline Int4 shiftRight(Int4 a) { return {_mm_srli_epi32(a.m
 template <int kBits> inline Int4 shiftRightSigned(Int4 a) { return {_mm_srai_epi32(a.m_lanes, kBits)}; }
 inline Int4 greaterSigned(Int4 a, Int4 b) { return {_mm_cmpgt_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int4 equal(Int4 a, Int4 b) { return {_mm_cmpeq_epi32(a.m_lanes, b.m_lanes)}; }
+inline bool anyLane(Int4 mask) { return _mm_movemask_epi8(mask.m_lanes) != 0; }
 inline Int4 select(Int4 mask, Int4 a, Int4 b) {
     return {_mm_or_si128(_mm_and_si128(mask.m_lanes, a.m_lanes), _mm_andnot_si128(mask.m_lanes, b.m_lanes))};
 }

@@ -34,6 +34,31 @@ inline Float8 squareRoot(Float8 a) { return {_mm256_sqrt_ps(a.m_lanes)}; }
 inline Float8 minimum(Float8 a, Float8 b) { return {_mm256_min_ps(a.m_lanes, b.m_lanes)}; }
 inline Float8 maximum(Float8 a, Float8 b) { return {_mm256_max_ps(a.m_lanes, b.m_lanes)}; }
 
+inline Int8 less(Float8 a, Float8 b) {
+    return {_mm256_castps_si256(_mm256_cmp_ps(a.m_lanes, b.m_lanes, _CMP_LT_OQ))};
+}
+inline float sumOfLanes(Float8 a) {
+    const __m128 half = _mm_add_ps(_mm256_castps256_ps128(a.m_lanes), _mm256_extractf128_ps(a.m_lanes, 1));
+    const __m128 pairs = _mm_add_ps(half, _mm_movehl_ps(half, half));
+    return _mm_cvtss_f32(_mm_add_ss(pairs, _mm_shuffle_ps(pairs, pairs, 1)));
+}
+// Four floats from each place.
+inline Float8 loadHalves(const void* low, const void* high) {
+    const __m256 wide = _mm256_castps128_ps256(_mm_loadu_ps(static_cast<const float*>(low)));
+    return {_mm256_insertf128_ps(wide, _mm_loadu_ps(static_cast<const float*>(high)), 1)};
+}
+// The two halves are squares of their own.
+inline void transpose(Float8 (&rows)[4]) {
+    const __m256 a = _mm256_unpacklo_ps(rows[0].m_lanes, rows[1].m_lanes);
+    const __m256 b = _mm256_unpackhi_ps(rows[0].m_lanes, rows[1].m_lanes);
+    const __m256 c = _mm256_unpacklo_ps(rows[2].m_lanes, rows[3].m_lanes);
+    const __m256 d = _mm256_unpackhi_ps(rows[2].m_lanes, rows[3].m_lanes);
+    rows[0].m_lanes = _mm256_shuffle_ps(a, c, 0x44);
+    rows[1].m_lanes = _mm256_shuffle_ps(a, c, 0xEE);
+    rows[2].m_lanes = _mm256_shuffle_ps(b, d, 0x44);
+    rows[3].m_lanes = _mm256_shuffle_ps(b, d, 0xEE);
+}
+
 inline Int8 operator+(Int8 a, Int8 b) { return {_mm256_add_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int8 operator-(Int8 a, Int8 b) { return {_mm256_sub_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int8 operator&(Int8 a, Int8 b) { return {_mm256_and_si256(a.m_lanes, b.m_lanes)}; }
@@ -44,6 +69,7 @@ template <int kBits> inline Int8 shiftRight(Int8 a) { return {_mm256_srli_epi32(
 template <int kBits> inline Int8 shiftRightSigned(Int8 a) { return {_mm256_srai_epi32(a.m_lanes, kBits)}; }
 inline Int8 greaterSigned(Int8 a, Int8 b) { return {_mm256_cmpgt_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int8 equal(Int8 a, Int8 b) { return {_mm256_cmpeq_epi32(a.m_lanes, b.m_lanes)}; }
+inline bool anyLane(Int8 mask) { return _mm256_movemask_epi8(mask.m_lanes) != 0; }
 inline Int8 select(Int8 mask, Int8 a, Int8 b) {
     return {_mm256_blendv_epi8(b.m_lanes, a.m_lanes, mask.m_lanes)};
 }
