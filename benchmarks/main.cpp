@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     Bench::registerSurfaceBenchmarks();
+    Bench::registerJobBenchmarks();
     Bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;

@@ -1,38 +1,79 @@
 #include "ratio_reporter.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace Bench {
+namespace {
+
+constexpr char kWorkCounter[] = "work";
+
+// "group/one thread/operation" without its middle.
+std::string withoutThreads(std::string name, const char* threads) {
+    const std::string part = std::string("/") + threads + "/";
+    const std::size_t at = name.find(part);
+    return at == std::string::npos ? name : name.replace(at, part.size(), "/");
+}
+
+} // namespace
+
+void compareWith(benchmark::State& state, double work, const std::string& baseline) {
+    state.counters[kWorkCounter] = work;
+    state.SetLabel(baseline);
+}
 
 bool RatioReporter::ReportContext(const Context& context) {
     PrintBasicContext(&GetErrorStream(), context);
     return true;
 }
 
+RatioReporter::Row& RatioReporter::rowNamed(const std::string& name) {
+    const auto at = std::lower_bound(m_rows.begin(), m_rows.end(), name,
+                                     [](const Row& row, const std::string& key) { return row.m_name < key; });
+    return at != m_rows.end() && at->m_name == name ? *at : *m_rows.insert(at, Row{name, {}, {}});
+}
+
 void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
     for (const Run& run : runs) {
-        const auto bytes = run.counters.find(kBytesCounter);
-        if (run.aggregate_name != "median" || bytes == run.counters.end()) {
+        const auto work = run.counters.find(kWorkCounter);
+        if (run.error_occurred) {
+            std::printf("%s: %s\n", run.run_name.function_name.c_str(), run.error_message.c_str());
+        }
+        if (run.aggregate_name != "median" || work == run.counters.end()) {
             continue;
         }
-        const double seconds = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
-        const std::string name = run.run_name.function_name;
-        if (name.starts_with(kMemcpyName)) {
-            m_memcpySeconds[bytes->second.value] = seconds;
-        }
-        m_rows.push_back({name, seconds, bytes->second.value});
+        const std::string& name = run.run_name.function_name;
+        const std::string twoThreads = withoutThreads(name, kTwoThreads);
+        Row& row = rowNamed(withoutThreads(twoThreads, kOneThread));
+        (twoThreads == name ? row.m_one : row.m_two) = {run.GetAdjustedRealTime() /
+                                                            benchmark::GetTimeUnitMultiplier(run.time_unit),
+                                                        work->second.value, run.report_label};
+    }
+}
+
+void RatioReporter::printRatio(const Figure& figure) const {
+    const auto baseline = std::find_if(m_rows.begin(), m_rows.end(),
+                                       [&](const Row& row) { return row.m_name == figure.m_baseline; });
+    if (baseline == m_rows.end() || figure.m_seconds == 0) {
+        std::printf(" %11s", "-");
+    } else {
+        std::printf(" %11.3f", figure.rate() / baseline->m_one.rate());
     }
 }
 
 void RatioReporter::Finalize() {
-    std::printf("%-40s %10s %10s %8s\n", "median of interleaved repetitions", "ms", "MiB moved", "ratio");
+    std::printf("%-56s %10s %11s %11s %9s  %s\n", "median of interleaved repetitions", "ms", kOneThread,
+                kTwoThreads, "speed-up", "beside");
     for (const Row& row : m_rows) {
-        const auto copy = m_memcpySeconds.find(row.m_bytes);
-        std::printf("%-40s %10.3f %10.1f", row.m_name.c_str(), row.m_seconds * 1e3, row.m_bytes / (1 << 20));
-        if (copy != m_memcpySeconds.end()) {
-            std::printf(" %8.3f", copy->second / row.m_seconds);
+        std::printf("%-56s %10.3f", row.m_name.c_str(), row.m_one.m_seconds * 1e3);
+        printRatio(row.m_one);
+        printRatio(row.m_two);
+        if (row.m_one.m_seconds > 0 && row.m_two.m_seconds > 0) {
+            std::printf(" %9.2f", row.m_one.m_seconds / row.m_two.m_seconds);
+        } else {
+            std::printf(" %9s", "-");
         }
-        std::printf("\n");
+        std::printf("  %s\n", row.m_one.m_baseline.c_str());
     }
 }
 

@@ -1,4 +1,9 @@
-// Prints each benchmark's median beside a memcpy that moves as many bytes in all, measured in the same run.
+// Prints each benchmark's median beside that of a baseline of the same run.
+//
+// A benchmark tells how much work one iteration does (bytes read and written, texels, jobs) and which other
+// benchmark it is to be compared with; the ratio is that of the work per second. Names are
+// "group/threads/operation" or "group/operation"; the figures of "one thread" and "two threads" of an
+// operation stand in one row, with the speed-up between them.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -9,10 +14,11 @@
 
 namespace Bench {
 
-// Benchmarks set this counter to the bytes that they read and write in all.
-inline constexpr char kBytesCounter[] = "bytes_moved";
-// Benchmarks so named copy that many bytes in all by one memcpy.
-inline constexpr char kMemcpyName[] = "memcpy/";
+inline constexpr char kOneThread[] = "one thread";
+inline constexpr char kTwoThreads[] = "two threads";
+
+// To be called once in a benchmark. An empty baseline is for those that serve as one.
+void compareWith(benchmark::State& state, double work, const std::string& baseline = {});
 
 class RatioReporter : public benchmark::BenchmarkReporter {
 public:
@@ -21,13 +27,22 @@ public:
     void Finalize() override;
 
 private:
+    struct Figure {
+        double m_seconds = 0;
+        double m_work = 0;
+        std::string m_baseline;
+
+        double rate() const { return m_seconds > 0 ? m_work / m_seconds : 0; }
+    };
     struct Row {
         std::string m_name;
-        double m_seconds;
-        double m_bytes;
+        Figure m_one, m_two;
     };
-    std::vector<Row> m_rows;
-    std::map<double, double> m_memcpySeconds; // by bytes
+
+    Row& rowNamed(const std::string& name);
+    void printRatio(const Figure& figure) const;
+
+    std::vector<Row> m_rows; // in the order of their names
 };
 
 } // namespace Bench

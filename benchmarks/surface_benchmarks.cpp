@@ -3,14 +3,11 @@
 #include "ratio_reporter.h"
 #include "raw/tiling.h"
 
-#include "qor/texsmith/texsmith.h"
-
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <random>
-#include <string>
+#include <set>
 
 namespace Bench {
 namespace {
@@ -18,39 +15,11 @@ namespace {
 using namespace qor;
 using namespace qor::Texsmith;
 
-constexpr unsigned kSize = 2048;
-constexpr double kMiB = 1 << 20;
+constexpr unsigned kSizes[] = {2048, 8192};
 
-Vex::DataFormat formatNamed(const char* name) {
-    Configuration configuration;
-    Vex::DataFormat format = {};
-    if (Raw::makeDataFormat(&format, name, &configuration) != 0) {
-        std::abort();
-    }
-    return format;
+template <typename Function> void add(const std::string& name, Function function) {
+    benchmark::RegisterBenchmark(name.c_str(), function)->UseRealTime()->Unit(benchmark::kMillisecond);
 }
-
-Vex::Texture textureOf(const char* format, Vex::TileMode tileMode) {
-    Vex::Texture texture;
-    texture.initAs2dArray(kSize, kSize, 1, 0, 1, formatNamed(format), tileMode, Vex::kNumFragments1, false);
-    return texture;
-}
-
-// Texels within 0..1 in the formats used here: bytes are random, floats are made from them.
-std::unique_ptr<Raw::MemoryMappedImage> makeImage(const char* format,
-                                                  Vex::TileMode tileMode = Vex::kTileModeThin_1dThin) {
-    auto image = std::make_unique<Raw::MemoryMappedImage>();
-    const Vex::Texture texture = textureOf(format, tileMode);
-    image->reallocate(&texture);
-    const MemoryRegion bytes = image->getMemoryRegion();
-    std::mt19937 random(1);
-    for (std::uint8_t* byte = bytes.begin; byte < bytes.end; ++byte) {
-        *byte = static_cast<std::uint8_t>(random());
-    }
-    return image;
-}
-
-void setBytes(benchmark::State& state, double bytes) { state.counters[kBytesCounter] = bytes; }
 
 void memcpyBench(benchmark::State& state, double bytesInAll) {
     const std::size_t bytes = static_cast<std::size_t>(bytesInAll / 2);
@@ -63,95 +32,209 @@ void memcpyBench(benchmark::State& state, double bytesInAll) {
         std::memcpy(destination.begin, source.begin, bytes);
         benchmark::ClobberMemory();
     }
-    setBytes(state, bytesInAll);
+    compareWith(state, bytesInAll);
 }
 
-void reformatBench(benchmark::State& state, JobManager* manager, const char* from, const char* to) {
+void runOperation(benchmark::State& state, JobManager* manager, double work, const std::string& baseline,
+                  const MakeOperation& make) {
     Configuration configuration;
     configuration.m_jobManager = manager;
-    const auto bytes = makeImage("R8G8B8A8Unorm");
-    const auto source = makeImage(from), destination = makeImage(to);
-    Raw::reformat(bytes.get(), source.get(), &configuration);
+    const Operation operation = make();
+    operation(&configuration); // touches all pages
     for (auto _ : state) {
-        if (Raw::reformat(source.get(), destination.get(), &configuration) != Raw::kErrorNone) {
-            state.SkipWithError("reformat failed");
+        if (operation(&configuration) != Raw::kErrorNone) {
+            state.SkipWithError("the operation failed");
+            break;
         }
     }
-    setBytes(state, double(source->getBytesTotal()) + destination->getBytesTotal());
+    compareWith(state, work, baseline);
 }
 
-void tileBench(benchmark::State& state, JobManager* manager, Vex::TileMode tileMode, bool toTiled) {
+double bytesOf(const char* format, unsigned size) {
+    return double(size) * size * formatNamed(format).getBytesPerElement();
+}
+
+// Floats and halves are made from the bytes, so that they lie in 0..1.
+std::unique_ptr<Raw::MemoryMappedImage> makeTexels(const char* format, unsigned size) {
     Configuration configuration;
-    configuration.m_jobManager = manager;
-    const auto image = makeImage("R8G8B8A8Unorm", tileMode);
-    Raw::AllocatedMemory tiled;
-    std::uint64_t size = 0;
-    unsigned alignment = 0;
-    GpuAddress::computeTotalTiledTextureSize(&size, &alignment, image->getVexTexture());
-    tiled.resize(size);
-    for (auto _ : state) {
-        const Raw::Error error = toTiled ? Raw::tileImage(&tiled, image.get(), &configuration, 0)
-                                         : Raw::detileImage(image.get(), &tiled, &configuration, 0);
-        if (error != Raw::kErrorNone) {
-            state.SkipWithError("tiling failed");
-        }
+    const auto bytes = makeImage("R8G8B8A8Unorm", size);
+    auto image = makeImage(format, size);
+    Raw::reformat(bytes.get(), image.get(), &configuration);
+    return image;
+}
+
+void addReformat(const std::string& group, const char* from, const char* to, unsigned size) {
+    const double work = bytesOf(from, size) + bytesOf(to, size);
+    addOperation(group, std::string("reformat ") + from + " to " + to, work, memcpyOf(work), [=] {
+        const std::shared_ptr<Raw::MemoryMappedImage> source = makeTexels(from, size);
+        const std::shared_ptr<Raw::MemoryMappedImage> destination = makeImage(to, size);
+        return [=](Configuration* configuration) {
+            return Raw::reformat(source.get(), destination.get(), configuration);
+        };
+    });
+}
+
+void addTiling(const std::string& group, const char* format, Vex::TileMode mode, const char* modeName,
+               unsigned size) {
+    for (const bool toTiled : {true, false}) {
+        const double work = 2 * bytesOf(format, size);
+        const std::string name = std::string(toTiled ? "tile " : "detile ") + modeName + " " + format;
+        addOperation(group, name, work, memcpyOf(work), [=] {
+            const std::shared_ptr<Raw::MemoryMappedImage> image = makeImage(format, size, mode);
+            const auto tiled = std::make_shared<Raw::AllocatedMemory>();
+            std::uint64_t bytes = 0;
+            unsigned alignment = 0;
+            GpuAddress::computeTotalTiledTextureSize(&bytes, &alignment, image->getVexTexture());
+            tiled->resize(bytes);
+            std::memset(tiled->begin, 1, bytes);
+            return [=](Configuration* configuration) {
+                return toTiled ? Raw::tileImage(tiled.get(), image.get(), configuration, 0)
+                               : Raw::detileImage(image.get(), tiled.get(), configuration, 0);
+            };
+        });
     }
-    setBytes(state, 2.0 * image->getBytesTotal());
 }
 
-void tgaBench(benchmark::State& state, JobManager* manager, bool load) {
-    Configuration configuration;
-    configuration.m_jobManager = manager;
-    const auto image = makeImage("B8G8R8A8Unorm");
-    Raw::AllocatedMemory file, pixels;
-    Raw::ReallocatableImage destination(&pixels);
-    Raw::convertToTga(image.get(), &file, &configuration);
-    for (auto _ : state) {
-        const Raw::Error error = load ? Raw::convertFromTga(&file, &destination, &configuration)
-                                      : Raw::convertToTga(image.get(), &file, &configuration);
-        if (error != Raw::kErrorNone) {
-            state.SkipWithError("TGA failed");
+void addMemory(const std::string& group, unsigned size) {
+    const double work = 2 * bytesOf("R8G8B8A8Unorm", size);
+    const auto images = [=] {
+        return std::pair<std::shared_ptr<Raw::MemoryMappedImage>, std::shared_ptr<Raw::MemoryMappedImage>>(
+            makeImage("R8G8B8A8Unorm", size), makeImage("R8G8B8A8Unorm", size));
+    };
+    addOperation(group, "copy", work, memcpyOf(work), [=] {
+        const auto [source, destination] = images();
+        return [source = source, destination = destination](Configuration* configuration) {
+            return Raw::copy(destination.get(), source.get(), configuration);
+        };
+    });
+    addOperation(group, "multicoreMemcpy", work, memcpyOf(work), [=] {
+        const auto [source, destination] = images();
+        return [source = source, destination = destination](Configuration* configuration) {
+            return Raw::multicoreMemcpy(destination->getMemoryRegion(), source->getMemoryRegion(),
+                                        source->getBytesTotal(), configuration);
+        };
+    });
+}
+
+// Between regions of memory, which are made large enough by the first run.
+void addRoad(const std::string& group, const char* fromExtension, const char* toExtension, unsigned size) {
+    const double work = 2 * bytesOf("R8G8B8A8Unorm", size);
+    const std::string name = std::string("convert ") + fromExtension + " to " + toExtension;
+    addOperation(group, name, work, memcpyOf(work), [=] {
+        Configuration configuration;
+        const auto file = std::make_shared<Raw::AllocatedMemory>();
+        const auto converted = std::make_shared<Raw::AllocatedMemory>();
+        const auto image = makeImage("R8G8B8A8Unorm", size);
+        if (std::strcmp(fromExtension, "tga") == 0) {
+            Raw::convertToTga(image.get(), file.get(), &configuration);
+        } else {
+            Raw::convertToVxf(image.get(), file.get(), &configuration);
         }
-    }
-    setBytes(state, 2.0 * image->getBytesTotal());
+        return [=](Configuration* current) {
+            return Raw::convertWithResult(file.get(), fromExtension, converted.get(), toExtension, current);
+        };
+    });
 }
 
-template <typename Function> void add(const std::string& name, Function function) {
-    benchmark::RegisterBenchmark(name.c_str(), function)->UseRealTime();
-}
-
-void registerFor(const std::string& threads, JobManager* manager) {
+void registerFormats(const std::string& group, unsigned size) {
     static constexpr const char* kPairs[][2] = {
-        {"R8G8B8A8Unorm", "R8G8B8A8Unorm"},     {"R8G8B8A8Unorm", "B8G8R8A8Unorm"},
-        {"R8G8B8A8Unorm", "R32G32B32A32Float"}, {"R32G32B32A32Float", "R8G8B8A8Unorm"},
-        {"R8G8B8A8Unorm", "R16G16B16A16Float"}, {"R16G16B16A16Float", "R8G8B8A8Unorm"},
+        {"R8G8B8A8Unorm", "R8G8B8A8Unorm"},
+        {"R8G8B8A8Unorm", "B8G8R8A8Unorm"},
+        {"R8G8B8A8Unorm", "R32G32B32A32Float"},
+        {"R32G32B32A32Float", "R8G8B8A8Unorm"},
+        {"R8G8B8A8Unorm", "R16G16B16A16Float"},
+        {"R16G16B16A16Float", "R8G8B8A8Unorm"},
+        {"R32G32B32A32Float", "R16G16B16A16Float"},
+        {"R16G16B16A16Float", "R32G32B32A32Float"},
+        {"R8G8B8A8Unorm", "R10G10B10A2Unorm"},
+        {"R10G10B10A2Unorm", "R8G8B8A8Unorm"},
+        {"R8G8B8A8Unorm", "B5G6R5Unorm"},
+        {"B5G6R5Unorm", "R8G8B8A8Unorm"},
+        {"R8G8B8A8UnormSrgb", "R32G32B32A32Float"},
+        {"R32G32B32A32Float", "R8G8B8A8UnormSrgb"},
+        {"R16G16Unorm", "R8G8Unorm"},
+        {"R8G8B8A8Snorm", "R16G16B16A16Float"},
+        {"B5G6R5Unorm", "B5G5R5A1Unorm"},
+        {"R11G11B10Float", "R9G9B9E5Float"},
     };
     for (const auto& pair : kPairs) {
-        add(threads + "/" + pair[0] + "/" + pair[1],
-            [manager, pair](benchmark::State& state) { reformatBench(state, manager, pair[0], pair[1]); });
+        addReformat(group, pair[0], pair[1], size);
     }
-    const auto addTiling = [&](const char* name, Vex::TileMode mode, bool toTiled) {
-        add(threads + "/" + name, [=](benchmark::State& state) { tileBench(state, manager, mode, toTiled); });
-    };
-    addTiling("tile 1d thin", Vex::kTileModeThin_1dThin, true);
-    addTiling("detile 1d thin", Vex::kTileModeThin_1dThin, false);
-    addTiling("tile 2d thin", Vex::kTileModeThin_2dThin, true);
-    addTiling("detile 2d thin", Vex::kTileModeThin_2dThin, false);
-    add(threads + "/TGA load", [manager](benchmark::State& state) { tgaBench(state, manager, true); });
-    add(threads + "/TGA save", [manager](benchmark::State& state) { tgaBench(state, manager, false); });
+}
+
+void registerTiling(const std::string& group, unsigned size) {
+    for (const char* format : {"R8G8B8A8Unorm", "R16G16B16A16Float", "R32G32B32A32Float"}) {
+        addTiling(group, format, Vex::kTileModeThin_1dThin, "1d thin", size);
+        addTiling(group, format, Vex::kTileModeThin_2dThin, "2d thin", size);
+    }
 }
 
 } // namespace
 
-void registerSurfaceBenchmarks() {
-    for (const double mebibytes : {32.0, 48.0, 80.0}) {
-        add(kMemcpyName + std::to_string(static_cast<int>(mebibytes)) + " MiB moved",
-            [mebibytes](benchmark::State& state) { memcpyBench(state, mebibytes * kMiB); });
+Vex::DataFormat formatNamed(const char* name) {
+    Configuration configuration;
+    Vex::DataFormat format = {};
+    if (Raw::makeDataFormat(&format, name, &configuration) != 0) {
+        std::fprintf(stderr, "no format is named %s\n", name);
+        std::abort();
     }
+    return format;
+}
+
+std::unique_ptr<Raw::MemoryMappedImage> makeImage(const char* format, unsigned size, Vex::TileMode tileMode) {
+    constexpr std::size_t kPatternBytes = 1 << 20;
+    static const std::vector<std::uint8_t> s_pattern = [] {
+        std::vector<std::uint8_t> bytes(kPatternBytes);
+        std::mt19937 random(1);
+        for (std::uint8_t& byte : bytes) {
+            byte = static_cast<std::uint8_t>(random());
+        }
+        return bytes;
+    }();
+    Vex::Texture texture;
+    texture.initAs2dArray(size, size, 1, 0, 1, formatNamed(format), tileMode, Vex::kNumFragments1, false);
+    auto image = std::make_unique<Raw::MemoryMappedImage>();
+    image->reallocate(&texture);
+    const MemoryRegion bytes = image->getMemoryRegion();
+    for (std::size_t at = 0; at < bytes.length(); at += kPatternBytes) {
+        std::memcpy(bytes.begin + at, s_pattern.data(),
+                    std::min<std::size_t>(kPatternBytes, bytes.length() - at));
+    }
+    return image;
+}
+
+std::string memcpyOf(double bytesInAll) {
+    static std::set<std::string> s_registered;
+    const std::string name = "memcpy/" + std::to_string(static_cast<long long>(bytesInAll)) + " bytes";
+    if (s_registered.insert(name).second) {
+        add(name, [=](benchmark::State& state) { memcpyBench(state, bytesInAll); });
+    }
+    return name;
+}
+
+void addOperation(const std::string& group, const std::string& name, double work, const std::string& baseline,
+                  MakeOperation make) {
     static Raw::SerialJobManager s_serial;
     static Raw::ThreadpoolJobManager s_pool;
-    registerFor("one thread", &s_serial);
-    registerFor("pool", &s_pool);
+    const auto addWith = [&](const char* threads, JobManager* manager) {
+        add(group + "/" + threads + "/" + name,
+            [=](benchmark::State& state) { runOperation(state, manager, work, baseline, make); });
+    };
+    addWith(kOneThread, &s_serial);
+    addWith(kTwoThreads, &s_pool);
+}
+
+void registerSurfaceBenchmarks() {
+    for (const unsigned size : kSizes) {
+        const std::string group = std::to_string(size);
+        registerFormats(group, size);
+        addMemory(group, size);
+        registerTiling(group, size);
+    }
+    addReformat("512", "R8G8B8A8UnormSrgb", "R32G32B32A32Float", 512);
+    addReformat("512", "R32G32B32A32Float", "R8G8B8A8UnormSrgb", 512);
+    addRoad("4096", "vxf", "tga", 4096);
+    addRoad("4096", "tga", "vxf", 4096);
 }
 
 } // namespace Bench
