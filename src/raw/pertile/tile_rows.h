@@ -25,18 +25,28 @@ inline RowStores storesFor(const ElementRows& surface) {
     return storesFor(std::uint64_t{surface.m_pitch} * surface.m_tall);
 }
 
-// A strip's buffer: as many elements of up to 16 bytes as it takes to pay for the calls, and no more than
-// stays in the nearest cache.
+// A part of a row of tiles, in elements of the surface.
+struct StripPlace {
+    unsigned m_left, m_top, m_wide, m_tall;
+};
+
+// Where the elements of a strip pass through when a side has no rows: as many as it takes to pay for the
+// calls, and no more than stays in the nearest cache.
 struct alignas(64) StripBuffer {
     static constexpr unsigned kElementsWide = 128;
     static constexpr unsigned kElementsTall = 8;
 
     std::uint8_t m_bytes[kElementsWide * kElementsTall * 16];
-
-    ElementRows rows(unsigned bytesPerElement, unsigned wide, unsigned tall) {
-        return {m_bytes, std::size_t{wide} * bytesPerElement, wide, tall};
-    }
 };
+
+// The memory of a strip: the surface's own rows, or the buffer.
+inline ElementRows stripOf(const ElementRows& surface, unsigned bytesPerElement, const StripPlace& place,
+                           StripBuffer& buffer) {
+    if (surface.m_memory != nullptr) {
+        return partOf(surface, bytesPerElement, place.m_left, place.m_top, place.m_wide, place.m_tall);
+    }
+    return {buffer.m_bytes, std::size_t{place.m_wide} * bytesPerElement, place.m_wide, place.m_tall};
+}
 
 // Converts row `y` of tiles by `convert(destination, source, elements, stores)`, a row of elements at a time,
 // and returns how many tiles were done.
@@ -48,27 +58,24 @@ unsigned convertTileRow(const ElementProvider& source, const ElementProvider& de
         return 0;
     }
     const ElementRows &from = surface.m_source, &to = surface.m_destination;
+    const bool fetches = from.m_memory == nullptr, stores = to.m_memory == nullptr;
     const unsigned tileWide = source.getElementsPerTileWide(), top = y * source.getElementsPerTileTall();
     const unsigned tall = std::min(from.m_tall - top, source.getElementsPerTileTall());
-    const bool isPlain = from.m_memory != nullptr && to.m_memory != nullptr;
-    const unsigned step = isPlain ? from.m_wide : StripBuffer::kElementsWide;
-    const unsigned fromBytes = source.getBytesPerElement(), toBytes = destination.getBytesPerElement();
-    StripBuffer fromBuffer, toBuffer;
+    const unsigned step = fetches || stores ? StripBuffer::kElementsWide : from.m_wide;
+    const RowStores how = stores ? RowStores::kCached : storesFor(to);
+    StripBuffer fetched, toStore;
     for (unsigned left = 0; left < from.m_wide; left += step) {
-        const unsigned wide = std::min(step, from.m_wide - left), x = left / tileWide;
-        const ElementRows in = from.m_memory != nullptr ? partOf(from, fromBytes, left, top, wide, tall)
-                                                        : fromBuffer.rows(fromBytes, wide, tall);
-        const ElementRows out = to.m_memory != nullptr ? partOf(to, toBytes, left, top, wide, tall)
-                                                       : toBuffer.rows(toBytes, wide, tall);
-        if (from.m_memory == nullptr && !source.getStrip(surfaceIndex, in, x, y)) {
-            return x;
+        const StripPlace place = {left, top, std::min(step, from.m_wide - left), tall};
+        const ElementRows in = stripOf(from, source.getBytesPerElement(), place, fetched);
+        const ElementRows out = stripOf(to, destination.getBytesPerElement(), place, toStore);
+        if (fetches && !source.getStrip(surfaceIndex, in, left / tileWide, y)) {
+            return left / tileWide;
         }
-        const RowStores stores = to.m_memory != nullptr ? storesFor(to) : RowStores::kCached;
         for (unsigned row = 0; row < tall; ++row) {
-            convert(out.row(row), in.row(row), wide, stores);
+            convert(out.row(row), in.row(row), place.m_wide, how);
         }
-        if (to.m_memory == nullptr && !destination.putStrip(surfaceIndex, out, x, y)) {
-            return x;
+        if (stores && !destination.putStrip(surfaceIndex, out, left / tileWide, y)) {
+            return left / tileWide;
         }
     }
     return (from.m_wide + tileWide - 1) / tileWide;
