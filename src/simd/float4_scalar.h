@@ -103,6 +103,17 @@ template <int kBits> inline Int4 shiftRightSigned(Int4 a) {
     return eachLane<Int4>(
         [&](int i) { return static_cast<std::uint32_t>(static_cast<std::int32_t>(a.m_lanes[i]) >> kBits); });
 }
+// By a number of bits below 32 that is known at run time only.
+struct ShiftCount {
+    unsigned m_bits;
+};
+inline ShiftCount shiftCount(unsigned bits) { return {bits}; }
+inline Int4 shiftLeft(Int4 a, ShiftCount count) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] << count.m_bits; });
+}
+inline Int4 shiftRight(Int4 a, ShiftCount count) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] >> count.m_bits; });
+}
 // All ones in the lanes where the signed comparison holds.
 inline Int4 greaterSigned(Int4 a, Int4 b) {
     return eachLane<Int4>([&](int i) {

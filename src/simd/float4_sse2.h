@@ -49,6 +49,12 @@ inline Int4 operator^(Int4 a, Int4 b) { return {_mm_xor_si128(a.m_lanes, b.m_lan
 template <int kBits> inline Int4 shiftLeft(Int4 a) { return {_mm_slli_epi32(a.m_lanes, kBits)}; }
 template <int kBits> inline Int4 shiftRight(Int4 a) { return {_mm_srli_epi32(a.m_lanes, kBits)}; }
 template <int kBits> inline Int4 shiftRightSigned(Int4 a) { return {_mm_srai_epi32(a.m_lanes, kBits)}; }
+struct ShiftCount {
+    __m128i m_bits;
+};
+inline ShiftCount shiftCount(unsigned bits) { return {_mm_cvtsi32_si128(static_cast<int>(bits))}; }
+inline Int4 shiftLeft(Int4 a, ShiftCount count) { return {_mm_sll_epi32(a.m_lanes, count.m_bits)}; }
+inline Int4 shiftRight(Int4 a, ShiftCount count) { return {_mm_srl_epi32(a.m_lanes, count.m_bits)}; }
 inline Int4 greaterSigned(Int4 a, Int4 b) { return {_mm_cmpgt_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int4 equal(Int4 a, Int4 b) { return {_mm_cmpeq_epi32(a.m_lanes, b.m_lanes)}; }
 inline bool anyLane(Int4 mask) { return _mm_movemask_epi8(mask.m_lanes) != 0; }

@@ -67,6 +67,12 @@ inline Int8 operator^(Int8 a, Int8 b) { return {_mm256_xor_si256(a.m_lanes, b.m_
 template <int kBits> inline Int8 shiftLeft(Int8 a) { return {_mm256_slli_epi32(a.m_lanes, kBits)}; }
 template <int kBits> inline Int8 shiftRight(Int8 a) { return {_mm256_srli_epi32(a.m_lanes, kBits)}; }
 template <int kBits> inline Int8 shiftRightSigned(Int8 a) { return {_mm256_srai_epi32(a.m_lanes, kBits)}; }
+struct ShiftCount {
+    __m256i m_bits;
+};
+inline ShiftCount shiftCount(unsigned bits) { return {_mm256_set1_epi32(static_cast<int>(bits))}; }
+inline Int8 shiftLeft(Int8 a, ShiftCount count) { return {_mm256_sllv_epi32(a.m_lanes, count.m_bits)}; }
+inline Int8 shiftRight(Int8 a, ShiftCount count) { return {_mm256_srlv_epi32(a.m_lanes, count.m_bits)}; }
 inline Int8 greaterSigned(Int8 a, Int8 b) { return {_mm256_cmpgt_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int8 equal(Int8 a, Int8 b) { return {_mm256_cmpeq_epi32(a.m_lanes, b.m_lanes)}; }
 inline bool anyLane(Int8 mask) { return _mm256_movemask_epi8(mask.m_lanes) != 0; }
