@@ -21,7 +21,23 @@ template <typename Function> void add(const std::string& name, Function function
     benchmark::RegisterBenchmark(name.c_str(), function)->UseRealTime()->Unit(benchmark::kMillisecond);
 }
 
-void memcpyBench(benchmark::State& state, double bytesInAll) {
+// One memcpy, or one for each of two halves at the same time.
+class MemcpyParts : public Raw::Job {
+public:
+    MemcpyParts(Raw::MemoryRegion destination, Raw::MemoryRegion source, unsigned parts)
+        : Job(parts), m_destination(destination), m_source(source) {}
+
+private:
+    Raw::Error doCallback(unsigned part) const override {
+        const std::size_t bytes = m_source.length() / static_cast<unsigned>(getCallbacks());
+        std::memcpy(m_destination.begin + bytes * part, m_source.begin + bytes * part, bytes);
+        return Raw::kErrorNone;
+    }
+
+    Raw::MemoryRegion m_destination, m_source;
+};
+
+void memcpyBench(benchmark::State& state, double bytesInAll, JobManager* manager, unsigned parts) {
     const std::size_t bytes = static_cast<std::size_t>(bytesInAll / 2);
     Raw::AllocatedMemory source, destination;
     source.resize(bytes);
@@ -29,8 +45,8 @@ void memcpyBench(benchmark::State& state, double bytesInAll) {
     std::memset(source.begin, 1, bytes);
     std::memset(destination.begin, 2, bytes);
     for (auto _ : state) {
-        std::memcpy(destination.begin, source.begin, bytes);
-        benchmark::ClobberMemory();
+        const MemcpyParts job(destination, source, parts);
+        manager->submitAndStall(&job);
     }
     compareWith(state, bytesInAll);
 }
@@ -205,11 +221,18 @@ std::unique_ptr<Raw::MemoryMappedImage> makeImage(const char* format, unsigned s
 
 std::string memcpyOf(double bytesInAll) {
     static std::set<std::string> s_registered;
-    const std::string name = "memcpy/" + std::to_string(static_cast<long long>(bytesInAll)) + " bytes";
-    if (s_registered.insert(name).second) {
-        add(name, [=](benchmark::State& state) { memcpyBench(state, bytesInAll); });
+    static Raw::SerialJobManager s_serial;
+    static Raw::ThreadpoolJobManager s_pool;
+    const std::string bytes = std::to_string(static_cast<long long>(bytesInAll)) + " bytes";
+    const auto addWith = [&](const char* threads, JobManager* manager, unsigned parts) {
+        add(std::string("memcpy/") + threads + "/" + bytes,
+            [=](benchmark::State& state) { memcpyBench(state, bytesInAll, manager, parts); });
+    };
+    if (s_registered.insert(bytes).second) {
+        addWith(kOneThread, &s_serial, 1);
+        addWith(kTwoThreads, &s_pool, 2);
     }
-    return name;
+    return "memcpy/" + bytes;
 }
 
 void addOperation(const std::string& group, const std::string& name, double work, const std::string& baseline,

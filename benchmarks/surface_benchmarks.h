@@ -20,7 +20,8 @@ qor::Vex::DataFormat formatNamed(const char* name);
 // A picture of random bytes; as floats of all kinds only where the operation takes any.
 std::unique_ptr<qor::Texsmith::Raw::MemoryMappedImage>
 makeImage(const char* format, unsigned size, qor::Vex::TileMode tileMode = qor::Vex::kTileModeThin_1dThin);
-// "memcpy/... bytes", which reads and writes `bytesInAll` together: registered at the first call.
+// "memcpy/... bytes", which reads and writes `bytesInAll` together, whole and in two halves: registered at
+// the first call.
 std::string memcpyOf(double bytesInAll);
 
 using Operation = std::function<qor::Texsmith::Raw::Error(qor::Texsmith::Raw::Configuration* configuration)>;

@@ -186,6 +186,56 @@ TEST(Reformat, GivesTheSameBytesOnAnyManagerWithAnyCallbacks) {
     }
 }
 
+// Shows its target tile by tile, and counts the tiles.
+class TileByTile : public Raw::ProxyElementProvider {
+public:
+    explicit TileByTile(const Provider& target) {
+        setProxied(&target);
+        setupAsVexTexture(target.getVexTexture());
+    }
+    mutable unsigned m_tiles = 0;
+
+private:
+    bool doAdjustTileForTarget(Index*, unsigned*, unsigned*) const override { return ++m_tiles != 0; }
+};
+
+TEST(Reformat, RowsInMemoryGiveWhatTilesGive) {
+    Raw::SerialJobManager serial;
+    Raw::Configuration configuration;
+    configuration.m_jobManager = &serial;
+    for (const auto& [from, to] : {std::pair{"R8G8B8A8Unorm", "R8G8B8A8Unorm"},
+                                   {"R8G8B8A8UnormSrgb", "B8G8R8X8UnormSrgb"},
+                                   {"B5G6R5Unorm", "R16G16B16A16Float"},
+                                   {"R32G32B32A32Float", "R8G8B8A8UnormSrgb"}}) {
+        for (unsigned size = 0; size < 402; ++size) { // 1 x 1 to 20 x 20, and some wider than a kernel's step
+            const unsigned wide = size < 400 ? size % 20 + 1 : size - 241,
+                           tall = size < 400 ? size / 20 + 1 : 9;
+            TestImage source(makeFlat(from, wide, tall), size + 1);
+            TestImage rows(makeFlat(to, wide, tall)), tiles(makeFlat(to, wide, tall));
+            TileByTile slowSource(source), slowTiles(tiles);
+            EXPECT_EQ(Raw::reformat(&source, &rows, &configuration), Raw::kErrorNone);
+            EXPECT_EQ(Raw::reformat(&slowSource, &slowTiles, &configuration), Raw::kErrorNone);
+            ASSERT_EQ(rows.bytes(), tiles.bytes()) << from << " to " << to << ", " << wide << " x " << tall;
+            EXPECT_EQ(slowTiles.m_tiles, tiles.getTiles(0));
+        }
+    }
+}
+
+TEST(Reformat, WorksInPlace) {
+    Raw::Configuration configuration;
+    TestImage image(makeFlat("R8G8B8A8Unorm", 150, 20), 3);
+    const std::vector<std::uint8_t> expected = slowly(image, formatNamed("B8G8R8A8Unorm"));
+    Raw::MemoryRegion region = image.getMemoryRegion();
+    struct Borrowed : Raw::Image {
+        Borrowed(const Vex::Texture& texture, Raw::MemoryRegion* memory) {
+            m_memoryRegion = memory;
+            setupAsVexTexture(&texture);
+        }
+    } same(Raw::changeDataFormat(image.getTexture(), formatNamed("B8G8R8A8Unorm")), &region);
+    EXPECT_EQ(Raw::reformat(&image, &same, &configuration), Raw::kErrorNone);
+    EXPECT_EQ(image.bytes(), expected);
+}
+
 TEST(Reformat, ReportsAndFails) {
     Raw::Configuration configuration;
     const ReportRecorder reports;
