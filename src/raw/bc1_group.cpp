@@ -1,12 +1,12 @@
 // The colour endpoints of BC1. What is here in scalar code is the meaning of the wide kernels: they add up in
 // the same order, texel after texel, and give the same bits.
 #include "raw/bc1_fit.h"
+#include "raw/bc1_four_lanes.h"
 #include "raw/bc1_lanes.h"
 #include "raw/bc1_single_colour.h"
 #include "raw/block_encoders.h"
 #include "raw/fast_rsqrt.h"
 #include "simd/dispatch.h"
-#include "simd/float4.h"
 
 #include <algorithm>
 #include <cstring>
@@ -199,24 +199,6 @@ Bc1GroupResult GroupFit::run() {
     order();
     return m_result;
 }
-
-struct FourLanes {
-    using Float = Simd::Float4;
-    using Int = Simd::Int4;
-    static constexpr unsigned kCount = 4;
-
-    static Float splat(float value) { return Simd::splat(value); }
-    static Int splat(std::uint32_t value) { return Simd::splat(value); }
-    static Int loadInts(const void* source) { return Simd::loadInts(source); }
-    static void store(void* destination, Int value) { Simd::store(destination, value); }
-    // The red, green, blue and alpha of one texel of each block, whose texels are 64 floats.
-    static void loadTexels(Float (&channels)[4], const float* texel) {
-        for (int i = 0; i < 4; ++i) {
-            channels[i] = Simd::loadFloats(texel + 64 * i);
-        }
-        transpose(channels);
-    }
-};
 
 } // namespace
 

@@ -66,7 +66,7 @@ private:
     void load(const float* texels) {
         for (unsigned t = 0; t < kTexels; ++t) {
             Float channels[4];
-            Lanes::loadTexels(channels, texels + 4 * t);
+            Lanes::loadTexels(channels, texels + 4 * t, 4 * kTexels);
             m_points[t] = {channels[0], channels[1], channels[2]};
         }
     }
