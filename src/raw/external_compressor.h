@@ -1,5 +1,7 @@
-// The compressor that a machine may bring, as far as the settings know it: its profiles, by level.
+// The compressor that a machine may bring, as far as the settings and the block encoders know it.
 #pragma once
+
+#include <cstdint>
 
 namespace qor::Texsmith::Raw {
 
@@ -7,8 +9,20 @@ struct ExternalCompressorProfile;
 
 inline constexpr int kExternalLevels = 5;
 
+// Rows of R, G, B, A bytes.
+struct ExternalSurface {
+    const std::uint8_t* m_texels;
+    std::int32_t m_width;
+    std::int32_t m_height;
+    std::int32_t m_pitch; // bytes from row to row
+};
+
+using ExternalEncode = void (*)(const ExternalSurface* source, std::uint8_t* destination);
+
 // Null entries where the machine has no such compressor.
 struct ExternalCompressor {
+    ExternalEncode m_encodeBc1;
+    ExternalEncode m_encodeBc3;
     const ExternalCompressorProfile* m_bc6hProfiles[kExternalLevels];  // veryslow to veryfast
     const ExternalCompressorProfile* m_plainProfiles[kExternalLevels]; // slow to ultrafast
     const ExternalCompressorProfile* m_alphaProfiles[kExternalLevels]; // the same, for formats that use W

@@ -1,6 +1,7 @@
 #include "qor/texsmith/raw/format.h"
 
 #include "qor/texsmith/tools_assert.h"
+#include "raw/format_blocks.h"
 #include "raw/format_rows.h"
 #include "vex/surface_formats.h"
 
@@ -98,11 +99,33 @@ constexpr SurfaceFormatInfo withoutTexels(SurfaceFormat format) {
         withWidths(format, 0, 0, 0, 0));
 }
 
-// The functions of the compressed formats come with the block codecs.
+// Without functions, which come with a format's block codec.
 constexpr SurfaceFormatInfo compressed(SurfaceFormat format, std::uint8_t bytes) {
     SurfaceFormatInfo row = withWidths(format, 0, 0, 0, 0);
     row.blockWidth = row.blockHeight = 4;
     row.bytesPerElement = bytes;
+    return row;
+}
+
+template <SurfaceFormat kFormat> constexpr SurfaceFormatInfo colourBlocks(std::uint8_t bytes) {
+    SurfaceFormatInfo row = compressed(kFormat, bytes);
+    row.encodeBlock8 = &ColourBlocks<kFormat>::encodeBytes;
+    row.decodeBlock8 = &ColourBlocks<kFormat>::decodeBytes;
+    row.encodeBlock = &ColourBlocks<kFormat>::encode;
+    row.decodeBlock = &ColourBlocks<kFormat>::decode;
+    row.hardwareDecodeBlock = &ColourBlocks<kFormat>::hardwareDecode;
+    row.encodeTile = &encodeTileByBlocks;
+    row.decodeTile = &decodeTileByBlocks;
+    return row;
+}
+
+template <SurfaceFormat kFormat> constexpr SurfaceFormatInfo channelBlocks(std::uint8_t bytes) {
+    SurfaceFormatInfo row = compressed(kFormat, bytes);
+    row.encodeBlock = &ChannelBlocks<kFormat>::encode;
+    row.decodeBlock = &ChannelBlocks<kFormat>::decode;
+    row.hardwareDecodeBlock = &ChannelBlocks<kFormat>::decode;
+    row.encodeTile = &encodeTileByBlocks;
+    row.decodeTile = &decodeTileByBlocks;
     return row;
 }
 
@@ -142,11 +165,11 @@ constexpr SurfaceFormatInfo g_surfaceFormatInfo[Vex::kSurfaceFormatCount] = {
     /* 32 */ kEmpty, // GB_GR
     /* 33 */ kEmpty, // BG_RG
     /* 34 */ sharedExponent(Vex::kSurfaceFormat5_9_9_9, 9, 9, 9, 5),
-    /* 35 */ compressed(Vex::kSurfaceFormatBc1,  8),
-    /* 36 */ compressed(Vex::kSurfaceFormatBc2, 16),
-    /* 37 */ compressed(Vex::kSurfaceFormatBc3, 16),
-    /* 38 */ compressed(Vex::kSurfaceFormatBc4,  8),
-    /* 39 */ compressed(Vex::kSurfaceFormatBc5, 16),
+    /* 35 */ colourBlocks<Vex::kSurfaceFormatBc1>(8),
+    /* 36 */ colourBlocks<Vex::kSurfaceFormatBc2>(16),
+    /* 37 */ colourBlocks<Vex::kSurfaceFormatBc3>(16),
+    /* 38 */ channelBlocks<Vex::kSurfaceFormatBc4>(8),
+    /* 39 */ channelBlocks<Vex::kSurfaceFormatBc5>(16),
     /* 40 */ compressed(Vex::kSurfaceFormatBc6, 16),
     /* 41 */ compressed(Vex::kSurfaceFormatBc7, 16),
     /* 42 */ kEmpty, kEmpty,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qor/gpu_address/gpu_address.h"
+#include "qor/texsmith/block_compression.h"
 #include "qor/texsmith/export.h"
 #include "qor/texsmith/raw/allocator.h"
 #include "qor/texsmith/raw/bithacks.h"
@@ -17,6 +18,7 @@
 #include "qor/texsmith/raw/job_manager.h"
 #include "qor/texsmith/raw/memory_region.h"
 #include "qor/texsmith/raw/names.h"
+#include "qor/texsmith/raw/normalization_policy.h"
 #include "qor/texsmith/raw/per_tile.h"
 #include "qor/texsmith/raw/process.h"
 #include "qor/texsmith/raw/reformat.h"

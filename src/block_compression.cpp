@@ -1,0 +1,245 @@
+#include "qor/texsmith/block_compression.h"
+
+#include "raw/block_decoders.h"
+#include "raw/check.h"
+#include "raw/format_codec.h"
+#include "simd/float4.h"
+#include "vex/surface_formats.h"
+
+#include <cstring>
+
+namespace qor::Texsmith {
+namespace {
+
+constexpr char kSourcePath[] = "block_compression";
+
+constexpr unsigned kBytesOfTexels = 64;
+constexpr float kUnsignedScale = 0.003921569f, kSignedScale = 0.007874016f;
+constexpr float kDefaultBc6Quality = 1.0f;
+
+using Raw::checkNotNull;
+
+template <void (*kDecode)(std::uint8_t* destination, const std::uint8_t* source)>
+void decodeToBytes(void* decompressedData, const std::uint8_t* compressedData, const CpuBlockDecoder&) {
+    kDecode(static_cast<std::uint8_t*>(decompressedData), compressedData);
+}
+
+template <void (*kDecode)(ColorRGBA32F* destination, const std::uint8_t* source, bool isSigned)>
+void decodeToFloats(void* decompressedData, const std::uint8_t* compressedData,
+                    const CpuBlockDecoder& decoder) {
+    kDecode(static_cast<ColorRGBA32F*>(decompressedData), compressedData, decoder.m_isSigned);
+}
+
+struct Decoder {
+    CpuBlockDecoder::OutputType m_outputType;
+    CpuBlockDecoder::Decode m_decode;
+};
+
+// From BC1 on.
+constexpr Decoder kDecoders[] = {
+    {CpuBlockDecoder::kOutputTypeBytes, &decodeToBytes<&Raw::decodeBc1>},
+    {CpuBlockDecoder::kOutputTypeBytes, &decodeToBytes<&Raw::decodeBc2>},
+    {CpuBlockDecoder::kOutputTypeBytes, &decodeToBytes<&Raw::decodeBc3>},
+    {CpuBlockDecoder::kOutputTypeFloats, &decodeToFloats<&Raw::decodeBc4>},
+    {CpuBlockDecoder::kOutputTypeFloats, &decodeToFloats<&Raw::decodeBc5>},
+    {CpuBlockDecoder::kOutputTypeFloats, nullptr},
+    {CpuBlockDecoder::kOutputTypeBytes, nullptr},
+};
+constexpr Decoder kNoDecoder = {CpuBlockDecoder::kOutputTypeFloats, nullptr};
+
+float clampTo(float value, float low, float high) { return value < low ? low : value > high ? high : value; }
+
+float fromUnsignedByte(std::uint8_t byte) {
+    return clampTo(static_cast<float>(byte) * kUnsignedScale, 0.0f, 1.0f);
+}
+float fromSignedByte(std::uint8_t byte) {
+    return clampTo(static_cast<float>(static_cast<std::int8_t>(byte)) * kSignedScale, -1.0f, 1.0f);
+}
+float fromRemappedByte(std::uint8_t byte) {
+    const float value = static_cast<float>(static_cast<std::int8_t>(byte)) * kSignedScale;
+    return clampTo((value + 1.0f) * 0.5f, 0.0f, 1.0f);
+}
+
+void bytesToFloats(ColorRGBA32F* output, const std::uint8_t* bytes, float (*convert)(std::uint8_t byte)) {
+    for (unsigned texel = 0; texel < kBytesOfTexels / 4; ++texel, bytes += 4) {
+        output[texel] = {convert(bytes[0]), convert(bytes[1]), convert(bytes[2]), convert(bytes[3])};
+    }
+}
+
+} // namespace
+
+CpuBlockDecoder::CpuBlockDecoder(DataFormat format)
+    : m_formatIndex(format.getSurfaceFormat() - Vex::kSurfaceFormatBc1),
+      m_bytesPerBlock(format.getBitsPerElement() * 2),
+      m_isSigned(format.getTextureChannelType() == Vex::kTextureChannelTypeSNorm) {
+    const bool isBlockFormat = format.isBlockCompressedFormat();
+    if (!isBlockFormat) {
+        toolsAssert(kSourcePath, __LINE__,
+                    "Only BC formats are allowed. Format's surface format passed is: 0x%X!!!.",
+                    static_cast<unsigned>(format.getSurfaceFormat()));
+    }
+    Raw::Texture texture;
+    texture.setDataFormat(format);
+    m_configuration.setTexture(&texture);
+    m_configuration.m_bc6Quality.setFromQuality(kDefaultBc6Quality);
+    const Decoder& decoder = isBlockFormat ? kDecoders[m_formatIndex] : kNoDecoder;
+    m_outputType = decoder.m_outputType;
+    m_decode = decoder.m_decode;
+}
+
+const std::uint8_t* CpuBlockDecoder::decode(void* decompressedData,
+                                            const std::uint8_t* compressedData) const {
+    const auto decodeBlock = m_decode;
+    bool holds = decodeBlock != nullptr;
+    if (!holds) {
+        toolsAssert(kSourcePath, __LINE__, " CpuBlockDecoder is not initialized.");
+    }
+    holds &= checkNotNull(compressedData, kSourcePath, "compressedData  pointer is NULL.");
+    holds &= checkNotNull(decompressedData, kSourcePath, "decompressedData  pointer is NULL.");
+    if (!holds) {
+        return nullptr;
+    }
+    decodeBlock(decompressedData, compressedData, *this);
+    return compressedData + m_bytesPerBlock;
+}
+
+const std::uint8_t* blockDecompress(ColorRGBA32F* output, const std::uint8_t* compressedData,
+                                    CpuBlockDecoder* decoder, bool remapSigned) {
+    if (decoder == nullptr) {
+        return nullptr;
+    }
+    if (decoder->m_outputType == CpuBlockDecoder::kOutputTypeFloats) {
+        return decoder->decode(output, compressedData);
+    }
+    if (decoder->m_outputType != CpuBlockDecoder::kOutputTypeBytes) {
+        toolsAssert(kSourcePath, __LINE__, "Invalid/unsupported output format %i",
+                    static_cast<int>(decoder->m_outputType));
+        return nullptr;
+    }
+    std::uint8_t bytes[kBytesOfTexels];
+    const std::uint8_t* next = decoder->decode(output == nullptr ? nullptr : bytes, compressedData);
+    if (next != nullptr) {
+        bytesToFloats(output, bytes,
+                      !decoder->m_isSigned ? &fromUnsignedByte
+                      : remapSigned        ? &fromRemappedByte
+                                           : &fromSignedByte);
+    }
+    return next;
+}
+
+// The codes of single pixels.
+namespace {
+
+using Raw::SurfaceFormatInfo;
+using Simd::Float4;
+
+// Under policy 0 planes hold normalised values, whatever the format calls its channels.
+Vex::TextureChannelType normalizedType(Vex::TextureChannelType type) {
+    switch (type) {
+    case Vex::kTextureChannelTypeUScaled:
+    case Vex::kTextureChannelTypeUInt:
+    case Vex::kTextureChannelTypeSrgb:
+    case Vex::kTextureChannelTypeUBNormNoZero:
+    case Vex::kTextureChannelTypeUBInt:
+    case Vex::kTextureChannelTypeUBScaled:
+        return Vex::kTextureChannelTypeUNorm;
+    case Vex::kTextureChannelTypeSScaled:
+    case Vex::kTextureChannelTypeSInt:
+        return Vex::kTextureChannelTypeSNormNoZero;
+    default:
+        return type;
+    }
+}
+
+DataFormat formatUnder(NormalizationPolicy policy, DataFormat format) {
+    const Vex::TextureChannelType type = format.getTextureChannelType();
+    const bool isSrgb = type == Vex::kTextureChannelTypeSrgb;
+    const Vex::TextureChannelType plain = isSrgb ? Vex::kTextureChannelTypeUNorm : type;
+    const std::uint32_t used = policy == kNormalizationPolicyUnit ? normalizedType(type) : plain;
+    return {(format.m_word & ~0xF00u) | used << 8};
+}
+
+bool holdsBothSigns(Vex::TextureChannelType type) {
+    return type == Vex::kTextureChannelTypeSNorm || type == Vex::kTextureChannelTypeSNormNoZero ||
+           type == Vex::kTextureChannelTypeUBNorm || type == Vex::kTextureChannelTypeUBNormNoZero;
+}
+
+// What happens to the values beside the row's own conversion.
+enum Conversion { kConversionNone, kConversionRemap, kConversionInteger };
+
+Conversion conversionUnder(NormalizationPolicy policy, Vex::TextureChannelType type) {
+    if (policy == kNormalizationPolicyUnit) {
+        return holdsBothSigns(type) ? kConversionRemap : kConversionNone;
+    }
+    const bool isInteger = type == Vex::kTextureChannelTypeUInt || type == Vex::kTextureChannelTypeSInt;
+    return isInteger ? kConversionInteger : kConversionNone;
+}
+
+bool isDefined(NormalizationPolicy policy) {
+    return policy == kNormalizationPolicyUnit || policy == kNormalizationPolicyAsItIs;
+}
+
+template <Conversion kConversion>
+void encodePixel(const PixelEncoder& code, void* destination, const VectorFloat& pixel) {
+    VectorFloat value = pixel;
+    if constexpr (kConversion == kConversionRemap) {
+        Simd::store(&value, Simd::loadFloats(&pixel) * Simd::splat(2.0f) - Simd::splat(1.0f));
+    } else if constexpr (kConversion == kConversionInteger) {
+        Simd::store(&value, roundToInts(Simd::loadFloats(&pixel)));
+    }
+    code.m_info.encodeTexels(destination, &value, &code.m_format, 1);
+}
+
+template <Conversion kConversion> VectorFloat decodePixel(const PixelDecoder& code, const void* source) {
+    VectorFloat value = {};
+    code.m_info.decodeTexels(&value, source, &code.m_format, 1);
+    if constexpr (kConversion == kConversionRemap) {
+        Simd::store(&value, Simd::loadFloats(&value) * Simd::splat(0.5f) + Simd::splat(0.5f));
+    } else if constexpr (kConversion == kConversionInteger) {
+        Simd::store(&value, toFloats(Simd::loadInts(&value)));
+    }
+    return value;
+}
+
+constexpr PixelEncoder::Encode kPixelEncoders[] = {
+    &encodePixel<kConversionNone>, &encodePixel<kConversionRemap>, &encodePixel<kConversionInteger>};
+constexpr PixelDecoder::Decode kPixelDecoders[] = {
+    &decodePixel<kConversionNone>, &decodePixel<kConversionRemap>, &decodePixel<kConversionInteger>};
+
+} // namespace
+
+PixelEncoder::PixelEncoder(DataFormat format) : m_format{}, m_info{}, m_encode(nullptr) {
+    const NormalizationPolicy policy = g_normalizationPolicy;
+    if (!isDefined(policy)) {
+        return;
+    }
+    m_format = formatUnder(policy, format);
+    m_info = Raw::getSurfaceFormatInfo(m_format.getSurfaceFormat());
+    if (m_info.encodeTexels != nullptr) {
+        m_encode = kPixelEncoders[conversionUnder(policy, m_format.getTextureChannelType())];
+    }
+}
+
+void PixelEncoder::encode(void* destination, const VectorFloat& pixel) const {
+    if (m_encode != nullptr) {
+        m_encode(*this, destination, pixel);
+    }
+}
+
+PixelDecoder::PixelDecoder(DataFormat format) : m_format{}, m_info{}, m_decode(nullptr) {
+    const NormalizationPolicy policy = g_normalizationPolicy;
+    if (!isDefined(policy)) {
+        return;
+    }
+    m_format = formatUnder(policy, format);
+    m_info = Raw::getSurfaceFormatInfo(m_format.getSurfaceFormat());
+    if (m_info.decodeTexels != nullptr) {
+        m_decode = kPixelDecoders[conversionUnder(policy, m_format.getTextureChannelType())];
+    }
+}
+
+VectorFloat PixelDecoder::decode(const void* source) const {
+    return m_decode != nullptr ? m_decode(*this, source) : VectorFloat{};
+}
+
+} // namespace qor::Texsmith

@@ -1,0 +1,26 @@
+// Block codecs over runs: many blocks that lie side by side, in one call.
+//
+// Looked up once per operation. Each gives what the function for one block gives on each of them.
+#pragma once
+
+#include "qor/texsmith/raw/configuration.h"
+#include "qor/texsmith/raw/vector_math.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qor::Texsmith::Raw {
+
+// `count` blocks to 4 rows of 16 * count bytes of R, G, B, A, `pitch` bytes apart.
+using DecodeBlockRun = void (*)(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
+                                std::size_t count);
+// Bc1, Bc2 and Bc3. Null for all other formats.
+DecodeBlockRun findBlockRunDecoder(Vex::SurfaceFormat format);
+
+// `count` times 16 texels, block after block, to `count` blocks.
+using EncodeBlockRun = void (*)(std::uint8_t* destination, const ColorRGBA32F* source,
+                                const EncoderConfiguration& configuration, std::size_t count);
+// Bc1 to Bc5. Null for all other formats.
+EncodeBlockRun findBlockRunEncoder(Vex::SurfaceFormat format);
+
+} // namespace qor::Texsmith::Raw

@@ -1,0 +1,40 @@
+// The functions of the compressed rows: blocks of BC1 to BC5 through their codecs.
+//
+// Destinations and sources are one element; the row pitch plays no part.
+#pragma once
+
+#include "qor/texsmith/raw/format.h"
+
+namespace qor::Texsmith::Raw {
+
+// Bc1, Bc2 and Bc3, whose decoded texels are bytes. These are then converted as the format's channel type
+// says: sRGB is decoded here. The conversion of the hardware gives the first texel for all sixteen where the
+// type is sRGB, like every run that it decodes.
+template <Vex::SurfaceFormat kFormat> struct ColourBlocks {
+    static void encode(void* destination, unsigned rowPitchInBytes, const Block* source,
+                       const EncoderConfiguration* configuration);
+    static void decode(Block* destination, const void* source, unsigned rowPitchInBytes,
+                       const DecoderConfiguration* configuration);
+    static void hardwareDecode(Block* destination, const void* source, unsigned rowPitchInBytes,
+                               const DecoderConfiguration* configuration);
+    static void encodeBytes(void* destination, unsigned rowPitchInBytes, const Block8* source,
+                            const EncoderConfiguration* configuration);
+    static void decodeBytes(Block8* destination, const void* source, unsigned rowPitchInBytes,
+                            const DecoderConfiguration* configuration);
+};
+
+// Bc4 and Bc5. Only the lanes that the format has are decoded: the caller hands in zeros.
+template <Vex::SurfaceFormat kFormat> struct ChannelBlocks {
+    static void encode(void* destination, unsigned rowPitchInBytes, const Block* source,
+                       const EncoderConfiguration* configuration);
+    static void decode(Block* destination, const void* source, unsigned rowPitchInBytes,
+                       const DecoderConfiguration* configuration);
+};
+
+extern template struct ColourBlocks<Vex::kSurfaceFormatBc1>;
+extern template struct ColourBlocks<Vex::kSurfaceFormatBc2>;
+extern template struct ColourBlocks<Vex::kSurfaceFormatBc3>;
+extern template struct ChannelBlocks<Vex::kSurfaceFormatBc4>;
+extern template struct ChannelBlocks<Vex::kSurfaceFormatBc5>;
+
+} // namespace qor::Texsmith::Raw

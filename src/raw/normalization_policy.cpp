@@ -1,0 +1,7 @@
+#include "qor/texsmith/raw/normalization_policy.h"
+
+namespace qor::Texsmith {
+
+constinit NormalizationPolicy g_normalizationPolicy = kNormalizationPolicyUnit;
+
+} // namespace qor::Texsmith
