@@ -5,6 +5,7 @@
 #include "raw/format_codec.h"
 #include "raw/surface_walk.h"
 #include "raw/texture_format.h"
+#include "raw/tile_decoder.h"
 
 #include <algorithm>
 
@@ -12,6 +13,7 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\per_tile";
+constexpr unsigned kTilesAtOnce = 16; // whose texels stay in the nearest cache
 
 } // namespace
 
@@ -177,6 +179,39 @@ Error PerTexel::doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfa
     decodeTileAndModify(&texels, &stored, packedPitchInBytes(info, 8), &m_decoderConfiguration);
     reportTexels(callbackId, texels, surfaceIndex->mip, x, y);
     return kErrorNone;
+}
+
+// Strips of tiled providers are left to getTile.
+OpenSurface PerTexel::doOpenSurface(const SurfaceIndex* surfaceIndex) const {
+    OpenSurface surface;
+    if (m_elementProvider != nullptr && TileDecoder::canDecode(m_decoderConfiguration)) {
+        surface.m_source = m_elementProvider->getElementRows(surfaceIndex);
+        surface.m_hasRows = surface.m_source.m_memory != nullptr;
+    }
+    return surface;
+}
+
+unsigned PerTexel::doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                                  const OpenSurface& surface, unsigned y) const {
+    const unsigned mip = surfaceIndex->mip;
+    if (!surface.m_hasRows || y * 8 + 8 > m_elementProvider->getPixelsTall(mip)) {
+        return 0;
+    }
+    const TileDecoder decoder(m_decoderConfiguration);
+    const unsigned whole = m_elementProvider->getPixelsWide(mip) / 8;
+    Tile tiles[kTilesAtOnce];
+    for (unsigned x = 0; x < whole; x += kTilesAtOnce) {
+        const unsigned count = std::min(kTilesAtOnce, whole - x);
+        decoder.decode(tiles, surface.m_source, x, y, count);
+        doTiles(callbackId, tiles, count);
+    }
+    return whole;
+}
+
+void PerTexel::doTiles(unsigned callbackId, const Tile* tiles, unsigned count) const {
+    for (unsigned i = 0; i < count; ++i) {
+        doTexels(callbackId, tiles[i].m_texels, 64);
+    }
 }
 
 // The padding of a tile that overhangs the surface must not be counted.

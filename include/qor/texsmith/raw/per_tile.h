@@ -111,7 +111,8 @@ private:
 };
 
 // Decoded texels, in row order: 64 at once for a whole tile, one at a time where a tile overhangs the
-// surface. The provider's modifiers and the configuration's decoder take part.
+// surface. The provider's modifiers and the configuration's decoder take part. Where the provider has its
+// rows in memory the tiles are decoded from there, in the same order.
 class QOR_TEXSMITH_API PerTexel : public PerTile {
 public:
     PerTexel(const ElementProvider* elementProvider, Configuration* configuration);
@@ -121,9 +122,14 @@ protected:
     const ElementProvider* getElementProvider() const { return m_elementProvider; }
     Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
                             unsigned y) const override;
+    OpenSurface doOpenSurface(const SurfaceIndex* surfaceIndex) const override;
+    unsigned doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface& surface,
+                            unsigned y) const override;
 
 private:
     virtual void doTexels(unsigned callbackId, const VectorFloat* texels, unsigned count) const = 0;
+    // Whole tiles that follow each other in the walk. The default hands them to doTexels one by one.
+    virtual void doTiles(unsigned callbackId, const Tile* tiles, unsigned count) const;
     void reportTexels(unsigned callbackId, const Tile& texels, unsigned mip, unsigned x, unsigned y) const;
 
     const ElementProvider* m_elementProvider;

@@ -1,0 +1,79 @@
+// The kernels of tile_kernels.h for AVX2: two texels in a register.
+#include "raw/tile_kernels.h"
+
+#if defined(__AVX2__)
+#    include "simd/float8_avx2.h"
+#endif
+
+namespace qor::Texsmith::Raw {
+
+#if defined(__AVX2__)
+namespace {
+
+// Four texels are loaded into both halves of a register; a shuffle then takes texels 0 and 1, or 2 and 3, one
+// to each half, and each byte to the low end of its lane.
+class ByteLoader {
+public:
+    explicit ByteLoader(const ByteLanes& lanes)
+        : m_first(selects(lanes, 0)), m_second(selects(lanes, 8)),
+          m_whole(
+              _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes.m_whole)))),
+          m_scale(_mm256_set1_ps(static_cast<float>(1.0 / 255))) {}
+
+    void load(__m256& first, __m256& second, const std::uint8_t* source) const {
+        const __m256i texels =
+            _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(source)));
+        first = expand(texels, m_first);
+        second = expand(texels, m_second);
+    }
+
+private:
+    static __m256i selects(const ByteLanes& lanes, unsigned firstByte) {
+        alignas(32) std::uint8_t control[32] = {};
+        for (unsigned i = 0; i < 32; ++i) {
+            const unsigned texelByte = firstByte + (i / 16) * 4, lane = i / 4 % 4;
+            const bool isByte = i % 4 == 0 && lanes.m_byte[lane] != ByteLanes::kNoByte;
+            control[i] = static_cast<std::uint8_t>(isByte ? texelByte + lanes.m_byte[lane] : 0x80u);
+        }
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(control));
+    }
+    __m256 expand(__m256i texels, __m256i select) const {
+        const __m256i whole = _mm256_or_si256(_mm256_shuffle_epi8(texels, select), m_whole);
+        return _mm256_mul_ps(_mm256_cvtepi32_ps(whole), m_scale);
+    }
+
+    __m256i m_first, m_second, m_whole;
+    __m256 m_scale;
+};
+
+void decodeByteTiles(Tile* tiles, const std::uint8_t* source, std::size_t pitch, unsigned count,
+                     const ByteLanes& lanes) {
+    const ByteLoader loader(lanes);
+    for (unsigned i = 0; i < count; ++i, source += 32) {
+        float* texels = tiles[i].m_texels[0].m_lanes;
+        for (unsigned row = 0; row < 8; ++row, texels += 32) {
+            const std::uint8_t* at = source + pitch * row;
+            __m256 pairs[4];
+            loader.load(pairs[0], pairs[1], at);
+            loader.load(pairs[2], pairs[3], at + 16);
+            for (unsigned pair = 0; pair < 4; ++pair) {
+                _mm256_storeu_ps(texels + 8 * pair, pairs[pair]);
+            }
+        }
+    }
+}
+
+} // namespace
+
+const TileKernels* getTileKernelsAvx2() {
+    static constexpr TileKernels kKernels = {&decodeByteTiles};
+    return &kKernels;
+}
+
+#else
+
+const TileKernels* getTileKernelsAvx2() { return nullptr; }
+
+#endif
+
+} // namespace qor::Texsmith::Raw
