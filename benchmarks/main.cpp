@@ -1,4 +1,7 @@
 // texsmith_benchmarks [--benchmark_filter=REGEX ...]
+#if defined(TEXSMITH_BLOCK_BENCHMARKS)
+#    include "block_benchmarks.h"
+#endif
 #include "ratio_reporter.h"
 #include "surface_benchmarks.h"
 
@@ -17,6 +20,9 @@ int main(int argc, char** argv) {
         return 1;
     }
     Bench::registerSurfaceBenchmarks();
+#if defined(TEXSMITH_BLOCK_BENCHMARKS)
+    Bench::registerBlockBenchmarks();
+#endif
     Bench::registerJobBenchmarks();
     Bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

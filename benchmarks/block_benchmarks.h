@@ -1,0 +1,8 @@
+#pragma once
+
+namespace Bench {
+
+// Block encoders and decoders on the photographs of the corpus, one thread, beside a peer.
+void registerBlockBenchmarks();
+
+} // namespace Bench
