@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -138,8 +140,8 @@ TEST(Bc1Group, GreysComeBackWithinOneAndTwoColoursExactly) {
         const std::uint64_t block = encodeOne(texels.data());
         for (unsigned t = 0; t < 16; ++t) {
             const ColorRGBA32F& p = texels[t];
-            const std::array<int, 3> expected = {std::lround(p.r * 255), std::lround(p.g * 255),
-                                                 std::lround(p.b * 255)};
+            const auto byte = [](float x) { return static_cast<int>(x * 255.0f + 0.5f); };
+            const std::array<int, 3> expected = {byte(p.r), byte(p.g), byte(p.b)};
             EXPECT_EQ(decode(block, t), expected);
         }
     }
