@@ -1,9 +1,7 @@
 #include "raw/row_conversion.h"
 
-#include "raw/format_codec.h"
 #include "raw/texture_format.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace qor::Texsmith::Raw {
@@ -16,59 +14,69 @@ bool isSingleTexels(const SurfaceFormatInfo& info) { return info.blockWidth == 1
 } // namespace
 
 RowConversion::RowConversion(const TileConversion& steps)
-    : m_steps(steps), m_planes(steps), m_sourceBytes(infoOf(formatOf(&steps.decoder())).bytesPerElement),
+    : m_steps(steps), m_direct(steps), m_planes(steps),
+      m_sourceBytes(infoOf(formatOf(&steps.decoder())).bytesPerElement),
       m_destinationBytes(infoOf(formatOf(&steps.encoder())).bytesPerElement) {
-    m_convert = m_planes.isUsable() ? &convertInPlanes : &convertInSteps;
+    m_convert = m_direct.isUsable()   ? &convertDirectly
+                : m_planes.isUsable() ? &convertInPlanes
+                                      : &convertInSteps;
 }
 
 bool RowConversion::canConvert(Vex::DataFormat from, Vex::DataFormat to) {
     return isSingleTexels(infoOf(from)) && isSingleTexels(infoOf(to)) && TileConversion::canConvert(from, to);
 }
 
+void RowConversion::convertDirectly(const RowConversion& conversion, void* destination, const void* source,
+                                    std::size_t count, RowStores stores) {
+    conversion.m_direct.convert(destination, source, count, stores);
+}
+
 void RowConversion::convertInPlanes(const RowConversion& conversion, void* destination, const void* source,
-                                    std::size_t count, RowStores) {
-    conversion.m_planes.convert(destination, source, count);
+                                    std::size_t count, RowStores stores) {
+    convertPieces(destination, conversion.m_destinationBytes, source, conversion.m_sourceBytes, count, stores,
+                  [&](void* to, const void* from, std::size_t elements) {
+                      conversion.m_planes.convert(to, from, elements);
+                  });
+}
+
+void RowConversion::convertInSteps(const RowConversion& conversion, void* destination, const void* source,
+                                   std::size_t count, RowStores stores) {
+    convertPieces(
+        destination, conversion.m_destinationBytes, source, conversion.m_sourceBytes, count, stores,
+        [&](void* to, const void* from, std::size_t elements) { conversion.takeSteps(to, from, elements); });
 }
 
 // 64 elements in a row lie like a packed tile.
-void RowConversion::convertInSteps(const RowConversion& conversion, void* destination, const void* source,
-                                   std::size_t count, RowStores) {
-    const unsigned sourceBytes = conversion.m_sourceBytes, destinationBytes = conversion.m_destinationBytes;
+void RowConversion::takeSteps(void* destination, const void* source, std::size_t count) const {
     auto* to = static_cast<std::uint8_t*>(destination);
     const auto* from = static_cast<const std::uint8_t*>(source);
     for (; count >= kTexelsPerTile; count -= kTexelsPerTile) {
-        conversion.m_steps.convert(to, destinationBytes * 8, from, sourceBytes * 8);
-        to += destinationBytes * kTexelsPerTile;
-        from += sourceBytes * kTexelsPerTile;
+        m_steps.convert(to, m_destinationBytes * 8, from, m_sourceBytes * 8);
+        to += m_destinationBytes * kTexelsPerTile;
+        from += m_sourceBytes * kTexelsPerTile;
     }
     if (count != 0) {
         Tile raw = {}, encoded = {};
-        std::memcpy(&raw, from, sourceBytes * count);
-        conversion.m_steps.convert(&encoded, destinationBytes * 8, &raw, sourceBytes * 8);
-        std::memcpy(to, &encoded, destinationBytes * count);
+        std::memcpy(&raw, from, m_sourceBytes * count);
+        m_steps.convert(&encoded, m_destinationBytes * 8, &raw, m_sourceBytes * 8);
+        std::memcpy(to, &encoded, m_destinationBytes * count);
     }
 }
 
-ByteConversion::ByteConversion(Vex::DataFormat from, Vex::DataFormat to) : m_from(from), m_to(to) {}
+ByteConversion::ByteConversion(Vex::DataFormat from, Vex::DataFormat to)
+    : m_direct(from, to), m_copies(LaneSwizzle(from, to).isIdentity()) {}
 
 bool ByteConversion::canConvert(Vex::DataFormat from, Vex::DataFormat to) {
     return from.getSurfaceFormat() == Vex::kSurfaceFormat8_8_8_8 &&
            to.getSurfaceFormat() == Vex::kSurfaceFormat8_8_8_8;
 }
 
-void ByteConversion::convert(void* destination, const void* source, std::size_t count, RowStores) const {
-    auto* to = static_cast<std::uint8_t*>(destination);
-    const auto* from = static_cast<const std::uint8_t*>(source);
-    for (; count != 0;) {
-        Block8 block = {};
-        const std::size_t run = std::min<std::size_t>(count, std::size(block.m_texels));
-        std::memcpy(&block, from, run * 4);
-        g_swizzle8[swizzleIndex(m_from)](&block, 4);
-        g_swizzle8[swizzleIndex(m_to)](&block, 4);
-        std::memcpy(to, &block, run * 4);
-        to += run * 4;
-        from += run * 4;
-        count -= run;
+void ByteConversion::convert(void* destination, const void* source, std::size_t count,
+                             RowStores stores) const {
+    if (m_copies) {
+        copyRow(destination, source, count * 4, stores);
+    } else {
+        m_direct.convert(destination, source, count, stores);
     }
 }
 

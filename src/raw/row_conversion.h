@@ -5,6 +5,7 @@
 // may run on many threads at once.
 #pragma once
 
+#include "raw/direct_conversion.h"
 #include "raw/plane_conversion.h"
 #include "raw/row_stores.h"
 #include "raw/tile_conversion.h"
@@ -31,13 +32,18 @@ private:
     using Convert = void (*)(const RowConversion& conversion, void* destination, const void* source,
                              std::size_t count, RowStores stores);
 
+    static void convertDirectly(const RowConversion& conversion, void* destination, const void* source,
+                                std::size_t count, RowStores stores);
     static void convertInPlanes(const RowConversion& conversion, void* destination, const void* source,
                                 std::size_t count, RowStores stores);
     static void convertInSteps(const RowConversion& conversion, void* destination, const void* source,
                                std::size_t count, RowStores stores);
 
+    void takeSteps(void* destination, const void* source, std::size_t count) const;
+
     Convert m_convert;
     TileConversion m_steps;
+    DirectConversion m_direct;
     PlaneConversion m_planes;
     unsigned m_sourceBytes; // of an element
     unsigned m_destinationBytes;
@@ -55,8 +61,8 @@ public:
     void convert(void* destination, const void* source, std::size_t count, RowStores stores) const;
 
 private:
-    Vex::DataFormat m_from;
-    Vex::DataFormat m_to;
+    DirectConversion m_direct;
+    bool m_copies; // the swizzles are the identity
 };
 
 } // namespace qor::Texsmith::Raw

@@ -1,30 +1,14 @@
 #include "raw/srgb.h"
 
-#include "raw/exact_power.h"
+#include "raw/srgb_curve.h"
 
 namespace qor::Texsmith::Raw {
 namespace {
 
-constexpr float clampToOne(float x) {
-    const float low = x > 1.0f ? 1.0f : x;
-    return low > 0.0f ? low : 0.0f;
-}
-
-// The limit is not the usual 0.04045: with it the two branches meet.
-constexpr float decode(float encoded) {
-    const float x = clampToOne(encoded);
-    return x <= 0.040448237f ? x / 12.92f : exactPower((x + 0.055f) / 1.055f, 2.4f);
-}
-
-constexpr float encode(float linear) {
-    const float x = clampToOne(linear);
-    return x <= 0.0031306685f ? x * 12.92f : exactPower(x, 0.41666666f) * 1.055f - 0.055f;
-}
-
 constexpr std::array<float, 256> decodeBytes() {
     std::array<float, 256> decoded = {};
     for (unsigned byte = 0; byte < 256; ++byte) {
-        decoded[byte] = decode(static_cast<float>(byte) * (1.0f / 255.0f));
+        decoded[byte] = SrgbCurve::decode(static_cast<float>(byte) * (1.0f / 255.0f));
     }
     return decoded;
 }
@@ -56,7 +40,7 @@ constinit const std::uint16_t g_hardwareSrgbWords[256] = {
     0x3F6E, 0x3F70, 0x3F73, 0x3F75, 0x3F77, 0x3F79, 0x3F7B, 0x3F7E, 0x3F80,
 };
 
-float srgbDecode(float encoded) { return decode(encoded); }
-float srgbEncode(float linear) { return encode(linear); }
+float srgbDecode(float encoded) { return SrgbCurve::decode(encoded); }
+float srgbEncode(float linear) { return SrgbCurve::encode(linear); }
 
 } // namespace qor::Texsmith::Raw

@@ -1,0 +1,111 @@
+#include "raw/run_kernels.h"
+
+#include "raw/run_kernels_lanes.h"
+#include "simd/float4.h"
+
+#include <cstring>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+struct Four {
+    using Ints = Simd::Int4;
+    using Floats = Simd::Float4;
+    static constexpr unsigned kCount = 4;
+
+    static Ints splat(std::uint32_t value) { return Simd::splat(value); }
+    static Floats splatFloat(float value) { return Simd::splat(value); }
+    static Ints repeat(const std::uint32_t* lanes) { return Simd::loadInts(lanes); }
+    static Ints gather(const std::uint32_t* table, Ints places) {
+        std::uint32_t at[kCount];
+        Simd::store(at, places);
+        return Simd::makeInts(table[at[0]], table[at[1]], table[at[2]], table[at[3]]);
+    }
+
+    static Ints load(const std::uint8_t* source) { return Simd::loadInts(source); }
+    static Ints loadBytes(const std::uint8_t* source) {
+        std::uint32_t bytes;
+        std::memcpy(&bytes, source, sizeof bytes);
+        return Simd::fromBytes(bytes);
+    }
+    static Ints loadWords(const std::uint8_t* source) {
+        std::uint64_t words;
+        std::memcpy(&words, source, sizeof words);
+        return Simd::fromWords(words);
+    }
+    static void store(std::uint8_t* destination, Ints lanes) { Simd::store(destination, lanes); }
+    static void storeBytes(std::uint8_t* destination, const Ints (&parts)[4]) {
+        for (unsigned i = 0; i < 4; ++i) {
+            const std::uint32_t bytes = Simd::toBytes(parts[i]);
+            std::memcpy(destination + 4 * i, &bytes, sizeof bytes);
+        }
+    }
+    static void storeWords(std::uint8_t* destination, Ints low, Ints high) {
+        const std::uint64_t words[2] = {Simd::toWords(low), Simd::toWords(high)};
+        std::memcpy(destination, words, sizeof words);
+    }
+};
+
+// Eight words at a time, one move after the other.
+template <unsigned kBytesPerTexel>
+void swizzle(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+    const LaneMoves& moves = settings.m_moves;
+    std::uint64_t ones;
+    std::memcpy(&ones, moves.m_ones, sizeof ones);
+    auto* to = static_cast<std::uint8_t*>(destination);
+    const auto* from = static_cast<const std::uint8_t*>(source);
+    std::uint64_t words[8], moved[8];
+    for (std::size_t i = 0; i < groups * kTexelsPerGroup * kBytesPerTexel; i += sizeof words) {
+        std::memcpy(words, from + i, sizeof words);
+        for (std::uint64_t& word : moved) {
+            word = ones;
+        }
+        for (unsigned move = 0; move < moves.m_count; ++move) {
+            const LaneMoves::Move step = moves.m_moves[move];
+            for (unsigned word = 0; word < 8; ++word) {
+                moved[word] |= words[word] << step.m_up >> step.m_down & step.m_mask;
+            }
+        }
+        std::memcpy(to + i, moved, sizeof moved);
+    }
+}
+
+template <typename Value>
+void throughTables(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+    const auto* x = static_cast<const Value*>(settings.m_tables[0]);
+    const auto* y = static_cast<const Value*>(settings.m_tables[1]);
+    const auto* z = static_cast<const Value*>(settings.m_tables[2]);
+    const auto* w = static_cast<const Value*>(settings.m_tables[3]);
+    auto* to = static_cast<std::uint8_t*>(destination);
+    const auto* from = static_cast<const std::uint8_t*>(source);
+    for (std::size_t i = 0; i < groups * kTexelsPerGroup; ++i, from += 4, to += 4 * sizeof(Value)) {
+        const Value texel[4] = {x[from[0]], y[from[1]], z[from[2]], w[from[3]]};
+        std::memcpy(to, texel, sizeof texel);
+    }
+}
+
+using Kernels = RunLanes::Kernels<Four>;
+
+} // namespace
+
+constinit const RunKernel g_baseRunKernels[kRunCount] = {
+    &swizzle<4>,
+    &swizzle<8>,
+    Kernels::kBytesToFloats,
+    Kernels::kBytesToHalves,
+    &RunLanes::floatsToBytes<Four>,
+    Kernels::kHalvesToBytes,
+    Kernels::kFloatsToHalves,
+    Kernels::kHalvesToFloats,
+    &RunLanes::floatsToSrgb<Four>,
+    &RunLanes::halvesToSrgb<Four>,
+    Kernels::kBytesToTens,
+    Kernels::kTensToBytes,
+    Kernels::kBytesToFiveSixFive,
+    Kernels::kFiveSixFiveToBytes,
+    &throughTables<std::uint8_t>,
+    &throughTables<std::uint16_t>,
+    &throughTables<float>,
+};
+
+} // namespace qor::Texsmith::Raw

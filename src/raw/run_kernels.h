@@ -1,0 +1,71 @@
+// Kernels that convert texels straight from one format to another, without the working lanes between.
+//
+// They work on groups of 16 texels and know no swizzle: that is a kernel of its own, run before or behind
+// them where the texels are smallest. Each gives the bits of the codecs' steps for every input.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qor::Texsmith::Raw {
+
+inline constexpr std::size_t kTexelsPerGroup = 16;
+
+// A swizzle of texels of four or eight bytes, in the two ways in which kernels take it.
+struct LaneMoves {
+    // Some of a word's bytes move up or down by so many bits.
+    struct Move {
+        std::uint64_t m_mask; // of the bytes, where they end
+        int m_up;
+        int m_down; // one of the two is 0
+    };
+
+    std::uint8_t m_control[16]; // where each of 16 bytes comes from; 0x80 and above: from nowhere
+    std::uint8_t m_ones[16];    // set on top of that
+    Move m_moves[7];
+    unsigned m_count; // of m_moves
+};
+
+// What the kernels need to know of formats, each its part.
+struct RunSettings {
+    LaneMoves m_moves;
+    const void* m_tables[4];        // of 256 values each, for the kernels that take bytes through tables
+    std::uint32_t m_linearLanes[4]; // ones where a lane stays linear beside sRGB lanes
+};
+
+// Source and destination do not overlap.
+using RunKernel = void (*)(void* destination, const void* source, std::size_t groups,
+                           const RunSettings& settings);
+
+enum Run : unsigned {
+    kRunSwizzle4, // of texels of four bytes
+    kRunSwizzle8, // of eight
+    kRunBytesToFloats,
+    kRunBytesToHalves,
+    kRunFloatsToBytes,
+    kRunHalvesToBytes,
+    kRunFloatsToHalves,
+    kRunHalvesToFloats,
+    kRunFloatsToSrgb,
+    kRunHalvesToSrgb,
+    kRunBytesToTens, // 2_10_10_10
+    kRunTensToBytes,
+    kRunBytesToFiveSixFive, // 5_6_5
+    kRunFiveSixFiveToBytes,
+    kRunTableBytes,  // bytes through tables, to bytes
+    kRunTableHalves, // to halves
+    kRunTableFloats, // to floats
+    kRunCount
+};
+
+// Indexed by Run, with null for what there is not. The base line has all kernels.
+extern const RunKernel g_baseRunKernels[kRunCount];
+
+struct WideRunKernels {
+    const RunKernel* m_cached;
+    const RunKernel* m_streaming; // destinations are aligned to 32 bytes; finishStreaming is the caller's
+};
+// Nulls where the build has none.
+WideRunKernels getRunKernelsAvx2();
+
+} // namespace qor::Texsmith::Raw
