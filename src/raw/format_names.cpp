@@ -1,8 +1,11 @@
 #include "qor/texsmith/raw/error.h"
 #include "qor/texsmith/raw/format.h"
+#include "qor/texsmith/raw/json.h"
 #include "qor/texsmith/raw/names.h"
+#include "qor/texsmith/raw/reflected_types.h"
 #include "raw/check.h"
 
+#include <cstring>
 #include <iterator>
 
 namespace qor::Texsmith::Raw {
@@ -116,6 +119,16 @@ static_assert(std::size(kNamedDataFormats) == 98);
 
 constexpr int kFailed = static_cast<int>(kErrorFailed);
 
+// Patches the fields that the text names.
+void readFromJson(Vex::DataFormat* destination, const char* source, const Configuration* configuration) {
+    const IAllocator allocator = configuration != nullptr ? configuration->m_allocator : g_mallocAllocator;
+    Json::Reader reader;
+    reader.init(const_cast<char*>(source), static_cast<unsigned>(std::strlen(source)), allocator);
+    Json::Node node(allocator);
+    Json::read(&node, &reader);
+    ReflectedTypes::g_vexDataFormat.fromJson(destination, &node);
+}
+
 } // namespace
 
 int getNamedDataFormatCount() { return static_cast<int>(std::size(kNamedDataFormats)); }
@@ -137,7 +150,11 @@ int makeDataFormat(Vex::DataFormat* destination, const char* source, Configurati
             return kErrorNone;
         }
     }
-    return kFailed; // text in braces is not read yet
+    if (source[0] != '{') {
+        return kFailed;
+    }
+    readFromJson(destination, source, configuration);
+    return kErrorNone;
 }
 
 } // namespace qor::Texsmith::Raw

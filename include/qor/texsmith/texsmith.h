@@ -26,6 +26,8 @@
 #include "qor/texsmith/raw/normalization_policy.h"
 #include "qor/texsmith/raw/per_tile.h"
 #include "qor/texsmith/raw/process.h"
+#include "qor/texsmith/raw/reflected_types.h"
+#include "qor/texsmith/raw/reflection.h"
 #include "qor/texsmith/raw/reformat.h"
 #include "qor/texsmith/raw/singleton.h"
 #include "qor/texsmith/raw/statistics.h"
