@@ -7,13 +7,15 @@
 #include "raw/block_encoders.h"
 #include "simd/dispatch.h"
 
+#include <bit>
 #include <cstring>
-#include <utility>
 
 namespace qor::Texsmith::Raw {
 namespace {
 
 using namespace Simd;
+
+constexpr float kWeights[4] = {kRedWeight, kGreenWeight, kBlueWeight, 0.0f};
 
 // The texels of a block, four a vector.
 struct Planes {
@@ -33,6 +35,15 @@ Planes loadPlanes(const ColorRGBA32F* block) {
     return planes;
 }
 
+// rgb565ToFloat in lanes, but for alpha, which is 0.
+Float4 widen(std::uint32_t word) {
+    const Int4 fields = makeInts(word >> 11, word >> 5 & 63, word & 31, 0);
+    const Int4 five = shiftLeft<3>(fields) | shiftRight<2>(fields);
+    const Int4 six = shiftLeft<2>(fields) | shiftRight<4>(fields);
+    const Int4 bytes = select(makeInts(0, ~0u, 0, 0), six, five);
+    return minimum(toFloats(bytes) * splat(0.003921569f), splat(1.0f));
+}
+
 // toLevel in lanes.
 Int4 toLevels(Float4 values, float levels) {
     const Float4 scaled = maximum(values, splat(0.0f)) * splat(levels) + splat(0.5f);
@@ -47,49 +58,29 @@ void quantise(const Planes& planes, std::uint32_t (&words)[kTexelsPerBlock]) {
     }
 }
 
-// The different words of a block, and where each stands for the first and for the second time.
+// The different words of a block, and where each stands first.
 struct DifferentWords {
     unsigned m_count = 0;
     std::uint32_t m_words[kTexelsPerBlock];
-    unsigned m_first[kTexelsPerBlock];
-    unsigned m_second[kTexelsPerBlock];
-
-    void add(std::uint32_t word, unsigned place) {
-        unsigned i = 0;
-        while (i < m_count && m_words[i] != word) {
-            ++i;
-        }
-        if (i == m_count) {
-            ++m_count;
-            m_words[i] = word;
-            m_first[i] = place;
-            m_second[i] = kTexelsPerBlock;
-        } else if (m_second[i] == kTexelsPerBlock) {
-            m_second[i] = place;
-        }
-    }
+    unsigned m_places[kTexelsPerBlock];
+    unsigned m_secondPlaceOfFirst; // where word 0 stands again, or 16
 };
 
-// In the order of the places in the block, without pairs whose words repeat an earlier one.
-void listPairs(const DifferentWords& ends, PairProblem* problem) {
-    unsigned count = 0;
-    const auto add = [&](unsigned first, unsigned second) {
-        problem->m_pairs[count][0] = static_cast<unsigned char>(first);
-        problem->m_pairs[count++][1] = static_cast<unsigned char>(second);
-    };
-    for (unsigned i = 0; i < ends.m_count; ++i) {
-        unsigned j = i + 1;
-        for (; j < ends.m_count && ends.m_first[j] < ends.m_second[i]; ++j) {
-            add(i, j);
+DifferentWords findDifferent(const std::uint32_t (&words)[kTexelsPerBlock]) {
+    const Int4 all[4] = {loadInts(words), loadInts(words + 4), loadInts(words + 8), loadInts(words + 12)};
+    DifferentWords found;
+    for (unsigned i = 0; i < kTexelsPerBlock; ++i) {
+        const Int4 word = splat(words[i]);
+        const std::uint32_t same = laneBits(equal(all[0], word)) | laneBits(equal(all[1], word)) << 4 |
+                                   laneBits(equal(all[2], word)) << 8 | laneBits(equal(all[3], word)) << 12;
+        if (i == 0) {
+            found.m_secondPlaceOfFirst = static_cast<unsigned>(std::countr_zero((same & ~1u) | 1u << 16));
         }
-        if (ends.m_second[i] < kTexelsPerBlock) {
-            add(i, i);
-        }
-        for (; j < ends.m_count; ++j) {
-            add(i, j);
-        }
+        found.m_words[found.m_count] = words[i];
+        found.m_places[found.m_count] = i;
+        found.m_count += (same & ((1u << i) - 1)) == 0 ? 1 : 0; // without a branch: hard to foretell
     }
-    problem->m_pairCount = count;
+    return found;
 }
 
 void scaleColours(const Planes& planes, const DifferentWords& ends, PairProblem* problem) {
@@ -98,35 +89,35 @@ void scaleColours(const Planes& planes, const DifferentWords& ends, PairProblem*
         store(problem->m_texels[1] + 4 * v, planes.m_g[v] * splat(kGreenWeight));
         store(problem->m_texels[2] + 4 * v, planes.m_b[v] * splat(kBlueWeight));
     }
-    problem->m_endCount = ends.m_count;
+    const Float4 weights = loadFloats(kWeights);
     for (unsigned i = 0; i < ends.m_count; ++i) {
-        const ColorRGBA32F colour = rgb565ToFloat(ends.m_words[i]);
-        problem->m_ends[0][i] = colour.r * kRedWeight;
-        problem->m_ends[1][i] = colour.g * kGreenWeight;
-        problem->m_ends[2][i] = colour.b * kBlueWeight;
+        store(problem->m_halves[i], widen(ends.m_words[i]) * weights * splat(0.5f));
     }
+    problem->m_endCount = ends.m_count;
 }
 
 struct Words {
     std::uint32_t m_word0, m_word1; // word0 <= word1
 };
 
-// What searchBc1Pair finds in three-colour mode without generations.
+// What searchBc1Pair finds in three-colour mode without generations. Pairs whose words repeat those of an
+// earlier pair cannot win. One of equal words is never better than one of that word and another; it can come
+// first only where its word is the block's first.
 Words findBestWords(const Planes& planes, BestPairKernel findBest) {
     std::uint32_t words[kTexelsPerBlock];
     quantise(planes, words);
-    DifferentWords ends;
-    for (unsigned i = 0; i < kTexelsPerBlock; ++i) {
-        ends.add(words[i], i);
-    }
+    const DifferentWords ends = findDifferent(words);
     if (ends.m_count == 1) {
         return {words[0], words[0]};
     }
     PairProblem problem;
     scaleColours(planes, ends, &problem);
-    listPairs(ends, &problem);
-    const unsigned char(&best)[2] = problem.m_pairs[findBest(problem)];
-    const std::uint32_t first = ends.m_words[best[0]], second = ends.m_words[best[1]];
+    const BestPair best = findBest(problem);
+    if (best.m_first == 0 && best.m_firstSuffices &&
+        ends.m_secondPlaceOfFirst < ends.m_places[best.m_second]) {
+        return {words[0], words[0]};
+    }
+    const std::uint32_t first = ends.m_words[best.m_first], second = ends.m_words[best.m_second];
     return {first < second ? first : second, first < second ? second : first};
 }
 

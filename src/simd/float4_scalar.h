@@ -129,6 +129,10 @@ inline Int4 equal(Int4 a, Int4 b) {
 inline bool anyLane(Int4 mask) {
     return (mask.m_lanes[0] | mask.m_lanes[1] | mask.m_lanes[2] | mask.m_lanes[3]) != 0;
 }
+// Bit i tells of lane i of a mask.
+inline std::uint32_t laneBits(Int4 mask) {
+    return (mask.m_lanes[0] & 1) | (mask.m_lanes[1] & 2) | (mask.m_lanes[2] & 4) | (mask.m_lanes[3] & 8);
+}
 // `a` where the mask is ones, `b` where it is zero.
 inline Int4 select(Int4 mask, Int4 a, Int4 b) {
     return eachLane<Int4>(

@@ -58,6 +58,9 @@ inline Int4 shiftRight(Int4 a, ShiftCount count) { return {_mm_srl_epi32(a.m_lan
 inline Int4 greaterSigned(Int4 a, Int4 b) { return {_mm_cmpgt_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int4 equal(Int4 a, Int4 b) { return {_mm_cmpeq_epi32(a.m_lanes, b.m_lanes)}; }
 inline bool anyLane(Int4 mask) { return _mm_movemask_epi8(mask.m_lanes) != 0; }
+inline std::uint32_t laneBits(Int4 mask) {
+    return static_cast<std::uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(mask.m_lanes)));
+}
 inline Int4 select(Int4 mask, Int4 a, Int4 b) {
     return {_mm_or_si128(_mm_and_si128(mask.m_lanes, a.m_lanes), _mm_andnot_si128(mask.m_lanes, b.m_lanes))};
 }
