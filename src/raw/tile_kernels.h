@@ -22,8 +22,30 @@ struct ByteLanes {
 using DecodeByteTiles = void (*)(Tile* tiles, const std::uint8_t* source, std::size_t pitch, unsigned count,
                                  const ByteLanes& lanes);
 
+// What stands in a MinMaxMean, without its count.
+struct RangeAndSum {
+    float m_min[4], m_max[4], m_sum[4];
+};
+// Adds `count` tiles, one after the other.
+using AddRangeAndSum = void (*)(RangeAndSum& total, const float* tiles, unsigned count);
+
+// What values between 0 and 1 look like as bytes.
+struct ByteRange {
+    float m_min[4], m_max[4];
+    bool m_isOutside; // some value was not in 0..1
+    bool m_isNoByte;  // some value times 255 was not a whole number
+};
+// Rounds `count` texels, a multiple of 8, to four bytes each, and adds to `range`.
+using RoundToBytes = void (*)(ByteRange& range, std::uint8_t* bytes, const float* texels, unsigned count);
+
+// The sums over 64 pairs of texels of their squared differences.
+using SumOfSquares = void (*)(float (&sums)[4], const float* a, const float* b);
+
 struct TileKernels {
     DecodeByteTiles m_decodeBytes;
+    AddRangeAndSum m_addRangeAndSum;
+    RoundToBytes m_roundToBytes;
+    SumOfSquares m_sumOfSquares;
 };
 
 // Null where the build has none.

@@ -1,0 +1,152 @@
+#include "qor/texsmith/raw/comparison.h"
+#include "raw/check.h"
+#include "raw/pertile/decoder_for.h"
+#include "raw/tile_decoder.h"
+#include "simd/dispatch.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr char kSourcePath[] = "raw\\pertile\\calculateerrorpertexel";
+constexpr unsigned kTilesAtOnce = 8; // of each side: their texels stay in the nearest cache
+
+void addTo(VectorFloat& sum, const VectorFloat& more) {
+    for (unsigned lane = 0; lane < 4; ++lane) {
+        sum[lane] += more[lane];
+    }
+}
+
+bool checkArguments(const ElementProvider* imageA, const ElementProvider* imageB,
+                    const Configuration* configuration) {
+    const bool hasA = checkNotNull(imageA, kSourcePath, "imageA must not be NULL.");
+    const bool hasB = checkNotNull(imageB, kSourcePath, "imageB must not be NULL.");
+    const bool hasSettings = checkNotNull(configuration, kSourcePath, "configuration must not be NULL.");
+    if (hasA && hasB && !dimensionsAreIdentical(imageA, imageB)) {
+        toolsAssert(kSourcePath, __LINE__, "imageA and imageB must have the same dimensions.");
+    }
+    return hasA && hasB && hasSettings;
+}
+
+} // namespace
+
+void ErrorSummary::Clear() { *this = {}; }
+
+void ErrorSummary::Add(const ErrorSummary& other) {
+    for (unsigned mip = 0; mip < kMaxMips; ++mip) {
+        addTo(sums[mip], other.sums[mip]);
+        counts[mip] += other.counts[mip];
+    }
+}
+
+VectorFloat ErrorSummary::Mean() const {
+    VectorFloat sum = {};
+    std::uint32_t count = 0;
+    for (unsigned mip = 0; mip < mipCount && mip < kMaxMips; ++mip) {
+        addTo(sum, sums[mip]);
+        count += counts[mip];
+    }
+    const float texels = count != 0 ? static_cast<float>(count) : 1.0f;
+    return {{sum[0] / texels, sum[1] / texels, sum[2] / texels, sum[3] / texels}};
+}
+
+CalculateErrorPerTexel::CalculateErrorPerTexel(ErrorSummary* destination, const ElementProvider* imageA,
+                                               const ElementProvider* imageB, Configuration* configuration,
+                                               const SquaredErrorCalculator* calculator)
+    : m_destination(destination), m_imageA(imageA), m_imageB(imageB), m_calculator(calculator) {
+    const bool hasDestination = checkNotNull(destination, kSourcePath, "destination must not be NULL.");
+    const bool hasArguments = checkArguments(imageA, imageB, configuration);
+    const bool hasCalculator = checkNotNull(calculator, kSourcePath, "calculator must not be NULL.");
+    m_isUsable = hasDestination && hasArguments && hasCalculator;
+    if (m_isUsable) {
+        m_decoderA = decoderFor(*imageA, *configuration);
+        m_decoderB = decoderFor(*imageB, *configuration);
+        m_isUsable = canDecodeTiles(*imageA) && canDecodeTiles(*imageB);
+    }
+}
+
+Error CalculateErrorPerTexel::doPrologue(unsigned) const {
+    std::for_each(std::begin(m_slots), std::end(m_slots), [](ErrorSummary& slot) { slot.Clear(); });
+    return kErrorNone;
+}
+
+Error CalculateErrorPerTexel::doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                                                unsigned x, unsigned y) const {
+    if (!m_isUsable || surfaceIndex->mip >= ErrorSummary::kMaxMips) {
+        return kErrorFailed;
+    }
+    Tile a, b;
+    decodeTileOf(&a, *m_imageA, surfaceIndex, x, y, m_decoderA);
+    decodeTileOf(&b, *m_imageB, surfaceIndex, x, y, m_decoderB);
+    addTile(callbackId, surfaceIndex->mip, x, y, a, b);
+    return kErrorNone;
+}
+
+// The padding of a tile that overhangs the surface must not be counted.
+void CalculateErrorPerTexel::addTile(unsigned callbackId, unsigned mip, unsigned x, unsigned y, const Tile& a,
+                                     const Tile& b) const {
+    ErrorSummary& slot = m_slots[callbackId];
+    const unsigned wide = m_imageA->getPixelsWide(mip), tall = m_imageA->getPixelsTall(mip);
+    const unsigned left = x * 8, top = y * 8;
+    if (left + 8 <= wide && top + 8 <= tall) {
+        addTo(slot.sums[mip], m_calculator->calculate(a.m_texels, b.m_texels, 64));
+        slot.counts[mip] += 64;
+        return;
+    }
+    for (unsigned row = 0; row < 8 && top + row < tall; ++row) {
+        for (unsigned column = 0; column < 8 && left + column < wide; ++column) {
+            const unsigned texel = row * 8 + column;
+            addTo(slot.sums[mip], m_calculator->calculate(&a.m_texels[texel], &b.m_texels[texel], 1));
+            ++slot.counts[mip];
+        }
+    }
+}
+
+// Opens where both have rows in memory, of one size.
+OpenSurface CalculateErrorPerTexel::doOpenSurface(const SurfaceIndex* surfaceIndex) const {
+    OpenSurface surface;
+    if (m_isUsable && surfaceIndex->mip < ErrorSummary::kMaxMips &&
+        dimensionsAreIdentical(m_imageA, m_imageB)) {
+        surface.m_source = m_imageA->getElementRows(surfaceIndex);
+        surface.m_destination = m_imageB->getElementRows(surfaceIndex);
+        surface.m_hasRows = surface.m_source.m_memory != nullptr && surface.m_destination.m_memory != nullptr;
+    }
+    return surface;
+}
+
+unsigned CalculateErrorPerTexel::doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                                                const OpenSurface& surface, unsigned y) const {
+    const unsigned mip = surfaceIndex->mip;
+    if (!surface.m_hasRows || y * 8 + 8 > m_imageA->getPixelsTall(mip)) {
+        return 0;
+    }
+    const TileDecoder decoderA(m_decoderA), decoderB(m_decoderB);
+    const unsigned whole = m_imageA->getPixelsWide(mip) / 8;
+    ErrorSummary& slot = m_slots[callbackId];
+    Tile a[kTilesAtOnce], b[kTilesAtOnce];
+    for (unsigned x = 0; x < whole; x += kTilesAtOnce) {
+        const unsigned count = std::min(kTilesAtOnce, whole - x);
+        decoderA.decode(a, surface.m_source, x, y, count);
+        decoderB.decode(b, surface.m_destination, x, y, count);
+        for (unsigned i = 0; i < count; ++i) {
+            addTo(slot.sums[mip], m_calculator->calculate(a[i].m_texels, b[i].m_texels, 64));
+        }
+    }
+    slot.counts[mip] += 64 * whole;
+    return whole;
+}
+
+Error CalculateErrorPerTexel::doEpilogue(unsigned callbacks) const {
+    if (!m_isUsable) {
+        return kErrorFailed;
+    }
+    m_destination->Clear();
+    m_destination->mipCount = m_imageA->getSurfaceCount().mips;
+    std::for_each(m_slots, m_slots + callbacks,
+                  [this](const ErrorSummary& slot) { m_destination->Add(slot); });
+    return kErrorNone;
+}
+
+} // namespace qor::Texsmith::Raw

@@ -1,0 +1,138 @@
+#include "qor/texsmith/raw/statistics.h"
+#include "raw/check.h"
+#include "raw/round_to_bytes.h"
+#include "raw/texel_pair.h"
+#include "raw/tile_kernels.h"
+#include "simd/dispatch.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr char kSourcePath[] = "raw\\pertile\\fasthistogrampertexel";
+constexpr float kLargest = std::numeric_limits<float>::max();
+constexpr std::uint32_t kMostInBin = std::numeric_limits<std::uint16_t>::max();
+
+RoundToBytes chooseKernel() {
+    const TileKernels* wide = Simd::mayUseAvx2() ? getTileKernelsAvx2() : nullptr;
+    return wide != nullptr ? wide->m_roundToBytes : &roundToBytes<PairLanes>;
+}
+
+// Bins of a run of tiles that is too short to fill one (2047 tiles would). Neighbours in the run, whose
+// values are often equal, count apart: an increment would have to wait for the one before it.
+class RunBins {
+public:
+    void count(const std::uint8_t* bytes, unsigned texels) {
+        for (unsigned i = 0; i < texels; ++i, bytes += 4) {
+            std::uint16_t(&bins)[4][FastHistogram::kBins] = m_bins[i & 1];
+            ++bins[0][bytes[0]];
+            ++bins[1][bytes[1]];
+            ++bins[2][bytes[2]];
+            ++bins[3][bytes[3]];
+        }
+    }
+    std::uint32_t sum(unsigned channel, unsigned bin) const {
+        return std::uint32_t{m_bins[0][channel][bin]} + m_bins[1][channel][bin];
+    }
+
+private:
+    std::uint16_t m_bins[2][4][FastHistogram::kBins] = {};
+};
+
+// Adds `more(channel, bin)` to each bin. The bins stop at their most.
+template <typename More> void addBins(FastHistogram& histogram, More more) {
+    std::uint32_t greatest = 0;
+    for (unsigned channel = 0; channel < 4; ++channel) {
+        for (unsigned bin = 0; bin < FastHistogram::kBins; ++bin) {
+            const std::uint32_t sum = histogram.m_bins[channel][bin] + more(channel, bin);
+            greatest = std::max(greatest, sum);
+            histogram.m_bins[channel][bin] = static_cast<std::uint16_t>(std::min(sum, kMostInBin));
+        }
+    }
+    histogram.flags |= greatest > kMostInBin ? FastHistogram::kFlagSaturated : 0;
+}
+
+// The bytes of `count` texels, a multiple of 8. Of the histogram it changes all but the counts.
+void roundInto(FastHistogram& histogram, std::uint8_t* bytes, const VectorFloat* texels, unsigned count,
+               RoundToBytes round) {
+    ByteRange range = {};
+    std::copy_n(histogram.min.m_lanes, 4, range.m_min);
+    std::copy_n(histogram.max.m_lanes, 4, range.m_max);
+    round(range, bytes, texels->m_lanes, count);
+    std::copy_n(range.m_min, 4, histogram.min.m_lanes);
+    std::copy_n(range.m_max, 4, histogram.max.m_lanes);
+    histogram.flags |= (range.m_isOutside ? FastHistogram::kFlagOutside : 0) |
+                       (range.m_isNoByte ? FastHistogram::kFlagNotBytes : 0);
+}
+
+// One texel at the edge, repeated to make up a run.
+void addTexel(FastHistogram& histogram, const VectorFloat& texel) {
+    VectorFloat texels[8];
+    std::fill(std::begin(texels), std::end(texels), texel);
+    std::uint8_t bytes[8 * 4];
+    roundInto(histogram, bytes, texels, 8, &roundToBytes<PairLanes>);
+    for (unsigned channel = 0; channel < 4; ++channel) {
+        std::uint16_t& bin = histogram.m_bins[channel][bytes[channel]];
+        histogram.flags |= bin == kMostInBin ? FastHistogram::kFlagSaturated : 0;
+        bin = static_cast<std::uint16_t>(std::min(bin + 1u, kMostInBin));
+    }
+    ++histogram.count;
+}
+
+} // namespace
+
+void FastHistogram::Clear() {
+    *this = {};
+    min = {{kLargest, kLargest, kLargest, kLargest}};
+    max = {{-kLargest, -kLargest, -kLargest, -kLargest}};
+}
+
+void FastHistogram::Add(const FastHistogram& other) {
+    for (unsigned lane = 0; lane < 4; ++lane) {
+        min[lane] = std::min(min[lane], other.min[lane]);
+        max[lane] = std::max(max[lane], other.max[lane]);
+    }
+    addBins(*this,
+            [&other](unsigned channel, unsigned bin) -> std::uint32_t { return other.m_bins[channel][bin]; });
+    flags |= other.flags;
+    count += other.count;
+}
+
+FastHistogramPerTexel::FastHistogramPerTexel(const ElementProvider* source, Configuration* configuration)
+    : PerTexel(source, configuration) {}
+
+Error FastHistogramPerTexel::doPrologue(unsigned) const {
+    std::for_each(std::begin(m_slots), std::end(m_slots), [](FastHistogram& slot) { slot.Clear(); });
+    return kErrorNone;
+}
+
+void FastHistogramPerTexel::doTexels(unsigned callbackId, const VectorFloat* texels, unsigned count) const {
+    for (unsigned i = 0; i < count; ++i) {
+        addTexel(m_slots[callbackId], texels[i]);
+    }
+}
+
+void FastHistogramPerTexel::doTiles(unsigned callbackId, const Tile* tiles, unsigned count) const {
+    const RoundToBytes round = chooseKernel();
+    RunBins bins;
+    for (unsigned i = 0; i < count; ++i) {
+        std::uint8_t bytes[64 * 4];
+        roundInto(m_slots[callbackId], bytes, tiles[i].m_texels, 64, round);
+        bins.count(bytes, 64);
+    }
+    addBins(m_slots[callbackId], [&bins](unsigned channel, unsigned bin) { return bins.sum(channel, bin); });
+    m_slots[callbackId].count += 64 * count;
+}
+
+void FastHistogramPerTexel::getHistogram(FastHistogram* destination, unsigned workers) const {
+    if (checkNotNull(destination, kSourcePath, "destination must not be NULL.")) {
+        destination->Clear();
+        std::for_each_n(m_slots, std::min<unsigned>(workers, Job::kMaxCallbacks),
+                        [destination](const FastHistogram& slot) { destination->Add(slot); });
+    }
+}
+
+} // namespace qor::Texsmith::Raw

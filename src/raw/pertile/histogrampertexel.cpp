@@ -1,0 +1,70 @@
+#include "qor/texsmith/raw/statistics.h"
+#include "raw/check.h"
+#include "simd/float4.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr char kSourcePath[] = "raw\\pertile\\histogrampertexel";
+
+// 0 to 1 to a byte, as an encoder does it: a NaN gives 0.
+Simd::Int4 toByteLanes(Simd::Float4 value) {
+    const Simd::Float4 unit = maximum(minimum(Simd::splat(1.0f), value), Simd::splat(0.0f));
+    return truncateToInts(unit * Simd::splat(255.0f) + Simd::splat(0.5f));
+}
+
+} // namespace
+
+void Histogram::Clear() { *this = {}; }
+
+void Histogram::Add(const Histogram& other) {
+    for (unsigned bin = 0; bin < 4 * 256; ++bin) {
+        m_bins[bin / 256][bin % 256] += other.m_bins[bin / 256][bin % 256];
+    }
+    count += other.count;
+}
+
+// The range's transform is diagonal. Its lanes stay apart, so that an infinity in one channel does not reach
+// the others.
+HistogramPerTexel::HistogramPerTexel(Histogram* destination, const MinMax& range,
+                                     const ElementProvider* source, Configuration* configuration)
+    : PerTexel(source, configuration), m_destination(destination) {
+    checkNotNull(destination, kSourcePath, "destination must not be NULL.");
+    const Madd toUnit = maddFromRange(range);
+    for (unsigned lane = 0; lane < 4; ++lane) {
+        m_scale[lane] = toUnit.m_multiply[lane][lane];
+        m_offset[lane] = toUnit.m_add[lane];
+    }
+}
+
+Error HistogramPerTexel::doPrologue(unsigned) const {
+    std::for_each(std::begin(m_slots), std::end(m_slots), [](Histogram& slot) { slot.Clear(); });
+    return kErrorNone;
+}
+
+void HistogramPerTexel::doTexels(unsigned callbackId, const VectorFloat* texels, unsigned count) const {
+    Histogram& slot = m_slots[callbackId];
+    const Simd::Float4 scale = Simd::loadFloats(&m_scale), offset = Simd::loadFloats(&m_offset);
+    for (unsigned i = 0; i < count; ++i) {
+        std::uint32_t bins[4];
+        Simd::store(bins, toByteLanes(Simd::loadFloats(&texels[i]) * scale + offset));
+        for (unsigned lane = 0; lane < 4; ++lane) {
+            ++slot.m_bins[lane][bins[lane]];
+        }
+    }
+    slot.count += count;
+}
+
+Error HistogramPerTexel::doEpilogue(unsigned callbacks) const {
+    if (m_destination == nullptr) {
+        return kErrorFailed;
+    }
+    m_destination->Clear();
+    std::for_each(m_slots, m_slots + callbacks, [this](const Histogram& slot) { m_destination->Add(slot); });
+    return kErrorNone;
+}
+
+} // namespace qor::Texsmith::Raw
