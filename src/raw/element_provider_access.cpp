@@ -153,15 +153,6 @@ void ElementProvider::putTile(const SurfaceIndex* surfaceIndex, const Tile* tile
     }
 }
 
-void ElementProvider::getTexel(const SurfaceIndex* surfaceIndex, Properties* properties, unsigned x,
-                               unsigned y) const {
-    checkNotNull(surfaceIndex, kSourcePath, kNeedsIndex);
-    if (checkNotNull(properties, kSourcePath, "properties must not be NULL.") &&
-        pixelIsInside(surfaceIndex, x, y)) {
-        doGetTexel(surfaceIndex, properties, x, y);
-    }
-}
-
 ElementRows ElementProvider::getElementRows(const SurfaceIndex* surfaceIndex) const {
     checkNotNull(surfaceIndex, kSourcePath, kNeedsIndex);
     return surfaceIsInside(surfaceIndex) ? doGetElementRows(surfaceIndex) : ElementRows{};
@@ -238,20 +229,5 @@ void ElementProvider::doPutTile(const SurfaceIndex* surfaceIndex, const Tile* ti
                                 unsigned y) const {
     storeElements(*this, surfaceIndex, tile, elementsOfTile(*this, x, y));
 }
-
-void ElementProvider::doGetTexel(const SurfaceIndex* surfaceIndex, Properties* properties, unsigned x,
-                                 unsigned y) const {
-    getTexelFromTexture(surfaceIndex, properties, x, y);
-}
-
-void ElementProvider::getTexelFromTexture(const SurfaceIndex* surfaceIndex, Properties* properties,
-                                          unsigned x, unsigned y) const {
-    VectorFloat element = {};
-    getElement(surfaceIndex, &element, x / getPixelsPerElementWide(), y / getPixelsPerElementTall());
-    getTexelFromElement(element, properties, x, y);
-}
-
-// A Properties has no values yet that a texel could be described with.
-void ElementProvider::getTexelFromElement(const VectorFloat&, Properties*, unsigned, unsigned) const {}
 
 } // namespace qor::Texsmith::Raw

@@ -99,8 +99,8 @@ TEST(ElementProvider, NeverReachesTheVirtualsOutsideItsView) {
         {{0, 0, 1, 1, 0, 0, 0}, 0}, {{0, 1, 4, 1, 0, 0, 0}, 0},          {{0, 0, 6, 1, 0, 0, 0}, 0},
         {{0, 0, 2, 0, 0, 0, 0}, 0}, {{0, 0, 2, 4, 0, 0, 0}, 0},          {{0, 0, 2, 1, 1, 0, 0}, 0},
         {{0, 0, 2, 1, 0, 1, 0}, 0}, {{0, 0xAAAAAAAB, 0, 1, 0, 0, 0}, 0}, {inside, 4}};
-    int anything = 0;
-    auto* properties = reinterpret_cast<Raw::Properties*>(&anything);
+    Raw::Properties described;
+    Raw::Properties* const properties = &described;
     for (const auto& [index, x] : outside) {
         withEachGrain([&, &index = index, x = x](auto buffer) {
             const auto zero = buffer;

@@ -26,6 +26,7 @@
 #include "qor/texsmith/raw/normalization_policy.h"
 #include "qor/texsmith/raw/per_tile.h"
 #include "qor/texsmith/raw/process.h"
+#include "qor/texsmith/raw/property.h"
 #include "qor/texsmith/raw/reflected_types.h"
 #include "qor/texsmith/raw/reflection.h"
 #include "qor/texsmith/raw/reformat.h"

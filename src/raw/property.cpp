@@ -1,0 +1,148 @@
+#include "qor/texsmith/raw/property.h"
+
+#include "qor/texsmith/raw/reflected_types.h"
+#include "raw/check.h"
+
+#include <algorithm>
+#include <array>
+#include <cinttypes>
+#include <cstdio>
+#include <string>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr char kSourcePath[] = "raw\\property";
+constexpr char kValid[] = "static_cast<unsigned>(m_format) < COUNT_OF(s_propertyTypeInfo) && "
+                          "s_propertyTypeInfo[m_type].m_type == m_type";
+
+enum class Kind { kBool, kUnsigned, kSigned, kFloat, k128 };
+
+struct TypeInfo {
+    Kind m_kind = Kind::kBool;
+    unsigned m_bytes = 1; // of an element
+    unsigned m_count = 1;
+};
+
+using Types = std::array<TypeInfo, kPropertyTypeCount>;
+
+constexpr void addGroup(Types& types, unsigned first, Kind kind, unsigned bytes) {
+    constexpr unsigned kPowers[] = {1, 2, 4, 8, 16}, kFew[] = {1, 2, 3, 4};
+    const unsigned rows = bytes == 1 ? 5 : bytes == 8 ? 2 : 4;
+    for (unsigned row = 0; row < rows; ++row) {
+        types[first + row] = {kind, bytes, bytes == 4 ? kFew[row] : kPowers[row]};
+    }
+}
+
+constexpr Types makeTypes() {
+    Types types;
+    addGroup(types, kPropertyTypeUnsigned8, Kind::kUnsigned, 1);
+    addGroup(types, kPropertyTypeUnsigned16, Kind::kUnsigned, 2);
+    addGroup(types, kPropertyTypeUnsigned32, Kind::kUnsigned, 4);
+    addGroup(types, kPropertyTypeUnsigned64, Kind::kUnsigned, 8);
+    types[kPropertyTypeUnsigned128] = {Kind::k128, 16, 1};
+    addGroup(types, kPropertyTypeSigned8, Kind::kSigned, 1);
+    addGroup(types, kPropertyTypeSigned16, Kind::kSigned, 2);
+    addGroup(types, kPropertyTypeSigned32, Kind::kSigned, 4);
+    addGroup(types, kPropertyTypeSigned64, Kind::kSigned, 8);
+    types[kPropertyTypeSigned128] = {Kind::k128, 16, 1};
+    addGroup(types, kPropertyTypeFloat, Kind::kFloat, 4);
+    return types;
+}
+
+constexpr Types kTypes = makeTypes();
+
+std::uint64_t loadWord(const std::uint8_t* from, unsigned bytes) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, from, bytes);
+    return word;
+}
+
+std::string decimalText(const TypeInfo& info, const std::uint8_t* element) {
+    char text[400];
+    const std::uint64_t word = loadWord(element, info.m_bytes);
+    if (info.m_kind == Kind::kUnsigned) {
+        std::snprintf(text, sizeof text, "%" PRIu64, word);
+    } else {
+        const unsigned unused = 64 - info.m_bytes * 8;
+        std::snprintf(text, sizeof text, "%" PRId64, static_cast<std::int64_t>(word << unused) >> unused);
+    }
+    return text;
+}
+
+std::string hexadecimalText(const std::uint8_t* element, unsigned bytes) {
+    char text[20];
+    std::snprintf(text, sizeof text, "%0*" PRIx64, static_cast<int>(bytes * 2), loadWord(element, bytes));
+    return text;
+}
+
+std::string floatText(const std::uint8_t* element) {
+    float value;
+    std::memcpy(&value, element, sizeof value);
+    char text[64];
+    std::snprintf(text, sizeof text, "%.6f", static_cast<double>(value));
+    return text;
+}
+
+std::string elementText(const TypeInfo& info, const std::uint8_t* element, bool isHexadecimal) {
+    switch (info.m_kind) {
+    case Kind::kBool:
+        return *element != 0 ? "true" : "false";
+    case Kind::kFloat:
+        return floatText(element);
+    case Kind::k128: // the high half lies first
+        return hexadecimalText(element, 8) + hexadecimalText(element + 8, 8);
+    default:
+        return isHexadecimal ? hexadecimalText(element, info.m_bytes) : decimalText(info, element);
+    }
+}
+
+} // namespace
+
+void Property::print(char* buffer, unsigned size, const char** names) const {
+    // The format is deliberately held against the number of types.
+    const bool isKnown = m_type < kTypes.size();
+    check(isKnown && m_format < kTypes.size(), kSourcePath, kValid);
+    if (buffer == nullptr || size == 0 || !isKnown) {
+        return;
+    }
+    const char* const name =
+        names != nullptr ? names[m_name] : ReflectedTypes::g_propertyName.valueToName(m_name);
+    const TypeInfo& info = kTypes[m_type];
+    std::string text = std::string(name != nullptr ? name : "") + (info.m_count > 1 ? " [" : " ");
+    for (unsigned i = 0; i < info.m_count; ++i) {
+        text += i > 0 ? ", " : "";
+        text += elementText(info, m_value + std::size_t{i} * info.m_bytes,
+                            m_format == kPropertyFormatHexadecimal);
+    }
+    text += info.m_count > 1 ? "]\n" : "\n";
+    std::snprintf(buffer, size, "%s", text.c_str());
+}
+
+const Property* Properties::find(unsigned name) const {
+    const Property* const end = m_properties + m_count;
+    const Property* const found =
+        std::find_if(m_properties, end, [name](const Property& property) { return property.m_name == name; });
+    return found != end ? found : nullptr;
+}
+
+void Properties::store(unsigned name, unsigned type, PropertyFormat format, const void* value,
+                       std::size_t bytes) {
+    const Property* const old = find(name);
+    const auto index = old != nullptr ? static_cast<unsigned>(old - m_properties) : m_count;
+    if (index >= kMaxProperties) {
+        return;
+    }
+    Property& property = m_properties[index];
+    property = {name, type, format, {}};
+    std::memcpy(property.m_value, value, std::min(bytes, sizeof property.m_value));
+    m_count = std::max(m_count, index + 1);
+}
+
+void Properties::set128(unsigned name, std::uint64_t high, std::uint64_t low, bool isSigned,
+                        PropertyFormat format) {
+    const std::uint64_t halves[] = {high, low};
+    store(name, isSigned ? kPropertyTypeSigned128 : kPropertyTypeUnsigned128, format, halves, sizeof halves);
+}
+
+} // namespace qor::Texsmith::Raw
