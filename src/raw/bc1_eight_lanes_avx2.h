@@ -14,6 +14,10 @@ struct EightLanes {
     static Int splat(std::uint32_t value) { return Simd::Avx2::splat(value); }
     static Float loadFloats(const void* source) { return Simd::Avx2::loadFloats(source); }
     static Int loadInts(const void* source) { return Simd::Avx2::loadInts(source); }
+    static Float loadFourfold(const float* source) { return Simd::Avx2::loadHalves(source, source); }
+    template <int kChannel> static Float splatOf(Float fourfold) {
+        return {_mm256_permute_ps(fourfold.m_lanes, kChannel * 0x55)};
+    }
     static void store(void* destination, Int value) { Simd::Avx2::store(destination, value); }
     static void loadTexels(Float (&channels)[4], const float* texel, unsigned stride) {
         for (unsigned i = 0; i < 4; ++i) {

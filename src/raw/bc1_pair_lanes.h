@@ -11,8 +11,9 @@ namespace qor::Texsmith::Raw {
 
 struct PairProblem {
     float m_texels[3][16]; // red, green and blue, scaled by their weights
-    float m_halves[16][4]; // of the colours of which two make a pair, scaled as well; they are all different
-    unsigned m_endCount;   // 2 to 16
+    float m_halves[16][4]; // half of each texel's colour once it is quantised, scaled as well
+    unsigned m_places[16]; // the texels with different ones, of which two make a pair
+    unsigned m_endCount;   // how many these are, 2 to 16
 };
 
 // The best pair of different ends, of equal ones the first in the order (0, 1), (0, 2) ... (1, 2) ...
@@ -49,25 +50,32 @@ private:
     using Float = typename Lanes::Float;
     static constexpr unsigned kVectors = 16 / Lanes::kCount;
 
-    explicit PairLanes(const PairProblem& problem) : m_problem(problem) {
+    explicit PairLanes(const PairProblem& problem)
+        : m_pairCount(problem.m_endCount * (problem.m_endCount - 1) / 2) {
         for (int channel = 0; channel < 3; ++channel) {
             for (unsigned v = 0; v < kVectors; ++v) {
                 m_texels[channel][v] = Lanes::loadFloats(problem.m_texels[channel] + Lanes::kCount * v);
             }
         }
-        for (unsigned end = 0; end < problem.m_endCount; ++end) {
-            const Float r = twice(half(end, 0)), g = twice(half(end, 1)), b = twice(half(end, 2));
+        for (unsigned i = 0; i < problem.m_endCount; ++i) {
+            End& end = m_ends[i];
+            end.m_half = Lanes::loadFourfold(problem.m_halves[problem.m_places[i]]);
+            const Float colour = end.m_half + end.m_half;
             for (unsigned v = 0; v < kVectors; ++v) {
-                m_distances[end][v] = squaredDistance(v, r, g, b);
+                end.m_distances[v] = squaredDistance(v, colour);
             }
         }
     }
 
-    static Float twice(Float x) { return x + x; }
-    Float half(unsigned end, int channel) const { return Lanes::splat(m_problem.m_halves[end][channel]); }
+    struct End {
+        Float m_distances[kVectors]; // of the texels
+        Float m_half;                // red, green, blue and 0, over and over
+    };
 
-    Float squaredDistance(unsigned v, Float r, Float g, Float b) const {
-        const Float dr = m_texels[0][v] - r, dg = m_texels[1][v] - g, db = m_texels[2][v] - b;
+    Float squaredDistance(unsigned v, Float colour) const {
+        const Float dr = m_texels[0][v] - Lanes::template splatOf<0>(colour);
+        const Float dg = m_texels[1][v] - Lanes::template splatOf<1>(colour);
+        const Float db = m_texels[2][v] - Lanes::template splatOf<2>(colour);
         return dr * dr + dg * dg + db * db;
     }
 
@@ -81,32 +89,29 @@ private:
     }
 
     // Halving and doubling round nothing away.
-    float errorOf(unsigned first, unsigned second) const {
-        const Float r = half(first, 0) + half(second, 0);
-        const Float g = half(first, 1) + half(second, 1);
-        const Float b = half(first, 2) + half(second, 2);
+    float errorOf(const End& first, const End& second) const {
+        const Float middle = first.m_half + second.m_half;
         Float errors[kVectors];
         for (unsigned v = 0; v < kVectors; ++v) {
-            const Float ends = minimum(m_distances[first][v], m_distances[second][v]);
-            errors[v] = minimum(ends, squaredDistance(v, r, g, b));
+            const Float ends = minimum(first.m_distances[v], second.m_distances[v]);
+            errors[v] = minimum(ends, squaredDistance(v, middle));
         }
         return sum(errors);
     }
     float errorOfFirst() const {
         Float errors[kVectors];
         for (unsigned v = 0; v < kVectors; ++v) {
-            errors[v] = m_distances[0][v];
+            errors[v] = m_ends[0].m_distances[v];
         }
         return sum(errors);
     }
 
     // An error is not negative, so its bits grow with it. Those of a NaN are the same in all pairs.
     BestPair search() const {
-        const unsigned pairCount = m_problem.m_endCount * (m_problem.m_endCount - 1) / 2;
         std::uint64_t best = ~std::uint64_t(0);
-        for (unsigned i = 0; i < pairCount; ++i) {
+        for (unsigned i = 0; i < m_pairCount; ++i) {
             const unsigned pair = kPairOrder.m_pairs[i];
-            const float error = errorOf(pair >> 8, pair & 0xFF);
+            const float error = errorOf(m_ends[pair >> 8], m_ends[pair & 0xFF]);
             std::uint32_t bits;
             std::memcpy(&bits, &error, sizeof bits);
             const std::uint64_t rank = std::uint64_t(bits) << 16 | pair;
@@ -119,9 +124,9 @@ private:
                 !(errorOfFirst() > error)};
     }
 
-    const PairProblem& m_problem;
+    unsigned m_pairCount;
     Float m_texels[3][kVectors];
-    Float m_distances[16][kVectors]; // of the texels to each end
+    End m_ends[16];
 };
 
 } // namespace qor::Texsmith::Raw

@@ -7,6 +7,7 @@
 #include "raw/block_encoders.h"
 #include "simd/dispatch.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -14,8 +15,6 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 using namespace Simd;
-
-constexpr float kWeights[4] = {kRedWeight, kGreenWeight, kBlueWeight, 0.0f};
 
 // The texels of a block, four a vector.
 struct Planes {
@@ -35,65 +34,55 @@ Planes loadPlanes(const ColorRGBA32F* block) {
     return planes;
 }
 
-// rgb565ToFloat in lanes, but for alpha, which is 0.
-Float4 widen(std::uint32_t word) {
-    const Int4 fields = makeInts(word >> 11, word >> 5 & 63, word & 31, 0);
-    const Int4 five = shiftLeft<3>(fields) | shiftRight<2>(fields);
-    const Int4 six = shiftLeft<2>(fields) | shiftRight<4>(fields);
-    const Int4 bytes = select(makeInts(0, ~0u, 0, 0), six, five);
-    return minimum(toFloats(bytes) * splat(0.003921569f), splat(1.0f));
-}
-
-// toLevel in lanes.
-Int4 toLevels(Float4 values, float levels) {
-    const Float4 scaled = maximum(values, splat(0.0f)) * splat(levels) + splat(0.5f);
-    return truncateToInts(minimum(scaled, splat(levels)));
-}
-
-void quantise(const Planes& planes, std::uint32_t (&words)[kTexelsPerBlock]) {
-    for (unsigned v = 0; v < 4; ++v) {
-        const Int4 r = toLevels(planes.m_r[v], 31.0f), b = toLevels(planes.m_b[v], 31.0f);
-        const Int4 g = toLevels(planes.m_g[v], 63.0f);
-        store(words + 4 * v, shiftLeft<11>(r) | shiftLeft<5>(g) | b);
-    }
-}
-
-// The different words of a block, and where each stands first.
-struct DifferentWords {
-    unsigned m_count = 0;
-    std::uint32_t m_words[kTexelsPerBlock];
-    unsigned m_places[kTexelsPerBlock];
-    unsigned m_secondPlaceOfFirst; // where word 0 stands again, or 16
+// toLevel, and the same widened as rgb565ToFloat does it.
+struct Levels {
+    Int4 m_levels;
+    Float4 m_widened;
 };
 
-DifferentWords findDifferent(const std::uint32_t (&words)[kTexelsPerBlock]) {
-    const Int4 all[4] = {loadInts(words), loadInts(words + 4), loadInts(words + 8), loadInts(words + 12)};
-    DifferentWords found;
-    for (unsigned i = 0; i < kTexelsPerBlock; ++i) {
-        const Int4 word = splat(words[i]);
-        const std::uint32_t same = laneBits(equal(all[0], word)) | laneBits(equal(all[1], word)) << 4 |
-                                   laneBits(equal(all[2], word)) << 8 | laneBits(equal(all[3], word)) << 12;
-        if (i == 0) {
-            found.m_secondPlaceOfFirst = static_cast<unsigned>(std::countr_zero((same & ~1u) | 1u << 16));
-        }
-        found.m_words[found.m_count] = words[i];
-        found.m_places[found.m_count] = i;
-        found.m_count += (same & ((1u << i) - 1)) == 0 ? 1 : 0; // without a branch: hard to foretell
-    }
-    return found;
+template <int kBits> Levels quantise(Float4 values) {
+    const Float4 levels = splat(static_cast<float>((1 << kBits) - 1));
+    const Float4 scaled = maximum(values, splat(0.0f)) * levels + splat(0.5f);
+    const Int4 level = truncateToInts(minimum(scaled, levels));
+    const Int4 byte = shiftLeft<8 - kBits>(level) | shiftRight<2 * kBits - 8>(level);
+    return {level, minimum(toFloats(byte) * splat(0.003921569f), splat(1.0f))};
 }
 
-void scaleColours(const Planes& planes, const DifferentWords& ends, PairProblem* problem) {
+// The words of all texels, and what the search is to know of the texels.
+void quantiseTexels(const Planes& planes, std::uint32_t (&words)[kTexelsPerBlock], PairProblem* problem) {
+    const Float4 red = splat(kRedWeight), green = splat(kGreenWeight), blue = splat(kBlueWeight);
+    const Float4 half = splat(0.5f);
     for (unsigned v = 0; v < 4; ++v) {
-        store(problem->m_texels[0] + 4 * v, planes.m_r[v] * splat(kRedWeight));
-        store(problem->m_texels[1] + 4 * v, planes.m_g[v] * splat(kGreenWeight));
-        store(problem->m_texels[2] + 4 * v, planes.m_b[v] * splat(kBlueWeight));
+        const Levels r = quantise<5>(planes.m_r[v]), b = quantise<5>(planes.m_b[v]);
+        const Levels g = quantise<6>(planes.m_g[v]);
+        store(words + 4 * v, shiftLeft<11>(r.m_levels) | shiftLeft<5>(g.m_levels) | b.m_levels);
+        Float4 halves[4] = {r.m_widened * red * half, g.m_widened * green * half, b.m_widened * blue * half,
+                            splat(0.0f)};
+        transpose(halves);
+        for (unsigned i = 0; i < 4; ++i) {
+            store(problem->m_halves[4 * v + i], halves[i]);
+        }
+        store(problem->m_texels[0] + 4 * v, planes.m_r[v] * red);
+        store(problem->m_texels[1] + 4 * v, planes.m_g[v] * green);
+        store(problem->m_texels[2] + 4 * v, planes.m_b[v] * blue);
     }
-    const Float4 weights = loadFloats(kWeights);
-    for (unsigned i = 0; i < ends.m_count; ++i) {
-        store(problem->m_halves[i], widen(ends.m_words[i]) * weights * splat(0.5f));
+}
+
+// Finds the places of different words. Returns where the first word stands again, or 16.
+unsigned findDifferent(const std::uint32_t (&words)[kTexelsPerBlock], PairProblem* problem) {
+    const Int4 all[4] = {loadInts(words), loadInts(words + 4), loadInts(words + 8), loadInts(words + 12)};
+    const auto placesOf = [&](std::uint32_t word) {
+        const Int4 sought = splat(word);
+        return laneBits(equal(all[0], sought)) | laneBits(equal(all[1], sought)) << 4 |
+               laneBits(equal(all[2], sought)) << 8 | laneBits(equal(all[3], sought)) << 12;
+    };
+    unsigned count = 0;
+    for (unsigned i = 0; i < kTexelsPerBlock; ++i) {
+        problem->m_places[count] = i;
+        count += (placesOf(words[i]) & ((1u << i) - 1)) == 0 ? 1 : 0; // no branch, as none could be foretold
     }
-    problem->m_endCount = ends.m_count;
+    problem->m_endCount = count;
+    return static_cast<unsigned>(std::countr_zero((placesOf(words[0]) & ~1u) | 1u << kTexelsPerBlock));
 }
 
 struct Words {
@@ -105,20 +94,18 @@ struct Words {
 // first only where its word is the block's first.
 Words findBestWords(const Planes& planes, BestPairKernel findBest) {
     std::uint32_t words[kTexelsPerBlock];
-    quantise(planes, words);
-    const DifferentWords ends = findDifferent(words);
-    if (ends.m_count == 1) {
-        return {words[0], words[0]};
-    }
     PairProblem problem;
-    scaleColours(planes, ends, &problem);
-    const BestPair best = findBest(problem);
-    if (best.m_first == 0 && best.m_firstSuffices &&
-        ends.m_secondPlaceOfFirst < ends.m_places[best.m_second]) {
+    quantiseTexels(planes, words, &problem);
+    const unsigned secondPlace = findDifferent(words, &problem);
+    if (problem.m_endCount == 1) {
         return {words[0], words[0]};
     }
-    const std::uint32_t first = ends.m_words[best.m_first], second = ends.m_words[best.m_second];
-    return {first < second ? first : second, first < second ? second : first};
+    const BestPair best = findBest(problem);
+    const unsigned first = problem.m_places[best.m_first], second = problem.m_places[best.m_second];
+    if (first == 0 && best.m_firstSuffices && secondPlace < second) {
+        return {words[0], words[0]};
+    }
+    return {std::min(words[first], words[second]), std::max(words[first], words[second])};
 }
 
 std::uint32_t middleByte(float a, float b) {
