@@ -189,6 +189,53 @@ TEST_F(ToolTest, InfoTellsWhatAFileHolds) {
     EXPECT_FALSE(run("info " + quoted(file("cut.vxf"))).m_succeeded);
 }
 
+TEST_F(ToolTest, MipsReachTheFileAndCompareFindsTheChangedTexel) {
+    std::string changed = readFile(sample("moon.tga"));
+    const unsigned wide =
+        static_cast<unsigned char>(changed[12]) + 256u * static_cast<unsigned char>(changed[13]);
+    const std::size_t bytes = static_cast<unsigned char>(changed[16]) / 8u;
+    const std::size_t texel = 18 + (3 * std::size_t{wide} + 5) * bytes;
+    const bool isTopDown = (changed[17] & 32) != 0;
+    changed[texel] = static_cast<char>(changed[texel] ^ 0x80);
+    writeFile(file("changed.tga"), changed);
+    for (const auto& [from, to] : {std::pair{sample("moon.tga"), "a.vxf"}, {file("changed.tga"), "b.vxf"}}) {
+        const Outcome outcome = run("convert --mips " + quoted(from) + " " + to);
+        ASSERT_TRUE(outcome.m_succeeded) << outcome.m_errors;
+        EXPECT_EQ("", outcome.m_errors); // no progress where nobody watches
+    }
+    EXPECT_NE(std::string::npos, run("info a.vxf").m_output.find("mips       8"));
+    const Outcome same = run("compare --fail-psnr 200 a.vxf " + quoted(sample("moon.tga")));
+    EXPECT_TRUE(same.m_succeeded) << same.m_errors;
+    EXPECT_NE(std::string::npos, same.m_output.find("no texel differs")) << same.m_output;
+
+    const Outcome differ = run("compare --heatmap heat.tga --fail-psnr 90 a.vxf b.vxf");
+    EXPECT_FALSE(differ.m_succeeded);
+    EXPECT_NE(std::string::npos, differ.m_errors.find("below 90")) << differ.m_errors;
+    const std::size_t largest = differ.m_output.find("largest    0.50196 in ");
+    ASSERT_NE(std::string::npos, largest) << differ.m_output;
+    EXPECT_EQ(isTopDown, differ.m_output.find(" at 5, 3, mip 0", largest) != std::string::npos)
+        << differ.m_output;
+    EXPECT_TRUE(run("stats heat.tga").m_succeeded);
+    expectFailure(run("compare a.vxf b.vxf --heatmap heat.png"), "pictures are written as .tga only");
+    expectFailure(run("convert --mips a.vxf b.tga"), "only .vxf files hold mips");
+}
+
+TEST_F(ToolTest, StatsTellRangeMeanAndConstants) {
+    const unsigned char pixels[] = {0, 10, 200, 0, 30, 100}; // blue, green, red
+    std::string bytes = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 1, 0, 24, 0};
+    bytes.append(std::begin(pixels), std::end(pixels));
+    writeFile(file("two.tga"), bytes);
+    const Outcome outcome = run("stats --plot plot.tga two.tga");
+    ASSERT_TRUE(outcome.m_succeeded) << outcome.m_errors;
+    for (const char* line : {"texels     2\n", "R              0.392157     0.784314     0.588235\n",
+                             "G             0.0392157     0.117647    0.0784314\n",
+                             "B                     0            0            0  constant zero\n",
+                             "A                     1            1            1  constant one\n"}) {
+        EXPECT_NE(std::string::npos, outcome.m_output.find(line)) << line << outcome.m_output;
+    }
+    EXPECT_NE(std::string::npos, run("info plot.tga").m_output.find("size       528 x 464"));
+}
+
 TEST_F(ToolTest, WrongArgumentsAreOneLine) {
     expectFailure(run(""), "no command given");
     expectFailure(run("paint"), "unknown command 'paint'");

@@ -24,18 +24,27 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
+    {"compare", &compareCommand},
     {"convert", &convertCommand},
     {"info", &infoCommand},
+    {"stats", &statsCommand},
 };
 
 constexpr char kUsage[] =
-    "usage: texsmith convert SOURCE DESTINATION-OR-EXTENSION\n"
+    "usage: texsmith convert [--mips] SOURCE DESTINATION-OR-EXTENSION\n"
+    "       texsmith compare [--heatmap OUT.tga] [--fail-psnr DB] A B\n"
     "       texsmith info FILE\n"
+    "       texsmith stats [--plot OUT.tga] FILE\n"
     "       texsmith --help | --version\n"
     "\n"
     "convert  writes SOURCE (a file or URL) as another type of file. A destination that\n"
     "         begins with a dot, such as .vxf, stands for SOURCE with that extension.\n"
+    "         --mips adds smaller levels down to one texel.\n"
+    "compare  tells how far two files of the same size are apart: errors by channel and\n"
+    "         mip, and the largest. sRGB values count as they are stored. --heatmap draws\n"
+    "         the differences; --fail-psnr fails when a channel's PSNR is below DB.\n"
     "info     tells what FILE holds.\n"
+    "stats    tells range, mean, constants and histogram; --plot draws the histogram.\n"
     "\n"
     "Types: .tga, .vxf\n";
 

@@ -8,7 +8,9 @@ namespace Tool {
 
 using Arguments = std::span<char* const>;
 
+void compareCommand(Arguments arguments);
 void convertCommand(Arguments arguments);
 void infoCommand(Arguments arguments);
+void statsCommand(Arguments arguments);
 
 } // namespace Tool

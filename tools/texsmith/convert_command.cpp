@@ -1,5 +1,7 @@
 #include "commands.h"
 #include "failure.h"
+#include "mip_conversion.h"
+#include "options.h"
 #include "paths.h"
 #include "replacement_file.h"
 
@@ -43,7 +45,8 @@ std::string fileToReplace(const std::string& source, const std::string& destinat
     return leadsToSource ? destination : followLinks(destination);
 }
 
-void convertFile(const std::string& source, const std::string& destination, const std::string& written) {
+void convertFile(const std::string& source, const std::string& destination, const std::string& written,
+                 bool addsMips) {
     Configuration configuration;
     Raw::Error error = Raw::kErrorFailed;
     const std::string* atWork = &source;
@@ -52,7 +55,9 @@ void convertFile(const std::string& source, const std::string& destination, cons
         atWork = &destination;
         Raw::MemoryMappedFile to(written.c_str(), Raw::kPermissionsReadWrite, configuration.m_allocator);
         atWork = &source;
-        error = Raw::convertWithResult(&from, source.c_str(), &to, destination.c_str(), &configuration);
+        error = addsMips
+                    ? convertWithMips(&from, source, &to, destination, &configuration)
+                    : Raw::convertWithResult(&from, source.c_str(), &to, destination.c_str(), &configuration);
     } catch (const Failure&) { // its text is the first report
     }
     if (error != Raw::kErrorNone || !firstReport().empty()) {
@@ -63,16 +68,20 @@ void convertFile(const std::string& source, const std::string& destination, cons
 } // namespace
 
 void convertCommand(Arguments arguments) {
-    if (arguments.size() != 2) {
+    const Options options(arguments, {"--mips"}, {});
+    if (options.names().size() != 2) {
         throw UsageFailure("convert takes a source and a destination; see texsmith --help");
     }
-    const std::string source = arguments[0];
-    const std::string destination = resolveDestination(source, arguments[1]);
-    if (isAlreadyThere(source, destination)) {
+    const bool addsMips = options.has("--mips");
+    const std::string source = options.names()[0];
+    const std::string destination = resolveDestination(source, options.names()[1]);
+    if (addsMips) {
+        checkHoldsMips(destination);
+    } else if (isAlreadyThere(source, destination)) {
         return;
     }
     ReplacementFile file(fileToReplace(source, destination));
-    convertFile(source, destination, file.name());
+    convertFile(source, destination, file.name(), addsMips);
     file.takePlace();
 }
 

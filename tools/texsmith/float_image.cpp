@@ -1,0 +1,52 @@
+#include "float_image.h"
+
+#include "failure.h"
+
+#include "qor/texsmith/raw/format.h"
+#include "qor/texsmith/raw/helpers.h"
+#include "raw/pertile/reformatpertile.h"
+
+namespace Tool {
+
+using namespace qor;
+using namespace qor::Texsmith;
+
+void loadFile(Raw::MemoryMappedImage* image, const std::string& name) {
+    Configuration configuration;
+    Raw::Error error = Raw::kErrorFailed;
+    try {
+        Raw::MemoryMappedFile file(name.c_str(), Raw::kPermissionsReadOnly, configuration.m_allocator);
+        error = Raw::loadWithResult(image, &file, name.c_str(), &configuration, 0);
+    } catch (const Failure&) { // its text is the first report
+    }
+    if (error != Raw::kErrorNone || !firstReport().empty()) {
+        throwFileFailure(name, error);
+    }
+}
+
+void convertToFloats(Raw::MemoryMappedImage* floats, const Raw::MemoryMappedImage& image, unsigned mips,
+                     const std::string& name) {
+    Configuration configuration;
+    configuration.m_decoderConfiguration.m_srgbAsLinear = true;
+    Vex::DataFormat format = {};
+    Raw::makeDataFormat(&format, "R32G32B32A32Float", &configuration);
+    Vex::Texture texture = *image.getVexTexture();
+    texture.setMipLevelRange(0, mips - 1);
+    texture = Raw::changeDataFormat(texture, format);
+    floats->reallocate(&texture);
+    Raw::Error error = Raw::kErrorFailed;
+    if (Raw::ReformatPerTile::canReformat(&image, floats)) {
+        Raw::ReformatPerTile perTile(&image, floats, &configuration);
+        const Raw::PerTileJob job(floats, &perTile, &configuration); // no more mips than these
+        error = configuration.m_jobManager->submitAndStall(&job);
+    }
+    if (error != Raw::kErrorNone || !firstReport().empty()) {
+        throwFileFailure(name, error);
+    }
+}
+
+const float* texelOf(const Raw::ElementRows& rows, unsigned x, unsigned y) {
+    return reinterpret_cast<const float*>(rows.row(y)) + std::size_t{x} * 4;
+}
+
+} // namespace Tool

@@ -1,0 +1,24 @@
+// Files as surfaces of floats, which measures and comparisons work on.
+#pragma once
+
+#include "qor/texsmith/raw/image.h"
+
+#include <string>
+
+namespace Tool {
+
+// Loads the first texture of a file. Throws Failure.
+void loadFile(qor::Texsmith::Raw::MemoryMappedImage* image, const std::string& name);
+
+// The first `mips` mips of `image` as four floats a texel: integers as they are, sRGB values as they are
+// stored. Throws Failure, in the name of the file, for a format that cannot be read.
+void convertToFloats(qor::Texsmith::Raw::MemoryMappedImage* floats,
+                     const qor::Texsmith::Raw::MemoryMappedImage& image, unsigned mips,
+                     const std::string& name);
+
+// One texel of a surface of floats.
+const float* texelOf(const qor::Texsmith::Raw::ElementRows& rows, unsigned x, unsigned y);
+
+inline constexpr const char* kChannelNames[4] = {"R", "G", "B", "A"};
+
+} // namespace Tool
