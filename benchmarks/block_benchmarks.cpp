@@ -1,15 +1,18 @@
 #include "block_benchmarks.h"
 
 #include "photographs.h"
+#include "qor/texsmith/raw/format.h"
 #include "ratio_reporter.h"
 #include "raw/bc1_punch_through.h"
 #include "raw/block_encoders.h"
+#include "raw/block_runs.h"
 #include "simd/dispatch.h"
 
 #include <stb/stb_dxt.h>
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -67,6 +70,88 @@ void addBc1() {
             });
 }
 
+Raw::EncoderConfiguration configurationOf(const char* name) {
+    Raw::Configuration any;
+    Vex::DataFormat format;
+    Raw::makeDataFormat(&format, name, &any);
+    Raw::EncoderConfiguration configuration;
+    Raw::Texture texture;
+    texture.setDataFormat(format);
+    configuration.setTexture(&texture);
+    return configuration;
+}
+
+// All blocks as one run, and one by one through the row of the format table.
+void addEncoder(const std::string& name, const char* format, const std::string& baseline) {
+    const Raw::EncoderConfiguration configuration = configurationOf(format);
+    const Vex::SurfaceFormat surfaceFormat = configuration.getTexture()->getDataFormat().getSurfaceFormat();
+    addBoth(name, baseline, [=](const PhotographBlocks& blocks, std::uint8_t* destination) {
+        Raw::findBlockRunEncoder(surfaceFormat)(destination, blocks.m_texels.data(), configuration,
+                                                blocks.m_count);
+    });
+    add(name + ", a block at a time", baseline,
+        [=](const PhotographBlocks& blocks, std::uint8_t* destination) {
+            const Raw::SurfaceFormatInfo& row = Raw::getSurfaceFormatInfo(surfaceFormat);
+            for (unsigned i = 0; i < blocks.m_count; ++i) {
+                Raw::Block block;
+                std::memcpy(&block, &blocks.m_texels[16 * std::size_t(i)], sizeof block);
+                row.encodeBlock(destination + i * row.bytesPerElement, row.bytesPerElement, &block,
+                                &configuration);
+            }
+        });
+}
+
+void addBc3() {
+    add("blocks/BC3 peer", "", [](const PhotographBlocks& blocks, std::uint8_t* destination) {
+        for (unsigned i = 0; i < blocks.m_count; ++i) {
+            stb_compress_dxt_block(destination + 16 * i, &blocks.m_bytes[64 * i], 1, STB_DXT_NORMAL);
+        }
+    });
+    addEncoder("blocks/BC3", "Bc3Unorm", "blocks/BC3 peer");
+}
+
+void addBc4AndBc5() {
+    add("blocks/BC4 peer", "", [](const PhotographBlocks& blocks, std::uint8_t* destination) {
+        for (unsigned i = 0; i < blocks.m_count; ++i) {
+            std::uint8_t red[16];
+            for (unsigned texel = 0; texel < 16; ++texel) {
+                red[texel] = blocks.m_bytes[64 * i + 4 * texel];
+            }
+            stb_compress_bc4_block(destination + 8 * i, red);
+        }
+    });
+    add("blocks/BC5 peer", "", [](const PhotographBlocks& blocks, std::uint8_t* destination) {
+        for (unsigned i = 0; i < blocks.m_count; ++i) {
+            std::uint8_t both[32];
+            for (unsigned texel = 0; texel < 16; ++texel) {
+                both[2 * texel] = blocks.m_bytes[64 * i + 4 * texel];
+                both[2 * texel + 1] = blocks.m_bytes[64 * i + 4 * texel + 1];
+            }
+            stb_compress_bc5_block(destination + 16 * i, both);
+        }
+    });
+    addEncoder("blocks/BC4", "Bc4Unorm", "blocks/BC4 peer");
+    addEncoder("blocks/BC5", "Bc5Unorm", "blocks/BC5 peer");
+}
+
+// Surfaces of 128 blocks across, whose blocks were encoded before.
+void addDecoder(const std::string& name, const char* format) {
+    constexpr unsigned kAcross = 128;
+    const Raw::EncoderConfiguration configuration = configurationOf(format);
+    const Vex::SurfaceFormat surfaceFormat = configuration.getTexture()->getDataFormat().getSurfaceFormat();
+    const std::size_t bytes = Raw::getSurfaceFormatInfo(surfaceFormat).bytesPerElement;
+    const PhotographBlocks& pictures = photographs();
+    std::vector<std::uint8_t> source(bytes * pictures.m_count);
+    Raw::findBlockRunEncoder(surfaceFormat)(source.data(), pictures.m_texels.data(), configuration,
+                                            pictures.m_count);
+    addBoth(name, "blocks/BC1 peer", [=](const PhotographBlocks& blocks, std::uint8_t* destination) {
+        const Raw::DecodeBlockRun decode = Raw::findBlockRunDecoder(surfaceFormat);
+        for (unsigned i = 0; i + kAcross <= blocks.m_count; i += kAcross) {
+            decode(destination + 64 * std::size_t(i), 16 * kAcross, source.data() + bytes * i, kAcross);
+        }
+    });
+}
+
 } // namespace
 
 void registerBlockBenchmarks() {
@@ -75,6 +160,10 @@ void registerBlockBenchmarks() {
         return;
     }
     addBc1();
+    addBc3();
+    addBc4AndBc5();
+    addDecoder("blocks/decode BC1", "Bc1UnormNoAlpha");
+    addDecoder("blocks/decode BC3", "Bc3Unorm");
 }
 
 } // namespace Bench

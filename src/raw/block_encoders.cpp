@@ -1,6 +1,7 @@
 // The entry points of the block encoders: alpha and colour halves, the settings, and runs of blocks.
 #include "raw/block_encoders.h"
 
+#include "raw/bc1_punch_through.h"
 #include "raw/block_runs.h"
 #include "raw/external_compressor.h"
 #include "raw/format_rows.h"
@@ -111,19 +112,23 @@ void encodeOneBc1Block(std::uint8_t* destination, const ColorRGBA32F* source,
     encodeBc1Block(destination, source, configuration, 1);
 }
 
-void encodeBc1Colours(std::uint8_t* destination, const ColorRGBA32F* source,
-                      const EncoderConfiguration& configuration, unsigned count) {
+void encodeBc1Prepared(std::uint8_t* destination, const ColorRGBA32F* source,
+                       const EncoderConfiguration& configuration, unsigned count) {
     PreparedRun run;
     prepare(run.m_texels, source, configuration, count);
-    encodeBc1Blocks(destination, run.m_texels, count);
+    if (configuration.m_formatUsesChannelW) {
+        encodeBc1PunchThroughBlocks(destination, run.m_texels, count, kAlphaThreshold);
+    } else {
+        encodeBc1Blocks(destination, run.m_texels, count);
+    }
 }
 
 void encodeBc1Run(std::uint8_t* destination, const ColorRGBA32F* source,
                   const EncoderConfiguration& configuration, std::size_t count) {
-    if (externalBc1(configuration) != nullptr || configuration.m_formatUsesChannelW) {
+    if (externalBc1(configuration) != nullptr) {
         encodeOneByOne<&encodeOneBc1Block, 8>(destination, source, configuration, count);
     } else {
-        encodeByGroups<&encodeBc1Colours, 8>(destination, source, configuration, count);
+        encodeByGroups<&encodeBc1Prepared, 8>(destination, source, configuration, count);
     }
 }
 
