@@ -147,6 +147,14 @@ TEST(Bc1Group, GreysComeBackWithinOneAndTwoColoursExactly) {
     }
 }
 
+// The axis of so small a contrast has no digits left: the group counts as flat.
+TEST(Bc1Group, OneStepOfContrastIsFlat) {
+    Texels texels(16, {4 / 255.0f, 4 / 255.0f, 4 / 255.0f, 1.0f});
+    texels[7].r = 5 / 255.0f;                                      // 4 and 5 are different levels of 5 bits
+    const std::uint32_t table = kSingleColourEndpoints.m_words[4]; // its second colour is the larger one
+    EXPECT_EQ(encodeOne(texels.data()), (table >> 16 | table << 16) | 0xFFFFFFFF00000000u);
+}
+
 TEST(Bc1Group, EndsInFourColourModeUnlessFlat) {
     for (const Contents contents : kAllContents) {
         const Texels texels = makeBlocks(contents, 200);
@@ -262,6 +270,42 @@ TEST(Bc1PairSearch, GenerationsImproveOnTheTexelsOwnColours) {
         settings = {200, 5, 0, 3, 0, 0.0f}; // more elite than there are candidates
         searchBc1Pair(texels.data(), threeColours, settings, &later);
         EXPECT_LE(later.error, first.error);
+    }
+}
+
+double pairError(const ColorRGBA32F* block, std::uint32_t word0, std::uint32_t word1) {
+    const ColorRGBA32F a = rgb565ToFloat(word0), b = rgb565ToFloat(word1);
+    double sum = 0;
+    for (unsigned t = 0; t < 16; ++t) {
+        double least = 100;
+        for (const double weight : {0.0, 0.5, 1.0}) {
+            const auto square = [&](float x, float y, float p) {
+                const double difference = x + weight * (double(y) - x) - p;
+                return difference * difference;
+            };
+            least = std::min(least, 0.3 * square(a.r, b.r, block[t].r) + 0.59 * square(a.g, b.g, block[t].g) +
+                                        0.11 * square(a.b, b.b, block[t].b));
+        }
+        sum += least;
+    }
+    return sum;
+}
+
+// With one elite candidate and nothing random, the search climbs until no field has a better neighbour.
+TEST(Bc1PairSearch, ClimbsToALocalOptimum) {
+    const Texels texels = makeBlocks(Contents::kNoise, 8);
+    for (const ColorRGBA32F* block = texels.data(); block != texels.data() + texels.size(); block += 16) {
+        PairCandidate best;
+        searchBc1Pair(block, true, {1, 0, 0, 1000, 0, 0.0f}, &best);
+        EXPECT_NEAR(best.error, pairError(block, best.word0, best.word1), 1e-5); // single precision
+        for (const std::uint32_t unit : {1u, 1u << 5, 1u << 11}) {
+            const std::uint32_t field = unit * (unit == 1u << 5 ? 63 : 31);
+            for (const std::uint32_t by : {unit, 0u - unit}) {
+                const auto step = [&](std::uint32_t word) { return (word & ~field) | ((word + by) & field); };
+                EXPECT_GE(pairError(block, step(best.word0), best.word1), best.error - 1e-5f);
+                EXPECT_GE(pairError(block, best.word0, step(best.word1)), best.error - 1e-5f);
+            }
+        }
     }
 }
 
