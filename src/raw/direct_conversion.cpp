@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t kStreamAlignment = 32;
 constexpr std::size_t kMostTexelBytes = 16;
+constexpr std::size_t kBytesBetween = 4096; // in a cache, from one kernel to the next
 
 // Surface format and channel type, as they stand in a format word.
 enum Kind : unsigned {
@@ -61,8 +62,14 @@ const Pair* findPair(Vex::DataFormat from, Vex::DataFormat to) {
     return found == std::end(kPairs) ? nullptr : found;
 }
 
-LaneMoves movesOf(const LaneSwizzle& swizzle, unsigned laneBytes) {
-    return swizzle.moves(laneBytes, laneBytes == 1 ? 0xFF : 0x3C00);
+void setSwizzle(RunSettings* settings, const LaneSwizzle& swizzle, unsigned laneBytes) {
+    settings->m_moves = swizzle.moves(laneBytes, laneBytes == 1 ? 0xFF : 0x3C00);
+    settings->m_swizzleIndex = swizzle.index();
+}
+
+// Null where the machine or the build has none.
+WideRunKernels wideKernels() {
+    return Simd::mayUseAvx2() ? getRunKernelsAvx2() : WideRunKernels{nullptr, nullptr};
 }
 
 const void* tableOf(const ByteTable& table, Run run) {
@@ -88,15 +95,17 @@ DirectConversion::DirectConversion(const TileConversion& steps) {
     }
     m_sourceBytes = infoOf(from).bytesPerElement;
     m_destinationBytes = infoOf(to).bytesPerElement;
-    m_settings.m_moves = movesOf(swizzle, pair->m_laneBytes);
+    setSwizzle(&m_settings, swizzle, pair->m_laneBytes);
+    const bool isDone =
+        swizzle.isIdentity() || (swizzlesItself(pair->m_run) && wideKernels().m_cached != nullptr);
     const auto addSwizzle = [&](Swizzling where) {
-        if (where == pair->m_swizzling && !swizzle.isIdentity()) {
+        if (where == pair->m_swizzling && !isDone) {
             addStep(pair->m_laneBytes == 1 ? kRunSwizzle4 : kRunSwizzle8, std::size_t{4} * pair->m_laneBytes);
         }
     };
     addSwizzle(kBefore);
     if (pair->m_run != kRunCount) {
-        // With the swizzle behind it, it leaves texels of the destination's size for that too.
+        // A swizzle behind it leaves the size of the texels as it is.
         addStep(pair->m_run, m_destinationBytes);
     }
     addSwizzle(kBehind);
@@ -104,12 +113,12 @@ DirectConversion::DirectConversion(const TileConversion& steps) {
 
 DirectConversion::DirectConversion(Vex::DataFormat from, Vex::DataFormat to)
     : m_sourceBytes(4), m_destinationBytes(4) {
-    m_settings.m_moves = movesOf(LaneSwizzle(from, to), 1);
+    setSwizzle(&m_settings, LaneSwizzle(from, to), 1);
     addStep(kRunSwizzle4, 4);
 }
 
 void DirectConversion::addStep(Run run, std::size_t bytes) {
-    const WideRunKernels wide = Simd::mayUseAvx2() ? getRunKernelsAvx2() : WideRunKernels{};
+    const WideRunKernels wide = wideKernels();
     const bool hasWide = wide.m_cached != nullptr && wide.m_cached[run] != nullptr;
     m_steps[m_count++] = {hasWide ? wide.m_cached[run] : g_baseRunKernels[run],
                           hasWide ? wide.m_streaming[run] : nullptr, bytes};
@@ -146,32 +155,26 @@ bool DirectConversion::chooseLinearLanes(const LaneSwizzle& swizzle) {
     return !isColour[swizzle.sourceOf(3)];
 }
 
+// The head brings the destination to where it can be streamed to.
 void DirectConversion::convert(void* destination, const void* source, std::size_t count,
                                RowStores stores) const {
-    const RunKernel streaming = m_steps[m_count - 1].m_streaming;
+    const Step& last = m_steps[m_count - 1];
     const std::size_t offset = reinterpret_cast<std::uintptr_t>(destination) % kStreamAlignment;
-    if (stores == RowStores::kCached || streaming == nullptr || offset % m_destinationBytes != 0) {
-        convertPieces(
-            destination, m_destinationBytes, source, m_sourceBytes, count, stores,
-            [this](void* to, const void* from, std::size_t texels) { convertCached(to, from, texels); });
-        return;
-    }
-    auto* to = static_cast<std::uint8_t*>(destination);
-    const auto* from = static_cast<const std::uint8_t*>(source);
-    const std::size_t toAlignment = offset == 0 ? 0 : (kStreamAlignment - offset) / m_destinationBytes;
+    const bool streams =
+        stores == RowStores::kStreaming && last.m_streaming != nullptr && offset % m_destinationBytes == 0;
+    const std::size_t toAlignment =
+        streams && offset != 0 ? (kStreamAlignment - offset) / m_destinationBytes : 0;
     const std::size_t head = std::min(toAlignment, count), groups = (count - head) / kTexelsPerGroup;
     const std::size_t done = head + groups * kTexelsPerGroup;
+    auto* to = static_cast<std::uint8_t*>(destination);
+    const auto* from = static_cast<const std::uint8_t*>(source);
     convertPart(to, from, head);
-    convertGroups(to + head * m_destinationBytes, from + head * m_sourceBytes, groups, streaming);
+    convertGroups(to + head * m_destinationBytes, from + head * m_sourceBytes, groups,
+                  streams ? last.m_streaming : last.m_cached);
     convertPart(to + done * m_destinationBytes, from + done * m_sourceBytes, count - done);
-    finishStreaming();
-}
-
-void DirectConversion::convertCached(void* destination, const void* source, std::size_t count) const {
-    const std::size_t groups = count / kTexelsPerGroup, done = groups * kTexelsPerGroup;
-    convertGroups(destination, source, groups, m_steps[m_count - 1].m_cached);
-    convertPart(static_cast<std::uint8_t*>(destination) + done * m_destinationBytes,
-                static_cast<const std::uint8_t*>(source) + done * m_sourceBytes, count - done);
+    if (streams) {
+        finishStreaming();
+    }
 }
 
 void DirectConversion::convertGroups(void* destination, const void* source, std::size_t groups,
@@ -180,14 +183,14 @@ void DirectConversion::convertGroups(void* destination, const void* source, std:
         last(destination, source, groups, m_settings);
         return;
     }
-    PieceBuffer between;
+    alignas(64) std::uint8_t between[kBytesBetween];
     auto* to = static_cast<std::uint8_t*>(destination);
     const auto* from = static_cast<const std::uint8_t*>(source);
-    const std::size_t most = PieceBuffer::kBytes / (m_steps[0].m_bytes * kTexelsPerGroup);
+    const std::size_t most = kBytesBetween / (m_steps[0].m_bytes * kTexelsPerGroup);
     for (std::size_t done = 0; done < groups; done += most) {
         const std::size_t piece = std::min(most, groups - done), texels = done * kTexelsPerGroup;
-        m_steps[0].m_cached(between.m_bytes, from + texels * m_sourceBytes, piece, m_settings);
-        last(to + texels * m_destinationBytes, between.m_bytes, piece, m_settings);
+        m_steps[0].m_cached(between, from + texels * m_sourceBytes, piece, m_settings);
+        last(to + texels * m_destinationBytes, between, piece, m_settings);
     }
 }
 

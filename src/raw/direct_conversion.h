@@ -23,7 +23,8 @@ public:
 
     // Whether there are kernels for it, which give the steps' bits.
     bool isUsable() const { return m_count != 0; }
-    // Reads exactly `count` elements and writes as many.
+    // Reads exactly `count` elements and writes as many. What streams past the caches is visible to other
+    // threads on return; kernels for which the memory does not wait do not stream.
     void convert(void* destination, const void* source, std::size_t count, RowStores stores) const;
 
 private:
@@ -36,7 +37,6 @@ private:
     void addStep(Run run, std::size_t bytes);
     bool chooseSettings(const LaneSwizzle& swizzle, Run run, bool fromSrgb);
     bool chooseLinearLanes(const LaneSwizzle& swizzle);
-    void convertCached(void* destination, const void* source, std::size_t count) const;
     void convertGroups(void* destination, const void* source, std::size_t groups, RunKernel last) const;
     void convertPart(void* destination, const void* source, std::size_t count) const;
 

@@ -21,8 +21,10 @@ public:
     // Of a lane that copies.
     unsigned sourceOf(unsigned lane) const { return m_selects[lane] & 3; }
 
+    // The place in the tables of swizzles.
+    unsigned index() const;
     // For texels of four lanes of one or two bytes; `one` is what the select 1 stores.
-    LaneMoves moves(unsigned bytesPerLane, std::uint32_t one) const;
+    ByteMoves moves(unsigned bytesPerLane, std::uint32_t one) const;
 
 private:
     std::array<std::uint8_t, 4> m_selects; // 0, 1, or from X on

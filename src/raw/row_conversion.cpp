@@ -32,34 +32,26 @@ void RowConversion::convertDirectly(const RowConversion& conversion, void* desti
 }
 
 void RowConversion::convertInPlanes(const RowConversion& conversion, void* destination, const void* source,
-                                    std::size_t count, RowStores stores) {
-    convertPieces(destination, conversion.m_destinationBytes, source, conversion.m_sourceBytes, count, stores,
-                  [&](void* to, const void* from, std::size_t elements) {
-                      conversion.m_planes.convert(to, from, elements);
-                  });
-}
-
-void RowConversion::convertInSteps(const RowConversion& conversion, void* destination, const void* source,
-                                   std::size_t count, RowStores stores) {
-    convertPieces(
-        destination, conversion.m_destinationBytes, source, conversion.m_sourceBytes, count, stores,
-        [&](void* to, const void* from, std::size_t elements) { conversion.takeSteps(to, from, elements); });
+                                    std::size_t count, RowStores) {
+    conversion.m_planes.convert(destination, source, count);
 }
 
 // 64 elements in a row lie like a packed tile.
-void RowConversion::takeSteps(void* destination, const void* source, std::size_t count) const {
+void RowConversion::convertInSteps(const RowConversion& conversion, void* destination, const void* source,
+                                   std::size_t count, RowStores) {
+    const unsigned sourceBytes = conversion.m_sourceBytes, destinationBytes = conversion.m_destinationBytes;
     auto* to = static_cast<std::uint8_t*>(destination);
     const auto* from = static_cast<const std::uint8_t*>(source);
     for (; count >= kTexelsPerTile; count -= kTexelsPerTile) {
-        m_steps.convert(to, m_destinationBytes * 8, from, m_sourceBytes * 8);
-        to += m_destinationBytes * kTexelsPerTile;
-        from += m_sourceBytes * kTexelsPerTile;
+        conversion.m_steps.convert(to, destinationBytes * 8, from, sourceBytes * 8);
+        to += destinationBytes * kTexelsPerTile;
+        from += sourceBytes * kTexelsPerTile;
     }
     if (count != 0) {
         Tile raw = {}, encoded = {};
-        std::memcpy(&raw, from, m_sourceBytes * count);
-        m_steps.convert(&encoded, m_destinationBytes * 8, &raw, m_sourceBytes * 8);
-        std::memcpy(to, &encoded, m_destinationBytes * count);
+        std::memcpy(&raw, from, sourceBytes * count);
+        conversion.m_steps.convert(&encoded, destinationBytes * 8, &raw, sourceBytes * 8);
+        std::memcpy(to, &encoded, destinationBytes * count);
     }
 }
 

@@ -39,8 +39,6 @@ private:
     static void convertInSteps(const RowConversion& conversion, void* destination, const void* source,
                                std::size_t count, RowStores stores);
 
-    void takeSteps(void* destination, const void* source, std::size_t count) const;
-
     Convert m_convert;
     TileConversion m_steps;
     DirectConversion m_direct;

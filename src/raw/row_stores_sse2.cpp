@@ -1,5 +1,6 @@
 #include "raw/row_stores.h"
 
+#include <algorithm>
 #include <cstring>
 
 #if !defined(TEXSMITH_SCALAR) && (defined(__SSE2__) || defined(_M_X64))

@@ -1,8 +1,10 @@
 #include "raw/run_kernels.h"
 
+#include "raw/format_codec.h"
 #include "raw/run_kernels_lanes.h"
 #include "simd/float4.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace qor::Texsmith::Raw {
@@ -21,6 +23,10 @@ struct Four {
         Simd::store(at, places);
         return Simd::makeInts(table[at[0]], table[at[1]], table[at[2]], table[at[3]]);
     }
+
+    struct Moves {}; // the swizzle is a kernel of its own
+    static Moves movesOf(const RunSettings&) { return {}; }
+    static Ints swizzle(Ints texels, Moves) { return texels; }
 
     static Ints load(const std::uint8_t* source) { return Simd::loadInts(source); }
     static Ints loadBytes(const std::uint8_t* source) {
@@ -46,27 +52,33 @@ struct Four {
     }
 };
 
-// Eight words at a time, one move after the other.
-template <unsigned kBytesPerTexel>
-void swizzle(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
-    const LaneMoves& moves = settings.m_moves;
-    std::uint64_t ones;
-    std::memcpy(&ones, moves.m_ones, sizeof ones);
+// In pieces that stay in the nearest cache between the two passes.
+void swizzle4(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+    constexpr std::size_t kGroups = 32, kGroupBytes = kTexelsPerGroup * 4;
     auto* to = static_cast<std::uint8_t*>(destination);
     const auto* from = static_cast<const std::uint8_t*>(source);
-    std::uint64_t words[8], moved[8];
-    for (std::size_t i = 0; i < groups * kTexelsPerGroup * kBytesPerTexel; i += sizeof words) {
-        std::memcpy(words, from + i, sizeof words);
-        for (std::uint64_t& word : moved) {
-            word = ones;
-        }
-        for (unsigned move = 0; move < moves.m_count; ++move) {
-            const LaneMoves::Move step = moves.m_moves[move];
-            for (unsigned word = 0; word < 8; ++word) {
-                moved[word] |= words[word] << step.m_up >> step.m_down & step.m_mask;
-            }
-        }
-        std::memcpy(to + i, moved, sizeof moved);
+    for (std::size_t done = 0; done < groups; done += kGroups) {
+        const std::size_t bytes = std::min(kGroups, groups - done) * kGroupBytes;
+        std::memcpy(to + done * kGroupBytes, from + done * kGroupBytes, bytes);
+        g_swizzle8[settings.m_swizzleIndex](to + done * kGroupBytes, static_cast<unsigned>(bytes / 16));
+    }
+}
+
+void swizzle8(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+    // The texel, and behind it what lanes hold that come from nowhere.
+    std::uint16_t values[8], places[4];
+    std::memcpy(values + 4, settings.m_moves.m_ones, 8);
+    for (std::uint16_t lane = 0; lane < 4; ++lane) {
+        const unsigned from = settings.m_moves.m_control[2 * lane];
+        places[lane] = static_cast<std::uint16_t>(from < 8 ? from / 2 : 4u + lane);
+    }
+    auto* to = static_cast<std::uint8_t*>(destination);
+    const auto* from = static_cast<const std::uint8_t*>(source);
+    for (std::size_t i = 0; i < groups * kTexelsPerGroup; ++i, from += 8, to += 8) {
+        std::memcpy(values, from, 8);
+        const std::uint16_t texel[4] = {values[places[0]], values[places[1]], values[places[2]],
+                                        values[places[3]]};
+        std::memcpy(to, texel, 8);
     }
 }
 
@@ -89,8 +101,8 @@ using Kernels = RunLanes::Kernels<Four>;
 } // namespace
 
 constinit const RunKernel g_baseRunKernels[kRunCount] = {
-    &swizzle<4>,
-    &swizzle<8>,
+    &swizzle4,
+    &swizzle8,
     Kernels::kBytesToFloats,
     Kernels::kBytesToHalves,
     &RunLanes::floatsToBytes<Four>,

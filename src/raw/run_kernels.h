@@ -11,25 +11,17 @@ namespace qor::Texsmith::Raw {
 
 inline constexpr std::size_t kTexelsPerGroup = 16;
 
-// A swizzle of texels of four or eight bytes, in the two ways in which kernels take it.
-struct LaneMoves {
-    // Some of a word's bytes move up or down by so many bits.
-    struct Move {
-        std::uint64_t m_mask; // of the bytes, where they end
-        int m_up;
-        int m_down; // one of the two is 0
-    };
-
-    std::uint8_t m_control[16]; // where each of 16 bytes comes from; 0x80 and above: from nowhere
-    std::uint8_t m_ones[16];    // set on top of that
-    Move m_moves[7];
-    unsigned m_count; // of m_moves
+// Where each of 16 bytes comes from, 0x80 for nowhere, and what is set on top of that.
+struct ByteMoves {
+    std::uint8_t m_control[16];
+    std::uint8_t m_ones[16];
 };
 
 // What the kernels need to know of formats, each its part.
 struct RunSettings {
-    LaneMoves m_moves;
-    const void* m_tables[4];        // of 256 values each, for the kernels that take bytes through tables
+    ByteMoves m_moves;              // of the swizzle
+    unsigned m_swizzleIndex;        // of the same swizzle in the tables of swizzles
+    const void* m_tables[4];        // of 256 values, for each byte of a texel
     std::uint32_t m_linearLanes[4]; // ones where a lane stays linear beside sRGB lanes
 };
 
@@ -65,6 +57,9 @@ struct WideRunKernels {
     const RunKernel* m_cached;
     const RunKernel* m_streaming; // destinations are aligned to 32 bytes; finishStreaming is the caller's
 };
+// Wide kernels between packed texels swizzle the bytes themselves.
+constexpr bool swizzlesItself(Run run) { return run >= kRunBytesToTens && run <= kRunFiveSixFiveToBytes; }
+
 // Nulls where the build has none.
 WideRunKernels getRunKernelsAvx2();
 

@@ -19,6 +19,17 @@ template <bool kStreams> struct Eight {
         return {_mm256_i32gather_epi32(reinterpret_cast<const int*>(table), places.m_lanes, 4)};
     }
 
+    struct Moves {
+        __m256i m_control;
+        __m256i m_ones;
+    };
+    static Moves movesOf(const RunSettings& settings) {
+        return {repeatBytes(settings.m_moves.m_control), repeatBytes(settings.m_moves.m_ones)};
+    }
+    static Ints swizzle(Ints texels, Moves moves) {
+        return {_mm256_or_si256(_mm256_shuffle_epi8(texels.m_lanes, moves.m_control), moves.m_ones)};
+    }
+
     static Ints load(const std::uint8_t* source) { return Simd::Avx2::loadInts(source); }
     static Ints loadBytes(const std::uint8_t* source) {
         return {_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(source)))};
@@ -53,16 +64,13 @@ template <bool kStreams> struct Eight {
 
 template <bool kStreams, unsigned kBytesPerTexel>
 void swizzle(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
-    const __m256i control = Eight<kStreams>::repeatBytes(settings.m_moves.m_control);
-    const __m256i ones = Eight<kStreams>::repeatBytes(settings.m_moves.m_ones);
+    using Lanes = Eight<kStreams>;
+    const auto moves = Lanes::movesOf(settings);
     auto* to = static_cast<std::uint8_t*>(destination);
     const auto* from = static_cast<const std::uint8_t*>(source);
     for (std::size_t i = 0; i < groups * kTexelsPerGroup * kBytesPerTexel; i += 64) {
-        for (unsigned half = 0; half < 64; half += 32) {
-            const auto texels = Eight<kStreams>::load(from + i + half);
-            const __m256i moved = _mm256_shuffle_epi8(texels.m_lanes, control);
-            Eight<kStreams>::storeVector(to + i + half, _mm256_or_si256(moved, ones));
-        }
+        Lanes::store(to + i, Lanes::swizzle(Lanes::load(from + i), moves));
+        Lanes::store(to + i + 32, Lanes::swizzle(Lanes::load(from + i + 32), moves));
     }
 }
 

@@ -14,18 +14,21 @@ using Bytes = std::uint8_t;
 inline constexpr float kByteToUnit = static_cast<float>(1.0 / 255);
 inline constexpr float kHalfExponents = 0x1p112f; // between the exponents of small and single floats
 
-// Where the channels of a packed texel lie.
+// Where the channels of a packed texel lie, and whether the swizzle is done on it.
 struct EightEightEightEight {
+    static constexpr bool kSwizzles = true;
     static constexpr unsigned kBytes = 4;
     static constexpr unsigned kShifts[4] = {0, 8, 16, 24};
     static constexpr unsigned kWidths[4] = {8, 8, 8, 8};
 };
 struct TwoTenTenTen {
+    static constexpr bool kSwizzles = false;
     static constexpr unsigned kBytes = 4;
     static constexpr unsigned kShifts[4] = {0, 10, 20, 30};
     static constexpr unsigned kWidths[4] = {10, 10, 10, 2};
 };
 struct FiveSixFive {
+    static constexpr bool kSwizzles = false;
     static constexpr unsigned kBytes = 2;
     static constexpr unsigned kShifts[4] = {0, 5, 11, 16};
     static constexpr unsigned kWidths[4] = {5, 6, 5, 0};
@@ -50,12 +53,16 @@ template <typename Lanes> struct Values {
         const Floats unit = maximum(minimum(splatFloat(1.0f), values), splatFloat(0.0f));
         return truncateToInts(splatFloat(255.0f) * unit + splatFloat(0.5f));
     }
-    // What is negative stays so, infinity comes out above 1, NaNs are made zero first. Denormals become other
-    // numbers that are nothing in a byte either.
+    // As floats with the small float's exponent, all values are scaled down by a power of two. What is
+    // negative stays so, infinity comes out above one, NaNs are made zero first; denormals are nothing in a
+    // byte.
     static Ints bytesOfHalves(Ints halves) {
         const Ints raised = shiftLeft<16>(halves);
         const Ints numbers = raised & greaterSigned(splat(0x7C000001), raised);
-        return bytesOfFloats(floatsOf(shiftRightSigned<3>(numbers)) * splatFloat(kHalfExponents));
+        const Floats scaled = floatsOf(shiftRightSigned<3>(numbers));
+        const Floats unit =
+            maximum(minimum(splatFloat(1.0f / kHalfExponents), scaled), floatsOf(splat(0x00800000)));
+        return truncateToInts(splatFloat(255.0f * kHalfExponents) * unit + splatFloat(0.5f));
     }
     // Exponents move by 112, but stay at the two ends; what is out of range becomes the nearest normal
     // number.
@@ -118,27 +125,42 @@ typename Lanes::Ints repackTexels(typename Lanes::Ints texels) {
     }
 }
 
+template <typename Lanes, typename From>
+typename Lanes::Ints loadTexels(const Bytes* source, typename Lanes::Moves moves) {
+    if constexpr (From::kBytes == 2) {
+        return Lanes::loadWords(source);
+    } else if constexpr (From::kSwizzles) {
+        return Lanes::swizzle(Lanes::load(source), moves);
+    } else {
+        return Lanes::load(source);
+    }
+}
+
+// Two vectors of texels.
+template <typename Lanes, typename To>
+void storeTexels(Bytes* destination, const typename Lanes::Ints (&texels)[2], typename Lanes::Moves moves) {
+    if constexpr (To::kBytes == 2) {
+        Lanes::storeWords(destination, texels[0], texels[1]);
+    } else {
+        for (unsigned i = 0; i < 2; ++i) {
+            const auto stored = To::kSwizzles ? Lanes::swizzle(texels[i], moves) : texels[i];
+            Lanes::store(destination + i * 4 * Lanes::kCount, stored);
+        }
+    }
+}
+
 template <typename Lanes, typename From, typename To>
-void repack(void* destination, const void* source, std::size_t groups, const RunSettings&) {
-    constexpr std::size_t kPair = 2 * Lanes::kCount;
+void repack(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+    const typename Lanes::Moves moves = Lanes::movesOf(settings);
     auto* to = static_cast<Bytes*>(destination);
     const auto* from = static_cast<const Bytes*>(source);
-    for (std::size_t i = 0; i < groups * kTexelsPerGroup; i += kPair) {
+    for (std::size_t i = 0; i < groups * kTexelsPerGroup; i += 2 * Lanes::kCount) {
         typename Lanes::Ints texels[2];
         for (unsigned half = 0; half < 2; ++half) {
             const Bytes* const at = from + (i + half * Lanes::kCount) * From::kBytes;
-            if constexpr (From::kBytes == 2) {
-                texels[half] = repackTexels<Lanes, From, To>(Lanes::loadWords(at));
-            } else {
-                texels[half] = repackTexels<Lanes, From, To>(Lanes::load(at));
-            }
+            texels[half] = repackTexels<Lanes, From, To>(loadTexels<Lanes, From>(at, moves));
         }
-        if constexpr (To::kBytes == 2) {
-            Lanes::storeWords(to + i * 2, texels[0], texels[1]);
-        } else {
-            Lanes::store(to + i * 4, texels[0]);
-            Lanes::store(to + (i + Lanes::kCount) * 4, texels[1]);
-        }
+        storeTexels<Lanes, To>(to + i * To::kBytes, texels, moves);
     }
 }
 
