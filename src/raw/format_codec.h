@@ -8,24 +8,12 @@
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/vector_math.h"
-
-#include <array>
+#include "raw/format_swizzle.h"
 
 namespace qor::Texsmith::Raw {
 
 // No run handed to an encoder step may be longer. A longer one is reported and encoded in runs of this many.
 inline constexpr int kMaxCount = 16;
-
-// The kernels of a format's four channel selects. swizzleFloat counts texels; swizzle8 counts groups of four
-// texels of four bytes. The kernel of the selects X, Y, Z, W does nothing. 4,096 entries each, indexed by the
-// selects x * 512 + y * 64 + z * 8 + w.
-using Swizzle = void (*)(void* texels, unsigned count);
-extern const std::array<Swizzle, 4096> g_swizzleFloat;
-extern const std::array<Swizzle, 4096> g_swizzle8;
-constexpr unsigned swizzleIndex(Vex::DataFormat format) {
-    return format.getChannel(0) * 512 + format.getChannel(1) * 64 + format.getChannel(2) * 8 +
-           format.getChannel(3);
-}
 
 // Row function, swizzle, then the transform where the name says so. Sources and destinations of the row pitch
 // kind are buffers of stored elements (a Block or Tile), or surfaces.

@@ -1,122 +1,151 @@
-// The swizzle kernels: one function for each combination of selects, chosen once per call.
-#include "raw/format_codec.h"
+// Wide machines do any swizzle by a shuffle of bytes, whose control is looked up once per call; others move
+// lane by lane.
+#include "raw/format_swizzle.h"
+
+#include "raw/format_swizzle_avx2.h"
+#include "simd/dispatch.h"
 #include "simd/float4.h"
 
-#include <array>
+#include <cstring>
 #include <utility>
 
 namespace qor::Texsmith::Raw {
 namespace {
 
-using Simd::Int4;
+constexpr std::uint32_t kFloatOne = 0x3F800000;
 
-// The nameless selects 2 and 3 mean what 0 means, and share its kernels.
-struct Selects {
-    unsigned m_lanes[4];
+constexpr bool copies(unsigned select) { return select >= Vex::kTextureChannelX; }
+constexpr bool isOne(unsigned select) { return select == Vex::kTextureChannel1; }
 
-    constexpr unsigned index() const {
-        return m_lanes[0] * 512 + m_lanes[1] * 64 + m_lanes[2] * 8 + m_lanes[3];
+// By select: four bytes of the control, counted from the first of the lane or texel, and the constant bits.
+struct LaneControl {
+    std::uint32_t m_from;
+    std::uint32_t m_ones;
+};
+
+constexpr std::uint32_t kNothing = 0x80808080;
+constexpr LaneControl kFloatControls[8] = {{kNothing, 0},   {kNothing, kFloatOne}, {kNothing, 0},
+                                           {kNothing, 0},   {0x03020100, 0},       {0x07060504, 0},
+                                           {0x0B0A0908, 0}, {0x0F0E0D0C, 0}};
+
+ByteShuffle floatShuffle(const std::uint8_t (&selects)[4]) {
+    ByteShuffle shuffle;
+    for (unsigned lane = 0; lane < 4; ++lane) {
+        const LaneControl& control = kFloatControls[selects[lane]];
+        std::memcpy(shuffle.m_from + 4 * lane, &control.m_from, 4);
+        std::memcpy(shuffle.m_ones + 4 * lane, &control.m_ones, 4);
     }
-    constexpr bool copies(unsigned lane) const { return m_lanes[lane] >= Vex::kTextureChannelX; }
-    constexpr bool isOne(unsigned lane) const { return m_lanes[lane] == Vex::kTextureChannel1; }
-    constexpr unsigned source(unsigned lane) const { return m_lanes[lane] & 3; }
-    constexpr std::uint32_t mask(unsigned lane) const { return copies(lane) ? 0xFFFFFFFF : 0; }
-    constexpr std::uint32_t one(unsigned lane, std::uint32_t bits) const { return isOne(lane) ? bits : 0; }
-    constexpr bool copiesAll() const { return copies(0) && copies(1) && copies(2) && copies(3); }
+    return shuffle;
+}
+
+// The same for each texel, four bytes further on.
+ByteShuffle byteShuffle(const std::uint8_t (&selects)[4]) {
+    std::uint32_t from = 0, ones = 0, step = 0;
+    for (unsigned lane = 0; lane < 4; ++lane) {
+        const unsigned select = selects[lane];
+        from |= (copies(select) ? select & 3 : 0x80) << 8 * lane;
+        step |= (copies(select) ? 4u : 0u) << 8 * lane;
+        ones |= (isOne(select) ? 0xFFu : 0u) << 8 * lane;
+    }
+    ByteShuffle shuffle;
+    for (unsigned texel = 0; texel < 4; ++texel, from += step) {
+        std::memcpy(shuffle.m_from + 4 * texel, &from, 4);
+        std::memcpy(shuffle.m_ones + 4 * texel, &ones, 4);
+    }
+    return shuffle;
+}
+
+void swizzleFloats(void* texels, unsigned count, const std::uint8_t (&selects)[4]) {
+    unsigned from[4];
+    for (unsigned lane = 0; lane < 4; ++lane) {
+        from[lane] = copies(selects[lane]) ? selects[lane] & 3u : isOne(selects[lane]) ? 5 : 4;
+    }
+    auto* at = static_cast<std::uint8_t*>(texels);
+    for (unsigned i = 0; i < count; ++i, at += 16) {
+        std::uint32_t lanes[6] = {0, 0, 0, 0, 0, kFloatOne};
+        std::memcpy(lanes, at, 16);
+        Simd::store(at, Simd::makeInts(lanes[from[0]], lanes[from[1]], lanes[from[2]], lanes[from[3]]));
+    }
+}
+
+void swizzleBytes(void* texels, unsigned count, const std::uint8_t (&selects)[4]) {
+    using Simd::Int4;
+    Int4 masks[4], ones = Simd::splat(0u);
+    decltype(Simd::shiftCount(0)) down[4], up[4];
+    for (unsigned lane = 0; lane < 4; ++lane) {
+        masks[lane] = Simd::splat(copies(selects[lane]) ? 0xFFu : 0u);
+        down[lane] = Simd::shiftCount(8 * (selects[lane] & 3u));
+        up[lane] = Simd::shiftCount(8 * lane);
+        ones = ones | Simd::splat((isOne(selects[lane]) ? 0xFFu : 0u) << 8 * lane);
+    }
+    auto* at = static_cast<std::uint8_t*>(texels);
+    for (unsigned i = 0; i < count; ++i, at += 16) {
+        const Int4 old = Simd::loadInts(at);
+        Int4 moved = ones;
+        for (unsigned lane = 0; lane < 4; ++lane) {
+            moved = moved | shiftLeft(shiftRight(old, down[lane]) & masks[lane], up[lane]);
+        }
+        Simd::store(at, moved);
+    }
+}
+
+// What an entry of a table stands for.
+struct Selects {
+    std::uint8_t m_lanes[4];
 };
 
 constexpr Selects selectsOf(unsigned index) {
-    Selects selects = {{index >> 9 & 7, index >> 6 & 7, index >> 3 & 7, index & 7}};
-    for (unsigned& select : selects.m_lanes) {
-        select = select == 2 || select == 3 ? unsigned{Vex::kTextureChannel0} : select;
+    Selects selects = {};
+    for (unsigned lane = 0; lane < 4; ++lane) {
+        const unsigned select = index >> 3 * (3 - lane) & 7;
+        selects.m_lanes[lane] = static_cast<std::uint8_t>(copies(select) || isOne(select) ? select : 0);
     }
     return selects;
 }
 
-constexpr unsigned kIdentityIndex = Selects{{4, 5, 6, 7}}.index();
+constexpr unsigned indexOf(Selects selects) {
+    const std::uint8_t* lanes = selects.m_lanes;
+    return lanes[0] * 512u + lanes[1] * 64u + lanes[2] * 8u + lanes[3];
+}
+
+void swizzleFloatsBy(void* texels, unsigned count, unsigned index) {
+    const Selects selects = selectsOf(index);
+    if (const ShuffleBytes shuffle = Simd::mayUseAvx2() ? getShuffleBytesAvx2() : nullptr) {
+        shuffle(texels, count, floatShuffle(selects.m_lanes));
+    } else {
+        swizzleFloats(texels, count, selects.m_lanes);
+    }
+}
+
+void swizzleBytesBy(void* texels, unsigned count, unsigned index) {
+    const Selects selects = selectsOf(index);
+    if (const ShuffleBytes shuffle = Simd::mayUseAvx2() ? getShuffleBytesAvx2() : nullptr) {
+        shuffle(texels, count, byteShuffle(selects.m_lanes));
+    } else {
+        swizzleBytes(texels, count, selects.m_lanes);
+    }
+}
 
 void leaveAsItIs(void*, unsigned) {}
 
-template <unsigned kIndex> void swizzleFloatKernel(void* texels, unsigned count) {
-    constexpr Selects kSelects = selectsOf(kIndex);
-    constexpr std::uint32_t kOne = 0x3F800000; // whatever the channel type
-    const Int4 mask = Simd::makeInts(kSelects.mask(0), kSelects.mask(1), kSelects.mask(2), kSelects.mask(3));
-    const Int4 ones = Simd::makeInts(kSelects.one(0, kOne), kSelects.one(1, kOne), kSelects.one(2, kOne),
-                                     kSelects.one(3, kOne));
-    auto* at = static_cast<std::uint8_t*>(texels);
-    for (unsigned i = 0; i < count; ++i, at += sizeof(VectorFloat)) {
-        Int4 texel =
-            Simd::shuffle<kSelects.source(0), kSelects.source(1), kSelects.source(2), kSelects.source(3)>(
-                Simd::loadInts(at));
-        if constexpr (!kSelects.copiesAll()) {
-            texel = (texel & mask) | ones;
-        }
-        Simd::store(at, texel);
-    }
+// The entries differ in a number only.
+using SwizzleBy = void (*)(void* texels, unsigned count, unsigned index);
+template <SwizzleBy kSwizzle, unsigned kIndex> void entry(void* texels, unsigned count) {
+    kSwizzle(texels, count, kIndex);
 }
 
-// Those of a texel's four bytes that move up by kBytes places; down when it is negative.
-constexpr std::uint32_t movingBytes(Selects selects, int places) {
-    std::uint32_t mask = 0;
-    for (unsigned lane = 0; lane < 4; ++lane) {
-        const int from = static_cast<int>(selects.source(lane));
-        if (selects.copies(lane) && static_cast<int>(lane) - from == places) {
-            mask |= 0xFFu << 8 * lane;
-        }
-    }
-    return mask;
+template <SwizzleBy kSwizzle, unsigned... kIndices>
+constexpr std::array<Swizzle, 4096> makeTable(std::integer_sequence<unsigned, kIndices...>) {
+    std::array<Swizzle, 4096> table = {&entry<kSwizzle, indexOf(selectsOf(kIndices))>...};
+    table[04567] = &leaveAsItIs;
+    return table;
 }
 
-template <unsigned kIndex, int kPlaces> Int4 moveBytes(Int4 texels) {
-    constexpr std::uint32_t kMask = movingBytes(selectsOf(kIndex), kPlaces);
-    if constexpr (kMask == 0) {
-        return Simd::splat(0u);
-    } else if constexpr (kPlaces < 0) {
-        return Simd::shiftRight<-8 * kPlaces>(texels) & Simd::splat(kMask);
-    } else {
-        return Simd::shiftLeft<8 * kPlaces>(texels) & Simd::splat(kMask);
-    }
-}
-
-template <unsigned kIndex> void swizzle8Kernel(void* texels, unsigned count) {
-    constexpr Selects kSelects = selectsOf(kIndex);
-    const Int4 ones = Simd::splat(kSelects.one(0, 0xFF) | kSelects.one(1, 0xFF00) |
-                                  kSelects.one(2, 0xFF0000) | kSelects.one(3, 0xFF000000));
-    auto* at = static_cast<std::uint8_t*>(texels);
-    for (unsigned i = 0; i < count; ++i, at += 16) {
-        const Int4 old = Simd::loadInts(at);
-        const Int4 down =
-            moveBytes<kIndex, -3>(old) | moveBytes<kIndex, -2>(old) | moveBytes<kIndex, -1>(old);
-        const Int4 up = moveBytes<kIndex, 1>(old) | moveBytes<kIndex, 2>(old) | moveBytes<kIndex, 3>(old);
-        Simd::store(at, down | moveBytes<kIndex, 0>(old) | up | ones);
-    }
-}
-
-template <unsigned kIndex> constexpr Swizzle floatEntry() {
-    constexpr unsigned kCanonical = selectsOf(kIndex).index();
-    return kIndex == kIdentityIndex ? &leaveAsItIs : &swizzleFloatKernel<kCanonical>;
-}
-
-template <unsigned kIndex> constexpr Swizzle byteEntry() {
-    constexpr unsigned kCanonical = selectsOf(kIndex).index();
-    return kIndex == kIdentityIndex ? &leaveAsItIs : &swizzle8Kernel<kCanonical>;
-}
-
-template <unsigned... kIndices>
-constexpr std::array<Swizzle, 4096> floatTable(std::integer_sequence<unsigned, kIndices...>) {
-    return {floatEntry<kIndices>()...};
-}
-
-template <unsigned... kIndices>
-constexpr std::array<Swizzle, 4096> byteTable(std::integer_sequence<unsigned, kIndices...>) {
-    return {byteEntry<kIndices>()...};
-}
+using Indices = std::make_integer_sequence<unsigned, 4096>;
 
 } // namespace
 
-constinit const std::array<Swizzle, 4096> g_swizzleFloat =
-    floatTable(std::make_integer_sequence<unsigned, 4096>());
-constinit const std::array<Swizzle, 4096> g_swizzle8 =
-    byteTable(std::make_integer_sequence<unsigned, 4096>());
+constinit const std::array<Swizzle, 4096> g_swizzleFloat = makeTable<&swizzleFloatsBy>(Indices());
+constinit const std::array<Swizzle, 4096> g_swizzle8 = makeTable<&swizzleBytesBy>(Indices());
 
 } // namespace qor::Texsmith::Raw
