@@ -220,7 +220,7 @@ void PerTexel::reportTexels(unsigned callbackId, const Tile& texels, unsigned mi
     const unsigned wide = m_elementProvider->getPixelsWide(mip), tall = m_elementProvider->getPixelsTall(mip);
     const unsigned left = x * 8, top = y * 8;
     if (left + 8 <= wide && top + 8 <= tall) {
-        doTexels(callbackId, texels.m_texels, 64);
+        doTiles(callbackId, &texels, 1);
         return;
     }
     for (unsigned row = 0; row < 8 && top + row < tall; ++row) {
