@@ -15,6 +15,7 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\mip_maps";
 
+constexpr unsigned kFewCallbacks = 2;
 constexpr std::uint32_t kCarriedBitsOfRegister6 = 0xFFFFF;
 
 // Only the calling thread writes the counter; others may read it.
@@ -28,16 +29,17 @@ public:
     MipMaker(ElementProvider* source, ElementProvider* destination, Configuration* configuration,
              volatile unsigned* progress)
         : m_source(source), m_destination(destination), m_configuration(configuration), m_progress(progress),
+          m_mips(destination->getSurfaceCount().mips),
+          m_isVolume(destination->getTexture().getTextureType() == Vex::kTextureType3d),
           m_copies(source->getDataFormat() == destination->getDataFormat() &&
                    source->getModifiers().m_decode.isNop() && destination->getModifiers().m_encode.isNop()) {}
 
     Error run() const {
-        const bool isVolume = m_destination->getTexture().getTextureType() == Vex::kTextureType3d;
         const SurfaceCount count = m_destination->getSurfaceCount();
         SurfaceIndex top;
         for (top.arrayEntry = 0; top.arrayEntry < count.arrayEntries; ++top.arrayEntry) {
             for (top.face = 0; top.face < count.faces; ++top.face) {
-                const Error error = makeChain(top, count.mips, isVolume);
+                const Error error = makeChain(top);
                 if (error != kErrorNone) {
                     return error;
                 }
@@ -47,22 +49,63 @@ public:
     }
 
 private:
-    Error makeChain(const SurfaceIndex& top, unsigned mips, bool isVolume) const {
-        Error error = overSlices(top, [this](const SurfaceIndex& slice) { return makeTop(slice); });
-        ElementProvider* from = m_source;
-        SurfaceIndex fromIndex = top, index = top;
-        for (index.mip = 1; index.mip < mips && error == kErrorNone; ++index.mip) {
-            const auto downsample = isVolume ? &surfaceDownsample3d : &surfaceDownsample2d;
-            error = overSlices(index, [&](const SurfaceIndex& slice) {
-                return static_cast<Error>(downsample(from, fromIndex, m_destination, slice, m_configuration));
-            });
-            if (m_configuration->m_encoderConfiguration.m_mipsFromPreviousMip) {
-                from = m_destination;
-                fromIndex = index;
+    Error makeChain(const SurfaceIndex& top) const {
+        Error error = kErrorNone;
+        const bool madeTwo = m_copies && !m_isVolume && m_mips > 1 &&
+                             copyAndDownsample2d(&error, m_source, m_destination, top, m_configuration);
+        if (madeTwo && error == kErrorNone) {
+            countOn(m_progress);
+            countOn(m_progress);
+        } else if (!madeTwo) {
+            error = overSlices(top, [this](const SurfaceIndex& slice) { return makeTop(slice); });
+        }
+        SurfaceIndex index = top;
+        for (index.mip = madeTwo ? 2 : 1; index.mip < m_mips && error == kErrorNone; ++index.mip) {
+            if (callbacksFor(*m_destination, index.mip, *m_configuration) <= kFewCallbacks) {
+                const LastMipsJob rest(*this, index);
+                return resultOfJob(m_configuration->m_jobManager->submitAndStall(&rest), *m_configuration);
             }
+            error = makeMip(index, m_configuration);
         }
         return error;
     }
+
+    Error makeMip(const SurfaceIndex& index, Configuration* configuration) const {
+        const bool fromPrevious =
+            index.mip > 1 && configuration->m_encoderConfiguration.m_mipsFromPreviousMip;
+        ElementProvider* from = fromPrevious ? m_destination : m_source;
+        SurfaceIndex fromIndex = index;
+        fromIndex.mip = fromPrevious ? index.mip - 1 : 0;
+        const auto downsample = m_isVolume ? &surfaceDownsample3d : &surfaceDownsample2d;
+        return overSlices(index, [&](const SurfaceIndex& slice) {
+            return static_cast<Error>(downsample(from, fromIndex, m_destination, slice, configuration));
+        });
+    }
+
+    // The last mips are too small for many threads: one callback makes them all.
+    class LastMipsJob : public Job {
+    public:
+        LastMipsJob(const MipMaker& maker, const SurfaceIndex& first)
+            : Job(maker.m_configuration, 1), m_maker(maker), m_first(first) {
+            setName("LastMipsJob");
+        }
+
+    private:
+        Error doCallback(unsigned) const override {
+            SerialJobManager serial;
+            Configuration configuration = *m_maker.m_configuration;
+            configuration.m_jobManager = &serial;
+            Error error = kErrorNone;
+            SurfaceIndex index = m_first;
+            for (; index.mip < m_maker.m_mips && error == kErrorNone; ++index.mip) {
+                error = m_maker.makeMip(index, &configuration);
+            }
+            return error;
+        }
+
+        const MipMaker& m_maker;
+        SurfaceIndex m_first;
+    };
 
     // All depth slices of a mip, which then counts as finished.
     template <typename Make> Error overSlices(SurfaceIndex index, Make make) const {
@@ -96,6 +139,8 @@ private:
     ElementProvider* m_destination;
     Configuration* m_configuration;
     volatile unsigned* m_progress;
+    unsigned m_mips;
+    bool m_isVolume;
     bool m_copies; // the top level is copied as it is stored
 };
 

@@ -6,13 +6,15 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 
 namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\surface_downsample";
 
-constexpr unsigned kMinTexels = 8192; // of the destination, for which a callback of its own pays
+// Of the destination, for which a callback of its own pays. Blocks are slow to encode.
+constexpr unsigned kMinTexels = 8192, kMinTexelsInBlocks = 256;
 
 enum class Path { kSlow, kFast, kFastUnsigned8888, kFastSigned8888 };
 
@@ -58,21 +60,39 @@ bool checkArguments(const ElementProvider* source, const ElementProvider* destin
            TexelWriter::canWrite(destination->getDataFormat());
 }
 
-// As many callbacks as the surface is worth: on the last mips a second thread would only be waited for.
-Configuration withCallbacksFor(const DownsampleSurfaces& surfaces, const Configuration& configuration) {
-    const Extent extent = pixelsOf(surfaces.m_destination->getTexture(), surfaces.m_destinationIndex.mip);
-    const unsigned most = configuration.m_callbacksPerJob != 0 ? configuration.m_callbacksPerJob
-                                                               : static_cast<unsigned>(Job::kMaxCallbacks);
+template <typename DownsampleJobType>
+Error run(const DownsampleSurfaces& surfaces, const Configuration& configuration,
+          const ElementRows& copyFrom = {}, const ElementRows& copyTo = {}) {
     Configuration limited = configuration;
-    limited.m_callbacksPerJob = std::clamp(extent.m_wide * extent.m_tall / kMinTexels, 1u, most);
-    return limited;
+    limited.m_callbacksPerJob =
+        callbacksFor(*surfaces.m_destination, surfaces.m_destinationIndex.mip, configuration);
+    DownsampleJobType job(surfaces, &limited);
+    job.alsoCopy(copyFrom, copyTo);
+    return resultOfJob(configuration.m_jobManager->submitAndStall(&job), configuration);
 }
 
-template <typename DownsampleJobType>
-Error run(const DownsampleSurfaces& surfaces, const Configuration& configuration) {
-    Configuration limited = withCallbacksFor(surfaces, configuration);
-    const DownsampleJobType job(surfaces, &limited);
-    return resultOfJob(configuration.m_jobManager->submitAndStall(&job), configuration);
+Error run2d(Path path, const DownsampleSurfaces& surfaces, const Configuration& configuration,
+            const ElementRows& copyFrom = {}, const ElementRows& copyTo = {}) {
+    switch (path) {
+    case Path::kFast:
+        return run<Downsample2dFastJob>(surfaces, configuration, copyFrom, copyTo);
+    case Path::kFastUnsigned8888:
+        return run<Downsample2dFastUnsigned8888Job>(surfaces, configuration, copyFrom, copyTo);
+    case Path::kFastSigned8888:
+        return run<Downsample2dFastSigned8888Job>(surfaces, configuration, copyFrom, copyTo);
+    default:
+        return run<Downsample2dSlowJob>(surfaces, configuration);
+    }
+}
+
+bool areCopyable(const ElementRows& from, const ElementRows& to) {
+    const auto begin = [](const ElementRows& rows) {
+        return reinterpret_cast<std::uintptr_t>(rows.m_memory);
+    };
+    const auto end = [=](const ElementRows& rows) { return begin(rows) + rows.m_pitch * rows.m_tall; };
+    const bool areApart = end(from) <= begin(to) || end(to) <= begin(from);
+    return begin(from) != 0 && begin(to) != 0 && areApart && from.m_pitch == to.m_pitch &&
+           from.m_tall == to.m_tall;
 }
 
 unsigned depthOf(const ElementProvider& provider, const SurfaceIndex& index) {
@@ -91,22 +111,38 @@ Error resultOfJob(Error error, const Configuration& configuration) {
     return error != kErrorNone && isAborted(configuration) ? kErrorAborted : error;
 }
 
+unsigned callbacksFor(const ElementProvider& destination, unsigned mip, const Configuration& configuration) {
+    const Extent extent = pixelsOf(destination.getTexture(), mip);
+    const unsigned worth =
+        destination.getDataFormat().isBlockCompressedFormat() ? kMinTexelsInBlocks : kMinTexels;
+    const unsigned most = configuration.m_callbacksPerJob != 0 ? configuration.m_callbacksPerJob
+                                                               : static_cast<unsigned>(Job::kMaxCallbacks);
+    return std::clamp(extent.m_wide * extent.m_tall / worth, 1u, most);
+}
+
 int surfaceDownsample2d(ElementProvider* source, SurfaceIndex sourceIndex, ElementProvider* destination,
                         SurfaceIndex destinationIndex, Configuration* configuration) {
     if (!checkArguments(source, destination, configuration)) {
         return static_cast<int>(kErrorFailed);
     }
     const DownsampleSurfaces surfaces = {source, sourceIndex, destination, destinationIndex};
-    switch (choosePath(surfaces)) {
-    case Path::kFast:
-        return static_cast<int>(run<Downsample2dFastJob>(surfaces, *configuration));
-    case Path::kFastUnsigned8888:
-        return static_cast<int>(run<Downsample2dFastUnsigned8888Job>(surfaces, *configuration));
-    case Path::kFastSigned8888:
-        return static_cast<int>(run<Downsample2dFastSigned8888Job>(surfaces, *configuration));
-    default:
-        return static_cast<int>(run<Downsample2dSlowJob>(surfaces, *configuration));
+    return static_cast<int>(run2d(choosePath(surfaces), surfaces, *configuration));
+}
+
+bool copyAndDownsample2d(Error* result, ElementProvider* source, ElementProvider* destination,
+                         const SurfaceIndex& index, Configuration* configuration) {
+    SurfaceIndex half = index;
+    half.mip = 1;
+    const DownsampleSurfaces surfaces = {source, index, destination, half};
+    const Path path = choosePath(surfaces);
+    const bool isSingleTexels = !source->getDataFormat().isBlockCompressedFormat();
+    const ElementRows from = source->getElementRows(&index), to = destination->getElementRows(&index);
+    if (path == Path::kSlow || !isSingleTexels || !areCopyable(from, to) ||
+        !checkArguments(source, destination, configuration)) {
+        return false;
     }
+    *result = run2d(path, surfaces, *configuration, from, to);
+    return true;
 }
 
 int surfaceDownsample3d(ElementProvider* source, SurfaceIndex sourceIndex, ElementProvider* destination,

@@ -11,6 +11,15 @@ bool isAborted(const Configuration& configuration);
 // failure.
 Error resultOfJob(Error error, const Configuration& configuration);
 
+// How many callbacks it takes to make a mip of `destination`: no more than its texels are worth.
+unsigned callbacksFor(const ElementProvider& destination, unsigned mip, const Configuration& configuration);
+
+// Makes mip 1 of a flat `destination` from mip 0 of `source` and copies the latter to mip 0 of `destination`
+// in the same pass. False, and nothing done, where that is not to be had: the two differ in how they store
+// texels, mip 1 is no exact half, or the rows are not in memory. `index` names the array entry and the face.
+bool copyAndDownsample2d(Error* result, ElementProvider* source, ElementProvider* destination,
+                         const SurfaceIndex& index, Configuration* configuration);
+
 // Makes one depth slice of a volume. `sourceIndex` names the mip; its depth plays no part.
 int surfaceDownsample3d(ElementProvider* source, SurfaceIndex sourceIndex, ElementProvider* destination,
                         SurfaceIndex destinationIndex, Configuration* configuration);

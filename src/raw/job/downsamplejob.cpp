@@ -2,6 +2,7 @@
 
 #include "qor/texsmith/raw/memory_region.h"
 #include "raw/check.h"
+#include "raw/pertile/tile_rows.h"
 #include "raw/surface_extent.h"
 #include "simd/float4.h"
 
@@ -58,9 +59,18 @@ Error DownsampleJob::doPerBlockRowsCallback(unsigned, const SurfaceIndex*, unsig
         if (isAborted()) {
             return kErrorAborted;
         }
+        copySourceOf(y);
         doBlockRow(y, reinterpret_cast<float*>(memory.begin));
     }
     return kErrorNone;
+}
+
+// The rows that row `y` of blocks is made of stay in a cache for it.
+void DownsampleJob::copySourceOf(unsigned y) const {
+    if (m_copyTo.m_memory != nullptr) {
+        const unsigned top = y * kTileSide, rows = std::min(kTileSide, m_copyFrom.m_tall - top);
+        copyRow(m_copyTo.row(top), m_copyFrom.row(top), m_copyFrom.m_pitch * rows, storesFor(m_copyTo));
+    }
 }
 
 DownsampleBytesJob::DownsampleBytesJob(const DownsampleSurfaces& surfaces, Configuration* configuration,

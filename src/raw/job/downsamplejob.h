@@ -20,6 +20,14 @@ struct DownsampleSurfaces {
 // Shares out the rows of blocks of the destination surface, by pairs: a provider may be able to write only
 // whole tiles. The abort word is looked at once per row of blocks.
 class DownsampleJob : public PerBlockRowsJob {
+public:
+    // Also copies the source as it is stored, each row before it is read: an exact half of rows in memory
+    // only. Both have the same pitch.
+    void alsoCopy(const ElementRows& from, const ElementRows& to) {
+        m_copyFrom = from;
+        m_copyTo = to;
+    }
+
 protected:
     DownsampleJob(const DownsampleSurfaces& surfaces, Configuration* configuration);
     ~DownsampleJob() noexcept(false) override = default;
@@ -33,8 +41,11 @@ private:
     // Floats that a row of blocks needs to work in. Each callback has its own.
     virtual std::size_t doCountFloats() const { return 0; }
     virtual void doBlockRow(unsigned y, float* floats) const = 0;
+    void copySourceOf(unsigned y) const;
 
     DownsampleSurfaces m_surfaces;
+    ElementRows m_copyFrom;
+    ElementRows m_copyTo;
     IAllocator m_allocator;
 };
 
