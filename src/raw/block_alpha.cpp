@@ -8,21 +8,24 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-// Of the whole numbers from 0 to `most`; a NaN gives 0.
-std::uint8_t quantize(float value, float most) {
-    const float scaled = value * most + 0.5f;
-    const float positive = scaled > 0.0f ? scaled : 0.0f;
-    return static_cast<std::uint8_t>(static_cast<std::int32_t>(positive < most ? positive : most));
-}
-
 struct Bytes {
     std::uint8_t m_texels[kTexelsPerBlock];
 };
 
-Bytes quantizeAlpha(const ColorRGBA32F* block) {
+// To the whole numbers from 0 to `most`; a NaN gives 0.
+Bytes quantizeAlpha(const ColorRGBA32F* block, float most) {
+    float scaled[kTexelsPerBlock];
+    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
+        scaled[texel] = block[texel].a * most + 0.5f;
+    }
+    std::int32_t whole[kTexelsPerBlock];
+    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
+        const float positive = scaled[texel] > 0.0f ? scaled[texel] : 0.0f;
+        whole[texel] = static_cast<std::int32_t>(positive < most ? positive : most);
+    }
     Bytes alpha;
     for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
-        alpha.m_texels[texel] = quantize(block[texel].a, 255.0f);
+        alpha.m_texels[texel] = static_cast<std::uint8_t>(whole[texel]);
     }
     return alpha;
 }
@@ -87,28 +90,29 @@ Bytes nearestEntries(const Bytes& alpha, const Palette& palette) {
     return codes;
 }
 
-// Sixteen codes of a few bits each, the lowest texel lowest.
+// Eight codes of `bits` bits, the lowest texel lowest: neighbours join, then pairs, then fours.
+std::uint64_t packHalf(const std::uint8_t* codes, unsigned bits) {
+    std::uint64_t packed;
+    std::memcpy(&packed, codes, sizeof packed);
+    const auto ones = [](unsigned count) { return (std::uint64_t{1} << count) - 1; };
+    packed = (packed | packed >> (8 - bits)) & 0x0001000100010001 * ones(2 * bits);
+    packed = (packed | packed >> (16 - 2 * bits)) & 0x0000000100000001 * ones(4 * bits);
+    return (packed | packed >> (32 - 4 * bits)) & ones(8 * bits);
+}
+
 std::uint64_t pack(const Bytes& codes, unsigned bits) {
-    std::uint64_t packed = 0;
-    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
-        packed |= std::uint64_t{codes.m_texels[texel]} << bits * texel;
-    }
-    return packed;
+    return packHalf(codes.m_texels, bits) | packHalf(codes.m_texels + 8, bits) << 8 * bits;
 }
 
 } // namespace
 
 void encodeBc2Alpha(void* destination, const ColorRGBA32F* block) {
-    Bytes codes;
-    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
-        codes.m_texels[texel] = quantize(block[texel].a, 15.0f);
-    }
-    const std::uint64_t packed = pack(codes, 4);
+    const std::uint64_t packed = pack(quantizeAlpha(block, 15.0f), 4);
     std::memcpy(destination, &packed, sizeof packed);
 }
 
 void encodeBc3Alpha(void* destination, const ColorRGBA32F* block) {
-    const Bytes alpha = quantizeAlpha(block);
+    const Bytes alpha = quantizeAlpha(block, 255.0f);
     const Endpoints ends = chooseBc3AlphaEndpoints(alpha);
     const Bytes codes = nearestEntries(alpha, Palette(ends));
     const std::uint64_t packed =

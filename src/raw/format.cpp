@@ -114,7 +114,7 @@ template <SurfaceFormat kFormat> constexpr SurfaceFormatInfo colourBlocks(std::u
     row.encodeBlock = &ColourBlocks<kFormat>::encode;
     row.decodeBlock = &ColourBlocks<kFormat>::decode;
     row.hardwareDecodeBlock = &ColourBlocks<kFormat>::hardwareDecode;
-    row.encodeTile = &encodeTileByBlocks;
+    row.encodeTile = &ColourBlocks<kFormat>::encodeTile;
     row.decodeTile = &decodeTileByBlocks;
     return row;
 }

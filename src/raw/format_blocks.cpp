@@ -2,6 +2,7 @@
 
 #include "raw/block_decoders.h"
 #include "raw/block_encoders.h"
+#include "raw/block_runs.h"
 #include "raw/format_rows.h"
 #include "raw/texture_format.h"
 
@@ -58,6 +59,19 @@ void encodeTexels(Encode encode, void* destination, const VectorFloat* source,
     encode(static_cast<std::uint8_t*>(destination), texels, *configuration);
 }
 
+// The four blocks of a tile, one after the other: top left, top right, bottom left, bottom right.
+struct TileBlocks {
+    ColorRGBA32F m_texels[4 * kTexelsPerBlock];
+
+    explicit TileBlocks(const Tile& tile) {
+        constexpr unsigned kRun = 4; // texels of a block's row
+        for (unsigned run = 0; run < 16; ++run) {
+            const unsigned row = run / 8 * 4 + run % 4, column = run / 4 % 2 * kRun;
+            std::memcpy(&m_texels[run * kRun], &tile.m_texels[row * 8 + column], kRun * sizeof(VectorFloat));
+        }
+    }
+};
+
 Block8 decodeToBytes(Decode8 decode, const void* source) {
     Block8 bytes;
     decode(bytes.m_texels[0], static_cast<const std::uint8_t*>(source));
@@ -70,6 +84,17 @@ template <Vex::SurfaceFormat kFormat>
 void ColourBlocks<kFormat>::encode(void* destination, unsigned, const Block* source,
                                    const EncoderConfiguration* configuration) {
     encodeTexels(Codec<kFormat>::kEncode, destination, source->m_texels, configuration);
+}
+
+template <Vex::SurfaceFormat kFormat>
+void ColourBlocks<kFormat>::encodeTile(void* destination, unsigned rowPitchInBytes, const Tile* source,
+                                       const EncoderConfiguration* configuration) {
+    constexpr std::size_t kPair = kFormat == Vex::kSurfaceFormatBc1 ? 16 : 32; // bytes of two blocks
+    const TileBlocks blocks(*source);
+    std::uint8_t encoded[2 * kPair];
+    findBlockRunEncoder(kFormat)(encoded, blocks.m_texels, *configuration, 4);
+    std::memcpy(destination, encoded, kPair);
+    std::memcpy(static_cast<std::uint8_t*>(destination) + rowPitchInBytes, encoded + kPair, kPair);
 }
 
 template <Vex::SurfaceFormat kFormat>

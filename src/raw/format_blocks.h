@@ -1,6 +1,7 @@
 // The functions of the compressed rows: blocks of BC1 to BC5 through their codecs.
 //
-// Destinations and sources are one element; the row pitch plays no part.
+// Destinations and sources are one element, and the row pitch plays no part, or the four elements of a tile,
+// which are encoded as one run.
 #pragma once
 
 #include "qor/texsmith/raw/format.h"
@@ -13,6 +14,8 @@ namespace qor::Texsmith::Raw {
 template <Vex::SurfaceFormat kFormat> struct ColourBlocks {
     static void encode(void* destination, unsigned rowPitchInBytes, const Block* source,
                        const EncoderConfiguration* configuration);
+    static void encodeTile(void* destination, unsigned rowPitchInBytes, const Tile* source,
+                           const EncoderConfiguration* configuration);
     static void decode(Block* destination, const void* source, unsigned rowPitchInBytes,
                        const DecoderConfiguration* configuration);
     static void hardwareDecode(Block* destination, const void* source, unsigned rowPitchInBytes,

@@ -89,6 +89,16 @@ TEST(BlockEncoders, RunsAndBaseLineGiveTheBytesOfSingleBlocks) {
             std::memcpy(&block, &texels[i * 16], sizeof block);
             row.Encode(&single[i * row.bytesPerElement], row.bytesPerElement, &block, &configuration);
         }
+        Tile tile;
+        for (unsigned i = 0; i < 64; ++i) { // blocks 0 to 3: top left, top right, bottom left, bottom right
+            const unsigned block = i / 16, row8 = block / 2 * 4 + i % 16 / 4, column = block % 2 * 4 + i % 4;
+            std::memcpy(&tile.m_texels[row8 * 8 + column], &texels[i], sizeof texels[i]);
+        }
+        const unsigned pair = 2u * row.bytesPerElement, pitch = pair + 3;
+        std::vector<std::uint8_t> rows(2 * pitch);
+        row.Encode(rows.data(), pitch, &tile, &configuration);
+        EXPECT_TRUE(std::equal(&rows[0], &rows[pair], &single[0])) << name;
+        EXPECT_TRUE(std::equal(&rows[pitch], &rows[pitch] + pair, &single[pair])) << name;
         EXPECT_EQ(runs[0], single) << name;
         EXPECT_EQ(runs[1], single) << name;
     }
