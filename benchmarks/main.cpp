@@ -2,6 +2,7 @@
 #if defined(TEXSMITH_BLOCK_BENCHMARKS)
 #    include "block_benchmarks.h"
 #endif
+#include "mip_benchmarks.h"
 #include "ratio_reporter.h"
 #include "surface_benchmarks.h"
 
@@ -20,6 +21,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     Bench::registerSurfaceBenchmarks();
+    Bench::registerMipBenchmarks();
 #if defined(TEXSMITH_BLOCK_BENCHMARKS)
     Bench::registerBlockBenchmarks();
 #endif
