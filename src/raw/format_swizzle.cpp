@@ -28,31 +28,27 @@ constexpr LaneControl kFloatControls[8] = {{kNothing, 0},   {kNothing, kFloatOne
                                            {kNothing, 0},   {0x03020100, 0},       {0x07060504, 0},
                                            {0x0B0A0908, 0}, {0x0F0E0D0C, 0}};
 
-ByteShuffle floatShuffle(const std::uint8_t (&selects)[4]) {
-    ByteShuffle shuffle;
-    for (unsigned lane = 0; lane < 4; ++lane) {
-        const LaneControl& control = kFloatControls[selects[lane]];
-        std::memcpy(shuffle.m_from + 4 * lane, &control.m_from, 4);
-        std::memcpy(shuffle.m_ones + 4 * lane, &control.m_ones, 4);
-    }
-    return shuffle;
+void shuffleFloats(ShuffleBytes shuffle, void* texels, unsigned count, const std::uint8_t (&selects)[4]) {
+    const auto pair = [&](std::uint32_t LaneControl::*member, unsigned lane) {
+        const std::uint64_t high = kFloatControls[selects[lane + 1]].*member;
+        return high << 32 | kFloatControls[selects[lane]].*member;
+    };
+    shuffle(texels, count, {pair(&LaneControl::m_from, 0), pair(&LaneControl::m_from, 2)},
+            {pair(&LaneControl::m_ones, 0), pair(&LaneControl::m_ones, 2)});
 }
 
 // The same for each texel, four bytes further on.
-ByteShuffle byteShuffle(const std::uint8_t (&selects)[4]) {
-    std::uint32_t from = 0, ones = 0, step = 0;
+void shuffleTexels(ShuffleBytes shuffle, void* texels, unsigned count, const std::uint8_t (&selects)[4]) {
+    std::uint64_t from = 0, ones = 0, step = 0;
     for (unsigned lane = 0; lane < 4; ++lane) {
         const unsigned select = selects[lane];
-        from |= (copies(select) ? select & 3 : 0x80) << 8 * lane;
-        step |= (copies(select) ? 4u : 0u) << 8 * lane;
-        ones |= (isOne(select) ? 0xFFu : 0u) << 8 * lane;
+        from |= std::uint64_t{copies(select) ? select & 3 : 0x80} << 8 * lane;
+        step |= std::uint64_t{copies(select) ? 4u : 0u} << 8 * lane;
+        ones |= std::uint64_t{isOne(select) ? 0xFFu : 0u} << 8 * lane;
     }
-    ByteShuffle shuffle;
-    for (unsigned texel = 0; texel < 4; ++texel, from += step) {
-        std::memcpy(shuffle.m_from + 4 * texel, &from, 4);
-        std::memcpy(shuffle.m_ones + 4 * texel, &ones, 4);
-    }
-    return shuffle;
+    const std::uint64_t low = from | (from + step) << 32, twoOn = step << 1 | step << 33;
+    ones |= ones << 32;
+    shuffle(texels, count, {low, low + twoOn}, {ones, ones});
 }
 
 void swizzleFloats(void* texels, unsigned count, const std::uint8_t (&selects)[4]) {
@@ -111,7 +107,7 @@ constexpr unsigned indexOf(Selects selects) {
 void swizzleFloatsBy(void* texels, unsigned count, unsigned index) {
     const Selects selects = selectsOf(index);
     if (const ShuffleBytes shuffle = Simd::mayUseAvx2() ? getShuffleBytesAvx2() : nullptr) {
-        shuffle(texels, count, floatShuffle(selects.m_lanes));
+        shuffleFloats(shuffle, texels, count, selects.m_lanes);
     } else {
         swizzleFloats(texels, count, selects.m_lanes);
     }
@@ -120,7 +116,7 @@ void swizzleFloatsBy(void* texels, unsigned count, unsigned index) {
 void swizzleBytesBy(void* texels, unsigned count, unsigned index) {
     const Selects selects = selectsOf(index);
     if (const ShuffleBytes shuffle = Simd::mayUseAvx2() ? getShuffleBytesAvx2() : nullptr) {
-        shuffle(texels, count, byteShuffle(selects.m_lanes));
+        shuffleTexels(shuffle, texels, count, selects.m_lanes);
     } else {
         swizzleBytes(texels, count, selects.m_lanes);
     }

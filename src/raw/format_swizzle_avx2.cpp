@@ -7,9 +7,12 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-void shuffleBytes(void* texels, unsigned count, const ByteShuffle& shuffle) {
-    const __m128i from = _mm_load_si128(reinterpret_cast<const __m128i*>(shuffle.m_from));
-    const __m128i ones = _mm_load_si128(reinterpret_cast<const __m128i*>(shuffle.m_ones));
+__m128i load(ByteWords words) {
+    return _mm_set_epi64x(static_cast<long long>(words.m_high), static_cast<long long>(words.m_low));
+}
+
+void shuffleBytes(void* texels, unsigned count, ByteWords fromWords, ByteWords onesWords) {
+    const __m128i from = load(fromWords), ones = load(onesWords);
     const __m256i from2 = _mm256_broadcastsi128_si256(from), ones2 = _mm256_broadcastsi128_si256(ones);
     auto* at = static_cast<char*>(texels);
     for (; count >= 2; count -= 2, at += 32) {

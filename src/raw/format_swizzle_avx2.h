@@ -5,12 +5,13 @@
 
 namespace qor::Texsmith::Raw {
 
-// One shuffle for all: byte i of 16 is byte m_from[i], or 0 where that is 0x80, with the bits of m_ones.
-struct ByteShuffle {
-    alignas(16) std::uint8_t m_from[16];
-    alignas(16) std::uint8_t m_ones[16];
+// One shuffle for all: byte i of 16 is byte `from`[i], or 0 where that is 0x80, with the bits of `ones`. The
+// first eight bytes are those of the low word, from its least significant end.
+struct ByteWords {
+    std::uint64_t m_low;
+    std::uint64_t m_high;
 };
-using ShuffleBytes = void (*)(void* texels, unsigned count, const ByteShuffle& shuffle);
+using ShuffleBytes = void (*)(void* texels, unsigned count, ByteWords from, ByteWords ones);
 // Null where the build has none.
 ShuffleBytes getShuffleBytesAvx2();
 

@@ -55,6 +55,7 @@ using TransformPlanes = void (*)(std::uint32_t* planes, const PlaneTransform& tr
 // are added. sRGB has no kernels.
 enum : unsigned {
     kPlaneSignedFloat = 8,
+    kPlaneUNormInRange = 9, // of values that cannot round to above 1
     kPlaneSharedExponent = 14,
     kPlaneIdentity = 15, // whole words
     kPlaneKinds = 16

@@ -68,6 +68,20 @@ unsigned kindOf(Vex::DataFormat format, unsigned channel) {
     return type == Vex::kTextureChannelTypeSrgb ? unsigned{Vex::kTextureChannelTypeUNorm} : unsigned{type};
 }
 
+bool isUNorm(Vex::DataFormat format) {
+    const Vex::TextureChannelType type = format.getTextureChannelType();
+    return !isShared(infoOf(format)) &&
+           (type == Vex::kTextureChannelTypeUNorm || type == Vex::kTextureChannelTypeSrgb);
+}
+
+// Whether all values that are encoded come from numbers in 0..1.
+bool staysInRange(const TileConversion& steps) {
+    const Vex::DataFormat from = formatOf(&steps.decoder()), to = formatOf(&steps.encoder());
+    const std::uint8_t* bits = infoOf(to).bitsPerChannel;
+    return isUNorm(from) && isUNorm(to) && *std::max_element(bits, bits + 4) <= 16 &&
+           steps.decoder().m_transform.isNop() && steps.encoder().m_transform.isNop();
+}
+
 PlaneChannel channelOf(const SurfaceFormatInfo& info, unsigned channel) {
     const Lane lane(info, channel);
     PlaneChannel result = {};
@@ -263,6 +277,9 @@ private:
             kindOfWord = kind;
             step.m_word.m_channels[count] = channelOf(m_toInfo, channel);
             step.m_word.m_channels[count++].m_plane = planeToEncode(channel);
+        }
+        if (count != 0 && staysInRange(m_steps)) {
+            kindOfWord = kPlaneUNormInRange;
         }
         step.m_run = pick(m_kernels.m_encode[kindOfWord][count], g_planeKernels.m_encode[kindOfWord][count]);
         m_plan.m_encode.add(step);

@@ -122,6 +122,11 @@ template <typename V> auto encodeUNorm(const PlaneChannel& channel) {
         return truncateToInts(most * clampBetween<V>(floatsOf(bits), 0.0f, 1.0f) + V::floats(0.5f));
     };
 }
+// What exceeds 1 by a rounding is truncated away.
+template <typename V> auto encodeUNormInRange(const PlaneChannel& channel) {
+    const auto most = V::floats(channel.m_mostAsFloat);
+    return [=](typename V::Int bits) { return truncateToInts(most * floatsOf(bits) + V::floats(0.5f)); };
+}
 template <typename V> auto encodeSNorm(const PlaneChannel& channel) {
     const auto most = V::floats(channel.m_signedAsFloat);
     return [=](typename V::Int bits) {
@@ -328,6 +333,7 @@ template <typename V> constexpr PlaneKernels makeKernels() {
     setEncoders<V, &encodeSNormNoZero<V>>(encode[6]);
     setEncoders<V, &encodeUnsignedFloat<V>>(encode[7]);
     setEncoders<V, &encodeSignedFloat<V>>(encode[kPlaneSignedFloat]);
+    setEncoders<V, &encodeUNormInRange<V>>(encode[kPlaneUNormInRange]);
     setEncoders<V, &encodeMovedUp<V, &encodeSNorm<V>>>(encode[10]);
     setEncoders<V, &encodeUBNormNoZero<V>>(encode[11]);
     setEncoders<V, &encodeMovedUp<V, &encodeSInt<V>>>(encode[12]);
