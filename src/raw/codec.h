@@ -1,0 +1,25 @@
+// Codecs that a machine brings, by type of file. raw knows them only through this; src/codec implements it.
+#pragma once
+
+#include "qor/texsmith/raw/helpers.h"
+
+namespace qor::Texsmith::Raw {
+
+// Readers and writers find their arguments checked.
+struct Codec {
+    FileType m_type; // ".PNG", ".JPG", ".BMP"
+    Error (*m_read)(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
+                    int index);
+    Error (*m_write)(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration);
+};
+
+// Null where this build has none; defined in src/codec/codecs.cpp.
+const Codec* findCodec(FileType type);
+
+// Through the codec of that type. Without one a warning names the type, and the result is kErrorWicFactory.
+Error readByCodec(FileType type, MemoryRegion* source, ReallocatableImage* destination,
+                  Configuration* configuration, int index);
+Error writeByCodec(FileType type, const Image* source, ResizableMemoryRegion* destination,
+                   Configuration* configuration);
+
+} // namespace qor::Texsmith::Raw
