@@ -43,7 +43,7 @@ void movePlanes(typename Direction::Tiled tiled, typename Direction::Linear line
                 const MicroTileRow& row, std::uint32_t first, std::uint32_t columns) {
     constexpr unsigned kRuns = kMicroTileSide * kMicroTileSide / Order::kRun;
     for (std::uint32_t column = first; column < first + columns; ++column) {
-        movePlane<Direction, Order, kBytes>(tiled + row.planeOffset(column), linear, pitch,
+        movePlane<Direction, Order, kBytes>(tiled + planeOffset(row, column), linear, pitch,
                                             std::make_integer_sequence<unsigned, kRuns>{});
         linear += kMicroTileSide * kBytes;
     }

@@ -97,7 +97,7 @@ template <typename Direction, unsigned kBytes>
 void movePlanes(typename Direction::Tiled tiled, typename Direction::Linear linear, std::size_t pitch,
                 const MicroTileRow& row, std::uint32_t first, std::uint32_t columns) {
     for (std::uint32_t column = first; column < first + columns; ++column) {
-        movePlane<Direction, kBytes>(tiled + row.planeOffset(column), linear, pitch);
+        movePlane<Direction, kBytes>(tiled + planeOffset(row, column), linear, pitch);
         linear += kMicroTileSide * kBytes;
     }
 }

@@ -3,6 +3,8 @@
 #include "gpu_address/array_modes.h"
 #include "gpu_address/element_order.h"
 #include "gpu_address/micro_tile.h"
+#include "gpu_address/micro_tile_avx2.h"
+#include "simd/dispatch.h"
 
 #include <algorithm>
 
@@ -101,7 +103,7 @@ private:
             const unsigned column = left / kMicroTileSide;
             const unsigned inside = left % kMicroTileSide;
             const unsigned end = std::min(inside + (right - left), kMicroTileSide);
-            m_kernels.m_movePlanePart(m_tiled + m_row.planeOffset(column), linearAt(left), m_pitch,
+            m_kernels.m_movePlanePart(m_tiled + planeOffset(m_row, column), linearAt(left), m_pitch,
                                       {inside, m_top, end, m_bottom});
             left += end - inside;
         }
@@ -124,6 +126,33 @@ void moveByPlanes(const SliceMove<Direction>& slice, const PlaneKernels<Directio
     for (unsigned row = slice.m_box.m_top / kMicroTileSide; row < end; ++row) {
         MicroTileRowMove<Direction>(slice, kernels, row).run();
     }
+}
+
+// Single tiles are not worth the question.
+bool wideColumns(const SurfaceRegion* region) {
+    return region != nullptr && region->m_right > region->m_left + 2 * kMicroTileSide;
+}
+
+// From about here on a surface pushes everything else out of the caches.
+constexpr std::uint64_t kStreamedBytes = 24 << 20;
+
+bool isStreamed(const TilerBase& tiler, const std::uint8_t* destination, std::uint64_t strides) {
+    constexpr std::uint64_t kStoreBytes = 32;
+    return tiler.getSurfaceInfo().m_size >= kStreamedBytes &&
+           reinterpret_cast<std::uintptr_t>(destination) % kStoreBytes == 0 && strides % kStoreBytes == 0;
+}
+
+MovePlanes<ToTiled> widePlanes(const RegionMove<ToTiled>& move, const TilerBase& tiler, unsigned bytes,
+                               unsigned) {
+    return tilePlanesAvx2(bytes, isStreamed(tiler, move.m_tiled, 0));
+}
+
+// The whole tiles of a slice are aligned only where no cut one stands before them.
+MovePlanes<ToLinear> widePlanes(const RegionMove<ToLinear>& move, const TilerBase& tiler, unsigned bytes,
+                                unsigned left) {
+    const std::uint64_t strides = (move.m_pitch | move.m_slicePitch) * bytes;
+    const bool startsWhole = left % kMicroTileSide == 0;
+    return detilePlanesAvx2(bytes, startsWhole && isStreamed(tiler, move.m_linear, strides));
 }
 
 // Checks, cuts the region, and calls `moveSlice` for each slice.
@@ -162,7 +191,12 @@ int moveRegion(const TilerBase& tiler, const RegionMove<Direction>& move, const 
         return forEachSlice(tiler, move, region, moveRows<Direction>);
     }
     const bool rowOrder = tiler.getMicroTileMode() == Vex::kMicroTileModeDisplay;
-    const PlaneKernels<Direction> kernels = planeKernels<Direction>(bits % 8 == 0 ? bits / 8 : 0, rowOrder);
+    const unsigned bytes = bits % 8 == 0 ? bits / 8 : 0;
+    PlaneKernels<Direction> kernels = planeKernels<Direction>(bytes, rowOrder);
+    if (!rowOrder && wideColumns(region) && Texsmith::Simd::mayUseAvx2()) {
+        const MovePlanes<Direction> wide = widePlanes(move, tiler, bytes, region->m_left);
+        kernels.m_movePlanes = wide != nullptr ? wide : kernels.m_movePlanes;
+    }
     if (kernels.m_movePlanes == nullptr) {
         return moveRegionByElements(tiler, move, region);
     }

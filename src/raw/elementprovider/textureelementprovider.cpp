@@ -7,6 +7,31 @@
 
 namespace qor::Texsmith::Raw {
 
+namespace {
+
+// A strip as a region of its surface. Elements that share bytes, rows that are no whole number of elements
+// apart, and providers whose format was exchanged are left to the road by tiles.
+struct StripMove {
+    GpuAddress::SurfaceRegion m_region = {};
+    unsigned m_pitch = 0; // elements
+    bool m_isPossible = false;
+
+    StripMove(const ElementProvider& provider, const Tilers& tilers, const SurfaceIndex& index,
+              const ElementRows& strip, unsigned x, unsigned y) {
+        if (!tilers.hasElementsOf(provider.getDataFormat())) {
+            return;
+        }
+        const unsigned bytes = provider.getBytesPerElement();
+        const unsigned left = x * provider.getElementsPerTileWide();
+        const unsigned top = y * provider.getElementsPerTileTall();
+        m_region = {left, top, index.depth, left + strip.m_wide, top + strip.m_tall, index.depth + 1};
+        m_pitch = static_cast<unsigned>(strip.m_pitch / bytes);
+        m_isPossible = strip.m_pitch % bytes == 0;
+    }
+};
+
+} // namespace
+
 TextureElementProvider::TextureElementProvider(const Texture* texture) {
     setupAsTexture(texture);
     if (texture == nullptr) {
@@ -90,12 +115,32 @@ void TextureElementProvider::doPutTile(const SurfaceIndex* surfaceIndex, const T
     putArea(surfaceIndex, tile, area);
 }
 
-bool TextureElementProvider::doGetStrip(const SurfaceIndex*, const ElementRows&, unsigned, unsigned) const {
-    return false;
+bool TextureElementProvider::doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip,
+                                        unsigned x, unsigned y) const {
+    const std::uint8_t* tiled = surfaceAddress(surfaceIndex);
+    const StripMove move(*this, tilersFor(surfaceIndex), *surfaceIndex, strip, x, y);
+    if (tiled == nullptr || !move.m_isPossible) {
+        return false;
+    }
+    return strip.m_wide == 0 ||
+           tilersFor(surfaceIndex)
+                   .detileSurfaceRegion(strip.m_memory, tiled, &move.m_region, move.m_pitch,
+                                        move.m_pitch * strip.m_tall,
+                                        surfaceIndex->fragment) == GpuAddress::kStatusSuccess;
 }
 
-bool TextureElementProvider::doPutStrip(const SurfaceIndex*, const ElementRows&, unsigned, unsigned) const {
-    return false;
+bool TextureElementProvider::doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip,
+                                        unsigned x, unsigned y) const {
+    std::uint8_t* tiled = surfaceAddress(surfaceIndex);
+    const StripMove move(*this, tilersFor(surfaceIndex), *surfaceIndex, strip, x, y);
+    if (tiled == nullptr || !move.m_isPossible) {
+        return false;
+    }
+    return strip.m_wide == 0 ||
+           tilersFor(surfaceIndex)
+                   .tileSurfaceRegion(tiled, strip.m_memory, &move.m_region, move.m_pitch,
+                                      move.m_pitch * strip.m_tall,
+                                      surfaceIndex->fragment) == GpuAddress::kStatusSuccess;
 }
 
 } // namespace qor::Texsmith::Raw

@@ -36,6 +36,12 @@ public:
     // Bytes that the tiled memory of the surface must have; 0 without a mode. Region operations never touch
     // what lies beyond.
     std::uint64_t getTiledBytes() const;
+    // The surface is tiled in elements of the format's size and kind, each of whole bytes.
+    bool hasElementsOf(Vex::DataFormat format) const {
+        const unsigned bits = m_parameters.elementBits();
+        return bits != 0 && bits % 8 == 0 && bits == format.getBytesPerElement() * 8 &&
+               m_parameters.m_isBlockCompressed == format.isBlockCompressedFormat();
+    }
 
     // Without a mode they do nothing and succeed. In the 2d modes one slice is moved, at the region's front.
     // The last three fail in any mode but their own.
