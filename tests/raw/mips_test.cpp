@@ -87,6 +87,23 @@ TEST(MipMaps, KeepAConstantInEveryFormat) {
     }
 }
 
+// What of a block lies beyond the edge is no reason to change the block. There are more callbacks than rows.
+TEST(MipMaps, FillBlocksBeyondTheEdgeWithTheEdge) {
+    TestImage source(makeFlat("R8Unorm", 203, 149));
+    std::fill(source.bytes().begin(), source.bytes().end(), std::uint8_t{0x3F});
+    Raw::MemoryMappedImage mips;
+    Configuration configuration = settings();
+    ReportRecorder reports;
+    ASSERT_EQ(0, Raw::makeMipMaps(&source, &mips, formatNamed("Bc4Unorm"), &configuration));
+    EXPECT_EQ(reports.texts(), "");
+    const Raw::SurfaceIndex first = at(1);
+    const std::uint8_t* block = mips.getMemoryRegion(&first).begin;
+    EXPECT_EQ(block[0], 0x3F); // the first end point
+    for (const std::uint8_t* other = block; other < mips.getMemoryRegion().end; other += 8) {
+        ASSERT_EQ(std::memcmp(block, other, 8), 0) << other - block;
+    }
+}
+
 // Against the mean in doubles of an independent walk, for ratios that are no whole numbers: a ramp keeps its
 // centre, and a mean of anything is the mean.
 TEST(MipMaps, AreMeansOfWhatLiesUnderThem) {

@@ -41,10 +41,12 @@ constexpr char kUsage[] =
     "         begins with a dot, such as .vxf, stands for SOURCE with that extension.\n"
     "         --mips adds smaller levels down to one texel.\n"
     "compare  tells how far two files of the same size are apart: errors by channel and\n"
-    "         mip, and the largest. sRGB values count as they are stored. --heatmap draws\n"
-    "         the differences; --fail-psnr fails when a channel's PSNR is below DB.\n"
+    "         mip, and the largest. Two sRGB files are compared as they are stored, any\n"
+    "         other pair as light. --heatmap draws the differences; --fail-psnr fails when\n"
+    "         a channel's PSNR is below DB.\n"
     "info     tells what FILE holds.\n"
-    "stats    tells range, mean, constants and histogram; --plot draws the histogram.\n"
+    "stats    tells range, mean, constants and histogram of the values, those of sRGB as\n"
+    "         they are stored. --plot draws the histogram.\n"
     "\n"
     "Types: .tga, .vxf\n";
 

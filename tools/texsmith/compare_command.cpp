@@ -36,6 +36,10 @@ std::optional<double> squaredPeak(Vex::TextureChannelType type) {
     }
 }
 
+bool isSrgb(const Vex::Texture& texture) {
+    return texture.getDataFormat().getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
+}
+
 // Infinite where nothing differs.
 double psnrOf(double meanSquaredError, double peak) { return 10.0 * std::log10(peak / meanSquaredError); }
 
@@ -72,8 +76,10 @@ public:
         const unsigned mips = std::min(a.getSurfaceCount().mips, b.getSurfaceCount().mips);
         m_hasMoreMips = a.getSurfaceCount().mips != b.getSurfaceCount().mips;
         m_peak = squaredPeak(textureA.getDataFormat().getTextureChannelType());
-        convertToFloats(&m_a, a, mips, nameA);
-        convertToFloats(&m_b, b, mips, nameB);
+        const SrgbValues srgb =
+            isSrgb(textureA) && isSrgb(textureB) ? SrgbValues::kAsStored : SrgbValues::kAsLight;
+        convertToFloats(&m_a, a, mips, srgb, nameA);
+        convertToFloats(&m_b, b, mips, srgb, nameB);
     }
 
     Raw::ErrorSummary errors() {

@@ -25,9 +25,9 @@ void loadFile(Raw::MemoryMappedImage* image, const std::string& name) {
 }
 
 void convertToFloats(Raw::MemoryMappedImage* floats, const Raw::MemoryMappedImage& image, unsigned mips,
-                     const std::string& name) {
+                     SrgbValues srgb, const std::string& name) {
     Configuration configuration;
-    configuration.m_decoderConfiguration.m_srgbAsLinear = true;
+    configuration.m_decoderConfiguration.m_srgbAsLinear = srgb == SrgbValues::kAsStored;
     Vex::DataFormat format = {};
     Raw::makeDataFormat(&format, "R32G32B32A32Float", &configuration);
     Vex::Texture texture = *image.getVexTexture();

@@ -10,10 +10,12 @@ namespace Tool {
 // Loads the first texture of a file. Throws Failure.
 void loadFile(qor::Texsmith::Raw::MemoryMappedImage* image, const std::string& name);
 
-// The first `mips` mips of `image` as four floats a texel: integers as they are, sRGB values as they are
-// stored. Throws Failure, in the name of the file, for a format that cannot be read.
+enum class SrgbValues { kAsStored, kAsLight };
+
+// The first `mips` mips of `image` as four floats a texel, integers as they are. Throws Failure, in the name
+// of the file, for a format that cannot be read.
 void convertToFloats(qor::Texsmith::Raw::MemoryMappedImage* floats,
-                     const qor::Texsmith::Raw::MemoryMappedImage& image, unsigned mips,
+                     const qor::Texsmith::Raw::MemoryMappedImage& image, unsigned mips, SrgbValues srgb,
                      const std::string& name);
 
 // One texel of a surface of floats.

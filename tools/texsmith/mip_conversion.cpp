@@ -25,11 +25,15 @@ Raw::Error convertWithMips(MemoryRegion* source, const std::string& sourceName,
         return loaded;
     }
     Raw::reallocateAndAddMips(&image, &chain, image.getDataFormat());
+    chain.setModifiers(image.getModifiers());
+    // Made from one another, compressed mips would gather the losses of all above them.
+    Configuration mips = *configuration;
+    mips.m_encoderConfiguration.m_mipsFromPreviousMip = !image.getDataFormat().isBlockCompressedFormat();
     const Raw::SurfaceCount count = chain.getSurfaceCount();
     int error = 0;
     {
         ProgressBar progress("mips", count.mips * count.faces * count.arrayEntries);
-        error = Raw::makeMipMaps(&image, &chain, configuration, progress.counter());
+        error = Raw::makeMipMaps(&image, &chain, &mips, progress.counter());
     }
     if (error == 0) {
         error = Raw::save(&chain, destination, destinationName.c_str(), configuration);

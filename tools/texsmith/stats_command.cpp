@@ -106,7 +106,7 @@ void statsCommand(Arguments arguments) {
     }
     Raw::MemoryMappedImage image, floats;
     loadFile(&image, options.names()[0]);
-    convertToFloats(&floats, image, image.getSurfaceCount().mips, options.names()[0]);
+    convertToFloats(&floats, image, image.getSurfaceCount().mips, SrgbValues::kAsStored, options.names()[0]);
     Measures measures;
     measure(&measures, floats);
     print(measures);

@@ -38,8 +38,9 @@ DownsampleJob::DownsampleJob(const DownsampleSurfaces& surfaces, Configuration* 
 Error DownsampleJob::doCallback(unsigned callbackId) const {
     const Extent blocks = blocksOf(m_surfaces.m_destination->getTexture(), m_surfaces.m_destinationIndex.mip);
     const WorkItems pairs = getWorkItems(callbackId, (blocks.m_tall + 1) / 2);
-    return doPerBlockRowsCallback(callbackId, &m_surfaces.m_destinationIndex, pairs.m_begin * 2,
-                                  std::min(pairs.m_end * 2, blocks.m_tall));
+    const auto rowOf = [&](unsigned pair) { return std::min(pair * 2, blocks.m_tall); };
+    return doPerBlockRowsCallback(callbackId, &m_surfaces.m_destinationIndex, rowOf(pairs.m_begin),
+                                  rowOf(pairs.m_end));
 }
 
 Error DownsampleJob::doPerBlockRowsCallback(unsigned, const SurfaceIndex*, unsigned begin,
