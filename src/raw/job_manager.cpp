@@ -150,11 +150,12 @@ Error areBitwiseEqual(MemoryRegion a, MemoryRegion b, Configuration* configurati
     if (!checkJobManager(configuration, kSourcePath)) {
         return kErrorFailed;
     }
-    MemoryIsEqualJob job(a, b, configuration);
     if (a.length() != b.length()) {
         toolsAssert(kSourcePath, __LINE__, "MemoryRegions have sizes %d and %d, which should be equal.",
                     static_cast<int>(a.length()), static_cast<int>(b.length()));
+        return kErrorFailed; // whatever the bytes are that both have
     }
+    MemoryIsEqualJob job(a, b, configuration);
     configuration->m_jobManager->submitAndStall(&job); // its failure means "different"
     return job.isEqual() ? kErrorNone : kErrorFailed;
 }

@@ -44,11 +44,11 @@ bool TileDecoder::canDecode(const DecoderConfiguration& configuration) {
 }
 
 void TileDecoder::decode(Tile* tiles, const ElementRows& rows, unsigned x, unsigned y, unsigned count) const {
-    const std::uint8_t* source = rows.row(y * m_tall) + std::size_t{x} * m_bytesPerTile;
     if (m_decodeFast != nullptr) {
-        m_decodeFast(tiles, source, rows.m_pitch, count, m_lanes);
+        m_decodeFast(tiles, bytesAt(rows, x, y), count);
         return;
     }
+    const std::uint8_t* source = sourceAt(rows, x, y);
     for (unsigned i = 0; i < count; ++i, source += m_bytesPerTile) {
         decodeTileAndModify(&tiles[i], source, static_cast<unsigned>(rows.m_pitch), m_configuration);
     }

@@ -21,7 +21,17 @@ public:
     // Decodes `count` tiles from tile (x, y) on. They lie wholly inside the surface of `rows`.
     void decode(Tile* tiles, const ElementRows& rows, unsigned x, unsigned y, unsigned count) const;
 
+    // Whether texels are four bytes and nothing more, so that kernels may read them as they are stored.
+    bool readsBytes() const { return m_decodeFast != nullptr; }
+    ByteTiles bytesAt(const ElementRows& rows, unsigned x, unsigned y) const {
+        return {sourceAt(rows, x, y), rows.m_pitch, m_lanes};
+    }
+
 private:
+    const std::uint8_t* sourceAt(const ElementRows& rows, unsigned x, unsigned y) const {
+        return rows.row(y * m_tall) + std::size_t{x} * m_bytesPerTile;
+    }
+
     const DecoderConfiguration* m_configuration;
     unsigned m_bytesPerTile;      // of one row of its elements
     unsigned m_tall;              // of a tile, in elements

@@ -18,9 +18,13 @@ struct ByteLanes {
     std::uint32_t m_whole[4]; // 255 for the constant one, else 0
 };
 
-// Decodes `count` tiles side by side; rows of texels lie `pitch` bytes apart.
-using DecodeByteTiles = void (*)(Tile* tiles, const std::uint8_t* source, std::size_t pitch, unsigned count,
-                                 const ByteLanes& lanes);
+// Tiles side by side whose texels have four bytes.
+struct ByteTiles {
+    const std::uint8_t* m_source;
+    std::size_t m_pitch; // from row to row of texels
+    ByteLanes m_lanes;
+};
+using DecodeByteTiles = void (*)(Tile* tiles, const ByteTiles& source, unsigned count);
 
 // What stands in a MinMaxMean, without its count.
 struct RangeAndSum {
@@ -41,11 +45,15 @@ using RoundToBytes = void (*)(ByteRange& range, std::uint8_t* bytes, const float
 // The sums over 64 pairs of texels of their squared differences.
 using SumOfSquares = void (*)(float (&sums)[4], const float* a, const float* b);
 
+// The same, straight from the bytes of `count` tiles: sums[i] is of tile i.
+using SumsOfByteSquares = void (*)(VectorFloat* sums, const ByteTiles& a, const ByteTiles& b, unsigned count);
+
 struct TileKernels {
     DecodeByteTiles m_decodeBytes;
     AddRangeAndSum m_addRangeAndSum;
     RoundToBytes m_roundToBytes;
     SumOfSquares m_sumOfSquares;
+    SumsOfByteSquares m_sumsOfByteSquares;
 };
 
 // Null where the build has none.

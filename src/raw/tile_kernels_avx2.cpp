@@ -75,20 +75,43 @@ private:
     __m256 m_scale;
 };
 
-void decodeByteTiles(Tile* tiles, const std::uint8_t* source, std::size_t pitch, unsigned count,
-                     const ByteLanes& lanes) {
-    const ByteLoader loader(lanes);
-    for (unsigned i = 0; i < count; ++i, source += 32) {
+void loadRow(Float8 (&pairs)[4], const ByteLoader& loader, const std::uint8_t* row) {
+    loader.load(pairs[0].m_lanes, pairs[1].m_lanes, row);
+    loader.load(pairs[2].m_lanes, pairs[3].m_lanes, row + 16);
+}
+
+void decodeByteTiles(Tile* tiles, const ByteTiles& source, unsigned count) {
+    const ByteLoader loader(source.m_lanes);
+    for (unsigned i = 0; i < count; ++i) {
         float* texels = tiles[i].m_texels[0].m_lanes;
-        for (unsigned row = 0; row < 8; ++row, texels += 32) {
-            const std::uint8_t* at = source + pitch * row;
-            __m256 pairs[4];
-            loader.load(pairs[0], pairs[1], at);
-            loader.load(pairs[2], pairs[3], at + 16);
+        const std::uint8_t* at = source.m_source + std::size_t{32} * i;
+        for (unsigned row = 0; row < 8; ++row, texels += 32, at += source.m_pitch) {
+            Float8 pairs[4];
+            loadRow(pairs, loader, at);
             for (unsigned pair = 0; pair < 4; ++pair) {
-                _mm256_storeu_ps(texels + 8 * pair, pairs[pair]);
+                Lanes::store(texels + 8 * pair, pairs[pair]);
             }
         }
+    }
+}
+
+// A row of a tile has eight texels: one for each of the partial sums.
+void sumsOfByteSquares(VectorFloat* sums, const ByteTiles& a, const ByteTiles& b, unsigned count) {
+    const ByteLoader loaderA(a.m_lanes), loaderB(b.m_lanes);
+    for (unsigned i = 0; i < count; ++i) {
+        const std::uint8_t* rowA = a.m_source + std::size_t{32} * i;
+        const std::uint8_t* rowB = b.m_source + std::size_t{32} * i;
+        EightSums<Lanes> partial;
+        for (unsigned row = 0; row < 8; ++row, rowA += a.m_pitch, rowB += b.m_pitch) {
+            Float8 pairsA[4], pairsB[4];
+            loadRow(pairsA, loaderA, rowA);
+            loadRow(pairsB, loaderB, rowB);
+            for (unsigned pair = 0; pair < 4; ++pair) {
+                const Float8 square = SquaredDifference<Lanes>()(pairsA[pair], pairsB[pair]);
+                partial.m_pairs[pair] = partial.m_pairs[pair] + square;
+            }
+        }
+        partial.fold(sums[i].m_lanes);
     }
 }
 
@@ -96,7 +119,7 @@ void decodeByteTiles(Tile* tiles, const std::uint8_t* source, std::size_t pitch,
 
 const TileKernels* getTileKernelsAvx2() {
     static constexpr TileKernels kKernels = {&decodeByteTiles, &addRangeAndSum<Lanes>, &roundToBytes<Lanes>,
-                                             &sumOfSquares<Lanes>};
+                                             &sumOfSquares<Lanes>, &sumsOfByteSquares};
     return &kKernels;
 }
 

@@ -30,6 +30,45 @@ bool checkArguments(const ElementProvider* imageA, const ElementProvider* imageB
     return hasA && hasB && hasSettings;
 }
 
+// The errors of whole tiles in memory. The standard metric has wide kernels; all others are asked.
+class TileErrors {
+public:
+    TileErrors(const DecoderConfiguration& a, const DecoderConfiguration& b,
+               const SquaredErrorCalculator& calculator)
+        : m_a(a), m_b(b), m_calculator(calculator) {
+        const bool isStandard = dynamic_cast<const StandardSquaredErrorCalculator*>(&calculator) != nullptr;
+        m_kernels = isStandard && Simd::mayUseAvx2() ? getTileKernelsAvx2() : nullptr;
+    }
+
+    void sum(VectorFloat* sums, const ElementRows& a, const ElementRows& b, unsigned x, unsigned y,
+             unsigned count) const {
+        if (m_kernels != nullptr && m_a.readsBytes() && m_b.readsBytes()) {
+            m_kernels->m_sumsOfByteSquares(sums, m_a.bytesAt(a, x, y), m_b.bytesAt(b, x, y), count);
+            return;
+        }
+        Tile texelsA[kTilesAtOnce], texelsB[kTilesAtOnce];
+        m_a.decode(texelsA, a, x, y, count);
+        m_b.decode(texelsB, b, x, y, count);
+        for (unsigned i = 0; i < count; ++i) {
+            sums[i] = sumOf(texelsA[i].m_texels, texelsB[i].m_texels);
+        }
+    }
+
+private:
+    VectorFloat sumOf(const VectorFloat* a, const VectorFloat* b) const {
+        if (m_kernels == nullptr) {
+            return m_calculator.calculate(a, b, 64);
+        }
+        VectorFloat result;
+        m_kernels->m_sumOfSquares(result.m_lanes, a->m_lanes, b->m_lanes);
+        return result;
+    }
+
+    TileDecoder m_a, m_b;
+    const SquaredErrorCalculator& m_calculator;
+    const TileKernels* m_kernels;
+};
+
 } // namespace
 
 void ErrorSummary::Clear() { *this = {}; }
@@ -122,16 +161,15 @@ unsigned CalculateErrorPerTexel::doLeadingTiles(unsigned callbackId, const Surfa
     if (!surface.m_hasRows || y * 8 + 8 > m_imageA->getPixelsTall(mip)) {
         return 0;
     }
-    const TileDecoder decoderA(m_decoderA), decoderB(m_decoderB);
+    const TileErrors errors(m_decoderA, m_decoderB, *m_calculator);
     const unsigned whole = m_imageA->getPixelsWide(mip) / 8;
     ErrorSummary& slot = m_slots[callbackId];
-    Tile a[kTilesAtOnce], b[kTilesAtOnce];
     for (unsigned x = 0; x < whole; x += kTilesAtOnce) {
         const unsigned count = std::min(kTilesAtOnce, whole - x);
-        decoderA.decode(a, surface.m_source, x, y, count);
-        decoderB.decode(b, surface.m_destination, x, y, count);
+        VectorFloat sums[kTilesAtOnce];
+        errors.sum(sums, surface.m_source, surface.m_destination, x, y, count);
         for (unsigned i = 0; i < count; ++i) {
-            addTo(slot.sums[mip], m_calculator->calculate(a[i].m_texels, b[i].m_texels, 64));
+            addTo(slot.sums[mip], sums[i]);
         }
     }
     slot.counts[mip] += 64 * whole;

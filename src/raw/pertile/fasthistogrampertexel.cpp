@@ -21,39 +21,52 @@ RoundToBytes chooseKernel() {
     return wide != nullptr ? wide->m_roundToBytes : &roundToBytes<PairLanes>;
 }
 
-// Bins of a run of tiles that is too short to fill one (2047 tiles would). Neighbours in the run, whose
+using Bins = std::uint16_t[4][FastHistogram::kBins];
+
+// Adds bin by bin. The bins stop at their most; true where one did.
+bool addBins(std::uint16_t (&bins)[FastHistogram::kBins], const std::uint16_t (&more)[FastHistogram::kBins]) {
+    std::uint16_t stopped = 0;
+    for (unsigned bin = 0; bin < FastHistogram::kBins; ++bin) { // in a form that compilers make vectors of
+        const auto sum = static_cast<std::uint16_t>(bins[bin] + more[bin]);
+        const auto wrapped = static_cast<std::uint16_t>(sum < more[bin] ? 0xFFFF : 0);
+        bins[bin] = sum | wrapped;
+        stopped |= wrapped;
+    }
+    return stopped != 0;
+}
+
+void addBins(FastHistogram& histogram, const Bins& more) {
+    for (unsigned channel = 0; channel < 4; ++channel) {
+        if (addBins(histogram.m_bins[channel], more[channel])) {
+            histogram.flags |= FastHistogram::kFlagSaturated;
+        }
+    }
+}
+
+// Bins of a run of tiles that is too short to fill one (1024 tiles would). Neighbours in the run, whose
 // values are often equal, count apart: an increment would have to wait for the one before it.
 class RunBins {
 public:
     void count(const std::uint8_t* bytes, unsigned texels) {
-        for (unsigned i = 0; i < texels; ++i, bytes += 4) {
-            std::uint16_t(&bins)[4][FastHistogram::kBins] = m_bins[i & 1];
-            ++bins[0][bytes[0]];
-            ++bins[1][bytes[1]];
-            ++bins[2][bytes[2]];
-            ++bins[3][bytes[3]];
+        for (unsigned i = 0; i < texels; i += 2, bytes += 8) {
+            countOne(m_even, bytes);
+            countOne(m_odd, bytes + 4);
         }
     }
-    std::uint32_t sum(unsigned channel, unsigned bin) const {
-        return std::uint32_t{m_bins[0][channel][bin]} + m_bins[1][channel][bin];
+    void addTo(FastHistogram& histogram) const {
+        addBins(histogram, m_even);
+        addBins(histogram, m_odd);
     }
 
 private:
-    std::uint16_t m_bins[2][4][FastHistogram::kBins] = {};
-};
-
-// Adds `more(channel, bin)` to each bin. The bins stop at their most.
-template <typename More> void addBins(FastHistogram& histogram, More more) {
-    std::uint32_t greatest = 0;
-    for (unsigned channel = 0; channel < 4; ++channel) {
-        for (unsigned bin = 0; bin < FastHistogram::kBins; ++bin) {
-            const std::uint32_t sum = histogram.m_bins[channel][bin] + more(channel, bin);
-            greatest = std::max(greatest, sum);
-            histogram.m_bins[channel][bin] = static_cast<std::uint16_t>(std::min(sum, kMostInBin));
+    static void countOne(Bins& bins, const std::uint8_t* bytes) {
+        for (unsigned channel = 0; channel < 4; ++channel) {
+            ++bins[channel][bytes[channel]];
         }
     }
-    histogram.flags |= greatest > kMostInBin ? FastHistogram::kFlagSaturated : 0;
-}
+
+    Bins m_even = {}, m_odd = {};
+};
 
 // The bytes of `count` texels, a multiple of 8. Of the histogram it changes all but the counts.
 void roundInto(FastHistogram& histogram, std::uint8_t* bytes, const VectorFloat* texels, unsigned count,
@@ -95,8 +108,7 @@ void FastHistogram::Add(const FastHistogram& other) {
         min[lane] = std::min(min[lane], other.min[lane]);
         max[lane] = std::max(max[lane], other.max[lane]);
     }
-    addBins(*this,
-            [&other](unsigned channel, unsigned bin) -> std::uint32_t { return other.m_bins[channel][bin]; });
+    addBins(*this, other.m_bins);
     flags |= other.flags;
     count += other.count;
 }
@@ -123,7 +135,7 @@ void FastHistogramPerTexel::doTiles(unsigned callbackId, const Tile* tiles, unsi
         roundInto(m_slots[callbackId], bytes, tiles[i].m_texels, 64, round);
         bins.count(bytes, 64);
     }
-    addBins(m_slots[callbackId], [&bins](unsigned channel, unsigned bin) { return bins.sum(channel, bin); });
+    bins.addTo(m_slots[callbackId]);
     m_slots[callbackId].count += 64 * count;
 }
 
