@@ -2,6 +2,7 @@
 #if defined(TEXSMITH_BLOCK_BENCHMARKS)
 #    include "block_benchmarks.h"
 #endif
+#include "measure_benchmarks.h"
 #include "mip_benchmarks.h"
 #include "ratio_reporter.h"
 #include "surface_benchmarks.h"
@@ -22,6 +23,7 @@ int main(int argc, char** argv) {
     }
     Bench::registerSurfaceBenchmarks();
     Bench::registerMipBenchmarks();
+    Bench::registerMeasureBenchmarks();
 #if defined(TEXSMITH_BLOCK_BENCHMARKS)
     Bench::registerBlockBenchmarks();
 #endif
