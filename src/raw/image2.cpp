@@ -281,16 +281,18 @@ void Image::doPutTile(const SurfaceIndex* surfaceIndex, const Tile* source, unsi
     }
 }
 
-// Only whole surfaces: what lies beyond the region is the business of the accesses above.
+// Only whole surfaces, of the format that they were set up with: what lies beyond the region is the business
+// of the accesses above.
 ElementRows Image::doGetElementRows(const SurfaceIndex* surfaceIndex) const {
+    const Extent surface = elementsOf(getTexture(), surfaceIndex->mip);
+    const std::size_t pitch = std::size_t{surface.m_wide} * getBytesPerElement();
     const std::uint64_t offset = getSurfaceOffsetInBytes(surfaceIndex);
     const std::uint64_t size = getSurfaceSizeInBytes(surfaceIndex);
-    if (size == 0 || size > regionLength() || offset > regionLength() - size) {
+    if (size == 0 || size != checkedSize(pitch, surface.m_tall) || size > regionLength() ||
+        offset > regionLength() - size) {
         return {};
     }
-    const Extent surface = elementsOf(getTexture(), surfaceIndex->mip);
-    return {m_memoryRegion->begin + offset, std::size_t{surface.m_wide} * getBytesPerElement(),
-            surface.m_wide, surface.m_tall};
+    return {m_memoryRegion->begin + offset, pitch, surface.m_wide, surface.m_tall};
 }
 
 } // namespace qor::Texsmith::Raw
