@@ -1,5 +1,8 @@
 #include "qor/texsmith/raw/reformat.h"
 
+#include "raw/check.h"
+#include "raw/job/reformatcachedjob.h"
+#include "raw/job/reformatmipcrunchyjob.h"
 #include "raw/pertile/reformatpertile.h"
 #include "raw/pertile/reformatpertile8.h"
 #include "raw/reformat_arguments.h"
@@ -22,6 +25,17 @@ Error runOverTiles(const ElementProvider* source, PerTile* perTile, Configuratio
     return configuration->m_jobManager->submitAndStall(&job);
 }
 
+template <typename CrunchyJob>
+Error reformatInGroups(const ElementProvider* source, ElementProvider* destination,
+                       Configuration* configuration, unsigned a, unsigned b) {
+    if (!checkReformatArguments(source, destination, configuration, kSourcePath) ||
+        !ReformatBlockJob::canReformat(source, destination)) {
+        return kErrorFailed;
+    }
+    CrunchyJob job(source, destination, configuration, a, b);
+    return configuration->m_jobManager->submitAndStall(&job);
+}
+
 } // namespace
 
 Error reformat(const ElementProvider* source, ElementProvider* destination, Configuration* configuration) {
@@ -41,6 +55,32 @@ Error reformat(const ElementProvider* source, ElementProvider* destination, Conf
     }
     ReformatPerTile perTile(source, destination, configuration);
     return runOverTiles(source, &perTile, configuration);
+}
+
+int reformatCached(const ElementProvider* source, ElementProvider* destination, Configuration* configuration,
+                   const unsigned char* state, int stateLength) {
+    const bool hasArguments = checkReformatArguments(source, destination, configuration, kSourcePath);
+    const bool hasState = checkNotNull(state, kSourcePath, "state must not be NULL.");
+    if (!hasArguments || !hasState || stateLength < 0 ||
+        !ReformatBlockJob::canReformat(source, destination)) {
+        return static_cast<int>(kErrorFailed);
+    }
+    ReformatCachedJob job(source, destination, configuration, state, static_cast<std::uint32_t>(stateLength));
+    const Error error = configuration->m_jobManager->submitAndStall(&job);
+    if (error == kErrorNone) {
+        job.sealCache();
+    }
+    return static_cast<int>(error);
+}
+
+Error reformatCrunchy(const ElementProvider* source, ElementProvider* destination,
+                      Configuration* configuration, unsigned a, unsigned b) {
+    return reformatInGroups<ReformatCrunchyJob>(source, destination, configuration, a, b);
+}
+
+Error reformatMipCrunchy(const ElementProvider* source, ElementProvider* destination,
+                         Configuration* configuration, unsigned a, unsigned b) {
+    return reformatInGroups<ReformatMipCrunchyJob>(source, destination, configuration, a, b);
 }
 
 } // namespace qor::Texsmith::Raw

@@ -8,100 +8,135 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-constexpr unsigned kTexels = 64;
-
 const SurfaceFormatInfo& rowOf(const DecoderConfiguration* configuration) {
     return infoOf(formatOf(configuration));
 }
 
-void swizzleTile(Tile* tile, const DecoderConfiguration* configuration) {
-    g_swizzleFloat[swizzleIndex(formatOf(configuration))](tile, kTexels);
+// The functions for an area, of a row and of the codecs around it.
+template <typename Area> struct Functions;
+template <> struct Functions<Tile> {
+    static constexpr auto kDecode = &SurfaceFormatInfo::decodeTile;
+    static constexpr auto kEncode = &SurfaceFormatInfo::encodeTile;
+    static constexpr auto kDecodeAndModify = &decodeTileAndModify;
+    static constexpr auto kEncodeAndModify = &encodeTileAndModify;
+};
+template <> struct Functions<Block> {
+    static constexpr auto kDecode = &SurfaceFormatInfo::decodeBlock;
+    static constexpr auto kEncode = &SurfaceFormatInfo::encodeBlock;
+    static constexpr auto kDecodeAndModify = &decodeBlockAndModify;
+    static constexpr auto kEncodeAndModify = &encodeBlockAndModify;
+};
+
+template <typename Area> constexpr unsigned kTexels = sizeof(Area) / sizeof(VectorFloat);
+
+template <typename Area> void swizzleArea(Area* area, const DecoderConfiguration* configuration) {
+    g_swizzleFloat[swizzleIndex(formatOf(configuration))](area, kTexels<Area>);
 }
 
-void decodeAndSwizzle(Tile* tile, const void* source, unsigned pitch,
+template <typename Area>
+void decodeAndSwizzle(Area* area, const void* source, unsigned pitch,
                       const DecoderConfiguration* configuration) {
-    rowOf(configuration).decodeTile(tile, source, pitch, configuration);
-    swizzleTile(tile, configuration);
+    (rowOf(configuration).*Functions<Area>::kDecode)(area, source, pitch, configuration);
+    swizzleArea(area, configuration);
 }
 
-void decodeAndTransform(Tile* tile, const void* source, unsigned pitch,
+template <typename Area>
+void decodeAndTransform(Area* area, const void* source, unsigned pitch,
                         const DecoderConfiguration* configuration) {
-    rowOf(configuration).decodeTile(tile, source, pitch, configuration);
-    configuration->m_transform.Decode(tile);
+    (rowOf(configuration).*Functions<Area>::kDecode)(area, source, pitch, configuration);
+    configuration->m_transform.Decode(area);
 }
 
-void swizzleAndEncode(void* destination, unsigned pitch, const Tile* source,
+template <typename Area>
+void swizzleAndEncode(void* destination, unsigned pitch, const Area* source,
                       const EncoderConfiguration* configuration) {
-    Tile tile = *source;
-    swizzleTile(&tile, configuration);
-    rowOf(configuration).encodeTile(destination, pitch, &tile, configuration);
+    Area area = *source;
+    swizzleArea(&area, configuration);
+    (rowOf(configuration).*Functions<Area>::kEncode)(destination, pitch, &area, configuration);
 }
 
-void transformAndEncode(void* destination, unsigned pitch, const Tile* source,
+template <typename Area>
+void transformAndEncode(void* destination, unsigned pitch, const Area* source,
                         const EncoderConfiguration* configuration) {
-    Tile tile = *source;
-    configuration->m_transform.Encode(&tile);
-    rowOf(configuration).encodeTile(destination, pitch, &tile, configuration);
+    Area area = *source;
+    configuration->m_transform.Encode(&area);
+    (rowOf(configuration).*Functions<Area>::kEncode)(destination, pitch, &area, configuration);
 }
 
 // Unsigned integers count as signed ones: from 2^31 on they become negative.
-void integersToFloats(Tile* tile) {
-    for (VectorFloat& texel : tile->m_texels) {
-        Simd::store(&texel, Simd::toFloats(Simd::loadInts(&texel)));
+void integersToFloats(VectorFloat* texels, unsigned count) {
+    for (VectorFloat* texel = texels; texel != texels + count; ++texel) {
+        Simd::store(texel, Simd::toFloats(Simd::loadInts(texel)));
     }
 }
 
-void floatsToIntegers(Tile* tile) {
-    for (VectorFloat& texel : tile->m_texels) {
-        Simd::store(&texel, Simd::roundToInts(Simd::loadFloats(&texel)));
+void floatsToIntegers(VectorFloat* texels, unsigned count) {
+    for (VectorFloat* texel = texels; texel != texels + count; ++texel) {
+        Simd::store(texel, Simd::roundToInts(Simd::loadFloats(texel)));
     }
+}
+
+auto chooseConvert(Vex::TextureChannelType from, Vex::TextureChannelType to) {
+    const bool fromFloats = isFloatingChannelType(from), toFloats = isFloatingChannelType(to);
+    return fromFloats == toFloats ? nullptr : toFloats ? &integersToFloats : &floatsToIntegers;
 }
 
 } // namespace
 
-TileConversion::TileConversion(const DecoderConfiguration& decoder, const EncoderConfiguration& encoder)
-    : m_decoder(decoder), m_encoder(encoder), m_decodeTile(chooseDecode(decoder)),
+template <typename Area>
+AreaConversion<Area>::AreaConversion(const DecoderConfiguration& decoder, const EncoderConfiguration& encoder)
+    : m_decoder(decoder), m_encoder(encoder), m_decodeArea(chooseDecode(decoder)),
       m_convertTexels(chooseConvert(decoder.getTexture()->getTextureChannelType(),
                                     encoder.getTexture()->getTextureChannelType())),
-      m_encodeTile(chooseEncode(encoder)) {}
+      m_encodeArea(chooseEncode(encoder)) {}
 
-bool TileConversion::canConvert(Vex::DataFormat from, Vex::DataFormat to) {
-    return infoOf(from).decodeTile != nullptr && infoOf(to).encodeTile != nullptr;
+template <typename Area> bool AreaConversion<Area>::canConvert(Vex::DataFormat from, Vex::DataFormat to) {
+    return infoOf(from).*Functions<Area>::kDecode != nullptr &&
+           infoOf(to).*Functions<Area>::kEncode != nullptr;
 }
 
-DecodeArea<Tile> TileConversion::chooseDecode(const DecoderConfiguration& decoder) {
+template <typename Area>
+DecodeArea<Area> AreaConversion<Area>::chooseDecode(const DecoderConfiguration& decoder) {
     const bool swizzles = !isIdentitySwizzle(formatOf(&decoder));
     if (decoder.m_transform.isNop()) {
-        return swizzles ? decodeAndSwizzle : rowOf(&decoder).decodeTile;
+        return swizzles ? &decodeAndSwizzle<Area> : rowOf(&decoder).*Functions<Area>::kDecode;
     }
-    return swizzles ? decodeTileAndModify : decodeAndTransform;
+    return swizzles ? Functions<Area>::kDecodeAndModify : &decodeAndTransform<Area>;
 }
 
-EncodeArea<Tile> TileConversion::chooseEncode(const EncoderConfiguration& encoder) {
+template <typename Area>
+EncodeArea<Area> AreaConversion<Area>::chooseEncode(const EncoderConfiguration& encoder) {
     const bool swizzles = !isIdentitySwizzle(formatOf(&encoder));
     if (encoder.m_transform.isNop()) {
-        return swizzles ? swizzleAndEncode : rowOf(&encoder).encodeTile;
+        return swizzles ? &swizzleAndEncode<Area> : rowOf(&encoder).*Functions<Area>::kEncode;
     }
-    return swizzles ? encodeTileAndModify : transformAndEncode;
+    return swizzles ? Functions<Area>::kEncodeAndModify : &transformAndEncode<Area>;
 }
 
-TileConversion::ConvertTexels TileConversion::chooseConvert(Vex::TextureChannelType from,
-                                                            Vex::TextureChannelType to) {
-    const bool fromFloats = isFloatingChannelType(from), toFloats = isFloatingChannelType(to);
-    if (fromFloats == toFloats) {
-        return nullptr;
-    }
-    return toFloats ? integersToFloats : floatsToIntegers;
+template <typename Area>
+void AreaConversion<Area>::convert(void* destination, unsigned destinationPitch, const void* source,
+                                   unsigned sourcePitch) const {
+    Area texels = {}; // decoders leave the lanes of absent channels as they are
+    decode(&texels, source, sourcePitch);
+    m_encodeArea(destination, destinationPitch, &texels, &m_encoder);
 }
 
-void TileConversion::convert(void* destination, unsigned destinationPitch, const void* source,
-                             unsigned sourcePitch) const {
-    Tile texels = {}; // decoders leave the lanes of absent channels as they are
-    m_decodeTile(&texels, source, sourcePitch, &m_decoder);
+template <typename Area>
+void AreaConversion<Area>::decode(Area* texels, const void* source, unsigned sourcePitch) const {
+    m_decodeArea(texels, source, sourcePitch, &m_decoder);
     if (m_convertTexels != nullptr) {
-        m_convertTexels(&texels);
+        m_convertTexels(texels->m_texels, kTexels<Area>);
     }
-    m_encodeTile(destination, destinationPitch, &texels, &m_encoder);
 }
+
+template <typename Area> void AreaConversion<Area>::modify(Area* texels) const {
+    if (!m_encoder.m_transform.isNop()) {
+        m_encoder.m_transform.Encode(texels);
+    }
+    swizzleArea(texels, &m_encoder);
+}
+
+template class AreaConversion<Tile>;
+template class AreaConversion<Block>;
 
 } // namespace qor::Texsmith::Raw

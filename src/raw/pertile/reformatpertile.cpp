@@ -1,29 +1,16 @@
 #include "raw/pertile/reformatpertile.h"
 
-#include "raw/compose_modifiers.h"
+#include "raw/pertile/block_tiles.h"
 #include "raw/pertile/tile_rows.h"
+#include "raw/reformat_steps.h"
 #include "raw/texture_format.h"
 
 namespace qor::Texsmith::Raw {
-namespace {
-
-TileConversion stepsBetween(const ElementProvider& source, const ElementProvider& destination,
-                            const Configuration& configuration) {
-    DecoderConfiguration decoder = configuration.m_decoderConfiguration;
-    EncoderConfiguration encoder = configuration.m_encoderConfiguration;
-    decoder.setTexture(&source.getTexture());
-    encoder.setTexture(&destination.getTexture());
-    composeDecoder(&decoder, source.getModifiers());
-    composeEncoder(&encoder, destination.getModifiers());
-    return TileConversion(decoder, encoder);
-}
-
-} // namespace
-
 ReformatPerTile::ReformatPerTile(const ElementProvider* source, const ElementProvider* destination,
                                  const Configuration* configuration)
     : m_source(source), m_destination(destination),
-      m_tiles(stepsBetween(*source, *destination, *configuration)), m_rows(m_tiles),
+      m_tiles(stepsBetween<TileConversion>(*source, *destination, *configuration)), m_rows(m_tiles),
+      m_blocks(m_tiles),
       m_byRows(RowConversion::canConvert(source->getDataFormat(), destination->getDataFormat())),
       m_sourcePitch(getTilePitchInBytes(source->getDataFormat())),
       m_destinationPitch(getTilePitchInBytes(destination->getDataFormat())) {}
@@ -42,11 +29,17 @@ Error ReformatPerTile::doPerTileCallback(unsigned, const SurfaceIndex* surfaceIn
 }
 
 OpenSurface ReformatPerTile::doOpenSurface(const SurfaceIndex* surfaceIndex) const {
+    if (m_blocks.isUsable()) {
+        return openBlockTiles(*m_source, *m_destination, surfaceIndex);
+    }
     return m_byRows ? openTileRows(*m_source, *m_destination, surfaceIndex) : OpenSurface{};
 }
 
 unsigned ReformatPerTile::doLeadingTiles(unsigned, const SurfaceIndex* surfaceIndex,
                                          const OpenSurface& surface, unsigned y) const {
+    if (m_blocks.isUsable()) {
+        return convertBlockTiles(*m_source, *m_destination, surfaceIndex, surface, y, m_blocks);
+    }
     return convertTileRow(
         *m_source, *m_destination, surfaceIndex, surface, y,
         [this](void* destination, const void* source, std::size_t elements, RowStores stores) {

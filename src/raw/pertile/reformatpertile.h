@@ -3,6 +3,7 @@
 
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/per_tile.h"
+#include "raw/block_row_conversion.h"
 #include "raw/row_conversion.h"
 
 namespace qor::Texsmith::Raw {
@@ -27,6 +28,7 @@ private:
     const ElementProvider* m_destination;
     TileConversion m_tiles;
     RowConversion m_rows;
+    BlockRowConversion m_blocks;
     bool m_byRows; // both formats store single texels
     unsigned m_sourcePitch;
     unsigned m_destinationPitch;

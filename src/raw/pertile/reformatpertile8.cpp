@@ -2,6 +2,7 @@
 
 #include "raw/format_channels.h"
 #include "raw/format_codec.h"
+#include "raw/pertile/block_tiles.h"
 #include "raw/pertile/tile_rows.h"
 #include "raw/reformat_arguments.h"
 #include "raw/texture_format.h"
@@ -34,6 +35,9 @@ ReformatPerTile8::ReformatPerTile8(const ElementProvider* source, const ElementP
     m_destinationOffsets = quadrantOffsets(infoOf(to), m_destinationPitch);
     m_rows = ByteConversion(from, to);
     m_byRows = ByteConversion::canConvert(from, to);
+    if (canReformat(source, destination)) {
+        m_blocks.emplace(m_decoder, m_encoder);
+    }
 }
 
 bool ReformatPerTile8::canReformat(const ElementProvider* source, const ElementProvider* destination) {
@@ -68,11 +72,17 @@ Error ReformatPerTile8::doPerTileCallback(unsigned, const SurfaceIndex* surfaceI
 }
 
 OpenSurface ReformatPerTile8::doOpenSurface(const SurfaceIndex* surfaceIndex) const {
+    if (m_blocks.has_value() && m_blocks->isUsable()) {
+        return openBlockTiles(*m_source, *m_destination, surfaceIndex);
+    }
     return m_byRows ? openTileRows(*m_source, *m_destination, surfaceIndex) : OpenSurface{};
 }
 
 unsigned ReformatPerTile8::doLeadingTiles(unsigned, const SurfaceIndex* surfaceIndex,
                                           const OpenSurface& surface, unsigned y) const {
+    if (m_blocks.has_value() && m_blocks->isUsable()) {
+        return convertBlockTiles(*m_source, *m_destination, surfaceIndex, surface, y, *m_blocks);
+    }
     return convertTileRow(
         *m_source, *m_destination, surfaceIndex, surface, y,
         [this](void* destination, const void* source, std::size_t elements, RowStores stores) {

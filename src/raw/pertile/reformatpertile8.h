@@ -3,9 +3,11 @@
 
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/per_tile.h"
+#include "raw/block_row_conversion.h"
 #include "raw/row_conversion.h"
 
 #include <array>
+#include <optional>
 
 namespace qor::Texsmith::Raw {
 
@@ -39,7 +41,8 @@ private:
     unsigned m_destinationPitch = 0;
     QuadrantOffsets m_sourceOffsets = {};
     QuadrantOffsets m_destinationOffsets = {};
-    ByteConversion m_rows = {{}, {}}; // of texels that are stored as they are worked on
+    ByteConversion m_rows = {{}, {}};           // of texels that are stored as they are worked on
+    std::optional<BlockRowConversion> m_blocks; // where a side is compressed
     bool m_byRows = false;
 };
 

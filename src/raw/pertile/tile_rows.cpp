@@ -31,17 +31,23 @@ bool overlap(const ElementRows& a, const ElementRows& b) {
 
 } // namespace
 
-OpenSurface openTileRows(const ElementProvider& source, const ElementProvider& destination,
-                         const SurfaceIndex* surfaceIndex) {
+OpenSurface openSides(const ElementProvider& source, const ElementProvider& destination,
+                      const SurfaceIndex* surfaceIndex) {
     OpenSurface surface;
     const bool opens =
         openSide(&surface.m_source, source, surfaceIndex,
                  [&](const ElementRows& none) { return source.getStrip(surfaceIndex, none, 0, 0); }) &&
         openSide(&surface.m_destination, destination, surfaceIndex,
                  [&](const ElementRows& none) { return destination.putStrip(surfaceIndex, none, 0, 0); });
-    surface.m_hasRows = opens && surface.m_source.m_wide == surface.m_destination.m_wide &&
-                        surface.m_source.m_tall == surface.m_destination.m_tall &&
-                        !overlap(surface.m_source, surface.m_destination);
+    surface.m_hasRows = opens && !overlap(surface.m_source, surface.m_destination);
+    return surface;
+}
+
+OpenSurface openTileRows(const ElementProvider& source, const ElementProvider& destination,
+                         const SurfaceIndex* surfaceIndex) {
+    OpenSurface surface = openSides(source, destination, surfaceIndex);
+    surface.m_hasRows = surface.m_hasRows && surface.m_source.m_wide == surface.m_destination.m_wide &&
+                        surface.m_source.m_tall == surface.m_destination.m_tall;
     return surface;
 }
 

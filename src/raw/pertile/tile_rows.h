@@ -9,8 +9,10 @@
 
 namespace qor::Texsmith::Raw {
 
-// Has rows when both sides have rows or strips, their surfaces are of the same size in elements, and their
-// memory does not overlap.
+// Has rows when both sides have rows or strips and their memory does not overlap.
+OpenSurface openSides(const ElementProvider& source, const ElementProvider& destination,
+                      const SurfaceIndex* surfaceIndex);
+// And when their surfaces are of the same size in elements.
 OpenSurface openTileRows(const ElementProvider& source, const ElementProvider& destination,
                          const SurfaceIndex* surfaceIndex);
 

@@ -14,4 +14,25 @@ namespace qor::Texsmith::Raw {
 QOR_TEXSMITH_API Error reformat(const ElementProvider* source, ElementProvider* destination,
                                 Configuration* configuration);
 
+// The same block by block, with the results of earlier runs kept in a file in the temporary directory: a
+// block that has not changed costs a comparison. The file goes by the `stateLength` bytes at `state`, in
+// which the caller names everything that the result depends on beside the source's texels: the settings, and
+// which texture this is. Nothing deletes these files. Sound for compressed destinations only: of other blocks
+// the file keeps no more than their first texels. Two runs with one state must not overlap. A null state is
+// reported; without a usable file the failure is reported and all blocks are converted. Returns an Error.
+QOR_TEXSMITH_API int reformatCached(const ElementProvider* source, ElementProvider* destination,
+                                    Configuration* configuration, const unsigned char* state,
+                                    int stateLength);
+
+// Block by block. `a` and `b` play no part.
+QOR_TEXSMITH_API Error reformatCrunchy(const ElementProvider* source, ElementProvider* destination,
+                                       Configuration* configuration, unsigned a, unsigned b);
+
+// For BC1 without alpha: rectangles of `a` blocks down and `b` across of mip 1 share one pair of endpoints
+// with the blocks of mip 0 over them, which a lossless compression afterwards gains from. Blocks of the two
+// mips that whole rectangles leave over at the right and the bottom are not written. kErrorFailed unless a *
+// b is 1 to 4, and for a destination with one mip, which is also reported.
+QOR_TEXSMITH_API Error reformatMipCrunchy(const ElementProvider* source, ElementProvider* destination,
+                                          Configuration* configuration, unsigned a, unsigned b);
+
 } // namespace qor::Texsmith::Raw
