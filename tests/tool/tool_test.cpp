@@ -98,6 +98,30 @@ TEST_F(ToolTest, SamplesComeBackWithTheSamePixels) {
     }
 }
 
+TEST_F(ToolTest, ConvertsIntoNamedFormatsAndBack) {
+    const Outcome list = run("formats");
+    EXPECT_TRUE(list.m_succeeded && list.m_output.find("\nBc5Snorm ") != std::string::npos) << list.m_output;
+    for (const std::string format :
+         {"Bc1Unorm", "bc1unormnoalpha", "Bc2UnormSrgb", "Bc3Unorm", "Bc4Snorm", "Bc5Snorm"}) {
+        const std::string there = "convert --mips --format " + format + " " + quoted(sample("dusk.tga"));
+        const Outcome packed = run(there + " packed.vxf"), back = run("convert packed.vxf back.tga");
+        ASSERT_TRUE(packed.m_succeeded && back.m_succeeded) << format << packed.m_errors << back.m_errors;
+        EXPECT_EQ(format == "Bc1Unorm", packed.m_errors.find("hint") != std::string::npos) << packed.m_errors;
+        const std::string source = readFile(sample("dusk.tga")), result = readFile(file("back.tga"));
+        const std::size_t bytes = static_cast<unsigned char>(source[16]) / 8u;
+        double error = 0; // in red, which all of them hold
+        const std::size_t pixels = (source.size() - 18) / bytes;
+        for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
+            const int a = static_cast<unsigned char>(source[18 + pixel * bytes + 2]);
+            const int b = static_cast<unsigned char>(result[18 + pixel * 4 + 2]);
+            error += std::abs(a - b);
+        }
+        EXPECT_LT(error / static_cast<double>(pixels), 4.0) << format;
+    }
+    expectFailure(run("convert --format Bc9 " + quoted(sample("dusk.tga")) + " out.vxf"),
+                  "unknown format 'Bc9'");
+}
+
 TEST_F(ToolTest, ADestinationIsAnExtensionOrANameAsItStands) {
     const std::string here = m_directory.filename().string();
     fs::copy_file(sample("moon.tga"), file("a.b.tga"));

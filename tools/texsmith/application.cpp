@@ -5,6 +5,7 @@
 #include "replacement_file.h"
 
 #include "platform/platform.h"
+#include "qor/texsmith/raw/normalization_policy.h"
 #include "qor/texsmith/raw/process.h"
 
 #include <algorithm>
@@ -26,24 +27,28 @@ struct Command {
 constexpr Command kCommands[] = {
     {"compare", &compareCommand},
     {"convert", &convertCommand},
+    {"formats", &formatsCommand},
     {"info", &infoCommand},
     {"stats", &statsCommand},
 };
 
 constexpr char kUsage[] =
-    "usage: texsmith convert [--mips] SOURCE DESTINATION-OR-EXTENSION\n"
+    "usage: texsmith convert [--mips] [--format NAME] SOURCE DESTINATION-OR-EXTENSION\n"
     "       texsmith compare [--heatmap OUT.tga] [--fail-psnr DB] A B\n"
+    "       texsmith formats\n"
     "       texsmith info FILE\n"
     "       texsmith stats [--plot OUT.tga] FILE\n"
     "       texsmith --help | --version\n"
     "\n"
     "convert  writes SOURCE (a file or URL) as another type of file. A destination that\n"
     "         begins with a dot, such as .vxf, stands for SOURCE with that extension.\n"
-    "         --mips adds smaller levels down to one texel.\n"
+    "         --mips adds smaller levels down to one texel. --format stores the texels in\n"
+    "         that format, such as Bc1UnormNoAlpha.\n"
     "compare  tells how far two files of the same size are apart: errors by channel and\n"
     "         mip, and the largest. Two sRGB files are compared as they are stored, any\n"
     "         other pair as light. --heatmap draws the differences; --fail-psnr fails when\n"
     "         a channel's PSNR is below DB.\n"
+    "formats  lists the formats that have a name.\n"
     "info     tells what FILE holds.\n"
     "stats    tells range, mean, constants and histogram of the values, those of sRGB as\n"
     "         they are stored. --plot draws the histogram.\n"
@@ -90,6 +95,8 @@ class Application : public qor::Texsmith::Raw::UnhandledExceptionAbsorber {
         try {
             Platform::failWritesWithoutSignals();
             installReportHandlers();
+            // Signed blocks hold -1 to 1, like all other signed texels.
+            qor::Texsmith::g_normalizationPolicy = qor::Texsmith::kNormalizationPolicyAsItIs;
             runArguments(Arguments(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
             return kExitSuccess;
         } catch (const UsageFailure& failure) {

@@ -10,6 +10,7 @@ using Arguments = std::span<char* const>;
 
 void compareCommand(Arguments arguments);
 void convertCommand(Arguments arguments);
+void formatsCommand(Arguments arguments);
 void infoCommand(Arguments arguments);
 void statsCommand(Arguments arguments);
 

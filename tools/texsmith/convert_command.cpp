@@ -1,5 +1,6 @@
 #include "commands.h"
 #include "failure.h"
+#include "format_conversion.h"
 #include "mip_conversion.h"
 #include "options.h"
 #include "paths.h"
@@ -10,11 +11,13 @@
 #include "qor/texsmith/raw/helpers.h"
 #include "qor/texsmith/raw/memory_region.h"
 
+#include <optional>
 #include <string>
 
 namespace Tool {
 namespace {
 
+using namespace qor;
 using namespace qor::Texsmith;
 
 // The whole destination name, when only its extension was given. "./a.vxf" is a name.
@@ -45,8 +48,32 @@ std::string fileToReplace(const std::string& source, const std::string& destinat
     return leadsToSource ? destination : followLinks(destination);
 }
 
+struct Wishes {
+    bool m_mips;
+    std::optional<Vex::DataFormat> m_format;
+};
+
+Raw::Error convertRegions(MemoryRegion* from, const std::string& source, Raw::ResizableMemoryRegion* to,
+                          const std::string& destination, const Wishes& wishes,
+                          Configuration* configuration) {
+    if (!wishes.m_mips && !wishes.m_format) {
+        return Raw::convertWithResult(from, source.c_str(), to, destination.c_str(), configuration);
+    }
+    if (!wishes.m_format) {
+        return convertWithMips(from, source, to, destination, configuration);
+    }
+    if (!wishes.m_mips) {
+        return convertToFormat(from, source, to, destination, *wishes.m_format, configuration);
+    }
+    Raw::MappedMemory chain; // mips are made before the loss of a compression
+    const Raw::Error error = convertWithMips(from, source, &chain, destination, configuration);
+    return error != Raw::kErrorNone
+               ? error
+               : convertToFormat(&chain, destination, to, destination, *wishes.m_format, configuration);
+}
+
 void convertFile(const std::string& source, const std::string& destination, const std::string& written,
-                 bool addsMips) {
+                 const Wishes& wishes) {
     Configuration configuration;
     Raw::Error error = Raw::kErrorFailed;
     const std::string* atWork = &source;
@@ -55,9 +82,7 @@ void convertFile(const std::string& source, const std::string& destination, cons
         atWork = &destination;
         Raw::MemoryMappedFile to(written.c_str(), Raw::kPermissionsReadWrite, configuration.m_allocator);
         atWork = &source;
-        error = addsMips
-                    ? convertWithMips(&from, source, &to, destination, &configuration)
-                    : Raw::convertWithResult(&from, source.c_str(), &to, destination.c_str(), &configuration);
+        error = convertRegions(&from, source, &to, destination, wishes, &configuration);
     } catch (const Failure&) { // its text is the first report
     }
     if (error != Raw::kErrorNone || !firstReport().empty()) {
@@ -68,20 +93,23 @@ void convertFile(const std::string& source, const std::string& destination, cons
 } // namespace
 
 void convertCommand(Arguments arguments) {
-    const Options options(arguments, {"--mips"}, {});
+    const Options options(arguments, {"--mips"}, {"--format"});
     if (options.names().size() != 2) {
         throw UsageFailure("convert takes a source and a destination; see texsmith --help");
     }
-    const bool addsMips = options.has("--mips");
+    Wishes wishes = {options.has("--mips"), {}};
+    if (options.has("--format")) {
+        wishes.m_format = findFormat(options.value("--format"));
+    }
     const std::string source = options.names()[0];
     const std::string destination = resolveDestination(source, options.names()[1]);
-    if (addsMips) {
+    if (wishes.m_mips) {
         checkHoldsMips(destination);
-    } else if (isAlreadyThere(source, destination)) {
+    } else if (!wishes.m_format && isAlreadyThere(source, destination)) {
         return;
     }
     ReplacementFile file(fileToReplace(source, destination));
-    convertFile(source, destination, file.name(), addsMips);
+    convertFile(source, destination, file.name(), wishes);
     file.takePlace();
 }
 

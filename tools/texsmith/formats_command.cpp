@@ -1,0 +1,61 @@
+#include "commands.h"
+#include "failure.h"
+
+#include "qor/texsmith/raw/format.h"
+
+#include <cstdio>
+#include <string>
+
+namespace Tool {
+namespace {
+
+using namespace qor;
+using namespace qor::Texsmith;
+
+const char* channelTypeName(Vex::TextureChannelType type) {
+    static constexpr const char* kNames[] = {"UNorm",  "SNorm",        "UScaled", "SScaled", "UInt",
+                                             "SInt",   "SNormNoZero",  "Float",   "",        "Srgb",
+                                             "UBNorm", "UBNormNoZero", "UBInt",   "UBScaled"};
+    return type < std::size(kNames) ? kNames[type] : "";
+}
+
+// The bits of its channels from the lowest one on, or the size of its blocks.
+std::string layoutOf(const Raw::SurfaceFormatInfo& info) {
+    if (info.blockWidth > 1) {
+        return std::to_string(info.blockWidth) + " x " + std::to_string(info.blockHeight) + " block";
+    }
+    std::string text;
+    for (unsigned channel = 0; channel < info.channels; ++channel) {
+        text += (channel > 0 ? "_" : "") + std::to_string(info.bitsPerChannel[channel]);
+    }
+    return text;
+}
+
+std::string swizzleOf(Vex::DataFormat format) {
+    static constexpr char kSelects[] = "01??XYZW";
+    std::string text;
+    for (unsigned channel = 0; channel < 4; ++channel) {
+        text += kSelects[format.getChannel(channel) & 7];
+    }
+    return text;
+}
+
+} // namespace
+
+void formatsCommand(Arguments arguments) {
+    if (!arguments.empty()) {
+        throw UsageFailure("formats takes no arguments; see texsmith --help");
+    }
+    std::printf("%-22s %-14s %5s  %-12s %s\n", "name", "layout", "bytes", "type", "swizzle");
+    for (int index = 0; index < Raw::getNamedDataFormatCount(); ++index) {
+        const auto [name, format] = Raw::getNamedDataFormat(index);
+        if (format.m_word == 0) {
+            continue; // the name for none
+        }
+        const Raw::SurfaceFormatInfo& info = Raw::getSurfaceFormatInfo(format.getSurfaceFormat());
+        std::printf("%-22s %-14s %5u  %-12s %s\n", name, layoutOf(info).c_str(), info.bytesPerElement,
+                    channelTypeName(format.getTextureChannelType()), swizzleOf(format).c_str());
+    }
+}
+
+} // namespace Tool
