@@ -1,5 +1,6 @@
 #include "raw/halving_kernels.h"
 
+#include "raw/srgb_bytes.h"
 #include "simd/float4.h"
 
 #include <cstring>
@@ -45,33 +46,54 @@ void halveBytes(std::uint8_t* destination, const std::uint8_t* const* rows, std:
     }
 }
 
-Simd::Float4 sumOfSquare(const float* upper, const float* lower) {
-    using namespace Simd;
-    return (loadFloats(upper) + loadFloats(upper + kLanes)) +
-           (loadFloats(lower) + loadFloats(lower + kLanes));
+struct FloatTexels {
+    static Simd::Float4 load(const void* row, std::size_t x) {
+        return Simd::loadFloats(static_cast<const float*>(row) + x * kLanes);
+    }
+};
+
+// Straight from the tables, without a row of floats in between.
+template <bool kSwapped> struct SrgbTexels {
+    static Simd::Float4 load(const void* row, std::size_t x) {
+        std::uint32_t bytes;
+        std::memcpy(&bytes, static_cast<const std::uint8_t*>(row) + x * kTexelBytes, sizeof bytes);
+        const auto colour = [bytes](unsigned shift) { return g_srgbBytes.m_floats[bytes >> shift & 0xFF]; };
+        return Simd::makeFloats(colour(kSwapped ? 16 : 0), colour(8), colour(kSwapped ? 0 : 16),
+                                g_linearBytes.m_floats[bytes >> 24]);
+    }
+};
+
+template <typename Texels> Simd::Float4 sumOfSquare(const void* upper, const void* lower, std::size_t x) {
+    return (Texels::load(upper, 2 * x) + Texels::load(upper, 2 * x + 1)) +
+           (Texels::load(lower, 2 * x) + Texels::load(lower, 2 * x + 1));
 }
 
-template <bool kVolume> void halveFloats(float* destination, const float* const* rows, std::size_t count) {
+template <typename Texels, bool kVolume>
+void halveTexels(float* destination, const void* const* rows, std::size_t count) {
     const Simd::Float4 scale = Simd::splat(kVolume ? 0.125f : 0.25f);
-    for (std::size_t x = 0; x < count * kLanes; x += kLanes) {
-        Simd::Float4 sum = sumOfSquare(rows[0] + 2 * x, rows[1] + 2 * x);
+    for (std::size_t x = 0; x < count; ++x) {
+        Simd::Float4 sum = sumOfSquare<Texels>(rows[0], rows[1], x);
         if constexpr (kVolume) {
-            sum = sum + sumOfSquare(rows[2] + 2 * x, rows[3] + 2 * x);
+            sum = sum + sumOfSquare<Texels>(rows[2], rows[3], x);
         }
-        Simd::store(destination + x, sum * scale);
+        Simd::store(destination + x * kLanes, sum * scale);
     }
 }
 
-void halveFloatsInOrder(float* destination, const float* const* rows, std::size_t count) {
-    using namespace Simd;
-    for (std::size_t x = 0; x < count * kLanes; x += kLanes) {
-        const float *upper = rows[0] + 2 * x, *lower = rows[1] + 2 * x;
-        Float4 sum = splat(0.0f) + loadFloats(upper); // a sum of negative zeros is a positive one
-        sum = sum + loadFloats(upper + kLanes);
-        sum = sum + loadFloats(lower);
-        sum = sum + loadFloats(lower + kLanes);
-        store(destination + x, sum * splat(0.25f)); // exactly a division by the count
+template <typename Texels>
+void halveTexelsInOrder(float* destination, const void* const* rows, std::size_t count) {
+    for (std::size_t x = 0; x < count; ++x) {
+        // A sum of negative zeros is a positive one.
+        Simd::Float4 sum = Simd::splat(0.0f) + Texels::load(rows[0], 2 * x);
+        sum = sum + Texels::load(rows[0], 2 * x + 1);
+        sum = sum + Texels::load(rows[1], 2 * x);
+        sum = sum + Texels::load(rows[1], 2 * x + 1);
+        Simd::store(destination + x * kLanes, sum * Simd::splat(0.25f)); // exactly a division by the count
     }
+}
+
+template <typename Texels> HalveTexels chooseKernel(bool isVolume) {
+    return isVolume ? halveTexels<Texels, true> : halveTexels<Texels, false>;
 }
 
 } // namespace
@@ -83,8 +105,26 @@ HalveBytes halveBytesKernel(bool isVolume, bool isSigned) {
     return isSigned ? halveBytes<false, true> : halveBytes<false, false>;
 }
 
-HalveFloats halveFloatsKernel(bool isVolume) { return isVolume ? halveFloats<true> : halveFloats<false>; }
+HalveTexels halveTexelsKernel(TexelKind kind, bool isVolume) {
+    switch (kind) {
+    case TexelKind::kSrgb:
+        return chooseKernel<SrgbTexels<false>>(isVolume);
+    case TexelKind::kSrgbSwapped:
+        return chooseKernel<SrgbTexels<true>>(isVolume);
+    default:
+        return chooseKernel<FloatTexels>(isVolume);
+    }
+}
 
-HalveFloats halveFloatsInOrderKernel() { return halveFloatsInOrder; }
+HalveTexels halveTexelsInOrderKernel(TexelKind kind) {
+    switch (kind) {
+    case TexelKind::kSrgb:
+        return halveTexelsInOrder<SrgbTexels<false>>;
+    case TexelKind::kSrgbSwapped:
+        return halveTexelsInOrder<SrgbTexels<true>>;
+    default:
+        return halveTexelsInOrder<FloatTexels>;
+    }
+}
 
 } // namespace qor::Texsmith::Raw

@@ -12,14 +12,20 @@ namespace qor::Texsmith::Raw {
 // Texels of four bytes. The slices are averaged first, then the rows, then the columns, rounding up each
 // time.
 using HalveBytes = void (*)(std::uint8_t* destination, const std::uint8_t* const* rows, std::size_t count);
-// Texels of four floats.
-using HalveFloats = void (*)(float* destination, const float* const* rows, std::size_t count);
+// How the rows hold their texels.
+enum class TexelKind {
+    kFloats,      // four of them
+    kSrgb,        // bytes red, green, blue and a linear alpha
+    kSrgbSwapped, // blue, green, red, alpha
+};
+// To texels of four floats.
+using HalveTexels = void (*)(float* destination, const void* const* rows, std::size_t count);
 
 HalveBytes halveBytesKernel(bool isVolume, bool isSigned);
 // Each slice is (a + b) + (c + d).
-HalveFloats halveFloatsKernel(bool isVolume);
+HalveTexels halveTexelsKernel(TexelKind kind, bool isVolume);
 // The four texels one after the other, as windows of any size are summed up.
-HalveFloats halveFloatsInOrderKernel();
+HalveTexels halveTexelsInOrderKernel(TexelKind kind);
 
 // The same for counts that are multiples of kBytesStep. Null where the build has none.
 inline constexpr std::size_t kBytesStep = 4;

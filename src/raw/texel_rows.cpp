@@ -20,6 +20,10 @@ constexpr Vex::DataFormat kFloats = {Vex::kSurfaceFormat32_32_32_32 | Vex::kText
                                      Vex::kTextureChannelX << 12 | Vex::kTextureChannelY << 15 |
                                      Vex::kTextureChannelZ << 18 | Vex::kTextureChannelW << 21};
 
+// The selects Z, Y, X, W
+constexpr std::uint32_t kSwapped = Vex::kTextureChannelZ << 12 | Vex::kTextureChannelY << 15 |
+                                   Vex::kTextureChannelX << 18 | Vex::kTextureChannelW << 21;
+
 template <typename Configuration> Configuration plainConfiguration() {
     Configuration configuration;
     Texture texture;
@@ -34,6 +38,20 @@ bool isInteger(const DecoderConfiguration& configuration) {
 
 bool isPlain(const DecoderConfiguration& configuration) {
     return formatOf(&configuration) == kFloats && configuration.m_transform.isNop();
+}
+
+TexelKind kindOf(const DecoderConfiguration& configuration) {
+    constexpr std::uint32_t kSelects = 0xFFF000;
+    const Vex::DataFormat format = formatOf(&configuration);
+    if (format.getSurfaceFormat() != Vex::kSurfaceFormat8_8_8_8 ||
+        format.getTextureChannelType() != Vex::kTextureChannelTypeSrgb ||
+        !configuration.m_transform.isNop()) {
+        return TexelKind::kFloats;
+    }
+    if (isIdentitySwizzle(format)) {
+        return TexelKind::kSrgb;
+    }
+    return (format.m_word & kSelects) == kSwapped ? TexelKind::kSrgbSwapped : TexelKind::kFloats;
 }
 
 TexelSurface openSurface(const ElementProvider& provider, const SurfaceIndex& index, bool mayHaveRows) {
@@ -68,7 +86,8 @@ TexelReader::TexelReader(const ElementProvider* provider, const DecoderConfigura
     if (RowConversion::canConvert(formatOf(&m_decoder), kFloats)) {
         m_rows.emplace(TileConversion(m_decoder, plainConfiguration<EncoderConfiguration>()));
     }
-    m_isPlain = isPlain(m_decoder);
+    m_kind = kindOf(m_decoder);
+    m_isConverted = m_kind == TexelKind::kFloats && !isPlain(m_decoder);
     m_isInteger = isInteger(m_decoder);
 }
 
@@ -78,11 +97,11 @@ TexelSurface TexelReader::open(const SurfaceIndex& index) const {
     return openSurface(*m_provider, index, m_rows.has_value());
 }
 
-const float* TexelReader::row(const TexelSurface& surface, unsigned x, unsigned y, unsigned count,
-                              float* buffer) const {
+const void* TexelReader::row(const TexelSurface& surface, unsigned x, unsigned y, unsigned count,
+                             float* buffer) const {
     const std::uint8_t* stored = addressOf(*m_provider, surface, x, y);
-    if (m_isPlain) {
-        return reinterpret_cast<const float*>(stored);
+    if (!m_isConverted) {
+        return stored;
     }
     m_rows->convert(buffer, stored, count, RowStores::kCached);
     return buffer;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "qor/texsmith/raw/element_provider.h"
+#include "raw/halving_kernels.h"
 #include "raw/row_conversion.h"
 
 #include <cstddef>
@@ -32,9 +33,10 @@ public:
     static bool canRead(Vex::DataFormat format);
 
     TexelSurface open(const SurfaceIndex& index) const;
-    // `count` texels of a row in memory, converted into `buffer` unless they are such floats already.
-    const float* row(const TexelSurface& surface, unsigned x, unsigned y, unsigned count,
-                     float* buffer) const;
+    // What the rows in memory that row() gives out hold.
+    TexelKind kind() const { return m_kind; }
+    // `count` texels of a row in memory: where they lie, or converted into `buffer`.
+    const void* row(const TexelSurface& surface, unsigned x, unsigned y, unsigned count, float* buffer) const;
     // All texels of row `y` of blocks, rows `pitch` floats apart. What overhangs the surface is not defined;
     // there is room for whole blocks.
     void blockRow(const TexelSurface& surface, unsigned y, float* texels, std::size_t pitch) const;
@@ -43,7 +45,8 @@ private:
     const ElementProvider* m_provider;
     DecoderConfiguration m_decoder;
     std::optional<RowConversion> m_rows; // none: the elements are no single texels
-    bool m_isPlain;                      // they are stored as the floats asked for
+    TexelKind m_kind;
+    bool m_isConverted; // rows in memory are not of that kind themselves
     bool m_isInteger;
 };
 

@@ -147,6 +147,7 @@ inline Float4 floatsOf(Int4 a) { return std::bit_cast<Float4>(a); }
 template <int kX, int kY, int kZ, int kW> inline Int4 shuffle(Int4 a) {
     return {{a.m_lanes[kX], a.m_lanes[kY], a.m_lanes[kZ], a.m_lanes[kW]}};
 }
+inline Float4 makeFloats(float x, float y, float z, float w) { return {{x, y, z, w}}; }
 inline Int4 makeInts(std::uint32_t x, std::uint32_t y, std::uint32_t z, std::uint32_t w) {
     return {{x, y, z, w}};
 }

@@ -68,6 +68,7 @@ inline Int4 select(Int4 mask, Int4 a, Int4 b) {
 template <int kX, int kY, int kZ, int kW> inline Int4 shuffle(Int4 a) {
     return {_mm_shuffle_epi32(a.m_lanes, kX | kY << 2 | kZ << 4 | kW << 6)};
 }
+inline Float4 makeFloats(float x, float y, float z, float w) { return {_mm_set_ps(w, z, y, x)}; }
 inline Int4 makeInts(std::uint32_t x, std::uint32_t y, std::uint32_t z, std::uint32_t w) {
     return {
         _mm_set_epi32(static_cast<int>(w), static_cast<int>(z), static_cast<int>(y), static_cast<int>(x))};

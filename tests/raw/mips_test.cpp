@@ -142,8 +142,8 @@ Vex::Texture oddVolume(const char* format, unsigned mips) { return makeVolume(fo
 // Rows in memory against blocks, one callback against many and against a pool.
 TEST(MipMaps, AreTheSameBitsOnEveryRoad) {
     Raw::ThreadpoolJobManager pool;
-    for (const char* format : {"R8G8B8A8Unorm", "R8G8B8A8Snorm", "B8G8R8A8UnormSrgb", "R5G6B5Unorm",
-                               "R16G16B16A16Float", "R8G8B8A8Uint", kFloats}) {
+    for (const char* format : {"R8G8B8A8Unorm", "R8G8B8A8Snorm", "B8G8R8A8UnormSrgb", "R8G8B8A8UnormSrgb",
+                               "R5G6B5Unorm", "R16G16B16A16Float", "R8G8B8A8Uint", kFloats}) {
         for (const auto make : {&evenFlat, &oddFlat, &twiceOdd, &evenVolume, &oddVolume}) {
             const Vex::Texture shape = make(format, 1), chain = make(format, 3);
             TestImage source(shape, 5);

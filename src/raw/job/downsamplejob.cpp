@@ -138,14 +138,14 @@ TexelSurface DownsampleFloatsJob::openSource(unsigned slice) const {
 }
 
 void DownsampleFloatsJob::halveRowsInMemory(unsigned y, const TexelSurface* sources, unsigned slices,
-                                            HalveFloats kernel) const {
+                                            HalveTexels kernel) const {
     alignas(64) float read[kMostRows][kChunk * 2 * kFloatsPerTexel];
     alignas(64) float made[kChunk * kFloatsPerTexel];
     const unsigned end = std::min((y + 1) * kBlockSide, m_destination.m_tall);
     for (unsigned row = y * kBlockSide; row < end; ++row) {
         for (unsigned x = 0; x < m_destination.m_wide; x += kChunk) {
             const unsigned count = std::min(kChunk, m_destination.m_wide - x);
-            const float* above[kMostRows] = {};
+            const void* above[kMostRows] = {};
             for (unsigned i = 0; i < slices * kRowsPerSlice; ++i) {
                 above[i] = m_reader.row(sources[i / kRowsPerSlice], x * 2, row * 2 + i % kRowsPerSlice,
                                         count * 2, read[i]);
@@ -161,12 +161,13 @@ void DownsampleFloatsJob::halveRowsInMemory(unsigned y, const TexelSurface* sour
 
 DownsampleHalvesJob::DownsampleHalvesJob(const DownsampleSurfaces& surfaces, Configuration* configuration,
                                          bool isVolume)
-    : DownsampleFloatsJob(surfaces, configuration), m_kernel(halveFloatsKernel(isVolume)),
-      m_slices(slicesOf(isVolume)), m_isInMemory(destination().hasRows()) {
+    : DownsampleFloatsJob(surfaces, configuration), m_slices(slicesOf(isVolume)),
+      m_isInMemory(destination().hasRows()) {
     for (unsigned slice = 0; slice < m_slices; ++slice) {
         m_sources[slice] = openSource(slice);
         m_isInMemory = m_isInMemory && m_sources[slice].hasRows();
     }
+    m_kernel = halveTexelsKernel(m_isInMemory ? reader().kind() : TexelKind::kFloats, isVolume);
 }
 
 // Two rows of blocks of each slice, and one of the destination.
@@ -189,7 +190,7 @@ void DownsampleHalvesJob::doBlockRow(unsigned y, float* floats) const {
         reader().blockRow(m_sources[i / 2], y * 2 + i % 2, floats + i * pitch * kBlockSide, pitch);
     }
     for (unsigned row = 0; row < kBlockSide; ++row) {
-        const float* above[kMostRows] = {};
+        const void* above[kMostRows] = {};
         for (unsigned i = 0; i < m_slices * kRowsPerSlice; ++i) {
             above[i] = floats + i / kRowsPerSlice * slicePitch + (row * 2 + i % kRowsPerSlice) * pitch;
         }
@@ -235,7 +236,7 @@ unsigned DownsampleWindowsJob::lastRowOf(unsigned y) const {
 
 void DownsampleWindowsJob::doBlockRow(unsigned y, float* floats) const {
     if (m_isHalfInMemory) {
-        halveRowsInMemory(y, m_slices.data(), 1, halveFloatsInOrderKernel());
+        halveRowsInMemory(y, m_slices.data(), 1, halveTexelsInOrderKernel(reader().kind()));
         return;
     }
     const std::size_t pitch = roundedUp(m_slices[0].m_wide), sumPitch = roundedUp(destination().m_wide);

@@ -78,7 +78,7 @@ protected:
     const TexelSurface& destination() const { return m_destination; }
     // Halves the rows in memory that lie above row `y` of blocks.
     void halveRowsInMemory(unsigned y, const TexelSurface* sources, unsigned slices,
-                           HalveFloats kernel) const;
+                           HalveTexels kernel) const;
 
 private:
     TexelReader m_reader;
@@ -95,10 +95,10 @@ private:
     std::size_t doCountFloats() const override;
     void doBlockRow(unsigned y, float* floats) const override;
 
-    HalveFloats m_kernel;
-    unsigned m_slices;
     TexelSurface m_sources[2];
+    unsigned m_slices;
     bool m_isInMemory;
+    HalveTexels m_kernel;
 };
 
 // Any ratio. The texels under a texel are summed up slice by slice, block by block and row by row.
