@@ -1,6 +1,7 @@
 #include "qor/texsmith/raw/helpers.h"
 
 #include "platform/platform.h"
+#include "qor/texsmith/raw/dds.h"
 #include "qor/texsmith/raw/names.h"
 #include "qor/texsmith/raw/tga.h"
 #include "qor/texsmith/raw/vxf.h"
@@ -34,12 +35,19 @@ Error withoutIndex(MemoryRegion* source, ReallocatableImage* destination, Config
     return kLoad(source, destination, configuration);
 }
 
+constexpr unsigned kClassicDds = 9;
+Error saveClassicDds(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
+    return convertToDds(source, destination, kClassicDds, configuration);
+}
+
 constexpr LoadRoute kLoadRoutes[] = {
+    {makeFileType(".DDS"), &withoutIndex<&convertFromDds>},
     {makeFileType(".VXF"), &convertFromVxf},
     {makeFileType(".TGA"), &withoutIndex<&convertFromTga>},
 };
 
 constexpr SaveRoute kSaveRoutes[] = {
+    {makeFileType(".DDS"), &saveClassicDds},
     {makeFileType(".VXF"), &convertToVxf},
     {makeFileType(".TGA"), &convertToTga},
 };

@@ -10,6 +10,7 @@
 #include "qor/texsmith/raw/channel_packing.h"
 #include "qor/texsmith/raw/comparison.h"
 #include "qor/texsmith/raw/configuration.h"
+#include "qor/texsmith/raw/dds.h"
 #include "qor/texsmith/raw/element_provider.h"
 #include "qor/texsmith/raw/error.h"
 #include "qor/texsmith/raw/error_handler.h"

@@ -1,0 +1,72 @@
+// DDS, the files that carry texels as the graphics hardware has them: nothing is decoded on the way.
+//
+// The layout of the file is the published one: a magic word, a header of 124 bytes, 20 bytes more when its
+// FourCC is "DX10", and the texels in the order of Image. Of an array only the first slice is read.
+#pragma once
+
+#include "qor/texsmith/export.h"
+#include "qor/texsmith/raw/image.h"
+
+namespace qor::Texsmith::Dds {
+struct Header;
+struct HeaderDx10;
+} // namespace qor::Texsmith::Dds
+
+namespace qor::Texsmith::Raw {
+
+inline constexpr unsigned kDdsVersionDx10 = 10; // any other version is the classic header
+
+// A view on the texels of a DDS file in memory, which must outlive it. It has texels of its own only where
+// those of the file are narrower than ours or where some are missing. A copy borrows them.
+class QOR_TEXSMITH_API DdsImage : public Image {
+public:
+    DdsImage() = default; // no file
+    DdsImage(const DdsImage& other);
+    DdsImage& operator=(const DdsImage& other);
+
+    // `channelType` is for files that leave it open: typeless formats, masks, and some FourCCs. A file that
+    // is not well-formed is reported and leaves the image as it was. One that ends early gives the texels it
+    // has and zeros for the rest, a warning, and kErrorFailed.
+    Error readFrom(MemoryRegion* memoryRegion, Vex::TextureChannelType channelType);
+
+    // Makes a file for a descriptor; its texels are then the caller's to fill. Bc6 and Bc7 need the extended
+    // header and get it whatever the version. Formats that a header cannot name are written all the same, and
+    // cannot be read back: see getFormatInDds.
+    Error writeTo(const Vex::Texture* texture, ResizableMemoryRegion* destination, unsigned version);
+
+    bool hasFile() const { return m_header != nullptr; }
+    bool hasDx10Header() const { return m_headerDx10 != nullptr; }
+
+private:
+    struct Shape;
+
+    void setFile(std::uint8_t* file, bool hasDx10Header);
+    bool setShape(const Shape& shape);
+    Error takeTexels(MemoryRegion inFile, unsigned bytesInFile);
+    Error fillOwnMemory(MemoryRegion inFile, unsigned bytesInFile, std::uint64_t neededInFile);
+
+    const Dds::Header* m_header = nullptr; // at any address
+    const Dds::HeaderDx10* m_headerDx10 = nullptr;
+    MappedMemory m_ownMemory;
+    MemoryRegion m_texels;
+};
+
+// What a header of this version for `format` is read back as; format 0 where it cannot be read.
+QOR_TEXSMITH_API Vex::DataFormat getFormatInDds(Vex::DataFormat format, unsigned version,
+                                                Vex::TextureChannelType channelType);
+
+// Null arguments and a missing job manager are reported. A file that ends early gives kErrorFailed and all
+// that it has. The channel type is m_textureChannelType of the configuration.
+
+// The destination must have the shape and the format of the file (reported otherwise).
+QOR_TEXSMITH_API Error convertFromDds(MemoryRegion* source, ElementProvider* destination,
+                                      Configuration* configuration);
+// Sets identity modifiers.
+QOR_TEXSMITH_API Error convertFromDds(MemoryRegion* source, ReallocatableImage* destination,
+                                      Configuration* configuration);
+QOR_TEXSMITH_API Error convertToDds(const ElementProvider* source, ResizableMemoryRegion* destination,
+                                    unsigned version, Configuration* configuration);
+QOR_TEXSMITH_API Error convertToDds(const Image* source, ResizableMemoryRegion* destination, unsigned version,
+                                    Configuration* configuration);
+
+} // namespace qor::Texsmith::Raw

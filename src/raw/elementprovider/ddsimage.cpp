@@ -1,0 +1,206 @@
+#include "qor/texsmith/raw/dds.h"
+
+#include "raw/check.h"
+#include "raw/default_tile_mode.h"
+#include "raw/elementprovider/ddsimage_header.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr char kSourcePath[] = "raw\\elementprovider\\ddsimage";
+
+constexpr unsigned kMaxSize = 16384; // of a texture, either way
+constexpr unsigned kMaxDepth = 8192;
+
+std::uint32_t mipsOf(const Dds::Header& header) {
+    const bool hasMips =
+        (header.m_flags & Dds::kFlagMipMapCount) != 0 || (header.m_caps & Dds::kCapsMipMap) != 0;
+    return hasMips ? header.m_mipMapCount : 1;
+}
+
+// As many whole elements as both regions have. What is between them in the destination stays.
+void widenElements(MemoryRegion destination, std::size_t stride, MemoryRegion source, std::size_t bytes) {
+    const std::uint64_t elements = std::min(destination.length() / stride, source.length() / bytes);
+    std::uint8_t* to = destination.begin;
+    const std::uint8_t* from = source.begin;
+    if (stride == 4 && bytes == 3) { // the only sizes that files of ordinary writers have
+        for (std::uint64_t i = 0; i < elements; ++i, to += 4, from += 3) {
+            std::memcpy(to, from, 3);
+        }
+        return;
+    }
+    for (std::uint64_t i = 0; i < elements; ++i, to += stride, from += bytes) {
+        std::memcpy(to, from, bytes);
+    }
+}
+
+} // namespace
+
+// Only the classic header says it, even where there is an extended one.
+struct DdsImage::Shape {
+    GpuAddress::SurfaceType m_type;
+    unsigned m_width, m_height, m_depth;
+    unsigned m_mips;
+    Vex::DataFormat m_format;
+
+    Shape(const Dds::Header& header, Vex::DataFormat format)
+        : m_type(typeOf(header.m_caps2)), m_width(std::max(1u, header.m_width)),
+          m_height(std::max(1u, header.m_height)), m_depth(isVolume() ? std::max(1u, header.m_depth) : 1u),
+          m_mips(std::clamp(mipsOf(header), 1u, fullChain())), m_format(format) {}
+
+    bool isVolume() const { return m_type == GpuAddress::kSurfaceTypeTextureVolume; }
+
+    // Reported otherwise.
+    bool fits() const {
+        if (m_width <= kMaxSize && m_height <= kMaxSize && m_depth <= kMaxDepth) {
+            return true;
+        }
+        toolsWarning(kSourcePath, __LINE__,
+                     "The DDS image is %u x %u x %u, but a texture is at most %u x %u x %u.", m_width,
+                     m_height, m_depth, kMaxSize, kMaxSize, kMaxDepth);
+        reportNoDdsFormat();
+        return false;
+    }
+
+    Vex::Texture texture() const {
+        const Vex::TileMode tileMode = defaultTileMode(m_type, m_format, 1);
+        Vex::Texture texture;
+        if (isVolume()) {
+            texture.initAs3d(m_width, m_height, m_depth, m_mips, m_format, tileMode);
+        } else {
+            texture.initAs2dArray(m_width, m_height, 1, 0, m_mips, m_format, tileMode, Vex::kNumFragments1,
+                                  m_type == GpuAddress::kSurfaceTypeTextureCubemap);
+        }
+        return texture;
+    }
+
+private:
+    static GpuAddress::SurfaceType typeOf(std::uint32_t caps2) {
+        if ((caps2 & Dds::kCaps2Cube) != 0) {
+            return GpuAddress::kSurfaceTypeTextureCubemap;
+        }
+        return (caps2 & Dds::kCaps2Volume) != 0 ? GpuAddress::kSurfaceTypeTextureVolume
+                                                : GpuAddress::kSurfaceTypeTextureFlat;
+    }
+    // Never above the number of mips that a descriptor can name.
+    unsigned fullChain() const {
+        return std::min<unsigned>(kMaxMips, std::bit_width(std::max({m_width, m_height, m_depth})));
+    }
+};
+
+DdsImage::DdsImage(const DdsImage& other)
+    : Image(other), m_header(other.m_header), m_headerDx10(other.m_headerDx10),
+      m_ownMemory(other.m_ownMemory), m_texels(other.m_texels) {
+    m_memoryRegion = &m_texels;
+}
+
+DdsImage& DdsImage::operator=(const DdsImage& other) {
+    if (this != &other) {
+        Image::operator=(other);
+        m_header = other.m_header;
+        m_headerDx10 = other.m_headerDx10;
+        m_ownMemory = other.m_ownMemory;
+        m_texels = other.m_texels;
+        m_memoryRegion = &m_texels;
+    }
+    return *this;
+}
+
+void DdsImage::setFile(std::uint8_t* file, bool hasDx10Header) {
+    m_header = reinterpret_cast<const Dds::Header*>(file + Dds::kHeaderOffset);
+    m_headerDx10 =
+        hasDx10Header ? reinterpret_cast<const Dds::HeaderDx10*>(file + Dds::kBytesBefore) : nullptr;
+}
+
+// False for what would be 4 GiB or more, which is reported and leaves the image empty.
+bool DdsImage::setShape(const Shape& shape) {
+    const Vex::Texture texture = shape.texture();
+    m_texels = {};
+    m_memoryRegion = &m_texels;
+    setupAsVexTexture(&texture);
+    return getDataFormat() == shape.m_format;
+}
+
+Error DdsImage::fillOwnMemory(MemoryRegion inFile, unsigned bytesInFile, std::uint64_t neededInFile) {
+    const std::uint64_t old = std::min<std::uint64_t>(m_ownMemory.length(), m_bytesTotal);
+    m_ownMemory.resize(m_bytesTotal);
+    if (m_ownMemory.length() < m_bytesTotal) {
+        return kErrorFailed;
+    }
+    std::fill_n(m_ownMemory.begin, old, std::uint8_t{0});
+    m_texels = m_ownMemory;
+    if (bytesInFile == getBytesPerElement()) {
+        copy(m_texels, inFile);
+    } else if (bytesInFile != 0) {
+        widenElements(m_texels, getBytesPerElement(), inFile, bytesInFile);
+    }
+    if (inFile.length() >= neededInFile) {
+        return kErrorNone;
+    }
+    toolsWarning(kSourcePath, __LINE__, "The DDS file ends early: it lacks %llu of its %llu bytes of texels.",
+                 static_cast<unsigned long long>(neededInFile - inFile.length()),
+                 static_cast<unsigned long long>(neededInFile));
+    return kErrorFailed;
+}
+
+Error DdsImage::takeTexels(MemoryRegion inFile, unsigned bytesInFile) {
+    const unsigned bytesPerElement = getBytesPerElement();
+    const std::uint64_t elements = bytesPerElement != 0 ? m_bytesTotal / bytesPerElement : 0;
+    const std::uint64_t neededInFile = elements * bytesInFile;
+    if (bytesInFile != bytesPerElement || inFile.length() < neededInFile) {
+        return fillOwnMemory(inFile, bytesInFile, neededInFile);
+    }
+    m_texels.begin = inFile.begin;
+    m_texels.end = inFile.begin + m_bytesTotal;
+    return kErrorNone;
+}
+
+Error DdsImage::readFrom(MemoryRegion* memoryRegion, Vex::TextureChannelType channelType) {
+    if (!checkNotNull(memoryRegion, kSourcePath, "memoryRegion must not be NULL.")) {
+        return kErrorFailed;
+    }
+    const DdsFileHeader header = copyDdsHeader(*memoryRegion);
+    const DdsFormat format = findDdsFormat(header, channelType);
+    if (!checkDdsHeader(header, format.m_format, memoryRegion->length())) {
+        return kErrorFailed;
+    }
+    const Shape shape(header.m_header, format.m_format);
+    if (!shape.fits() || !setShape(shape)) {
+        return kErrorFailed;
+    }
+    setFile(memoryRegion->begin, header.isDx10());
+    MemoryRegion inFile = *memoryRegion;
+    inFile.begin += header.bytes();
+    return takeTexels(inFile, format.m_bytesInFile);
+}
+
+Error DdsImage::writeTo(const Vex::Texture* texture, ResizableMemoryRegion* destination, unsigned version) {
+    const bool hasTexture = checkNotNull(texture, kSourcePath, "texture must not be NULL.");
+    const bool hasDestination = checkNotNull(destination, kSourcePath, "destination must not be NULL.");
+    if (!hasTexture || !hasDestination || !checkDdsSurfaceFormat(texture->getDataFormat())) {
+        return kErrorFailed;
+    }
+    m_texels = {};
+    m_memoryRegion = &m_texels;
+    setupAsVexTexture(texture);
+    if (getDataFormat() != texture->getDataFormat()) {
+        return kErrorFailed; // 4 GiB or more, which was reported
+    }
+    const DdsFileHeader header = makeDdsHeader(*this, needsDx10Header(getDataFormat(), version));
+    const std::uint64_t bytes = std::uint64_t{header.bytes()} + m_bytesTotal;
+    destination->resize(bytes);
+    if (destination->length() < bytes) {
+        return kErrorFailed;
+    }
+    std::memcpy(destination->begin, &header, header.bytes());
+    setFile(destination->begin, header.isDx10());
+    m_texels.begin = destination->begin + header.bytes();
+    m_texels.end = m_texels.begin + m_bytesTotal;
+    return kErrorNone;
+}
+
+} // namespace qor::Texsmith::Raw
