@@ -5,7 +5,7 @@
 
 namespace qor::Texsmith::Raw {
 
-bool pictureSizeFits(const PictureKind& kind, std::int64_t width, std::int64_t height) {
+bool pictureSizeFits(const FileKind& kind, std::int64_t width, std::int64_t height) {
     const auto fits = [](std::int64_t size) { return size >= 1 && size <= kMaxPictureSize; };
     if (fits(width) && fits(height)) {
         return true;
@@ -26,7 +26,7 @@ MemoryRegion allocatePicture(ReallocatableImage* image, unsigned width, unsigned
     return firstSurface(*image);
 }
 
-Error reportMissingTexels(const PictureKind& kind, std::uint64_t missing, std::uint64_t texels) {
+Error reportMissingTexels(const FileKind& kind, std::uint64_t missing, std::uint64_t texels) {
     if (missing == 0) {
         return kErrorNone;
     }

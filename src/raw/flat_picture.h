@@ -12,13 +12,13 @@ namespace qor::Texsmith::Raw {
 inline constexpr unsigned kMaxPictureSize = 16384; // of a texture, either way
 
 // A file as a report names it: "TGA", and the path of the source that reads it.
-struct PictureKind {
+struct FileKind {
     const char* m_name;
     const char* m_sourcePath;
 };
 
 // False, and warned about, outside 1..kMaxPictureSize.
-bool pictureSizeFits(const PictureKind& kind, std::int64_t width, std::int64_t height);
+bool pictureSizeFits(const FileKind& kind, std::int64_t width, std::int64_t height);
 
 // The bytes of the first surface of `image`, which becomes a picture of that size with identity modifiers.
 // Empty when there is no memory.
@@ -27,7 +27,7 @@ MemoryRegion allocatePicture(ReallocatableImage* image, unsigned width, unsigned
                              GpuAddress::SurfaceType type = GpuAddress::kSurfaceTypeTextureFlat);
 
 // What a reader returns that had to do without `missing` of its texels: success only for none.
-Error reportMissingTexels(const PictureKind& kind, std::uint64_t missing, std::uint64_t texels);
+Error reportMissingTexels(const FileKind& kind, std::uint64_t missing, std::uint64_t texels);
 
 // The same format with another channel type.
 constexpr Vex::DataFormat withChannelType(Vex::DataFormat format, Vex::TextureChannelType channelType) {

@@ -14,7 +14,7 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\hdr";
-constexpr PictureKind kKind = {"HDR", kSourcePath};
+constexpr FileKind kKind = {"HDR", kSourcePath};
 
 constexpr char kSignature[] = "#?RADIANCE";
 constexpr char kFormatKey[] = "FORMAT=";

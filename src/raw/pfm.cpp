@@ -14,7 +14,7 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\pfm";
-constexpr PictureKind kKind = {"PFM", kSourcePath};
+constexpr FileKind kKind = {"PFM", kSourcePath};
 
 constexpr Vex::DataFormat kGrey{0x324704};  // L32Float
 constexpr Vex::DataFormat kColor{0x3AC70E}; // R32G32B32X32Float
