@@ -1,9 +1,13 @@
 #include "qor/texsmith/raw/helpers.h"
 
 #include "platform/platform.h"
+#include "qor/texsmith/raw/bmp.h"
 #include "qor/texsmith/raw/dds.h"
+#include "qor/texsmith/raw/hdr.h"
 #include "qor/texsmith/raw/names.h"
+#include "qor/texsmith/raw/pfm.h"
 #include "qor/texsmith/raw/tga.h"
+#include "qor/texsmith/raw/tsh.h"
 #include "qor/texsmith/raw/vxf.h"
 #include "raw/check.h"
 
@@ -40,16 +44,25 @@ Error saveClassicDds(const Image* source, ResizableMemoryRegion* destination, Co
     return convertToDds(source, destination, kClassicDds, configuration);
 }
 
+Error saveColorPfm(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
+    return convertToPfm(source, destination, kPfmChannels3, configuration);
+}
+
 constexpr LoadRoute kLoadRoutes[] = {
     {makeFileType(".DDS"), &withoutIndex<&convertFromDds>},
     {makeFileType(".VXF"), &convertFromVxf},
     {makeFileType(".TGA"), &withoutIndex<&convertFromTga>},
+    {makeFileType(".BMP"), &withoutIndex<&convertFromBmp>},
+    {makeFileType(".HDR"), &withoutIndex<&convertFromHdr>},
+    {makeFileType(".PFM"), &withoutIndex<&convertFromPfm>},
+    {makeFileType(".TSH"), &withoutIndex<&convertFromTsh>},
 };
 
 constexpr SaveRoute kSaveRoutes[] = {
-    {makeFileType(".DDS"), &saveClassicDds},
-    {makeFileType(".VXF"), &convertToVxf},
-    {makeFileType(".TGA"), &convertToTga},
+    {makeFileType(".DDS"), &saveClassicDds}, {makeFileType(".VXF"), &convertToVxf},
+    {makeFileType(".TGA"), &convertToTga},   {makeFileType(".BMP"), &convertToBmp},
+    {makeFileType(".HDR"), &convertToHdr},   {makeFileType(".PFM"), &saveColorPfm},
+    {makeFileType(".TSH"), &convertToTsh},
 };
 
 template <typename Routes> auto findRoute(const Routes& routes, FileType type) {
