@@ -25,19 +25,17 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"compare", &compareCommand},
-    {"convert", &convertCommand},
-    {"formats", &formatsCommand},
-    {"info", &infoCommand},
-    {"stats", &statsCommand},
+    {"compare", &compareCommand}, {"convert", &convertCommand}, {"formats", &formatsCommand},
+    {"info", &infoCommand},       {"stats", &statsCommand},     {"texel", &texelCommand},
 };
 
 constexpr char kUsage[] =
     "usage: texsmith convert [--mips] [--format NAME] SOURCE DESTINATION-OR-EXTENSION\n"
     "       texsmith compare [--heatmap OUT.tga] [--fail-psnr DB] A B\n"
     "       texsmith formats\n"
-    "       texsmith info FILE\n"
+    "       texsmith info [--json] FILE\n"
     "       texsmith stats [--plot OUT.tga] FILE\n"
+    "       texsmith texel [--slice N] [--face N] [--mip N] [--depth N] FILE X Y\n"
     "       texsmith --help | --version\n"
     "\n"
     "convert  writes SOURCE (a file or URL) as another type of file. A destination that\n"
@@ -49,9 +47,10 @@ constexpr char kUsage[] =
     "         other pair as light. --heatmap draws the differences; --fail-psnr fails when\n"
     "         a channel's PSNR is below DB.\n"
     "formats  lists the formats that have a name.\n"
-    "info     tells what FILE holds.\n"
+    "info     tells what FILE holds, with --json as standard JSON.\n"
     "stats    tells range, mean, constants and histogram of the values, those of sRGB as\n"
     "         they are stored. --plot draws the histogram.\n"
+    "texel    tells what stands at X, Y: place, stored bytes and value.\n"
     "\n"
     "Types: .tga, .vxf\n";
 

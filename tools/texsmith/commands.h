@@ -13,5 +13,6 @@ void convertCommand(Arguments arguments);
 void formatsCommand(Arguments arguments);
 void infoCommand(Arguments arguments);
 void statsCommand(Arguments arguments);
+void texelCommand(Arguments arguments);
 
 } // namespace Tool

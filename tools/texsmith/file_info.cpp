@@ -1,0 +1,93 @@
+#include "file_info.h"
+
+#include "failure.h"
+
+#include "qor/texsmith/raw/configuration.h"
+#include "qor/texsmith/raw/format.h"
+#include "qor/texsmith/raw/helpers.h"
+#include "qor/texsmith/raw/reflected_types.h"
+#include "qor/texsmith/raw/vxf.h"
+
+#include <cstdio>
+
+namespace Tool {
+namespace {
+
+using namespace qor;
+using namespace qor::Texsmith;
+
+std::string tileModeName(Vex::TileMode mode) {
+    const std::string name = Raw::ReflectedTypes::g_vexTileMode.valueToName(mode);
+    return name.empty() ? std::to_string(mode) : name;
+}
+
+void readVxf(FileInfo* info, MemoryRegion* file) {
+    Raw::VxfManipulator manipulator;
+    manipulator.readFrom(file);
+    for (int index = 0; index < manipulator.getNumberOfTextures(); ++index) {
+        const Vex::Texture* texture = manipulator.getTextureInFile(index);
+        if (texture == nullptr) {
+            throw Failure("the file ends within its texture descriptors");
+        }
+        info->m_textures.push_back({*texture, tileModeName(texture->getTileMode()), texture->m_regs[7]});
+    }
+    for (int index = 0; index < manipulator.m_chunks.getEntries(); ++index) {
+        const Raw::VxfChunkTable::Entry entry = manipulator.m_chunks.getEntryAt(index);
+        const char type[] = {static_cast<char>(entry.m_type), static_cast<char>(entry.m_type >> 8),
+                             static_cast<char>(entry.m_type >> 16), static_cast<char>(entry.m_type >> 24)};
+        info->m_chunks.push_back({std::string(type, sizeof type), entry.m_region.length()});
+    }
+}
+
+void readImage(FileInfo* info, MemoryRegion* file) {
+    Configuration configuration;
+    Raw::MappedMemory memory;
+    Raw::ReallocatableImage image(&memory);
+    const char* const name = info->m_name.c_str();
+    const Raw::Error error = Raw::loadWithResult(&image, file, name, &configuration, 0);
+    if (error != Raw::kErrorNone || !firstReport().empty()) {
+        throwFileFailure(name, error);
+    }
+    info->m_textures.push_back({*image.getVexTexture(), "none: rows", image.getBytesTotal()});
+}
+
+std::string typeName(Raw::FileType type) {
+    return {static_cast<char>(type >> 8), static_cast<char>(type >> 16), static_cast<char>(type >> 24)};
+}
+
+} // namespace
+
+std::string formatName(Vex::DataFormat format) {
+    for (int index = 0; index < Raw::getNamedDataFormatCount(); ++index) {
+        const Raw::NamedDataFormat named = Raw::getNamedDataFormat(index);
+        if (named.m_dataFormat == format) {
+            return named.m_name;
+        }
+    }
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%06x", format.m_word);
+    return text;
+}
+
+FileInfo readFileInfo(const std::string& name) {
+    Raw::MemoryMappedFile file(name.c_str(), Raw::kPermissionsReadOnly, Raw::g_mallocAllocator);
+    Raw::FileType type = Raw::getFileTypeFromExtension(name.c_str());
+    if (type == 0) {
+        type = Raw::getFileTypeFromContents(&file);
+    }
+    if (type == 0) {
+        throw Failure("the type of the file is not known");
+    }
+    FileInfo info;
+    info.m_name = name;
+    info.m_type = typeName(type);
+    info.m_bytes = file.length();
+    if (type == Raw::makeFileType(".VXF")) {
+        readVxf(&info, &file);
+    } else {
+        readImage(&info, &file);
+    }
+    return info;
+}
+
+} // namespace Tool
