@@ -2,6 +2,8 @@
 
 #include "photographs.h"
 #include "qor/texsmith/raw/format.h"
+#include "qor/texsmith/raw/image.h"
+#include "qor/texsmith/raw/reformat.h"
 #include "ratio_reporter.h"
 #include "raw/bc1_punch_through.h"
 #include "raw/block_encoders.h"
@@ -152,6 +154,63 @@ void addDecoder(const std::string& name, const char* format) {
     });
 }
 
+// The blocks side by side as a picture of bytes; what makes no whole row of blocks is left out.
+constexpr unsigned kBlocksAcross = 512;
+
+Vex::Texture pictureTexture(const char* format) {
+    Raw::Configuration any;
+    Vex::DataFormat word;
+    Raw::makeDataFormat(&word, format, &any);
+    Vex::Texture texture;
+    texture.initAs2d(4 * kBlocksAcross, 4 * (photographs().m_count / kBlocksAcross), 1, word,
+                     Vex::kTileModeDisplay_LinearAligned, Vex::kNumFragments1);
+    return texture;
+}
+
+void fillPicture(Raw::MemoryMappedImage* picture) {
+    const Vex::Texture texture = pictureTexture("R8G8B8A8Unorm");
+    picture->reallocate(&texture);
+    const Raw::SurfaceIndex first = {};
+    const unsigned count = picture->getBlocks(0);
+    for (unsigned i = 0; i < count; ++i) {
+        Raw::Block block;
+        std::memcpy(static_cast<void*>(&block), &photographs().m_bytes[64 * std::size_t(i)], 64);
+        picture->putBlock(&first, &block, i % kBlocksAcross, i / kBlocksAcross);
+    }
+}
+
+// Whole surfaces there or back, on one thread and on the pool.
+void addSurface(const std::string& name, const char* format, bool compresses, Raw::JobManager* manager) {
+    const auto run = [=](benchmark::State& state) {
+        Raw::Configuration configuration;
+        configuration.m_jobManager = manager;
+        Raw::MemoryMappedImage picture, blocks;
+        fillPicture(&picture);
+        const Vex::Texture texture = pictureTexture(format);
+        blocks.reallocate(&texture);
+        Raw::reformat(&picture, &blocks, &configuration);
+        for (auto _ : state) {
+            compresses ? Raw::reformat(&picture, &blocks, &configuration)
+                       : Raw::reformat(&blocks, &picture, &configuration);
+            benchmark::ClobberMemory();
+        }
+        compareWith(state, picture.getPixels(0), "blocks/BC1 peer");
+    };
+    benchmark::RegisterBenchmark(name.c_str(), run)->UseRealTime();
+}
+
+void addSurfaces() {
+    static Raw::SerialJobManager s_serial;
+    static Raw::ThreadpoolJobManager s_pool;
+    for (const char* format : {"Bc1UnormNoAlpha", "Bc1Unorm", "Bc3Unorm", "Bc5Unorm"}) {
+        for (const bool compresses : {true, false}) {
+            const std::string name = std::string("blocks/surface ") + (compresses ? "to " : "from ") + format;
+            addSurface(name, format, compresses, &s_serial);
+            addSurface(name + ", pool", format, compresses, &s_pool);
+        }
+    }
+}
+
 } // namespace
 
 void registerBlockBenchmarks() {
@@ -164,6 +223,7 @@ void registerBlockBenchmarks() {
     addBc4AndBc5();
     addDecoder("blocks/decode BC1", "Bc1UnormNoAlpha");
     addDecoder("blocks/decode BC3", "Bc3Unorm");
+    addSurfaces();
 }
 
 } // namespace Bench
