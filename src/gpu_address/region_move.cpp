@@ -133,26 +133,35 @@ bool wideColumns(const SurfaceRegion* region) {
     return region != nullptr && region->m_right > region->m_left + 2 * kMicroTileSide;
 }
 
-// From about here on a surface pushes everything else out of the caches.
-constexpr std::uint64_t kStreamedBytes = 24 << 20;
+// From about here on a surface pushes everything else out of the caches, and reads wait for it.
+constexpr std::uint64_t kStreamedBytes = 16 << 20;
+// What is less only passes through a buffer.
+constexpr std::uint64_t kLeastStreamedRegion = 32 << 10;
 
-bool isStreamed(const TilerBase& tiler, const std::uint8_t* destination, std::uint64_t strides) {
-    constexpr std::uint64_t kStoreBytes = 32;
-    return tiler.getSurfaceInfo().m_size >= kStreamedBytes &&
-           reinterpret_cast<std::uintptr_t>(destination) % kStoreBytes == 0 && strides % kStoreBytes == 0;
+bool isAligned(const std::uint8_t* memory, std::uint64_t strides, unsigned alignment) {
+    return (reinterpret_cast<std::uintptr_t>(memory) | strides) % alignment == 0;
 }
 
+// Planes are written from end to end.
 MovePlanes<ToTiled> widePlanes(const RegionMove<ToTiled>& move, const TilerBase& tiler, unsigned bytes,
-                               unsigned) {
-    return tilePlanesAvx2(bytes, isStreamed(tiler, move.m_tiled, 0));
+                               const SurfaceRegion&) {
+    constexpr unsigned kStoreBytes = 32;
+    const bool streams = Texsmith::Simd::mayStream(tiler.getSurfaceInfo().m_size, kStreamedBytes);
+    return tilePlanesAvx2(bytes, streams && isAligned(move.m_tiled, 0, kStoreBytes));
 }
 
-// The whole tiles of a slice are aligned only where no cut one stands before them.
+// Rows are not: a line of the memory has to be written at once. The whole tiles of a slice are aligned only
+// where no cut one stands before them.
 MovePlanes<ToLinear> widePlanes(const RegionMove<ToLinear>& move, const TilerBase& tiler, unsigned bytes,
-                                unsigned left) {
+                                const SurfaceRegion& region) {
+    constexpr unsigned kLineBytes = 64;
+    const std::uint64_t moved = std::uint64_t{region.m_right - region.m_left} *
+                                (std::max(region.m_bottom, region.m_top) - region.m_top) * bytes;
+    const bool streams = Texsmith::Simd::mayStream(tiler.getSurfaceInfo().m_size, kStreamedBytes) &&
+                         Texsmith::Simd::mayStream(moved, kLeastStreamedRegion);
     const std::uint64_t strides = (move.m_pitch | move.m_slicePitch) * bytes;
-    const bool startsWhole = left % kMicroTileSide == 0;
-    return detilePlanesAvx2(bytes, startsWhole && isStreamed(tiler, move.m_linear, strides));
+    const bool startsWhole = region.m_left % kMicroTileSide == 0;
+    return detilePlanesAvx2(bytes, streams && startsWhole && isAligned(move.m_linear, strides, kLineBytes));
 }
 
 // Checks, cuts the region, and calls `moveSlice` for each slice.
@@ -194,7 +203,7 @@ int moveRegion(const TilerBase& tiler, const RegionMove<Direction>& move, const 
     const unsigned bytes = bits % 8 == 0 ? bits / 8 : 0;
     PlaneKernels<Direction> kernels = planeKernels<Direction>(bytes, rowOrder);
     if (!rowOrder && wideColumns(region) && Texsmith::Simd::mayUseAvx2()) {
-        const MovePlanes<Direction> wide = widePlanes(move, tiler, bytes, region->m_left);
+        const MovePlanes<Direction> wide = widePlanes(move, tiler, bytes, *region);
         kernels.m_movePlanes = wide != nullptr ? wide : kernels.m_movePlanes;
     }
     if (kernels.m_movePlanes == nullptr) {

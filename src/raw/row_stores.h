@@ -11,12 +11,7 @@ enum class RowStores {
     kStreaming, // past the caches: for destinations that are larger than they are
 };
 
-// From about here on a destination pushes everything else out of the caches.
-inline constexpr std::uint64_t kStreamedBytes = 24 << 20;
-
-constexpr RowStores storesFor(std::uint64_t destinationBytes) {
-    return destinationBytes >= kStreamedBytes ? RowStores::kStreaming : RowStores::kCached;
-}
+RowStores storesFor(std::uint64_t destinationBytes);
 
 // memcpy, past the caches where it says so. Streamed bytes are visible to other threads on return, as others
 // are.

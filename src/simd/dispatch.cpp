@@ -14,6 +14,7 @@ constexpr bool kHasWideKernels = true;
 #endif
 
 std::atomic<bool> s_avx2Allowed{true};
+std::atomic<bool> s_streamsAlways{false};
 
 } // namespace
 
@@ -23,5 +24,11 @@ bool mayUseAvx2() {
 }
 
 void allowAvx2(bool allowed) { s_avx2Allowed.store(allowed, std::memory_order_relaxed); }
+
+bool mayStream(std::uint64_t bytes, std::uint64_t least) {
+    return bytes >= least || s_streamsAlways.load(std::memory_order_relaxed);
+}
+
+void streamAlways(bool always) { s_streamsAlways.store(always, std::memory_order_relaxed); }
 
 } // namespace qor::Texsmith::Simd

@@ -1,11 +1,13 @@
 #include "gpu_address/micro_tile.h"
 #include "gpu_address/region_move.h"
 #include "qor/gpu_address/gpu_address.h"
+#include "simd/dispatch.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <random>
 #include <string>
 #include <utility>
@@ -213,6 +215,54 @@ TEST(Tilers, RegionsMoveAsElementByElement) {
             expectMoveByElements<ToTiled>(tiler, randomRegion(info), fragment);
             expectMoveByElements<ToLinear>(tiler, randomRegion(info), fragment);
         }
+    });
+}
+
+// What the memory takes at once.
+struct alignas(64) Line {
+    std::uint8_t m_bytes[64];
+    bool operator==(const Line&) const = default;
+};
+using Lines = std::vector<Line>;
+
+Lines randomLines(std::uint64_t bytes) {
+    Lines lines(bytes / sizeof(Line) + 1);
+    const Bytes random = randomBytes(lines.size() * sizeof(Line));
+    std::memcpy(lines.data(), random.data(), random.size());
+    return lines;
+}
+
+template <typename Direction>
+void expectStreamsAgree(const TilerBase& tiler, const SurfaceRegion& region, unsigned fragment) {
+    const SurfaceInfo& info = tiler.getSurfaceInfo();
+    const unsigned pitch = (region.m_right - region.m_left + 15) / 16 * 16,
+                   slicePitch = pitch * info.m_height;
+    const Lines tiled = randomLines(info.m_size);
+    const Lines linear = randomLines(std::uint64_t{slicePitch} * info.m_depth * tiler.getElementBits() / 8);
+    const auto moved = [&](bool streams) {
+        std::pair<Lines, Lines> sides(tiled, linear);
+        Texsmith::Simd::streamAlways(streams);
+        const RegionMove<Direction> move = {sides.first.data()->m_bytes, sides.second.data()->m_bytes, pitch,
+                                            slicePitch, fragment};
+        EXPECT_EQ(moveRegion(tiler, move, &region), kStatusSuccess);
+        Texsmith::Simd::streamAlways(false);
+        return sides;
+    };
+    EXPECT_TRUE(moved(true) == moved(false)) << region.m_left;
+}
+
+TEST(Tilers, StreamedStoresGiveTheSameMemory) {
+    forEachCase([](const TilingParameters& parameters, const SurfaceInfo& info) {
+        if (parameters.elementBits() % 32 != 0) {
+            return;
+        }
+        const Tiler2d tiler(&parameters);
+        const unsigned fragment = randomBelow(parameters.m_fragments);
+        constexpr unsigned kLefts[] = {0, 8, 13}; // streamed to in both directions, and in one
+        const unsigned left = kLefts[randomBelow(3)] % info.m_pitch;
+        const SurfaceRegion region = {left, 0, 0, info.m_pitch, info.m_height, info.m_depth};
+        expectStreamsAgree<ToTiled>(tiler, region, fragment);
+        expectStreamsAgree<ToLinear>(tiler, region, fragment);
     });
 }
 
