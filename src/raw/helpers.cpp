@@ -10,6 +10,8 @@
 #include "qor/texsmith/raw/tsh.h"
 #include "qor/texsmith/raw/vxf.h"
 #include "raw/check.h"
+#include "raw/file_roads.h"
+#include "raw/region_overlap.h"
 
 #include <algorithm>
 #include <cstring>
@@ -165,6 +167,18 @@ Error convertThroughImage(MemoryRegion* source, const char* sourceExtension,
     return loaded != kErrorNone ? loaded : saved;
 }
 
+Error convertPicture(MemoryRegion* source, const char* sourceExtension, ResizableMemoryRegion* destination,
+                     const char* destinationExtension, Configuration* configuration) {
+    Error result = kErrorFailed;
+    const FileRoad road = findFileRoad(getFileTypeFromExtension(sourceExtension),
+                                       getFileTypeFromExtension(destinationExtension));
+    if (road != nullptr && !overlap(*source, *destination) &&
+        road(&result, source, destination, configuration)) {
+        return result;
+    }
+    return convertThroughImage(source, sourceExtension, destination, destinationExtension, configuration);
+}
+
 // The two files of a conversion by name, and what of it is done without opening them.
 class FilePair {
 public:
@@ -202,7 +216,7 @@ Error convertRegions(MemoryRegion* source, const char* sourceExtension, Resizabl
         convertDirectly(&result, source, sourceExtension, destination, destinationExtension)) {
         return result;
     }
-    convertThroughImage(source, sourceExtension, destination, destinationExtension, configuration);
+    convertPicture(source, sourceExtension, destination, destinationExtension, configuration);
     return kErrorNone;
 }
 
@@ -303,7 +317,7 @@ Error convertWithResult(MemoryRegion* source, const char* sourceExtension, Resiz
         convertDirectly(&result, source, sourceExtension, destination, destinationExtension)) {
         return result;
     }
-    return convertThroughImage(source, sourceExtension, destination, destinationExtension, configuration);
+    return convertPicture(source, sourceExtension, destination, destinationExtension, configuration);
 }
 
 int convert(const char* sourceFilenameOrUrl, const char* destinationFilenameOrExtension,

@@ -44,7 +44,7 @@ void ReallocatableImage::reallocate(const Vex::Texture* texture) {
     }
     setupAsVexTexture(texture);
     if (m_resizableMemoryRegion != nullptr) {
-        m_resizableMemoryRegion->resize(m_bytesTotal);
+        m_resizableMemoryRegion->ensureSize(m_bytesTotal);
     }
 }
 

@@ -112,6 +112,12 @@ void AllocatedMemory::doResize(unsigned long long bytes) {
     m_owner = block.begin != nullptr;
 }
 
+void AllocatedMemory::doEnsureSize(unsigned long long bytes) {
+    if (!m_owner || length() != bytes) {
+        doResize(bytes);
+    }
+}
+
 void AllocatedMemory::releaseBlock() {
     if (m_owner) {
         m_allocator.release(begin);
@@ -143,6 +149,13 @@ void MappedMemory::setPermissions(Permissions permissions) {
     m_permissions = permissions;
     if (!Platform::protectPages(begin, length(), permissions == kPermissionsReadWrite)) {
         toolsAssert(kSourcePath, __LINE__, "VirtualProtect failed: %s", SystemReport().c_str());
+    }
+}
+
+// Read-only pages go on to their report.
+void MappedMemory::doEnsureSize(unsigned long long bytes) {
+    if (!m_owner || m_permissions != kPermissionsReadWrite || length() != bytes) {
+        doResize(bytes);
     }
 }
 

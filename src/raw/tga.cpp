@@ -1,12 +1,13 @@
 #include "qor/texsmith/raw/tga.h"
 
-#include "qor/texsmith/raw/reformat.h"
 #include "raw/convert_arguments.h"
 #include "raw/default_tile_mode.h"
-#include "raw/tga_decode.h"
+#include "raw/region_overlap.h"
+#include "raw/tga_encode.h"
+#include "raw/tga_header.h"
+#include "raw/tga_picture.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 
 namespace qor::Texsmith::Raw {
@@ -14,60 +15,17 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\tga";
 
-constexpr unsigned kHeaderBytes = 18;
-constexpr unsigned kMaxSize = 16384;                // of a texture, either way
-constexpr Vex::DataFormat kWrittenFormat{0xF2E00A}; // B8G8R8A8Unorm
+constexpr unsigned kMaxSize = 16384; // of a texture, either way
 
-constexpr std::uint8_t kTypeMapped = 1;
-constexpr std::uint8_t kTypeColor = 2;
-constexpr std::uint8_t kTypeGrey = 3;
-constexpr std::uint8_t kTypeRunLength = 8; // added to the three above
-constexpr std::uint8_t kDescriptorRightToLeft = 0x10;
-constexpr std::uint8_t kDescriptorTopDown = 0x20;
-
-//   0  u8  ID length          5  u16 map length            14  u16 height
-//   1  u8  colour map type    7  u8  bits of a map entry   16  u8  bits of a pixel
-//   2  u8  image type         8  2 x u16 origin            17  u8  descriptor
-//   3  u16 first map entry   12  u16 width
-struct Header {
-    unsigned m_idLength;
-    unsigned m_mapType;
-    unsigned m_imageType;
-    unsigned m_firstMapEntry;
-    unsigned m_mapLength;
-    unsigned m_mapEntryBits;
-    unsigned m_width;
-    unsigned m_height;
-    unsigned m_pixelBits;
-    unsigned m_descriptor;
-
-    explicit Header(const std::uint8_t* bytes)
-        : m_idLength(bytes[0]), m_mapType(bytes[1]), m_imageType(bytes[2]), m_firstMapEntry(word(bytes + 3)),
-          m_mapLength(word(bytes + 5)), m_mapEntryBits(bytes[7]), m_width(word(bytes + 12)),
-          m_height(word(bytes + 14)), m_pixelBits(bytes[16]), m_descriptor(bytes[17]) {}
-
-    bool isRunLength() const { return (m_imageType & kTypeRunLength) != 0; }
-    bool isMapped() const { return (m_imageType & ~kTypeRunLength) == kTypeMapped; }
-    bool isGrey() const { return (m_imageType & ~kTypeRunLength) == kTypeGrey; }
-    unsigned elementBits() const { return isMapped() ? m_mapEntryBits : m_pixelBits; }
-    unsigned order() const {
-        return ((m_descriptor & kDescriptorTopDown) != 0 ? kTgaTopDown : 0) |
-               ((m_descriptor & kDescriptorRightToLeft) != 0 ? kTgaRightToLeft : 0);
-    }
-
-private:
-    static unsigned word(const std::uint8_t* bytes) { return bytes[0] | unsigned(bytes[1]) << 8; }
-};
-
-Error checkImageType(const Header& header) {
+Error checkImageType(const TgaHeader& header) {
     if (header.m_imageType == 0) {
         return kErrorTgaNoImageData;
     }
-    const unsigned kind = header.m_imageType & ~kTypeRunLength;
-    return kind >= kTypeMapped && kind <= kTypeGrey ? kErrorNone : kErrorTgaImageType;
+    const unsigned kind = header.m_imageType & ~kTgaTypeRunLength;
+    return kind >= kTgaTypeMapped && kind <= kTgaTypeGrey ? kErrorNone : kErrorTgaImageType;
 }
 
-Error checkColorMap(const Header& header) {
+Error checkColorMap(const TgaHeader& header) {
     if (!header.isMapped()) {
         return header.m_mapType == 1 ? kErrorTgaUnexpectedColorMap : kErrorNone;
     }
@@ -77,7 +35,7 @@ Error checkColorMap(const Header& header) {
     return header.m_mapLength == 0 ? kErrorTgaEmptyColorMap : kErrorNone;
 }
 
-Error checkBits(const Header& header) {
+Error checkBits(const TgaHeader& header) {
     constexpr unsigned kPixelBits[] = {8, 16, 24, 32, 48, 64};
     constexpr unsigned kEntryBits[] = {8, 16, 24, 32};
     if (std::find(std::begin(kPixelBits), std::end(kPixelBits), header.m_pixelBits) == std::end(kPixelBits)) {
@@ -87,7 +45,7 @@ Error checkBits(const Header& header) {
     return header.isMapped() && entry == std::end(kEntryBits) ? kErrorTgaColorMapEntrySize : kErrorNone;
 }
 
-Error checkHeader(const Header& header) {
+Error checkHeader(const TgaHeader& header) {
     if (header.m_mapType >= 2) {
         return kErrorTgaColorMapType;
     }
@@ -116,11 +74,11 @@ constexpr FormatRow kFormats[] = {
     {true, 32, {0x324004}},  // one channel of 32 bits
     {false, 16, {0xF2E011}}, // B5G5R5A1Unorm
     {false, 24, {0x32E00A}}, // B8G8R8X8Unorm
-    {false, 32, kWrittenFormat}, {false, 48, {0x32E002}}, {false, 64, {0xF2E002}},
+    {false, 32, kTgaFormat}, {false, 48, {0x32E002}}, {false, 64, {0xF2E002}},
 };
 
 // Format 0 when the table has none.
-Vex::DataFormat chooseFormat(const Header& header, Vex::TextureChannelType channelType) {
+Vex::DataFormat chooseFormat(const TgaHeader& header, Vex::TextureChannelType channelType) {
     const auto* row =
         std::find_if(std::begin(kFormats), std::end(kFormats), [&header](const FormatRow& candidate) {
             return candidate.m_isGrey == header.isGrey() && candidate.m_bits == header.elementBits();
@@ -131,7 +89,7 @@ Vex::DataFormat chooseFormat(const Header& header, Vex::TextureChannelType chann
     return {(row->m_format.m_word & ~0xF00u) | (std::uint32_t(channelType) & 0xF) << 8};
 }
 
-bool sizeFits(const Header& header) {
+bool sizeFits(const TgaHeader& header) {
     if (header.m_width <= kMaxSize && header.m_height <= kMaxSize) {
         return true;
     }
@@ -140,13 +98,12 @@ bool sizeFits(const Header& header) {
     return false;
 }
 
-void allocate(ReallocatableImage* image, const Header& header, Vex::DataFormat format) {
+Vex::Texture makeTexture(const TgaHeader& header, Vex::DataFormat format) {
     const Vex::TileMode tileMode = defaultTileMode(GpuAddress::kSurfaceTypeTextureFlat, format, 1);
     Vex::Texture texture;
     texture.initAs2dArray(header.m_width, header.m_height, 1, 0, 1, format, tileMode, Vex::kNumFragments1,
                           false);
-    image->reallocate(&texture);
-    image->setModifiers(Modifiers());
+    return texture;
 }
 
 // Cuts up to `bytes` off the front of `region`.
@@ -157,9 +114,9 @@ MemoryRegion takeFront(MemoryRegion* region, std::uint64_t bytes) {
     return front;
 }
 
-TgaPixels makePixels(const Header& header, MemoryRegion file) {
+TgaPixels makePixels(const TgaHeader& header, MemoryRegion file) {
     TgaPixels pixels{};
-    takeFront(&file, kHeaderBytes);
+    takeFront(&file, kTgaHeaderBytes);
     takeFront(&file, header.m_idLength);
     if (header.isMapped()) {
         pixels.m_map = takeFront(&file, std::uint64_t(header.m_mapLength) * header.m_mapEntryBits / 8);
@@ -172,7 +129,7 @@ TgaPixels makePixels(const Header& header, MemoryRegion file) {
     return pixels;
 }
 
-Error decodePixels(const Header& header, MemoryRegion file, ReallocatableImage* image) {
+Error decodePixels(const TgaHeader& header, MemoryRegion file, ReallocatableImage* image) {
     const unsigned pixelBytes = header.m_pixelBits / 8;
     const TgaLayout layout{image->getBytesPerElement(), pixelBytes,
                            header.isMapped() ? header.m_mapEntryBits / 8 : pixelBytes, header.isMapped()};
@@ -191,32 +148,19 @@ Error decodePixels(const Header& header, MemoryRegion file, ReallocatableImage* 
     return kErrorFailed;
 }
 
-// Of a colour image of 32 bits, top row first, without ID and map.
-void writeHeader(std::uint8_t* bytes, unsigned width, unsigned height) {
-    std::memset(bytes, 0, kHeaderBytes);
-    bytes[2] = kTypeColor;
-    bytes[12] = static_cast<std::uint8_t>(width & 0xFF);
-    bytes[13] = static_cast<std::uint8_t>(width >> 8);
-    bytes[14] = static_cast<std::uint8_t>(height & 0xFF);
-    bytes[15] = static_cast<std::uint8_t>(height >> 8);
-    bytes[16] = 32;
-    bytes[17] = kDescriptorTopDown;
-}
+// What a file becomes: its format, or the error that it meets first.
+struct Outline {
+    Error m_error;
+    Vex::DataFormat m_format = {0};
+};
 
-Error writeFile(const Image& image, ResizableMemoryRegion* destination) {
-    const SurfaceIndex first;
-    const MemoryRegion elements = image.getMemoryRegion(&first);
-    const std::uint64_t bytes = kHeaderBytes + elements.length();
-    if (elements.length() == 0) {
-        return kErrorFailed;
+Outline outlineOf(const TgaHeader& header, const Configuration& configuration) {
+    if (const Error error = checkHeader(header); error != kErrorNone) {
+        return {error};
     }
-    destination->resize(bytes);
-    if (destination->length() < bytes) {
-        return kErrorFailed;
-    }
-    writeHeader(destination->begin, image.getPixelsWide(0), image.getPixelsTall(0));
-    std::memcpy(destination->begin + kHeaderBytes, elements.begin, elements.length());
-    return kErrorNone;
+    const Vex::DataFormat format = chooseFormat(header, configuration.m_textureChannelType);
+    const bool isInvalid = format.getSurfaceFormat() == Vex::kSurfaceFormatInvalid;
+    return {isInvalid ? kErrorTgaUnsupported : kErrorNone, format};
 }
 
 } // namespace
@@ -225,35 +169,50 @@ Error convertFromTga(MemoryRegion* source, ReallocatableImage* destination, Conf
     if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
-    if (source->length() < kHeaderBytes) {
+    if (source->length() < kTgaHeaderBytes) {
         return kErrorTgaTooSmall;
     }
-    const Header header(source->begin);
-    if (const Error error = checkHeader(header); error != kErrorNone) {
-        return error;
-    }
-    const Vex::DataFormat format = chooseFormat(header, configuration->m_textureChannelType);
-    if (format.getSurfaceFormat() == Vex::kSurfaceFormatInvalid) {
-        return kErrorTgaUnsupported;
+    const TgaHeader header(source->begin);
+    const Outline outline = outlineOf(header, *configuration);
+    if (outline.m_error != kErrorNone) {
+        return outline.m_error;
     }
     if (!sizeFits(header)) {
         return kErrorFailed;
     }
-    allocate(destination, header, format);
+    const Vex::Texture texture = makeTexture(header, outline.m_format);
+    destination->reallocate(&texture);
+    destination->setModifiers(Modifiers());
     return decodePixels(header, *source, destination);
+}
+
+bool viewTga(RegionImage* view, const MemoryRegion& source, const Configuration& configuration) {
+    if (source.length() < kTgaHeaderBytes) {
+        return false;
+    }
+    const TgaHeader header(source.begin);
+    const Outline outline = outlineOf(header, configuration);
+    if (outline.m_error != kErrorNone || !header.isPlain() ||
+        std::max(header.m_width, header.m_height) > kMaxSize) {
+        return false;
+    }
+    view->setup(makeTexture(header, outline.m_format), makePixels(header, source).m_pixels);
+    return header.m_pixelBits == view->getBytesPerElement() * 8 &&
+           view->getMemoryRegion().length() == view->getBytesTotal();
 }
 
 Error convertToTga(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
     if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
-    if (source->getModifiers().m_decode.isNop() && source->getDataFormat() == kWrittenFormat) {
-        return writeFile(*source, destination);
+    if (!overlap(source->getMemoryRegion(), *destination)) {
+        return writeTga(*source, destination, configuration);
     }
-    MemoryMappedImage converted;
-    reallocate(&converted, source, kWrittenFormat);
-    const Error error = reformat(source, &converted, configuration);
-    return error == kErrorNone ? writeFile(converted, destination) : error;
+    MemoryMappedImage own;
+    reallocate(&own, source);
+    own.setModifiers(source->getModifiers());
+    copy(own.getMemoryRegion(), source->getMemoryRegion());
+    return writeTga(own, destination, configuration);
 }
 
 } // namespace qor::Texsmith::Raw

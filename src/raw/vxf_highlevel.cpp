@@ -3,7 +3,9 @@
 #include "qor/gpu_address/gpu_address.h"
 #include "raw/check_job_manager.h"
 #include "raw/convert_arguments.h"
+#include "raw/region_image.h"
 #include "raw/tiling.h"
+#include "raw/vxf_picture.h"
 
 #include <algorithm>
 #include <array>
@@ -53,20 +55,6 @@ Error reportMissingTexture(int index) {
     return kErrorFailed;
 }
 
-// One texture of a file: its shape, and its texels as far as the file has them.
-struct FileTexture {
-    int m_index;
-    Vex::Texture m_texture;
-    std::uint64_t m_neededBytes;
-    MemoryRegion m_texels;
-
-    std::uint64_t missingBytes() const { return m_neededBytes - m_texels.length(); }
-
-    Error reportMissing() const {
-        return missingBytes() == 0 ? kErrorNone : reportMissingTexels(m_index, missingBytes(), m_neededBytes);
-    }
-};
-
 // False, and reported, when the file does not hold the descriptor, or when it describes more than any file
 // could hold.
 bool findTexture(FileTexture* found, const VxfManipulator& file, int index) {
@@ -103,20 +91,7 @@ bool findTexture(FileTexture* found, VxfManipulator* file, MemoryRegion* source,
     return findTexture(found, *file, index);
 }
 
-// The elements of another image, under the descriptor of a file. Only the descriptors' tile modes differ, and
-// that of the file says how its texels lie.
-class FileImage : public Image {
-public:
-    FileImage(const Image& image, const Vex::Texture& texture) : m_elements(image.getMemoryRegion()) {
-        m_memoryRegion = &m_elements;
-        setupAsVexTexture(&texture);
-    }
-
-private:
-    MemoryRegion m_elements;
-};
-
-void readModifiers(Image* image, const VxfManipulator& file) {
+void readModifiers(ElementProvider* image, const VxfManipulator& file) {
     const VxfChunkTable::Entry chunk = file.m_chunks.getEntry(kVxfChunkTypeModifiers);
     if (chunk.m_type == 0) {
         return;
@@ -141,8 +116,9 @@ Error detile(Image* image, const FileTexture& source, Configuration* configurati
     return detileImage(image, &whole, configuration, 0);
 }
 
+// Only the tile modes of the two descriptors differ, and that of the file says how its texels lie.
 Error readTexels(Image* image, const FileTexture& source, Configuration* configuration) {
-    FileImage elements(*image, source.m_texture);
+    RegionImage elements(source.m_texture, image->getMemoryRegion());
     const Error error = detile(&elements, source, configuration);
     const Error missing = source.reportMissing();
     return error != kErrorNone ? error : missing;
@@ -188,6 +164,35 @@ bool findSurface(MemoryRegion* surface, const MemoryRegion& texels, const Vex::T
 
 } // namespace
 
+Error FileTexture::reportMissing() const {
+    return missingBytes() == 0 ? kErrorNone : reportMissingTexels(m_index, missingBytes(), m_neededBytes);
+}
+
+bool openVxf(VxfPicture* picture, MemoryRegion* source, const void* destination,
+             const Configuration* configuration, int index) {
+    return checkJobArguments(source, destination, configuration) &&
+           findTexture(&picture->m_texture, &picture->m_file, source, index);
+}
+
+Error readVxf(const VxfPicture& picture, ReallocatableImage* destination, Configuration* configuration) {
+    reallocate(destination, &picture.m_texture.m_texture);
+    readModifiers(destination, picture.m_file);
+    return readTexels(destination, picture.m_texture, configuration);
+}
+
+std::unique_ptr<TextureElementProvider> viewVxf(const VxfPicture& picture) {
+    if (picture.m_texture.missingBytes() != 0) {
+        return nullptr;
+    }
+    Texture texture;
+    static_cast<Vex::Texture&>(texture) = picture.m_texture.m_texture;
+    texture.m_memoryRegion = picture.m_texture.m_texels;
+    auto view = std::make_unique<TextureElementProvider>(&texture);
+    readModifiers(view.get(), picture.m_file);
+    const SurfaceIndex first;
+    return view->getStrip(&first, ElementRows{}, 0, 0) ? std::move(view) : nullptr;
+}
+
 Error capture2Vxf(const Texture* source, ResizableMemoryRegion* destination, Configuration* configuration) {
     VxfManipulator file;
     if (!checkJobArguments(source, destination, configuration) || !layOut(&file, destination, source, 1)) {
@@ -223,31 +228,24 @@ Error capture2ReallocatableImage(const Texture* source, ReallocatableImage* dest
 }
 
 Error convertFromVxf(MemoryRegion* source, Image* destination, Configuration* configuration, int index) {
-    VxfManipulator file;
-    FileTexture texture;
-    if (!checkJobArguments(source, destination, configuration) ||
-        !findTexture(&texture, &file, source, index)) {
+    VxfPicture picture;
+    if (!openVxf(&picture, source, destination, configuration, index)) {
         return kErrorFailed;
     }
-    if (!dimensionsAndSurfaceFormatAreIdentical(texture.m_texture, *destination->getVexTexture())) {
+    if (!dimensionsAndSurfaceFormatAreIdentical(picture.m_texture.m_texture, *destination->getVexTexture())) {
         toolsAssert(kSourcePath, __LINE__,
                     "source and destination must have the same dimensions and Vex::SurfaceFormat.");
     }
-    readModifiers(destination, file);
-    return readTexels(destination, texture, configuration);
+    readModifiers(destination, picture.m_file);
+    return readTexels(destination, picture.m_texture, configuration);
 }
 
 Error convertFromVxf(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
                      int index) {
-    VxfManipulator file;
-    FileTexture texture;
-    if (!checkJobArguments(source, destination, configuration) ||
-        !findTexture(&texture, &file, source, index)) {
-        return kErrorFailed;
-    }
-    reallocate(destination, &texture.m_texture);
-    readModifiers(destination, file);
-    return readTexels(destination, texture, configuration);
+    VxfPicture picture;
+    return openVxf(&picture, source, destination, configuration, index)
+               ? readVxf(picture, destination, configuration)
+               : kErrorFailed;
 }
 
 Error convertFromVxf(MemoryRegion* source, Image* destination, Configuration* configuration) {

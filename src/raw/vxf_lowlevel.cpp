@@ -304,7 +304,7 @@ void VxfManipulator::writeTo(ResizableMemoryRegion* destinationMemory, const Vex
     if (!check(layout.m_fileBytes <= kMaxFileBytes, kSourcePath, "streamSize <= 0xFFFFFFFF")) {
         return;
     }
-    destinationMemory->resize(layout.m_fileBytes);
+    destinationMemory->ensureSize(layout.m_fileBytes);
     if (destinationMemory->length() < layout.m_fileBytes) {
         return;
     }

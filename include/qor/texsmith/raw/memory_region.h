@@ -43,9 +43,12 @@ public:
     ResizableMemoryRegion& operator=(const ResizableMemoryRegion&) = default;
     virtual ~ResizableMemoryRegion() noexcept(false) = default;
     void resize(unsigned long long bytes) { doResize(bytes); }
+    // As resize, but storage of its own that has this size already may stay where it is.
+    void ensureSize(unsigned long long bytes) { doEnsureSize(bytes); }
 
 private:
     virtual void doResize(unsigned long long bytes) = 0;
+    virtual void doEnsureSize(unsigned long long bytes) { doResize(bytes); }
 };
 
 // A heap block from an IAllocator, at alignment 256. Growing keeps the old bytes; every resize moves the
@@ -61,6 +64,7 @@ public:
 
 private:
     void doResize(unsigned long long bytes) override;
+    void doEnsureSize(unsigned long long bytes) override;
     void releaseBlock();
 
     IAllocator m_allocator;
@@ -80,6 +84,7 @@ public:
 
 private:
     void doResize(unsigned long long bytes) override;
+    void doEnsureSize(unsigned long long bytes) override;
 
     Permissions m_permissions = kPermissionsReadWrite;
     bool m_owner = false;

@@ -1,0 +1,69 @@
+#include "raw/file_roads.h"
+
+#include "qor/texsmith/raw/tga.h"
+#include "raw/tga_encode.h"
+#include "raw/tga_picture.h"
+#include "raw/vxf_picture.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+// A file that loads in part is saved in part.
+Error vxfToTgaThroughImage(const VxfPicture& picture, ResizableMemoryRegion* destination,
+                           Configuration* configuration) {
+    MemoryMappedImage image;
+    const Error loaded = readVxf(picture, &image, configuration);
+    if (loaded != kErrorNone && image.getBytesTotal() == 0) {
+        return loaded;
+    }
+    const Error saved = convertToTga(&image, destination, configuration);
+    return loaded != kErrorNone ? loaded : saved;
+}
+
+bool vxfToTga(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
+              Configuration* configuration) {
+    VxfPicture picture;
+    if (!openVxf(&picture, source, destination, configuration, 0)) {
+        *result = kErrorFailed;
+        return true;
+    }
+    const auto view = viewVxf(picture);
+    *result = view != nullptr ? writeTga(*view, destination, configuration)
+                              : vxfToTgaThroughImage(picture, destination, configuration);
+    return true;
+}
+
+bool tgaToVxf(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
+              Configuration* configuration) {
+    RegionImage view;
+    if (!viewTga(&view, *source, *configuration)) {
+        return false;
+    }
+    *result = convertToVxf(&view, destination, configuration);
+    return true;
+}
+
+struct Road {
+    FileType m_source;
+    FileType m_destination;
+    FileRoad m_convert;
+};
+
+constexpr Road kRoads[] = {
+    {makeFileType(".VXF"), makeFileType(".TGA"), &vxfToTga},
+    {makeFileType(".TGA"), makeFileType(".VXF"), &tgaToVxf},
+};
+
+} // namespace
+
+FileRoad findFileRoad(FileType source, FileType destination) {
+    const Road* road = std::find_if(std::begin(kRoads), std::end(kRoads), [&](const Road& row) {
+        return row.m_source == source && row.m_destination == destination;
+    });
+    return road != std::end(kRoads) ? road->m_convert : nullptr;
+}
+
+} // namespace qor::Texsmith::Raw

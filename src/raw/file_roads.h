@@ -1,0 +1,16 @@
+// Conversions between two types of file that need no image between them.
+#pragma once
+
+#include "qor/texsmith/raw/helpers.h"
+
+namespace qor::Texsmith::Raw {
+
+// False, with nothing reported or written, when this file needs an image after all. Else the result is the
+// first error of the reader and the writer. The arguments are checked, and the two regions do not overlap.
+using FileRoad = bool (*)(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
+                          Configuration* configuration);
+
+// Null where there is none.
+FileRoad findFileRoad(FileType source, FileType destination);
+
+} // namespace qor::Texsmith::Raw
