@@ -26,14 +26,21 @@ bool checkArguments(const void* source, const void* destination, const Configura
 
 Error firstError(Error a, Error b) { return a != kErrorNone ? a : b; }
 
-// A file on which the reader could make a view. The view has all texels unless m_error says otherwise.
+// A view on a file, with all of its texels unless m_error says otherwise.
 struct OpenFile {
     DdsImage m_image;
     Error m_error;
 
     OpenFile(MemoryRegion* source, const Configuration* configuration)
-        : m_error(m_image.readFrom(source, configuration->m_textureChannelType)) {}
-    bool hasTexels() const { return m_image.hasFile(); }
+        : m_error(m_image.readFrom(source, configuration->m_textureChannelType)) {
+        if (m_image.hasFile() && !hasTexels()) {
+            toolsWarning(kSourcePath, __LINE__, "The texels of surface format %d cannot be converted.",
+                         static_cast<int>(m_image.getDataFormat().getSurfaceFormat()));
+            m_error = kErrorFailed;
+        }
+    }
+    // Formats whose texels share channels are known by name only.
+    bool hasTexels() const { return m_image.getBytesTotal() != 0; }
 };
 
 Error copyTiles(const ElementProvider* destination, const ElementProvider* source,

@@ -32,6 +32,11 @@ std::vector<Sample> makeSamples() {
     AllocatedMemory memory;
     convertToVxf(&image, &memory, &configuration);
     std::vector<Sample> samples = {{"vxf", ".vxf", bytesOf(memory), 64, memory.length()}};
+    for (const unsigned version : {9u, 10u}) {
+        convertToDds(&image, &memory, version, &configuration);
+        samples.push_back({"dds " + std::to_string(version), ".dds", bytesOf(memory),
+                           version == 10 ? 148u : 128u, memory.length()});
+    }
     for (const TgaKind& kind : kTgaKinds) {
         for (const bool isRunLength : {false, true}) {
             const TgaPicture picture(kind, isRunLength, isRunLength ? 0x10 : 0x20, 7, 5);

@@ -1,0 +1,468 @@
+#include "raw/dds_formats.h"
+#include "raw/dds_roads.h"
+#include "support/loaded_file.h"
+#include "support/report_recorder.h"
+#include "support/surfaces.h"
+
+#include <gtest/gtest.h>
+
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using namespace qor;
+using namespace qor::Texsmith;
+using namespace qor::Texsmith::Raw;
+using namespace TestSupport;
+
+// The public names by value, without their prefix.
+constexpr char kDxgiNames[] =
+    "UNKNOWN R32G32B32A32_TYPELESS R32G32B32A32_FLOAT R32G32B32A32_UINT R32G32B32A32_SINT "
+    "R32G32B32_TYPELESS R32G32B32_FLOAT R32G32B32_UINT R32G32B32_SINT R16G16B16A16_TYPELESS "
+    "R16G16B16A16_FLOAT R16G16B16A16_UNORM R16G16B16A16_UINT R16G16B16A16_SNORM R16G16B16A16_SINT "
+    "R32G32_TYPELESS R32G32_FLOAT R32G32_UINT R32G32_SINT R32G8X24_TYPELESS D32_FLOAT_S8X24_UINT "
+    "R32_FLOAT_X8X24_TYPELESS X32_TYPELESS_G8X24_UINT R10G10B10A2_TYPELESS R10G10B10A2_UNORM "
+    "R10G10B10A2_UINT R11G11B10_FLOAT R8G8B8A8_TYPELESS R8G8B8A8_UNORM R8G8B8A8_UNORM_SRGB "
+    "R8G8B8A8_UINT R8G8B8A8_SNORM R8G8B8A8_SINT R16G16_TYPELESS R16G16_FLOAT R16G16_UNORM R16G16_UINT "
+    "R16G16_SNORM R16G16_SINT R32_TYPELESS D32_FLOAT R32_FLOAT R32_UINT R32_SINT R24G8_TYPELESS "
+    "D24_UNORM_S8_UINT R24_UNORM_X8_TYPELESS X24_TYPELESS_G8_UINT R8G8_TYPELESS R8G8_UNORM R8G8_UINT "
+    "R8G8_SNORM R8G8_SINT R16_TYPELESS R16_FLOAT D16_UNORM R16_UNORM R16_UINT R16_SNORM R16_SINT "
+    "R8_TYPELESS R8_UNORM R8_UINT R8_SNORM R8_SINT A8_UNORM R1_UNORM R9G9B9E5_SHAREDEXP R8G8_B8G8_UNORM "
+    "G8R8_G8B8_UNORM BC1_TYPELESS BC1_UNORM BC1_UNORM_SRGB BC2_TYPELESS BC2_UNORM BC2_UNORM_SRGB "
+    "BC3_TYPELESS BC3_UNORM BC3_UNORM_SRGB BC4_TYPELESS BC4_UNORM BC4_SNORM BC5_TYPELESS BC5_UNORM "
+    "BC5_SNORM B5G6R5_UNORM B5G5R5A1_UNORM B8G8R8A8_UNORM B8G8R8X8_UNORM R10G10B10_XR_BIAS_A2_UNORM "
+    "B8G8R8A8_TYPELESS B8G8R8A8_UNORM_SRGB B8G8R8X8_TYPELESS B8G8R8X8_UNORM_SRGB BC6H_TYPELESS "
+    "BC6H_UF16 BC6H_SF16 BC7_TYPELESS BC7_UNORM BC7_UNORM_SRGB AYUV Y410 Y416 NV12 P010 P016 420_OPAQUE "
+    "YUY2 Y210 Y216 NV11 AI44 IA44 P8 A8P8 B4G4R4A4_UNORM";
+
+// Values that are not what their name says, or whose format has no name.
+const std::map<unsigned, std::uint32_t> kOddDxgi = {
+    {18, 0x22C70B},  {40, 0x204704},  {44, 0x22C114}, {45, 0x22C014}, {46, 0x22C114},
+    {47, 0x22C114},  {55, 0x204002},  {68, 0x3AC020}, {69, 0x3AC021}, {111, 0x805139},
+    {112, 0xA04139}, {113, 0x004101}, {114, 0x805103}};
+
+std::vector<std::string> wordsOf(const char* text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+std::string ourName(const std::string& dxgiName) {
+    static const std::map<std::string, std::string> kTypes = {
+        {"UNORM", "Unorm"}, {"UNORM_SRGB", "UnormSrgb"}, {"SNORM", "Snorm"},     {"UINT", "Uint"},
+        {"SINT", "Sint"},   {"FLOAT", "Float"},          {"SHAREDEXP", "Float"}, {"UF16", "Uf16"},
+        {"SF16", "Sf16"}};
+    const std::size_t line = dxgiName.find('_');
+    const auto type = line != std::string::npos ? kTypes.find(dxgiName.substr(line + 1)) : kTypes.end();
+    std::string layout = dxgiName.substr(0, line);
+    if (layout.rfind("BC", 0) == 0) {
+        layout = std::string("Bc") + layout[2];
+    }
+    return type != kTypes.end() ? layout + type->second : "";
+}
+
+// 0 for values without a format. Typeless values stand for the first value of the same layout, with the type
+// of the caller.
+std::uint32_t expectedWord(const std::vector<std::string>& names, unsigned dxgi,
+                           Vex::TextureChannelType type) {
+    const std::string name = dxgi < names.size() ? names[dxgi] : "";
+    const auto odd = kOddDxgi.find(dxgi);
+    if (odd != kOddDxgi.end()) {
+        return odd->second;
+    }
+    const std::size_t typeless = name.find("TYPELESS");
+    for (const std::string& sibling : names) {
+        const bool isSibling = typeless != std::string::npos && sibling != name &&
+                               sibling.rfind(name.substr(0, typeless), 0) == 0;
+        Vex::DataFormat format = {0};
+        Configuration configuration;
+        if (isSibling && makeDataFormat(&format, ourName(sibling).c_str(), &configuration) == kErrorNone) {
+            return (format.m_word & ~0xF00u) | std::uint32_t(type) << 8;
+        }
+    }
+    Vex::DataFormat format = {0};
+    Configuration configuration;
+    makeDataFormat(&format, ourName(name).c_str(), &configuration);
+    return format.m_word;
+}
+
+TEST(Dds, DxgiValuesNameTheFormatsThatTheyArePublishedAs) {
+    const std::vector<std::string> names = wordsOf(kDxgiNames);
+    ASSERT_EQ(names.size(), 116u);
+    unsigned formats = 0;
+    for (unsigned dxgi = 0; dxgi < 140; ++dxgi) {
+        const std::uint32_t word = formatFromDxgi(dxgi, Vex::kTextureChannelTypeSNorm).m_word;
+        EXPECT_EQ(word, expectedWord(names, dxgi, Vex::kTextureChannelTypeSNorm)) << dxgi;
+        formats += word != 0;
+    }
+    EXPECT_EQ(formats, 98u);
+}
+
+struct MaskCase {
+    std::uint32_t m_flags, m_bits, m_masks[4];
+    std::uint32_t m_format;
+    unsigned m_bytesInFile;
+};
+
+TEST(Dds, MasksNameTheFirstFormatThatHasTheirFields) {
+    constexpr std::uint32_t kLuminance = 1 << 17;
+    constexpr MaskCase kCases[] = {
+        {0x41, 32, {0xFF0000, 0xFF00, 0xFF, 0xFF000000}, 0xF2E00A, 4},
+        {0x40, 24, {0xFF0000, 0xFF00, 0xFF, 0}, 0x32E00A, 3},
+        {0x40, 16, {0xF800, 0x7E0, 0x1F, 0}, 0x32E010, 2},
+        {0x41, 16, {0xF00, 0xF0, 0xF, 0xF000}, 0xF2E013, 2},
+        {0x41, 32, {0x3FF00000, 0xFFC00, 0x3FF, 0xC0000000}, 0xFAC009, 4}, // red and blue changed
+        {0x40, 32, {0xFFFF, 0xFFFF0000, 0, 0}, 0x22C005, 4},
+        {kLuminance, 8, {0xFF, 0, 0, 0}, 0x324001, 1},
+        {kLuminance | 1, 16, {0xFF, 0, 0, 0xFF00}, 0xB24003, 2},
+        {2, 8, {0, 0, 0, 0xFF}, 0x800001, 1},
+        {0x40, 64, {0xFFFFFFFF, 0, 0, 0}, 0x20400B, 8},
+        {0x40, 32, {0x7, 0x38, 0xFFC0, 0}, 0, 0},
+        {0x40, 32, {0, 0, 0, 0}, 0, 0},
+        {0, 0xFFFFFFFF, {0xFF, 0xFF00, 0, 0}, 0, 0},
+    };
+    for (const MaskCase& row : kCases) {
+        Dds::PixelFormat pixelFormat = {32, row.m_flags, 0, row.m_bits, {}};
+        std::copy_n(row.m_masks, 4, pixelFormat.m_masks);
+        const DdsFormat format = formatFromPixelFormat(pixelFormat, Vex::kTextureChannelTypeUNorm);
+        EXPECT_EQ(format.m_format.m_word, row.m_format) << std::hex << row.m_format;
+        EXPECT_EQ(format.m_bytesInFile, row.m_bytesInFile) << std::hex << row.m_format;
+    }
+}
+
+// What a version's header loses: the word that comes back instead, 0 for a header that cannot be read.
+struct Loss {
+    std::uint32_t m_becomes;
+    const char* m_names;
+};
+
+// The reader is given the channel type of each format, for headers that leave it open.
+void expectOnlyTheseLosses(const std::vector<Loss>& losses, unsigned version) {
+    std::map<std::string, std::uint32_t> becomes;
+    for (const Loss& loss : losses) {
+        for (const std::string& name : wordsOf(loss.m_names)) {
+            becomes[name] = loss.m_becomes;
+        }
+    }
+    for (int i = 1; i < getNamedDataFormatCount(); ++i) {
+        const NamedDataFormat named = getNamedDataFormat(i);
+        SCOPED_TRACE(named.m_name);
+        const auto loss = becomes.find(named.m_name);
+        const std::uint32_t expected = loss != becomes.end() ? loss->second : named.m_dataFormat.m_word;
+        const TestImage image(makeTexture(kShapes[1], named.m_dataFormat), 1);
+        const ReportRecorder recorder;
+        Configuration configuration;
+        configuration.m_textureChannelType = named.m_dataFormat.getTextureChannelType();
+        AllocatedMemory file;
+        MemoryMappedImage back;
+        ASSERT_EQ(convertToDds(&image, &file, version, &configuration), kErrorNone);
+        const Error error = convertFromDds(&file, &back, &configuration);
+        EXPECT_EQ(getFormatInDds(named.m_dataFormat, version, configuration.m_textureChannelType).m_word,
+                  expected);
+        const bool isSame = back.getBytesTotal() == image.getBytesTotal() && image.getBytesTotal() != 0;
+        EXPECT_EQ(error, isSame ? kErrorNone : kErrorFailed);
+        EXPECT_EQ(back.getDataFormat().m_word, image.getBytesTotal() != 0 ? expected : 0u);
+        EXPECT_EQ(bytesOf(back) == bytesOf(image), isSame || image.getBytesTotal() == 0);
+    }
+}
+
+// 12 bytes have neither masks nor FourCC; of 4 bytes and more, only what a FourCC stands for; masks of one
+// channel mean grey; red and blue of ten bits change places.
+const std::vector<Loss> kClassicLosses = {
+    {0xFAC70E, "R32G32B32X32Float R32G32B32A32Uint R32G32B32A32Sint"},
+    {0, "R32G32B32Float R32G32B32Uint R32G32B32Sint"},
+    {0xFAC70C, "R16G16B16X16Float R16G16B16A16Uint R16G16B16A16Sint R16G16B16A16Unorm R16G16B16A16Snorm "
+               "B16G16R16A16Float"},
+    {0x22C70B, "R32G32Uint R32G32Sint"},
+    {0x22C705, "R16G16Uint R16G16Snorm R16G16Sint"},
+    {0x204704, "L32Float R32Uint R32Sint"},
+    {0x22C403, "R8G8Uint"},
+    {0x22C503, "R8G8Sint"},
+    {0x204702, "L16Float R16Unorm L16Unorm R16Uint R16Snorm R16Sint"},
+    {0x324001, "R8Unorm"},
+    {0x324401, "R8Uint"},
+    {0x324101, "R8Snorm"},
+    {0x324501, "R8Sint"},
+    {0xFAC009, "B10G10R10A2Unorm"},
+    {0xF2E009, "R10G10B10A2Unorm"},
+    {0xFAC909, "B10G10R10A2UnormSrgb"},
+    {0xF2E909, "R10G10B10A2UnormSrgb"},
+    {0xF2E409, "R10G10B10A2Uint"},
+    {0xFAC409, "B10G10R10A2Uint"},
+    {0xFAC023, "Bc1UnormNoAlpha Bc1PcaUnorm"},
+    {0xFAC923, "Bc1UnormSrgbNoAlpha Bc1PcaUnormSrgb"},
+    {0xFAC029, "Bc7UnormNoAlpha"},
+    {0xFAC929, "Bc7UnormSrgbNoAlpha"},
+    {0xFAC025, "Bc3UnormRABG"}};
+
+// Values stand for a layout of channels whatever lanes read them.
+const std::vector<Loss> kDxgiLosses = {
+    {0xFAC70E, "R32G32B32X32Float"},
+    {0xFAC40E, "R32G32B32Uint"},
+    {0xFAC70C, "R16G16B16X16Float B16G16R16A16Float"},
+    {0x22C70B, "R32G32Sint"},
+    {0x204704, "L32Float"},
+    {0x22C003, "L8A8Unorm L8A8UnormSrgb"},
+    {0x204702, "L16Float"},
+    {0x204002, "L16Unorm"},
+    {0x204001, "L8Unorm L8UnormSrgb A8Unorm"},
+    {0xF2E013, "R4G4B4A4Unorm B4G4R4X4Unorm"},
+    {0xF2E011, "B5G5R5X1Unorm"},
+    {0x32E010, "R5G6B5Unorm"},
+    {0xFAC009, "B10G10R10A2Unorm B10G10R10A2UnormSrgb R10G10B10A2UnormSrgb"},
+    {0xFAC409, "B10G10R10A2Uint"},
+    {0x3AC706, "R11G11B10Unorm R11G11B10Snorm B10G11R11Unorm B10G11R11Snorm"},
+    {0xFAC023, "Bc1UnormNoAlpha Bc1PcaUnorm"},
+    {0xFAC923, "Bc1UnormSrgbNoAlpha Bc1PcaUnormSrgb"},
+    {0xFAC029, "Bc7UnormNoAlpha"},
+    {0xFAC929, "Bc7UnormSrgbNoAlpha"},
+    {0xFAC025, "Bc3UnormRABG"}};
+
+TEST(Dds, EveryNamedFormatComesBackButForWhatTheClassicHeaderCannotSay) {
+    expectOnlyTheseLosses(kClassicLosses, 9);
+}
+
+TEST(Dds, EveryNamedFormatComesBackButForWhatDxgiCannotSay) { expectOnlyTheseLosses(kDxgiLosses, 10); }
+
+std::uint32_t wordAt(const MemoryRegion& file, unsigned offset) {
+    std::uint32_t word;
+    std::memcpy(&word, file.begin + offset, sizeof word);
+    return word;
+}
+
+// By offsets in the file, "offset=word" in decimal and hexadecimal.
+std::map<unsigned, std::uint32_t> parseWords(const char* text) {
+    std::map<unsigned, std::uint32_t> words;
+    for (const std::string& word : wordsOf(text)) {
+        const std::size_t sign = word.find('=');
+        words[static_cast<unsigned>(std::stoul(word))] =
+            static_cast<std::uint32_t>(std::stoul(word.substr(sign + 1), nullptr, 16));
+    }
+    return words;
+}
+
+struct HeaderCase {
+    Shape m_shape;
+    const char* m_format;
+    unsigned m_version;
+    const char* m_words;
+};
+
+constexpr unsigned kFlagsAt = 8, kMipsAt = 28;
+
+TEST(Dds, WritesTheHeaderOfEachShape) {
+    constexpr HeaderCase kCases[] = {
+        {{"", Vex::kTextureType2d, 5, 3, 1, 1, 0, 1},
+         "R8G8B8A8Unorm",
+         9,
+         "0=20534444 4=7C 8=100F 12=3 16=5 20=14 24=1 28=1 76=20 80=41 84=0 88=20 92=FF 96=FF00 104=FF000000 "
+         "108=1000 112=0"},
+        {{"", Vex::kTextureTypeCubemap, 8, 8, 1, 2, 0, 12},
+         "Bc1UnormSrgb",
+         9,
+         "8=A1007 20=20 28=2 80=4 84=31545844 88=0 108=401008 112=FE00"},
+        {{"", Vex::kTextureTypeCubemap, 8, 8, 1, 1, 0, 6},
+         "Bc7UnormSrgb",
+         9,
+         "80=4 84=30315844 108=1008 128=63 132=3 136=4 140=1 144=0"},
+        {{"", Vex::kTextureType3d, 4, 4, 2, 1, 0, 2},
+         "R8Unorm",
+         10,
+         "8=80100F 24=2 80=4 88=8 108=1008 112=200000 128=3D 132=4"},
+        {{"", Vex::kTextureType2dArray, 4, 4, 3, 1, 0, 3}, "R8G8Snorm", 10, "128=33 140=3"},
+    };
+    for (const HeaderCase& row : kCases) {
+        SCOPED_TRACE(row.m_format);
+        const TestImage image(makeTexture(row.m_shape, formatNamed(row.m_format)), 3);
+        Configuration configuration;
+        AllocatedMemory file;
+        file.resize(1000);
+        std::memset(file.begin, 0xC3, 1000); // which must not show in the header
+        ASSERT_EQ(convertToDds(&image, &file, row.m_version, &configuration), kErrorNone);
+        for (const auto& [offset, word] : parseWords(row.m_words)) {
+            EXPECT_EQ(wordAt(file, offset), word) << "at " << offset;
+        }
+        EXPECT_EQ(Bytes(file.end - image.getBytesTotal(), file.end), bytesOf(image));
+        AllocatedMemory byTiles;
+        const ElementProvider* provider = &image;
+        ASSERT_EQ(convertToDds(provider, &byTiles, row.m_version, &configuration), kErrorNone);
+        EXPECT_EQ(bytesOf(byTiles), bytesOf(file));
+    }
+}
+
+Bytes writeFile(const char* format, unsigned width, unsigned height, unsigned version) {
+    const TestImage image(makeFlat(format, width, height), 5);
+    Configuration configuration;
+    AllocatedMemory file;
+    convertToDds(&image, &file, version, &configuration);
+    return bytesOf(file);
+}
+
+void setWord(Bytes* file, unsigned offset, std::uint32_t word) { std::memcpy(&(*file)[offset], &word, 4); }
+
+constexpr char kShort[] =
+    "DDS file must be at least 128 bytes - enough for a 32-bit magic cookie and DDS_HEADER structure - but "
+    "this one is 2 bytes.\n";
+constexpr char kMagic[] = "DDS file begins with magic cookie 0x20534444, but this one begins with 0x%s. "
+                          "Maybe it's not a DDS file?\n";
+constexpr char kSize[] = "DDS header's dwSize field must be sizeof(DDS_HEADER) or 124, but this one is 0.\n";
+constexpr char kPixelSize[] =
+    "DDS header's ddspf.dwSize field must be sizeof(DDS_PIXELFORMAT) or 32, but this one is 0.\n";
+constexpr char kDx10[] = "DDS file says it is DX10 format, and must be at least 148 bytes to hold DX10 "
+                         "header, but this one is only 147 bytes.\n";
+constexpr char kNoFormat[] = "DDS header's pixel format can't be converted to a valid Vectrix\xC2\xAE"
+                             "4 DataFormat.\n";
+
+std::string magic(const char* hex) {
+    return std::string(kMagic).replace(std::string(kMagic).find("%s"), 2, hex);
+}
+
+struct Refused {
+    const char* m_words;
+    unsigned m_length; // 0: whole
+    std::string m_reports;
+    bool m_isTooLarge = false;
+};
+
+TEST(Dds, RefusesFilesThatAreNotWellFormed) {
+    const Refused kCases[] = {
+        {"", 2, kShort + magic("00004444") + kSize + kPixelSize + kNoFormat},
+        {"0=31534444", 0, magic("31534444")},
+        {"4=0", 0, kSize},
+        {"76=0", 0, kPixelSize},
+        {"128=0", 147, std::string(kDx10) + kNoFormat},
+        {"128=13", 0, kNoFormat},
+        {"128=59", 0, kNoFormat},
+        {"128=74", 0, kNoFormat},
+        {"84=42475852", 0, kNoFormat}, // a FourCC of nobody's
+        {"16=4001", 0, kNoFormat, true},
+        {"12=FFFFFFFF", 0, kNoFormat, true},
+        {"112=200000 24=2001", 0, kNoFormat, true},
+        {"112=200000 24=2000 12=4000 16=4000", 0, "Assertion 'bytesTotal <= 0xFFFFFFFF' failed.\n"},
+    };
+    for (const Refused& row : kCases) {
+        Bytes bytes = writeFile("R8G8B8A8Unorm", 5, 3, 10);
+        for (const auto& [offset, word] : parseWords(row.m_words)) {
+            setWord(&bytes, offset, word);
+        }
+        HeapFile file(bytes, row.m_length != 0 ? row.m_length : bytes.size());
+        TestImage before(makeFlat("R8Unorm", 3, 3), 1);
+        const ReportRecorder recorder;
+        Configuration configuration;
+        MemoryMappedImage image;
+        image.reallocate(before.getVexTexture());
+        EXPECT_EQ(convertFromDds(file.region(), &image, &configuration), kErrorFailed);
+        EXPECT_EQ(recorder.texts(), row.m_reports);
+        EXPECT_EQ(recorder.warnings().size(), row.m_isTooLarge ? 1u : 0u);
+        EXPECT_EQ(image.getBytesTotal(), 9u) << "the destination was touched";
+    }
+}
+
+TEST(Dds, TakesShapesThatTheHeaderLeavesOpen) {
+    Bytes bytes = writeFile("Bc1Unorm", 9, 5, 9);
+    setWord(&bytes, kFlagsAt, 0x21007);
+    const std::map<unsigned, unsigned> kMips = {{0, 1}, {1, 1}, {4, 4}, {5, 4}, {17, 4}, {0xFFFFFFFF, 4}};
+    for (const auto& [inFile, expected] : kMips) {
+        setWord(&bytes, kMipsAt, inFile);
+        HeapFile file(bytes);
+        const ReportRecorder recorder;
+        DdsImage image;
+        image.readFrom(file.region(), Vex::kTextureChannelTypeUNorm);
+        EXPECT_EQ(image.getSurfaceCount().mips, expected) << inFile;
+    }
+    setWord(&bytes, 12, 0);
+    setWord(&bytes, 16, 0);
+    HeapFile file(bytes);
+    DdsImage image;
+    EXPECT_EQ(image.readFrom(file.region(), Vex::kTextureChannelTypeSrgb), kErrorNone);
+    EXPECT_EQ(image.getBytesTotal(), 8u);
+    EXPECT_EQ(image.getDataFormat().getTextureChannelType(), Vex::kTextureChannelTypeSrgb);
+}
+
+TEST(Dds, WidensElementsOfThreeBytesAsFarAsTheFileGoes) {
+    Bytes bytes(128 + 12);
+    for (const auto& [offset, word] : parseWords("0=20534444 4=7C 12=2 16=2 76=20 80=4 84=14")) {
+        setWord(&bytes, offset, word);
+    }
+    for (unsigned i = 0; i < 12; ++i) {
+        bytes[128 + i] = static_cast<std::uint8_t>(i + 1);
+    }
+    const Bytes whole = {1, 2, 3, 0, 4, 5, 6, 0, 7, 8, 9, 0, 10, 11, 12, 0};
+    DdsImage image; // once more on the same image must not show the old texels
+    for (const std::size_t length : {140u, 135u, 128u}) {
+        HeapFile file(bytes, length);
+        const ReportRecorder recorder;
+        const Error error = image.readFrom(file.region(), Vex::kTextureChannelTypeUNorm);
+        EXPECT_EQ(error, length == 140 ? kErrorNone : kErrorFailed);
+        EXPECT_EQ(recorder.warnings().size(), length == 140 ? 0u : 1u);
+        Bytes expected = whole;
+        std::fill(expected.begin() + std::ptrdiff_t((length - 128) / 3 * 4), expected.end(), std::uint8_t{0});
+        EXPECT_EQ(bytesOf(image), expected);
+        const DdsImage copy = image;
+        EXPECT_EQ(bytesOf(copy), expected);
+    }
+}
+
+TEST(Dds, AnExistingDestinationMustHaveTheShapeOfTheFile) {
+    HeapFile file(writeFile("R8G8B8A8Unorm", 9, 5, 10));
+    Configuration configuration;
+    TestImage same(makeFlat("R8G8B8A8Unorm", 9, 5)), other(makeFlat("R8G8B8A8Unorm", 9, 6));
+    ElementProvider* provider = &same;
+    ASSERT_EQ(convertFromDds(file.region(), provider, &configuration), kErrorNone);
+    EXPECT_EQ(same.bytes(), Bytes(file.region()->begin + 148, file.region()->end));
+    const ReportRecorder recorder;
+    provider = &other;
+    EXPECT_EQ(convertFromDds(file.region(), provider, &configuration), kErrorFailed);
+    ASSERT_EQ(recorder.assertions().size(), 1u);
+    EXPECT_EQ(recorder.assertions()[0].m_file, "raw\\dds");
+    EXPECT_EQ(recorder.texts(), "destination and source must have the same dimensions and format.\n");
+}
+
+TEST(Dds, TheRoadsToTheContainerAndBackKeepEveryByte) {
+    for (const Shape& shape : kShapes) {
+        if (shape.m_log2Fragments != 0) {
+            continue;
+        }
+        for (const char* format : {"R8G8B8A8Unorm", "Bc3UnormSrgb", "Bc7Unorm", "R16G16B16A16Float"}) {
+            SCOPED_TRACE(std::string(shape.m_name) + " " + format);
+            const bool isArray = shape.m_depth > 1 && shape.m_type != Vex::kTextureType3d;
+            const TestImage image(makeTexture(shape, formatNamed(format)), 7);
+            Configuration configuration;
+            AllocatedMemory dds, container, back;
+            ASSERT_EQ(convertToDds(&image, &dds, 10, &configuration), kErrorNone);
+            ASSERT_EQ(convertDdsToVxf(&dds, &container, &configuration), kErrorNone);
+            ASSERT_EQ(convertVxfToDds(&container, &back, 10, &configuration), kErrorNone);
+            const std::size_t bytes = static_cast<std::size_t>(back.length());
+            EXPECT_TRUE(isArray ? bytes < dds.length() : bytes == dds.length()) << "only the first slice";
+            EXPECT_EQ(Bytes(back.begin + 148, back.end), Bytes(dds.begin + 148, dds.begin + bytes));
+        }
+    }
+}
+
+TEST(Dds, NullArgumentsAreReported) {
+    const ReportRecorder recorder;
+    Configuration withoutManager;
+    withoutManager.m_jobManager = nullptr;
+    const Image* image = nullptr;
+    ReallocatableImage* destination = nullptr;
+    EXPECT_EQ(convertFromDds(nullptr, destination, nullptr), kErrorFailed);
+    EXPECT_EQ(convertToDds(image, nullptr, 9, &withoutManager), kErrorFailed);
+    EXPECT_EQ(recorder.texts(),
+              "source must not be NULL.\ndestination must not be NULL.\nconfiguration must not be NULL.\n"
+              "source must not be NULL.\ndestination must not be NULL.\n"
+              "configuration->m_jobManager parameter must not be NULL - this function runs jobs.\n");
+}
+
+TEST(Dds, DescriptorsWithoutASurfaceFormatAreNotWritten) {
+    Vex::Texture texture = makeFlat("R8Unorm", 4, 4);
+    texture.setDataFormat({59});
+    const ReportRecorder recorder;
+    AllocatedMemory memory;
+    EXPECT_EQ(DdsImage().writeTo(&texture, &memory, 9), kErrorFailed);
+    EXPECT_EQ(recorder.texts(), "surfaceFormat is 59, but must be between 0 and 58\n");
+    EXPECT_EQ(memory.length(), 0u);
+}
+
+} // namespace
