@@ -39,7 +39,7 @@ Errors& errorsOf(j_common_ptr jpeg) { return *reinterpret_cast<Errors*>(jpeg->er
 
 void keepFirst(Errors& errors, const char* text) {
     if (errors.m_text[0] == '\0') {
-        std::strncpy(errors.m_text, text, sizeof errors.m_text - 1);
+        std::snprintf(errors.m_text, sizeof errors.m_text, "%s", text);
     }
 }
 
