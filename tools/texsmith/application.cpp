@@ -30,7 +30,8 @@ constexpr Command kCommands[] = {
 };
 
 constexpr char kUsage[] =
-    "usage: texsmith convert [--mips] [--format NAME] SOURCE DESTINATION-OR-EXTENSION\n"
+    "usage: texsmith convert [--mips] [--format NAME] [--dds-version 9|10]\n"
+    "                        SOURCE DESTINATION-OR-EXTENSION\n"
     "       texsmith compare [--heatmap OUT.tga] [--fail-psnr DB] A B\n"
     "       texsmith formats\n"
     "       texsmith info [--json] FILE\n"
@@ -41,7 +42,8 @@ constexpr char kUsage[] =
     "convert  writes SOURCE (a file or URL) as another type of file. A destination that\n"
     "         begins with a dot, such as .vxf, stands for SOURCE with that extension.\n"
     "         --mips adds smaller levels down to one texel. --format stores the texels in\n"
-    "         that format, such as Bc1UnormNoAlpha.\n"
+    "         that format, such as Bc1UnormNoAlpha, or given as JSON. A DDS file gets the\n"
+    "         classic header where that can name the format, unless --dds-version says.\n"
     "compare  tells how far two files of the same size are apart: errors by channel and\n"
     "         mip, and the largest. Two sRGB files are compared as they are stored, any\n"
     "         other pair as light. --heatmap draws the differences; --fail-psnr fails when\n"
@@ -52,7 +54,7 @@ constexpr char kUsage[] =
     "         they are stored. --plot draws the histogram.\n"
     "texel    tells what stands at X, Y: place, stored bytes and value.\n"
     "\n"
-    "Types: .tga, .vxf\n";
+    "Types: .bmp, .dds, .hdr, .jpg, .pfm, .png, .tga, .tsh, .vxf\n";
 
 bool isControl(char c) { return (c >= 0 && c < ' ') || c == '\x7F'; }
 

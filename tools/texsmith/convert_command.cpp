@@ -1,7 +1,6 @@
 #include "commands.h"
+#include "conversion.h"
 #include "failure.h"
-#include "format_conversion.h"
-#include "mip_conversion.h"
 #include "options.h"
 #include "paths.h"
 #include "replacement_file.h"
@@ -11,7 +10,6 @@
 #include "qor/texsmith/raw/helpers.h"
 #include "qor/texsmith/raw/memory_region.h"
 
-#include <optional>
 #include <string>
 
 namespace Tool {
@@ -48,30 +46,6 @@ std::string fileToReplace(const std::string& source, const std::string& destinat
     return leadsToSource ? destination : followLinks(destination);
 }
 
-struct Wishes {
-    bool m_mips;
-    std::optional<Vex::DataFormat> m_format;
-};
-
-Raw::Error convertRegions(MemoryRegion* from, const std::string& source, Raw::ResizableMemoryRegion* to,
-                          const std::string& destination, const Wishes& wishes,
-                          Configuration* configuration) {
-    if (!wishes.m_mips && !wishes.m_format) {
-        return Raw::convertWithResult(from, source.c_str(), to, destination.c_str(), configuration);
-    }
-    if (!wishes.m_format) {
-        return convertWithMips(from, source, to, destination, configuration);
-    }
-    if (!wishes.m_mips) {
-        return convertToFormat(from, source, to, destination, *wishes.m_format, configuration);
-    }
-    Raw::MappedMemory chain; // mips are made before the loss of a compression
-    const Raw::Error error = convertWithMips(from, source, &chain, destination, configuration);
-    return error != Raw::kErrorNone
-               ? error
-               : convertToFormat(&chain, destination, to, destination, *wishes.m_format, configuration);
-}
-
 void convertFile(const std::string& source, const std::string& destination, const std::string& written,
                  const Wishes& wishes) {
     Configuration configuration;
@@ -83,29 +57,45 @@ void convertFile(const std::string& source, const std::string& destination, cons
         Raw::MemoryMappedFile to(written.c_str(), Raw::kPermissionsReadWrite, configuration.m_allocator);
         atWork = &source;
         error = convertRegions(&from, source, &to, destination, wishes, &configuration);
-    } catch (const Failure&) { // its text is the first report
+    } catch (const Failure&) { // whose text is the first report, where there is one
+        if (firstReport().empty()) {
+            throw;
+        }
     }
     if (error != Raw::kErrorNone || !firstReport().empty()) {
         throwFileFailure(*atWork, error);
     }
 }
 
-} // namespace
-
-void convertCommand(Arguments arguments) {
-    const Options options(arguments, {"--mips"}, {"--format"});
-    if (options.names().size() != 2) {
-        throw UsageFailure("convert takes a source and a destination; see texsmith --help");
-    }
-    Wishes wishes = {options.has("--mips"), {}};
+Wishes wishesOf(const Options& options) {
+    Wishes wishes;
+    wishes.m_mips = options.has("--mips");
     if (options.has("--format")) {
         wishes.m_format = findFormat(options.value("--format"));
     }
+    if (options.has("--dds-version")) {
+        const std::string version = options.value("--dds-version");
+        if (version != "9" && version != "10") {
+            throw UsageFailure("--dds-version is 9 or 10, and not '" + version + "'");
+        }
+        wishes.m_ddsVersion = version == "9" ? 9 : 10;
+    }
+    return wishes;
+}
+
+} // namespace
+
+void convertCommand(Arguments arguments) {
+    const Options options(arguments, {"--mips"}, {"--format", "--dds-version"});
+    if (options.names().size() != 2) {
+        throw UsageFailure("convert takes a source and a destination; see texsmith --help");
+    }
+    const Wishes wishes = wishesOf(options);
     const std::string source = options.names()[0];
     const std::string destination = resolveDestination(source, options.names()[1]);
-    if (wishes.m_mips) {
-        checkHoldsMips(destination);
-    } else if (!wishes.m_format && isAlreadyThere(source, destination)) {
+    checkWishes(wishes, destination);
+    const bool changesNothing = !wishes.m_mips && !wishes.m_format && !wishes.m_ddsVersion;
+    if (changesNothing && isAlreadyThere(source, destination)) {
         return;
     }
     ReplacementFile file(fileToReplace(source, destination));

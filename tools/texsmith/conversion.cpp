@@ -1,0 +1,148 @@
+#include "conversion.h"
+
+#include "failure.h"
+#include "file_info.h"
+#include "progress_bar.h"
+
+#include "qor/texsmith/raw/dds.h"
+#include "qor/texsmith/raw/format.h"
+#include "qor/texsmith/raw/helpers.h"
+#include "qor/texsmith/raw/image.h"
+#include "qor/texsmith/raw/mip_maps.h"
+#include "qor/texsmith/raw/reformat.h"
+#include "qor/texsmith/raw/statistics.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace Tool {
+namespace {
+
+using namespace qor;
+using namespace qor::Texsmith;
+
+constexpr Raw::FileType kDds = Raw::makeFileType(".DDS");
+constexpr Raw::FileType kVxf = Raw::makeFileType(".VXF");
+
+using Picture = std::unique_ptr<Raw::MemoryMappedImage>;
+
+void hint(const std::string& text) { std::fprintf(stderr, "texsmith: hint: %s\n", text.c_str()); }
+
+bool selectsAlpha(Vex::DataFormat format) { return format.getChannel(3) == Vex::kTextureChannelW; }
+
+// Blocks of such a format give up one colour of four for a transparency that an opaque picture lacks.
+bool wastesTransparency(const Raw::ElementProvider& picture, Vex::DataFormat format,
+                        Configuration* configuration) {
+    if (format.getSurfaceFormat() != Vex::kSurfaceFormatBc1 || !selectsAlpha(format)) {
+        return false;
+    }
+    if (!selectsAlpha(picture.getDataFormat())) {
+        return true;
+    }
+    Raw::MinMaxMean range;
+    return Raw::getMinMaxMean(&picture, &range, configuration) == Raw::kErrorNone && range.min[3] >= 1.0f;
+}
+
+// The library has no codec for that pair of formats; everything else that can fail has been reported.
+void checkStep(int error, const char* step) {
+    if (error != 0 && firstReport().empty()) {
+        throw Failure(std::string("cannot ") + step);
+    }
+}
+
+Picture withMips(Picture image, Configuration* configuration) {
+    auto chain = std::make_unique<Raw::MemoryMappedImage>();
+    Raw::reallocateAndAddMips(image.get(), chain.get(), image->getDataFormat());
+    chain->setModifiers(image->getModifiers());
+    // Made from one another, compressed mips would gather the losses of all above them.
+    Configuration mips = *configuration;
+    mips.m_encoderConfiguration.m_mipsFromPreviousMip = !image->getDataFormat().isBlockCompressedFormat();
+    const Raw::SurfaceCount count = chain->getSurfaceCount();
+    ProgressBar progress("mips", count.mips * count.faces * count.arrayEntries);
+    checkStep(Raw::makeMipMaps(image.get(), chain.get(), &mips, progress.counter()),
+              "make mips of this format");
+    return chain;
+}
+
+Picture inFormat(Picture image, Vex::DataFormat format, Configuration* configuration) {
+    if (wastesTransparency(*image, format, configuration)) {
+        const bool isSrgb = format.getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
+        hint(std::string("an opaque picture loses quality in a format with transparency; pick ") +
+             (isSrgb ? "Bc1UnormSrgbNoAlpha" : "Bc1UnormNoAlpha"));
+    }
+    auto converted = std::make_unique<Raw::MemoryMappedImage>();
+    Raw::reallocate(converted.get(), image.get(), format);
+    const Raw::Error error = Raw::reformat(image.get(), converted.get(), configuration);
+    checkStep(static_cast<int>(error), "convert between these formats");
+    return converted;
+}
+
+// The classic header where it brings the format back, and the extended one where it does not.
+unsigned ddsVersionFor(Vex::DataFormat format, const Wishes& wishes, const Configuration& configuration) {
+    const auto formatBack = [&](unsigned version) {
+        return Raw::getFormatInDds(format, version, configuration.m_textureChannelType);
+    };
+    const bool classicServes = formatBack(9) == format;
+    const unsigned version = wishes.m_ddsVersion.value_or(classicServes ? 9 : Raw::kDdsVersionDx10);
+    if (!(formatBack(version) == format)) {
+        hint("a DDS header of version " + std::to_string(version) + " cannot name " + formatName(format) +
+             "; it will be read as " + formatName(formatBack(version)));
+    }
+    return version;
+}
+
+Raw::Error writeDds(const Raw::Image& image, Raw::ResizableMemoryRegion* destination, const Wishes& wishes,
+                    Configuration* configuration) {
+    if (image.getSurfaceCount().arrayEntries > 1) {
+        hint("readers of DDS files take the first slice of an array");
+    }
+    const unsigned version = ddsVersionFor(image.getDataFormat(), wishes, *configuration);
+    return Raw::convertToDds(&image, destination, version, configuration);
+}
+
+bool holdsMips(Raw::FileType type) { return type == kVxf || type == kDds; }
+
+} // namespace
+
+Vex::DataFormat findFormat(const std::string& name) {
+    Configuration configuration;
+    Vex::DataFormat format = {};
+    if (Raw::makeDataFormat(&format, name.c_str(), &configuration) != 0) {
+        throw UsageFailure("unknown format '" + name + "'; see texsmith formats");
+    }
+    return format;
+}
+
+void checkWishes(const Wishes& wishes, const std::string& destination) {
+    const Raw::FileType type = Raw::getFileTypeFromExtension(destination.c_str());
+    if (wishes.m_mips && !holdsMips(type)) {
+        throw UsageFailure(destination + ": only .vxf and .dds files hold mips");
+    }
+    if (wishes.m_ddsVersion && type != kDds) {
+        throw UsageFailure(destination + ": --dds-version is for .dds files");
+    }
+}
+
+Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
+                          Raw::ResizableMemoryRegion* destination, const std::string& destinationName,
+                          const Wishes& wishes, Configuration* configuration) {
+    const Raw::FileType from = Raw::getFileTypeFromExtension(sourceName.c_str());
+    const Raw::FileType to = Raw::getFileTypeFromExtension(destinationName.c_str());
+    const bool changesTexels = wishes.m_mips || wishes.m_format || wishes.m_ddsVersion;
+    if (!changesTexels && (to != kDds || from == kDds)) {
+        return Raw::convertWithResult(source, sourceName.c_str(), destination, destinationName.c_str(),
+                                      configuration);
+    }
+    auto image = std::make_unique<Raw::MemoryMappedImage>();
+    const Raw::Error error = Raw::loadWithResult(image.get(), source, sourceName.c_str(), configuration, 0);
+    if (error != Raw::kErrorNone) {
+        return error;
+    }
+    image = wishes.m_mips ? withMips(std::move(image), configuration) : std::move(image);
+    image = wishes.m_format ? inFormat(std::move(image), *wishes.m_format, configuration) : std::move(image);
+    return to == kDds ? writeDds(*image, destination, wishes, configuration)
+                      : static_cast<Raw::Error>(
+                            Raw::save(image.get(), destination, destinationName.c_str(), configuration));
+}
+
+} // namespace Tool

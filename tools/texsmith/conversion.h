@@ -1,0 +1,31 @@
+// The steps of a conversion: load, add mips, change the format, write.
+#pragma once
+
+#include "qor/texsmith/raw/configuration.h"
+#include "qor/texsmith/raw/memory_region.h"
+#include "qor/vex/data_format.h"
+
+#include <optional>
+#include <string>
+
+namespace Tool {
+
+struct Wishes {
+    bool m_mips = false;
+    std::optional<qor::Vex::DataFormat> m_format;
+    std::optional<unsigned> m_ddsVersion; // 9 or 10
+};
+
+// Throws UsageFailure for a name that no format has.
+qor::Vex::DataFormat findFormat(const std::string& name);
+// Throw UsageFailure for types that cannot keep what is wished.
+void checkWishes(const Wishes& wishes, const std::string& destination);
+
+// Without wishes this is the library's own conversion, but that a DDS file gets the extended header when the
+// classic one would bring back another format. What a file cannot keep is told on the standard error stream.
+qor::Texsmith::Raw::Error convertRegions(qor::Texsmith::MemoryRegion* source, const std::string& sourceName,
+                                         qor::Texsmith::Raw::ResizableMemoryRegion* destination,
+                                         const std::string& destinationName, const Wishes& wishes,
+                                         qor::Texsmith::Configuration* configuration);
+
+} // namespace Tool
