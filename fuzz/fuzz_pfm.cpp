@@ -1,0 +1,12 @@
+#include "fuzz_target.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace qor::Texsmith;
+    Fuzz::Input input(data, size);
+    Raw::AllocatedMemory file;
+    Raw::MemoryMappedImage image;
+    if (Raw::convertFromPfm(input.region(), &image, input.configuration()) == Raw::kErrorNone) {
+        Raw::convertToPfm(&image, &file, Raw::kPfmChannels3, input.configuration());
+    }
+    return 0;
+}
