@@ -1,0 +1,228 @@
+#include "support/damaged_files.h"
+#include "support/png_reader.h"
+#include "support/png_writer.h"
+#include "support/surfaces.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string_view>
+
+namespace {
+
+using namespace qor::Texsmith;
+using namespace TestSupport;
+
+struct Kind {
+    unsigned m_colorType, m_bits;
+    bool m_hasKey; // a transparent colour, or alphas in the palette
+    std::uint32_t m_format, m_srgbFormat;
+};
+
+constexpr Kind kKinds[] = {
+    {0, 1, false, 0x324001, 0x324901},  {0, 2, false, 0x324001, 0x324901},
+    {0, 4, true, 0xB24003, 0xFAC90A},   {0, 8, false, 0x324001, 0x324901},
+    {0, 8, true, 0xB24003, 0xFAC90A},   {0, 16, false, 0x324002, 0x324002},
+    {0, 16, true, 0xB24005, 0xB24005},  {2, 8, false, 0x3AC00A, 0x3AC90A},
+    {2, 8, true, 0xFAC00A, 0xFAC90A},   {2, 16, false, 0x3AC00C, 0x3AC00C},
+    {2, 16, true, 0xFAC00C, 0xFAC00C},  {3, 1, false, 0x3AC00A, 0x3AC90A},
+    {3, 2, true, 0xFAC00A, 0xFAC90A},   {3, 4, false, 0x3AC00A, 0x3AC90A},
+    {3, 8, true, 0xFAC00A, 0xFAC90A},   {4, 8, false, 0xB24003, 0xFAC90A},
+    {4, 16, false, 0xB24005, 0xB24005}, {6, 8, false, 0xFAC00A, 0xFAC90A},
+    {6, 16, false, 0xFAC00C, 0xFAC00C},
+};
+
+unsigned scramble(unsigned x, unsigned y, unsigned channel) {
+    return (x * 40503 + y * 30011 + channel * 9973 + 77) * 2654435761u >> 13;
+}
+
+PngWriter writerOf(const Kind& kind, bool isInterlaced) {
+    const unsigned most = (1u << kind.m_bits) - 1;
+    PngWriter writer{
+        13,           11,
+        kind.m_bits,  kind.m_colorType,
+        isInterlaced, [most](unsigned x, unsigned y, unsigned c) { return scramble(x, y, c) & most; }};
+    if (kind.m_colorType == 3) {
+        for (unsigned i = 0; i < 3 * (most + 1); ++i) {
+            writer.m_palette.push_back(static_cast<std::uint8_t>(scramble(i, 1, 2)));
+        }
+    }
+    if (kind.m_hasKey && kind.m_colorType == 3) {
+        writer.m_transparency = {0, 100}; // the other entries are opaque
+    } else if (kind.m_hasKey) {           // the colour of a pixel
+        for (unsigned c = 0; c < writer.channels(); ++c) {
+            const unsigned sample = writer.m_sample(5, 3, c);
+            writer.m_transparency.push_back(static_cast<std::uint8_t>(sample >> 8));
+            writer.m_transparency.push_back(static_cast<std::uint8_t>(sample & 0xFF));
+        }
+    }
+    return writer;
+}
+
+// R, G, B, A of 0 to 65535 for deep pictures, else of 0 to 255.
+std::array<unsigned, 4> expectedPixel(const PngWriter& writer, unsigned x, unsigned y) {
+    const unsigned most = (1u << writer.m_bits) - 1, scale = (writer.m_bits == 16 ? 65535 : 255) / most;
+    const auto sample = [&](unsigned channel) { return writer.m_sample(x, y, channel); };
+    if (writer.m_colorType == 3) {
+        const unsigned entry = sample(0);
+        const bool hasAlpha = entry < writer.m_transparency.size();
+        return {writer.m_palette[3 * entry], writer.m_palette[3 * entry + 1], writer.m_palette[3 * entry + 2],
+                hasAlpha ? writer.m_transparency[entry] : 255u};
+    }
+    const bool isGrey = writer.m_colorType % 4 == 0;
+    bool isKey = !writer.m_transparency.empty();
+    for (unsigned c = 0; c < writer.channels() && isKey; ++c) {
+        isKey = sample(c) == unsigned(writer.m_transparency[2 * c] << 8 | writer.m_transparency[2 * c + 1]);
+    }
+    const unsigned alpha = writer.m_colorType >= 4 ? sample(writer.channels() - 1) : isKey ? 0 : most;
+    return {sample(0) * scale, sample(isGrey ? 0 : 1) * scale, sample(isGrey ? 0 : 2) * scale, alpha * scale};
+}
+
+// By what the format's selects read; a channel that none reads is zero.
+Bytes expectedTexels(const PngWriter& writer, Vex::DataFormat format) {
+    const unsigned channels = format.getNumComponents();
+    Bytes texels;
+    for (unsigned pixel = 0; pixel < writer.m_width * writer.m_height; ++pixel) {
+        const auto lanes = expectedPixel(writer, pixel % writer.m_width, pixel / writer.m_width);
+        for (unsigned channel = 0; channel < channels; ++channel) {
+            unsigned value = 0;
+            for (unsigned lane = 4; lane-- > 0;) {
+                value = format.getChannel(lane) == Vex::kTextureChannelX + channel ? lanes[lane] : value;
+            }
+            texels.push_back(static_cast<std::uint8_t>(value & 0xFF));
+            if (writer.m_bits == 16) {
+                texels.push_back(static_cast<std::uint8_t>(value >> 8));
+            }
+        }
+    }
+    return texels;
+}
+
+TEST(PngReader, GivesEveryKindOfPixelPlainAndInterlaced) {
+    for (const Kind& kind : kKinds) {
+        for (const unsigned variant : {0u, 1u, 2u, 3u}) {
+            SCOPED_TRACE(testing::Message() << kind.m_colorType << " " << kind.m_bits << " " << variant);
+            const PngWriter writer = writerOf(kind, variant % 2 != 0);
+            const ReportRecorder recorder;
+            Configuration configuration;
+            configuration.m_textureChannelType =
+                variant >= 2 ? Vex::kTextureChannelTypeSrgb : Vex::kTextureChannelTypeUNorm;
+            Raw::MemoryMappedImage image;
+            HeapFile file(writer.file());
+            ASSERT_EQ(Raw::convertFromPng(file.region(), &image, &configuration), Raw::kErrorNone);
+            EXPECT_EQ(image.getDataFormat().m_word, variant >= 2 ? kind.m_srgbFormat : kind.m_format);
+            EXPECT_EQ(image.getPixelsWide(0), 13u);
+            EXPECT_EQ(bytesOf(image), expectedTexels(writer, image.getDataFormat()));
+            EXPECT_TRUE(recorder.empty());
+        }
+    }
+}
+
+Bytes convertedTo(const Raw::ElementProvider& source, Vex::DataFormat format) {
+    Raw::Configuration configuration;
+    TestImage image(Raw::changeDataFormat(source.getTexture(), format));
+    EXPECT_EQ(Raw::reformat(&source, &image, &configuration), Raw::kErrorNone);
+    return image.bytes();
+}
+
+Bytes writtenPng(const Raw::Image& image) {
+    Configuration configuration;
+    Raw::AllocatedMemory file;
+    EXPECT_EQ(Raw::convertToPng(&image, &file, &configuration), Raw::kErrorNone);
+    return bytesOf(file);
+}
+
+TEST(PngWriterOfTheLibrary, KeepsWhatTheFormatSelects) {
+    struct Case {
+        const char* m_format;
+        std::uint8_t m_bits, m_colorType;
+        std::uint32_t m_kept;
+    };
+    for (const Case& c : std::initializer_list<Case>{{"L8Unorm", 8, 0, 0x324001},
+                                                     {"L16Unorm", 16, 0, 0x324002},
+                                                     {"L8A8Unorm", 8, 4, 0xB24003},
+                                                     {"L8UnormSrgb", 8, 0, 0x324901},
+                                                     {"R8Unorm", 8, 2, 0x3AC00A},
+                                                     {"A8Unorm", 8, 6, 0xFAC00A},
+                                                     {"B8G8R8X8Unorm", 8, 2, 0x3AC00A},
+                                                     {"B8G8R8A8UnormSrgb", 8, 6, 0xFAC90A},
+                                                     {"R5G6B5Unorm", 8, 2, 0x3AC00A},
+                                                     {"Bc3Unorm", 8, 6, 0xFAC00A},
+                                                     {"R10G10B10A2Unorm", 16, 6, 0xFAC00C},
+                                                     {"R16G16B16A16Unorm", 16, 6, 0xFAC00C},
+                                                     {"R32G32B32A32Float", 16, 6, 0xFAC00C}}) {
+        SCOPED_TRACE(c.m_format);
+        const TestImage image(makeFlat(c.m_format, 19, 7), 5);
+        const Bytes file = writtenPng(image);
+        EXPECT_EQ(file[24], c.m_bits);
+        EXPECT_EQ(file[25], c.m_colorType);
+        const bool isSrgb = (c.m_kept & 0xF00) == 0x900;
+        const std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
+        EXPECT_EQ(text.find("sRGB") != text.npos, isSrgb);
+        Configuration configuration;
+        configuration.m_textureChannelType =
+            isSrgb ? Vex::kTextureChannelTypeSrgb : Vex::kTextureChannelTypeUNorm;
+        Raw::MemoryMappedImage back;
+        HeapFile region(file);
+        ASSERT_EQ(Raw::convertFromPng(region.region(), &back, &configuration), Raw::kErrorNone);
+        EXPECT_EQ(back.getDataFormat().m_word, c.m_kept);
+        Bytes expected = convertedTo(image, {c.m_kept});
+        const std::size_t channelBytes = c.m_bits / 8;
+        for (std::size_t i = 0; c.m_colorType == 2 && i < expected.size(); ++i) {
+            expected[i] = i / channelBytes % 4 == 3 ? std::uint8_t{0} : expected[i]; // no channel reads it
+        }
+        EXPECT_EQ(bytesOf(back), expected);
+    }
+}
+
+TEST(PngReader, AgreesWithReferencePictures) {
+    const char* place = std::getenv("TEXSMITH_CORPUS");
+    const std::filesystem::path corpus = place != nullptr ? place : TEXSMITH_SOURCE_DIR "/../shared/corpus";
+    if (!std::filesystem::exists(corpus)) {
+        GTEST_SKIP() << "no corpus at " << corpus;
+    }
+    unsigned compared = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(corpus)) {
+        if (entry.path().extension() != ".png") {
+            continue;
+        }
+        SCOPED_TRACE(entry.path());
+        Configuration configuration;
+        Raw::MemoryMappedFile file(entry.path().string().c_str(), Raw::kPermissionsReadOnly,
+                                   Raw::g_mallocAllocator);
+        Raw::MemoryMappedImage image;
+        ASSERT_EQ(Raw::convertFromPng(&file, &image, &configuration), Raw::kErrorNone);
+        PngPicture reference;
+        ASSERT_TRUE(readPng(entry.path().string(), &reference));
+        ASSERT_EQ(image.getPixelsWide(0), reference.m_width);
+        if (file.begin[24] <= 8) { // the other reader gives 8 bits only
+            EXPECT_EQ(convertedTo(image, formatNamed("R8G8B8A8Unorm")), reference.m_texels);
+            ++compared;
+        }
+    }
+    EXPECT_GT(compared, 0u);
+}
+
+TEST(PngReader, TakesWhatADamagedFileHas) {
+    for (const bool isInterlaced : {false, true}) {
+        const Bytes file = writerOf({6, 8, false, 0, 0}, isInterlaced).file();
+        expectCutFilesToGiveWhatTheyHave(&Raw::convertFromPng, file);
+        expectHandlersToBeFreeToThrow(&Raw::convertFromPng, file);
+    }
+    expectWrongBytesToEndWell(&Raw::convertFromPng, writerOf({3, 4, true, 0, 0}, true).file());
+}
+
+TEST(PngReader, RefusesSizesThatTheFileCannotFill) {
+    for (const auto& [width, height] : {std::pair{16385u, 1u}, {1u, 16385u}, {16384u, 16384u}}) {
+        PngWriter writer{width, height, 16, 6, false, {}};
+        writer.m_hasPixels = false;
+        const Bytes file = writer.file();
+        const ReadResult result = readFront(&Raw::convertFromPng, file, file.size());
+        EXPECT_EQ(result.m_error, Raw::kErrorFailed);
+        EXPECT_EQ(result.m_warnings, 1u);
+        EXPECT_TRUE(result.m_texels.empty());
+    }
+}
+
+} // namespace
