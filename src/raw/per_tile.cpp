@@ -122,19 +122,26 @@ Error PerTileJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* 
     return kErrorNone;
 }
 
+// A pass may read what an earlier one writes: none takes tiles ahead before those are done with the row.
 Error PerTileJob::walkRow(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface* surfaces,
                           unsigned y) const {
-    const unsigned tilesWide = getElementProvider()->getTilesWide(surfaceIndex->mip);
-    unsigned done[kMaxChain];
-    unsigned first = tilesWide;
     for (unsigned i = 0; i < m_length; ++i) {
-        done[i] = m_chain[i]->leadingTiles(callbackId, surfaceIndex, surfaces[i], y);
-        first = std::min(first, done[i]);
+        const unsigned done = m_chain[i]->leadingTiles(callbackId, surfaceIndex, surfaces[i], y);
+        const unsigned end = done == 0 ? m_length : i + 1;
+        const Error error = walkTiles(callbackId, surfaceIndex, {done, y}, {i, end});
+        if (error != kErrorNone || done == 0) {
+            return error;
+        }
     }
-    for (unsigned x = first; x < tilesWide; ++x) {
-        for (unsigned i = 0; i < m_length; ++i) {
-            const Error error =
-                x < done[i] ? kErrorNone : m_chain[i]->perTileCallback(callbackId, surfaceIndex, x, y);
+    return kErrorNone;
+}
+
+Error PerTileJob::walkTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex, FirstTile first,
+                            Passes passes) const {
+    const unsigned tilesWide = getElementProvider()->getTilesWide(surfaceIndex->mip);
+    for (unsigned x = first.m_x; x < tilesWide; ++x) {
+        for (unsigned i = passes.m_begin; i < passes.m_end; ++i) {
+            const Error error = m_chain[i]->perTileCallback(callbackId, surfaceIndex, x, first.m_y);
             if (error != kErrorNone) {
                 return error;
             }

@@ -62,7 +62,7 @@ struct OpenSurface {
 // the prologue and folded in the epilogue.
 //
 // A pass that can work on rows in memory takes tiles from the left of a row of tiles all at once, and is then
-// called for the others only. The result is the same to the bit.
+// called for the others only, before the passes behind it in a chain. The result is the same to the bit.
 class QOR_TEXSMITH_API PerTile {
 public:
     Error prologue(unsigned callbacks) const { return doPrologue(callbacks); }
@@ -105,6 +105,15 @@ private:
     Error doEpilogue() const override;
     Error walkRow(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface* surfaces,
                   unsigned y) const;
+    // The rest of a row, by a part of the chain.
+    struct FirstTile {
+        unsigned m_x, m_y;
+    };
+    struct Passes {
+        unsigned m_begin, m_end;
+    };
+    Error walkTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex, FirstTile first,
+                    Passes passes) const;
 
     PerTile* m_chain[kMaxChain];
     unsigned m_length;
