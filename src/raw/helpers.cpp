@@ -3,12 +3,16 @@
 #include "platform/platform.h"
 #include "qor/texsmith/raw/bmp.h"
 #include "qor/texsmith/raw/dds.h"
+#include "qor/texsmith/raw/exr.h"
 #include "qor/texsmith/raw/hdr.h"
+#include "qor/texsmith/raw/jpg.h"
 #include "qor/texsmith/raw/names.h"
 #include "qor/texsmith/raw/pfm.h"
+#include "qor/texsmith/raw/png.h"
 #include "qor/texsmith/raw/tga.h"
 #include "qor/texsmith/raw/tsh.h"
 #include "qor/texsmith/raw/vxf.h"
+#include "qor/texsmith/raw/wic.h"
 #include "raw/check.h"
 #include "raw/file_roads.h"
 #include "raw/region_overlap.h"
@@ -50,6 +54,23 @@ Error saveColorPfm(const Image* source, ResizableMemoryRegion* destination, Conf
     return convertToPfm(source, destination, kPfmChannels3, configuration);
 }
 
+template <const WicGuid& kGuid>
+Error loadFrame(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
+                int index) {
+    return convertFromWic(source, destination, configuration, kGuid, index);
+}
+
+template <const WicGuid& kGuid>
+Error loadFirstFrame(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
+                     int) {
+    return convertFromWic(source, destination, configuration, kGuid, 0);
+}
+
+template <const WicGuid& kGuid>
+Error saveFrame(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
+    return convertToWic(source, destination, configuration, kGuid);
+}
+
 constexpr LoadRoute kLoadRoutes[] = {
     {makeFileType(".DDS"), &withoutIndex<&convertFromDds>},
     {makeFileType(".VXF"), &convertFromVxf},
@@ -58,13 +79,32 @@ constexpr LoadRoute kLoadRoutes[] = {
     {makeFileType(".HDR"), &withoutIndex<&convertFromHdr>},
     {makeFileType(".PFM"), &withoutIndex<&convertFromPfm>},
     {makeFileType(".TSH"), &withoutIndex<&convertFromTsh>},
+    {makeFileType(".EXR"), &withoutIndex<&convertFromExr>},
+    {makeFileType(".JPG"), &withoutIndex<&convertFromJpg>},
+    {makeFileType(".PNG"), &withoutIndex<&convertFromPng>},
+    {makeFileType(".GIF"), &loadFrame<g_wicGuidGif>},
+    {makeFileType(".ICO"), &loadFirstFrame<g_wicGuidIco>},
+    {makeFileType(".TIF"), &loadFirstFrame<g_wicGuidTif>},
+    {makeFileType(".JXR"), &loadFirstFrame<g_wicGuidWdp>},
+    {makeFileType(".WDP"), &loadFirstFrame<g_wicGuidWdp>},
 };
 
 constexpr SaveRoute kSaveRoutes[] = {
-    {makeFileType(".DDS"), &saveClassicDds}, {makeFileType(".VXF"), &convertToVxf},
-    {makeFileType(".TGA"), &convertToTga},   {makeFileType(".BMP"), &convertToBmp},
-    {makeFileType(".HDR"), &convertToHdr},   {makeFileType(".PFM"), &saveColorPfm},
+    {makeFileType(".DDS"), &saveClassicDds},
+    {makeFileType(".VXF"), &convertToVxf},
+    {makeFileType(".TGA"), &convertToTga},
+    {makeFileType(".BMP"), &convertToBmp},
+    {makeFileType(".HDR"), &convertToHdr},
+    {makeFileType(".PFM"), &saveColorPfm},
     {makeFileType(".TSH"), &convertToTsh},
+    {makeFileType(".EXR"), &convertToExr},
+    {makeFileType(".JPG"), &convertToJpg},
+    {makeFileType(".PNG"), &convertToPng},
+    {makeFileType(".GIF"), &saveFrame<g_wicGuidGif>},
+    {makeFileType(".ICO"), &saveFrame<g_wicGuidIco>},
+    {makeFileType(".TIF"), &saveFrame<g_wicGuidTif>},
+    {makeFileType(".JXR"), &saveFrame<g_wicGuidWdp>},
+    {makeFileType(".WDP"), &saveFrame<g_wicGuidWdp>},
 };
 
 template <typename Routes> auto findRoute(const Routes& routes, FileType type) {

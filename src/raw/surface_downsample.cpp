@@ -85,14 +85,15 @@ Error run2d(Path path, const DownsampleSurfaces& surfaces, const Configuration& 
     }
 }
 
-bool areCopyable(const ElementRows& from, const ElementRows& to) {
+// Rows that lie close together, so that a copy of all bytes writes nothing but texels.
+bool areCopyable(const ElementRows& from, const ElementRows& to, unsigned bytesPerElement) {
     const auto begin = [](const ElementRows& rows) {
         return reinterpret_cast<std::uintptr_t>(rows.m_memory);
     };
     const auto end = [=](const ElementRows& rows) { return begin(rows) + rows.m_pitch * rows.m_tall; };
     const bool areApart = end(from) <= begin(to) || end(to) <= begin(from);
     return begin(from) != 0 && begin(to) != 0 && areApart && from.m_pitch == to.m_pitch &&
-           from.m_tall == to.m_tall;
+           from.m_pitch == std::size_t{from.m_wide} * bytesPerElement && from.m_tall == to.m_tall;
 }
 
 unsigned depthOf(const ElementProvider& provider, const SurfaceIndex& index) {
@@ -137,7 +138,7 @@ bool copyAndDownsample2d(Error* result, ElementProvider* source, ElementProvider
     const Path path = choosePath(surfaces);
     const bool isSingleTexels = !source->getDataFormat().isBlockCompressedFormat();
     const ElementRows from = source->getElementRows(&index), to = destination->getElementRows(&index);
-    if (path == Path::kSlow || !isSingleTexels || !areCopyable(from, to) ||
+    if (path == Path::kSlow || !isSingleTexels || !areCopyable(from, to, source->getBytesPerElement()) ||
         !checkArguments(source, destination, configuration)) {
         return false;
     }

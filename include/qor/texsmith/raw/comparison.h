@@ -3,6 +3,10 @@
 // The two have the same width, height, depth, mips, array entries and faces; anything else is reported, and
 // what one lacks then counts as zeros. Texels count as the providers' modifiers and the configuration's
 // transforms make them. Results do not depend on the number of threads.
+//
+// The lanes of the channel types UInt, SInt and UBInt hold integers. Errors and differences of such surfaces
+// are taken as if they were the bits of floats, and mean little: reformat to floats first. Equality compares
+// bytes, whatever the type.
 #pragma once
 
 #include "qor/texsmith/export.h"

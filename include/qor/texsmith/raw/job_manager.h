@@ -177,7 +177,8 @@ QOR_TEXSMITH_API Error multicoreMemcpy(MemoryRegion destination, MemoryRegion so
                                        Configuration* configuration);
 QOR_TEXSMITH_API Error multicoreMemcpy(MemoryRegion destination, MemoryRegion source, unsigned workItems,
                                        JobManager* jobManager);
-// kErrorNone when the bytes are equal, kErrorFailed when they differ. Different lengths are reported.
+// kErrorNone when the bytes are equal, kErrorFailed when they differ. Different lengths are reported, and are
+// not equal.
 QOR_TEXSMITH_API Error areBitwiseEqual(MemoryRegion a, MemoryRegion b, Configuration* configuration);
 
 } // namespace qor::Texsmith::Raw
