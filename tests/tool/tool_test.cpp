@@ -211,6 +211,41 @@ TEST_F(ToolTest, InfoTellsWhatAFileHolds) {
         << image.m_output << image.m_errors;
     writeFile(file("cut.vxf"), readFile(file("m.vxf")).substr(0, 40));
     EXPECT_FALSE(run("info " + quoted(file("cut.vxf"))).m_succeeded);
+
+    fs::copy_file(file("m.vxf"), file("quote's\u00e9.vxf"));
+    const Outcome json = run("info --json " + quoted(file("quote's\u00e9.vxf")));
+    EXPECT_NE(std::string::npos,
+              json.m_output.find("quote's\u00e9.vxf\",\n  \"type\": \"VXF\",\n  \"bytes\": 409856,\n"))
+        << json.m_output << json.m_errors;
+    EXPECT_NE(std::string::npos, json.m_output.find("\"chunks\": [\n    {\n      \"type\": \"MODI\",\n"))
+        << json.m_output;
+}
+
+TEST_F(ToolTest, TexelTellsPlaceBytesAndValue) {
+    const Outcome outcome = run("texel " + quoted(sample("moon.tga")) + " 100 70");
+    for (const char* line : {"TexelXY [100, 70]\n", "TileXY [12, 8]\n", "Element ", "Value ["}) {
+        EXPECT_NE(std::string::npos, outcome.m_output.find(line))
+            << line << outcome.m_output << outcome.m_errors;
+    }
+    expectFailure(run("texel " + quoted(sample("moon.tga")) + " 203 0"), "there is no such texel");
+    expectFailure(run("texel " + quoted(sample("moon.tga")) + " 1 -1"), "Y is a number from 0 on");
+}
+
+TEST_F(ToolTest, DdsKeepsTheFormatUnlessTheVersionIsForced) {
+    const std::string start = "convert --format R16G16B16A16Unorm " + quoted(sample("dusk.tga"));
+    ASSERT_TRUE(run(start + " kept.dds").m_succeeded);
+    EXPECT_NE(std::string::npos, run("info kept.dds").m_output.find("format     R16G16B16A16Unorm\n"));
+    const Outcome forced = run(start + " lost.dds --dds-version 9");
+    EXPECT_TRUE(forced.m_succeeded);
+    EXPECT_NE(std::string::npos, forced.m_errors.find("will be read as R16G16B16A16Float"))
+        << forced.m_errors;
+    ASSERT_TRUE(run("convert --mips --format \"{'SurfaceFormat':'Bc1','X':'X','Y':'Y','Z':'Z','W':1}\" " +
+                    quoted(sample("dusk.tga")) + " chain.dds")
+                    .m_succeeded);
+    const Outcome chain = run("info chain.dds");
+    EXPECT_NE(std::string::npos, chain.m_output.find("format     Bc1Unorm\nmips       9\n"))
+        << chain.m_output;
+    expectFailure(run(start + " a.vxf --dds-version 9"), "--dds-version is for .dds files");
 }
 
 TEST_F(ToolTest, MipsReachTheFileAndCompareFindsTheChangedTexel) {
@@ -241,7 +276,7 @@ TEST_F(ToolTest, MipsReachTheFileAndCompareFindsTheChangedTexel) {
         << differ.m_output;
     EXPECT_TRUE(run("stats heat.tga").m_succeeded);
     expectFailure(run("compare a.vxf b.vxf --heatmap heat.png"), "pictures are written as .tga only");
-    expectFailure(run("convert --mips a.vxf b.tga"), "only .vxf files hold mips");
+    expectFailure(run("convert --mips a.vxf b.tga"), "only .vxf and .dds files hold mips");
 }
 
 TEST_F(ToolTest, StatsTellRangeMeanAndConstants) {
