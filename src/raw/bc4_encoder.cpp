@@ -101,7 +101,8 @@ constexpr Bc4Kernels kScalarKernels = {&errorsScalar, &sumsScalar, &codesScalar}
 
 const Bc4Kernels& chooseKernels() {
     const Bc4Kernels* wide = Simd::mayUseAvx2() ? bc4KernelsAvx2() : nullptr;
-    return wide != nullptr ? *wide : kScalarKernels;
+    wide = wide != nullptr ? wide : bc4KernelsSse2();
+    return wide != nullptr ? *wide : *bc4KernelsScalar();
 }
 
 struct Fit {
@@ -320,6 +321,8 @@ Bc4Values gather(const ColorRGBA32F* block, unsigned channel, bool isSigned) {
 }
 
 } // namespace
+
+const Bc4Kernels* bc4KernelsScalar() { return &kScalarKernels; }
 
 void encodeBc4Channel(void* destination, const ColorRGBA32F* block, unsigned channel, bool isSigned) {
     const Bc4Kernels& kernels = chooseKernels();

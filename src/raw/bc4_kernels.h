@@ -37,6 +37,9 @@ struct Bc4Kernels {
     void (*m_codes)(const Bc4Values& values, const Bc4Mode& mode, Bc4Endpoints ends, std::uint16_t* codes);
 };
 
-const Bc4Kernels* bc4KernelsAvx2(); // null where the build has none
+const Bc4Kernels* bc4KernelsScalar();
+// Null where the build has none.
+const Bc4Kernels* bc4KernelsAvx2();
+const Bc4Kernels* bc4KernelsSse2();
 
 } // namespace qor::Texsmith::Raw
