@@ -59,9 +59,10 @@ Error reformat(const ElementProvider* source, ElementProvider* destination, Conf
 
 int reformatCached(const ElementProvider* source, ElementProvider* destination, Configuration* configuration,
                    const unsigned char* state, int stateLength) {
-    const bool hasArguments = checkReformatArguments(source, destination, configuration, kSourcePath);
+    const bool hasPointers = checkReformatPointers(source, destination, configuration, kSourcePath);
     const bool hasState = checkNotNull(state, kSourcePath, "state must not be NULL.");
-    if (!hasArguments || !hasState || stateLength < 0 ||
+    const bool canWork = checkReformatWork(source, destination, configuration, kSourcePath);
+    if (!hasPointers || !hasState || !canWork || stateLength < 0 ||
         !ReformatBlockJob::canReformat(source, destination)) {
         return static_cast<int>(kErrorFailed);
     }

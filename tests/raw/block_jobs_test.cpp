@@ -166,7 +166,7 @@ TEST_F(ReformatCached, NamesItsFileByTheDigestOfTheState) {
 }
 
 TEST_F(ReformatCached, EncodesOnlyWhatItHasNotSeen) {
-    const std::string state = "block jobs " + std::to_string(Platform::getProcessId());
+    const std::string state = "a state longer than the header " + std::to_string(Platform::getProcessId());
     removeFile();
     EXPECT_EQ(run(state), kRecords);
     EXPECT_EQ(run(state), 0u);
@@ -213,13 +213,36 @@ TEST_F(ReformatCached, TakesStatesOfAnyLength) {
     }
 }
 
+// Who comes second goes without the cache, and must not cut the file that the first one has mapped.
+TEST_F(ReformatCached, LeavesTheFileToWhoeverHasIt) {
+    const std::string state = "a state that two share " + std::to_string(Platform::getProcessId());
+    EXPECT_EQ(run(state), kRecords);
+    {
+        const Raw::MemoryMappedFile first(m_file.c_str(), Raw::kPermissionsReadWrite,
+                                          m_configuration.m_allocator);
+        const ReportRecorder recorder;
+        EXPECT_EQ(run(state), kRecords);
+        EXPECT_FALSE(recorder.empty());
+        const TestImage small(makeFlat("R8G8B8A8Unorm", 4, 4), 1);
+        TestImage result(makeFlat("Bc1Unorm", 4, 4));
+        EXPECT_EQ(Raw::reformatCached(&small, &result, &m_configuration, bytesOf(state),
+                                      static_cast<int>(state.size())),
+                  0);
+        EXPECT_EQ(file().size(), (kSourceBytes + kResultBytes) * kRecords + 16 + state.size());
+    }
+    EXPECT_EQ(run(state), 0u);
+}
+
 TEST_F(ReformatCached, ReportsWhatIsMissing) {
     const ReportRecorder recorder;
-    EXPECT_NE(Raw::reformatCached(&m_source, &m_destination, &m_configuration, nullptr, 1), 0);
-    EXPECT_EQ(recorder.assertions().at(0).m_text, "state must not be NULL.");
-    EXPECT_EQ(recorder.assertions().at(0).m_file, "raw\\reformat");
     EXPECT_NE(Raw::reformatMipCrunchy(nullptr, nullptr, nullptr, 1, 1), Raw::kErrorNone);
-    EXPECT_EQ(recorder.assertions().size(), 4u);
+    EXPECT_EQ(recorder.assertions().size(), 3u);
+    m_configuration.m_jobManager = nullptr;
+    EXPECT_NE(Raw::reformatCached(&m_source, nullptr, &m_configuration, nullptr, 1), 0);
+    EXPECT_EQ(recorder.assertions().at(3).m_text, "destination must not be NULL.");
+    EXPECT_EQ(recorder.assertions().at(4).m_text, "state must not be NULL.");
+    EXPECT_EQ(recorder.assertions().at(4).m_file, "raw\\reformat");
+    EXPECT_EQ(recorder.assertions().at(5).m_text.rfind("configuration->m_jobManager", 0), 0u);
 }
 
 // Block (x, y) of a picture of bytes as floats; false outside.

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -119,7 +120,16 @@ Handle openFileToRead(const char* name) {
     return file.release();
 }
 
-Handle openFileToWrite(const char* name) { return openFile(name, O_RDWR | O_CREAT, kNewFileMode); }
+// One writer at a time: who cut the file while another has it mapped would make that one fault. File systems
+// without locks go without.
+Handle openFileToWrite(const char* name) {
+    FileGuard file(openFile(name, O_RDWR | O_CREAT, kNewFileMode));
+    const auto lock = [&file] { return ::flock(file.get(), LOCK_EX | LOCK_NB); };
+    if (file.get() < 0 || (retryInterrupted(lock) != 0 && errno == EWOULDBLOCK)) {
+        return kNoHandle;
+    }
+    return file.release();
+}
 
 bool closeFile(Handle file) { return ::close(descriptor(file)) == 0; }
 
