@@ -24,6 +24,13 @@ string(REGEX REPLACE "/$" "" TEXSMITH_PREFIX_FROM_PC "${TEXSMITH_PREFIX_FROM_PC}
 # A folder that was given with its whole path stands for itself.
 cmake_path(APPEND TEXSMITH_PC_LIBDIR "\${prefix}" "${CMAKE_INSTALL_LIBDIR}")
 cmake_path(APPEND TEXSMITH_PC_INCLUDEDIR "\${prefix}" "${CMAKE_INSTALL_INCLUDEDIR}")
+set(TEXSMITH_PC_CODECS)
+if(TEXSMITH_HAS_PNG)
+    string(APPEND TEXSMITH_PC_CODECS " -lpng")
+endif()
+if(TEXSMITH_HAS_JPEG)
+    string(APPEND TEXSMITH_PC_CODECS " -ljpeg")
+endif()
 # The .pc file finds its own prefix, so that an installed tree can be moved.
 configure_file(${CMAKE_CURRENT_LIST_DIR}/qortexsmith.pc.in ${PROJECT_BINARY_DIR}/qortexsmith.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qortexsmith.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
