@@ -2,6 +2,7 @@
 
 #include "raw/format_kernel_layouts.h"
 #include "raw/srgb.h"
+#include "raw/srgb_bytes.h"
 
 #include <array>
 
@@ -93,6 +94,20 @@ template <int kCount> void decodeSrgbBytes(VectorFloat* destination, const void*
     }
 }
 
+// Alpha stays linear.
+struct SrgbOfLinear {
+    static Int4 compress(Int4 value) {
+        const Float4 aboveZero = Simd::maximum(floatsOf(value), floatsOf(Simd::splat(kSrgbStepsFirst << 16)));
+        const Int4 bits = bitsOf(Simd::minimum(aboveZero, Simd::splat(1.0f)));
+        std::uint32_t at[4];
+        Simd::store(at, Simd::shiftRight<16>(bits) - Simd::splat(kSrgbStepsFirst));
+        const std::uint32_t* words = g_srgbSteps.m_words;
+        const Int4 steps = Simd::makeInts(words[at[0]], words[at[1]], words[at[2]], words[at[3]]);
+        const Int4 bytes = Simd::shiftRight<16>(steps + (bits & Simd::splat(0xFFFFu)));
+        return select(Simd::makeInts(0, 0, 0, 0xFFFFFFFF), UNorm<Bytes<4>>::compress(value), bytes);
+    }
+};
+
 void decodeWhole(VectorFloat* destination, const void* source, int count) {
     if (count > 0) {
         std::memcpy(destination, source, static_cast<std::size_t>(count) * sizeof(VectorFloat));
@@ -123,7 +138,8 @@ template <typename Packing> constexpr Kernels smallFloat(Vex::SurfaceFormat form
 }
 
 template <int kCount> constexpr Kernels srgb(Vex::SurfaceFormat format) {
-    return {format, Vex::kTextureChannelTypeSrgb, &decodeSrgbBytes<kCount>, nullptr};
+    return {format, Vex::kTextureChannelTypeSrgb, &decodeSrgbBytes<kCount>,
+            &encodeKernel<Bytes<kCount>, SrgbOfLinear>};
 }
 
 template <int kCount> constexpr Kernels whole(Vex::SurfaceFormat format, Vex::TextureChannelType type) {
