@@ -1,6 +1,7 @@
 #include "raw/file_roads.h"
 
 #include "qor/texsmith/raw/tga.h"
+#include "raw/dds_roads.h"
 #include "raw/tga_encode.h"
 #include "raw/tga_picture.h"
 #include "raw/vxf_picture.h"
@@ -46,24 +47,33 @@ bool tgaToVxf(Error* result, MemoryRegion* source, ResizableMemoryRegion* destin
     return true;
 }
 
-struct Road {
-    FileType m_source;
-    FileType m_destination;
-    FileRoad m_convert;
-};
+bool ddsToVxf(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
+              Configuration* configuration) {
+    *result = convertDdsToVxf(source, destination, configuration);
+    return true;
+}
 
-constexpr Road kRoads[] = {
-    {makeFileType(".VXF"), makeFileType(".TGA"), &vxfToTga},
-    {makeFileType(".TGA"), makeFileType(".VXF"), &tgaToVxf},
+bool vxfToDds(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
+              Configuration* configuration) {
+    constexpr unsigned kClassicHeader = 9;
+    *result = convertVxfToDds(source, destination, kClassicHeader, configuration);
+    return true;
+}
+
+constexpr FileRoad kRoads[] = {
+    {makeFileType(".VXF"), makeFileType(".TGA"), false, &vxfToTga},
+    {makeFileType(".TGA"), makeFileType(".VXF"), false, &tgaToVxf},
+    {makeFileType(".DDS"), makeFileType(".VXF"), true, &ddsToVxf},
+    {makeFileType(".VXF"), makeFileType(".DDS"), true, &vxfToDds},
 };
 
 } // namespace
 
-FileRoad findFileRoad(FileType source, FileType destination) {
-    const Road* road = std::find_if(std::begin(kRoads), std::end(kRoads), [&](const Road& row) {
+const FileRoad* findFileRoad(FileType source, FileType destination) {
+    const FileRoad* road = std::find_if(std::begin(kRoads), std::end(kRoads), [&](const FileRoad& row) {
         return row.m_source == source && row.m_destination == destination;
     });
-    return road != std::end(kRoads) ? road->m_convert : nullptr;
+    return road != std::end(kRoads) ? road : nullptr;
 }
 
 } // namespace qor::Texsmith::Raw

@@ -437,6 +437,12 @@ TEST(Dds, TheRoadsToTheContainerAndBackKeepEveryByte) {
             const std::size_t bytes = static_cast<std::size_t>(back.length());
             EXPECT_TRUE(isArray ? bytes < dds.length() : bytes == dds.length()) << "only the first slice";
             EXPECT_EQ(Bytes(back.begin + 148, back.end), Bytes(dds.begin + 148, dds.begin + bytes));
+            AllocatedMemory routed, classic;
+            EXPECT_EQ(convertWithResult(&dds, "a.dds", &routed, "a.vxf", &configuration), kErrorNone);
+            EXPECT_EQ(bytesOf(routed), bytesOf(container));
+            ASSERT_EQ(convertVxfToDds(&container, &back, 9, &configuration), kErrorNone);
+            EXPECT_EQ(convertWithResult(&container, "a.vxf", &classic, "a.dds", &configuration), kErrorNone);
+            EXPECT_EQ(bytesOf(classic), bytesOf(back));
         }
     }
 }

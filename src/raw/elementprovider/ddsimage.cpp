@@ -192,7 +192,7 @@ Error DdsImage::writeTo(const Vex::Texture* texture, ResizableMemoryRegion* dest
     }
     const DdsFileHeader header = makeDdsHeader(*this, needsDx10Header(getDataFormat(), version));
     const std::uint64_t bytes = std::uint64_t{header.bytes()} + m_bytesTotal;
-    destination->resize(bytes);
+    destination->ensureSize(bytes);
     if (destination->length() < bytes) {
         return kErrorFailed;
     }
