@@ -5,12 +5,18 @@
 
 namespace qor::Texsmith::Raw {
 
-// False, with nothing reported or written, when this file needs an image after all. Else the result is the
-// first error of the reader and the writer. The arguments are checked, and the two regions do not overlap.
-using FileRoad = bool (*)(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
-                          Configuration* configuration);
+struct FileRoad {
+    FileType m_source;
+    FileType m_destination;
+    bool m_keepsStoredTexels; // and so always tells its result
+    // False, with nothing reported or written, when this file needs an image after all. Else the result is
+    // the first error of the reader and the writer. The arguments are checked, and the two regions do not
+    // overlap.
+    bool (*m_convert)(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
+                      Configuration* configuration);
+};
 
 // Null where there is none.
-FileRoad findFileRoad(FileType source, FileType destination);
+const FileRoad* findFileRoad(FileType source, FileType destination);
 
 } // namespace qor::Texsmith::Raw

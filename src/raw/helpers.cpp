@@ -1,20 +1,11 @@
 #include "qor/texsmith/raw/helpers.h"
 
 #include "platform/platform.h"
-#include "qor/texsmith/raw/bmp.h"
-#include "qor/texsmith/raw/dds.h"
-#include "qor/texsmith/raw/exr.h"
-#include "qor/texsmith/raw/hdr.h"
-#include "qor/texsmith/raw/jpg.h"
 #include "qor/texsmith/raw/names.h"
-#include "qor/texsmith/raw/pfm.h"
-#include "qor/texsmith/raw/png.h"
-#include "qor/texsmith/raw/tga.h"
-#include "qor/texsmith/raw/tsh.h"
-#include "qor/texsmith/raw/vxf.h"
-#include "qor/texsmith/raw/wic.h"
 #include "raw/check.h"
+#include "raw/file_comparison.h"
 #include "raw/file_roads.h"
+#include "raw/file_routes.h"
 #include "raw/region_overlap.h"
 
 #include <algorithm>
@@ -26,92 +17,6 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\helpers";
-
-// The routes: who reads and who writes a type of file. A type without a row is turned down.
-struct LoadRoute {
-    FileType m_type;
-    Error (*m_load)(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
-                    int index);
-};
-
-struct SaveRoute {
-    FileType m_type;
-    Error (*m_save)(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration);
-};
-
-// For the readers of files with a single picture.
-template <Error (*kLoad)(MemoryRegion*, ReallocatableImage*, Configuration*)>
-Error withoutIndex(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration, int) {
-    return kLoad(source, destination, configuration);
-}
-
-constexpr unsigned kClassicDds = 9;
-Error saveClassicDds(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    return convertToDds(source, destination, kClassicDds, configuration);
-}
-
-Error saveColorPfm(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    return convertToPfm(source, destination, kPfmChannels3, configuration);
-}
-
-template <const WicGuid& kGuid>
-Error loadFrame(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
-                int index) {
-    return convertFromWic(source, destination, configuration, kGuid, index);
-}
-
-template <const WicGuid& kGuid>
-Error loadFirstFrame(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
-                     int) {
-    return convertFromWic(source, destination, configuration, kGuid, 0);
-}
-
-template <const WicGuid& kGuid>
-Error saveFrame(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    return convertToWic(source, destination, configuration, kGuid);
-}
-
-constexpr LoadRoute kLoadRoutes[] = {
-    {makeFileType(".DDS"), &withoutIndex<&convertFromDds>},
-    {makeFileType(".VXF"), &convertFromVxf},
-    {makeFileType(".TGA"), &withoutIndex<&convertFromTga>},
-    {makeFileType(".BMP"), &withoutIndex<&convertFromBmp>},
-    {makeFileType(".HDR"), &withoutIndex<&convertFromHdr>},
-    {makeFileType(".PFM"), &withoutIndex<&convertFromPfm>},
-    {makeFileType(".TSH"), &withoutIndex<&convertFromTsh>},
-    {makeFileType(".EXR"), &withoutIndex<&convertFromExr>},
-    {makeFileType(".JPG"), &withoutIndex<&convertFromJpg>},
-    {makeFileType(".PNG"), &withoutIndex<&convertFromPng>},
-    {makeFileType(".GIF"), &loadFrame<g_wicGuidGif>},
-    {makeFileType(".ICO"), &loadFirstFrame<g_wicGuidIco>},
-    {makeFileType(".TIF"), &loadFirstFrame<g_wicGuidTif>},
-    {makeFileType(".JXR"), &loadFirstFrame<g_wicGuidWdp>},
-    {makeFileType(".WDP"), &loadFirstFrame<g_wicGuidWdp>},
-};
-
-constexpr SaveRoute kSaveRoutes[] = {
-    {makeFileType(".DDS"), &saveClassicDds},
-    {makeFileType(".VXF"), &convertToVxf},
-    {makeFileType(".TGA"), &convertToTga},
-    {makeFileType(".BMP"), &convertToBmp},
-    {makeFileType(".HDR"), &convertToHdr},
-    {makeFileType(".PFM"), &saveColorPfm},
-    {makeFileType(".TSH"), &convertToTsh},
-    {makeFileType(".EXR"), &convertToExr},
-    {makeFileType(".JPG"), &convertToJpg},
-    {makeFileType(".PNG"), &convertToPng},
-    {makeFileType(".GIF"), &saveFrame<g_wicGuidGif>},
-    {makeFileType(".ICO"), &saveFrame<g_wicGuidIco>},
-    {makeFileType(".TIF"), &saveFrame<g_wicGuidTif>},
-    {makeFileType(".JXR"), &saveFrame<g_wicGuidWdp>},
-    {makeFileType(".WDP"), &saveFrame<g_wicGuidWdp>},
-};
-
-template <typename Routes> auto findRoute(const Routes& routes, FileType type) {
-    const auto* route = std::find_if(std::begin(routes), std::end(routes),
-                                     [type](const auto& row) { return row.m_type == type; });
-    return route != std::end(routes) ? route : nullptr;
-}
 
 struct Argument {
     const void* m_pointer;
@@ -140,7 +45,7 @@ const LoadRoute* findLoadRoute(const MemoryRegion* source, const char* extension
     if (type == 0) {
         type = getFileTypeFromContents(source);
     }
-    const LoadRoute* route = findRoute(kLoadRoutes, type);
+    const LoadRoute* route = findLoader(type);
     if (route == nullptr) {
         toolsAssert(kSourcePath, __LINE__, "can't determine image format from extension: '%s'", extension);
     }
@@ -148,7 +53,7 @@ const LoadRoute* findLoadRoute(const MemoryRegion* source, const char* extension
 }
 
 const SaveRoute* findSaveRoute(const char* extension) {
-    const SaveRoute* route = findRoute(kSaveRoutes, getFileTypeFromExtension(extension));
+    const SaveRoute* route = findSaver(getFileTypeFromExtension(extension));
     if (route == nullptr) {
         toolsAssert(kSourcePath, __LINE__, "can't figure out what format to write extension '%s' as",
                     extension);
@@ -176,20 +81,23 @@ bool checkConvert(MemoryRegion* source, const char* sourceExtension, ResizableMe
 }
 
 Error copyFile(MemoryRegion* source, ResizableMemoryRegion* destination) {
-    destination->resize(source->length());
+    destination->ensureSize(source->length());
     return destination->length() == source->length() ? copy(*destination, *source) : kErrorFailed;
 }
 
 // The roads on which no texel is decoded. False when none of them joins the two types.
 bool convertDirectly(Error* result, MemoryRegion* source, const char* sourceExtension,
-                     ResizableMemoryRegion* destination, const char* destinationExtension) {
+                     ResizableMemoryRegion* destination, const char* destinationExtension,
+                     Configuration* configuration) {
     const FileType sourceType = getFileTypeFromExtension(sourceExtension);
     const FileType destinationType = getFileTypeFromExtension(destinationExtension);
-    if (sourceType != destinationType) {
-        return false;
+    if (sourceType == destinationType) {
+        *result = copyFile(source, destination);
+        return true;
     }
-    *result = copyFile(source, destination);
-    return true;
+    const FileRoad* road = findFileRoad(sourceType, destinationType);
+    return road != nullptr && road->m_keepsStoredTexels && !overlap(*source, *destination) &&
+           road->m_convert(result, source, destination, configuration);
 }
 
 // A file that loads in part is saved in part.
@@ -210,10 +118,10 @@ Error convertThroughImage(MemoryRegion* source, const char* sourceExtension,
 Error convertPicture(MemoryRegion* source, const char* sourceExtension, ResizableMemoryRegion* destination,
                      const char* destinationExtension, Configuration* configuration) {
     Error result = kErrorFailed;
-    const FileRoad road = findFileRoad(getFileTypeFromExtension(sourceExtension),
-                                       getFileTypeFromExtension(destinationExtension));
+    const FileRoad* road = findFileRoad(getFileTypeFromExtension(sourceExtension),
+                                        getFileTypeFromExtension(destinationExtension));
     if (road != nullptr && !overlap(*source, *destination) &&
-        road(&result, source, destination, configuration)) {
+        road->m_convert(&result, source, destination, configuration)) {
         return result;
     }
     return convertThroughImage(source, sourceExtension, destination, destinationExtension, configuration);
@@ -253,7 +161,7 @@ Error convertRegions(MemoryRegion* source, const char* sourceExtension, Resizabl
                      const char* destinationExtension, Configuration* configuration) {
     Error result = kErrorFailed;
     if (!checkConvert(source, sourceExtension, destination, destinationExtension, configuration) ||
-        convertDirectly(&result, source, sourceExtension, destination, destinationExtension)) {
+        convertDirectly(&result, source, sourceExtension, destination, destinationExtension, configuration)) {
         return result;
     }
     convertPicture(source, sourceExtension, destination, destinationExtension, configuration);
@@ -284,6 +192,49 @@ Error convertFiles(const char* sourceName, const char* destinationName, Configur
     }
     MemoryMappedFile destination(names.destination(), kPermissionsReadWrite, configuration->m_allocator);
     return convertOpened(&source, names.source(), &destination, names.destination(), configuration);
+}
+
+constexpr char kMse[] = "mse must not be NULL.";
+
+struct Source {
+    MemoryRegion* m_file;
+    const char* m_extension;
+};
+
+bool checkPair(const Source& a, const Source& b, const Configuration* configuration) {
+    return checkArguments({{a.m_file, "sourceA must not be NULL."},
+                           {a.m_extension, "sourceAExtension must not be NULL."},
+                           {b.m_file, "sourceB must not be NULL."},
+                           {b.m_extension, "sourceBExtension must not be NULL."},
+                           {configuration, kConfiguration}});
+}
+
+bool checkNames(const char* a, const char* b, const Configuration* configuration) {
+    return checkArguments({{a, "sourceAFilenameOrUrl must not be NULL."},
+                           {b, "sourceBFilenameOrUrl must not be NULL."},
+                           {configuration, kConfiguration}});
+}
+
+// What a file cannot give is not equal to anything, whatever the comparison says of the rest.
+template <typename Compare>
+Error compareLoaded(const Source& a, const Source& b, Configuration* configuration, Compare compareImages) {
+    MemoryMappedImage imageA, imageB;
+    const Error loadedA = loadWithResult(&imageA, a.m_file, a.m_extension, configuration, 0);
+    const Error loadedB = loadWithResult(&imageB, b.m_file, b.m_extension, configuration, 0);
+    const Error loaded = loadedA != kErrorNone ? loadedA : loadedB;
+    if (loaded != kErrorNone && (imageA.getBytesTotal() == 0 || imageB.getBytesTotal() == 0)) {
+        return loaded;
+    }
+    const Error compared = compareImages(imageA, imageB);
+    return loaded != kErrorNone ? loaded : compared;
+}
+
+template <typename Compare>
+int compareFiles(const char* a, const char* b, Configuration* configuration, Compare compareOpened) {
+    MemoryMappedFile fileA(a, kPermissionsReadOnly, configuration->m_allocator);
+    MemoryMappedFile fileB(b, kPermissionsReadOnly, configuration->m_allocator);
+    const bool areOpen = fileA.begin != nullptr && fileB.begin != nullptr; // reported otherwise
+    return areOpen ? compareOpened(&fileA, &fileB) : toInt(kErrorFailed);
 }
 
 } // namespace
@@ -354,7 +305,7 @@ Error convertWithResult(MemoryRegion* source, const char* sourceExtension, Resiz
                         const char* destinationExtension, Configuration* configuration) {
     Error result = kErrorFailed;
     if (!checkConvert(source, sourceExtension, destination, destinationExtension, configuration) ||
-        convertDirectly(&result, source, sourceExtension, destination, destinationExtension)) {
+        convertDirectly(&result, source, sourceExtension, destination, destinationExtension, configuration)) {
         return result;
     }
     return convertPicture(source, sourceExtension, destination, destinationExtension, configuration);
@@ -370,6 +321,67 @@ Error convertWithResult(const char* sourceFilenameOrUrl, const char* destination
                         Configuration* configuration) {
     return convertFiles(sourceFilenameOrUrl, destinationFilenameOrExtension, configuration,
                         &convertWithResult);
+}
+
+int areBitwiseEqual(MemoryRegion* sourceA, const char* sourceAExtension, MemoryRegion* sourceB,
+                    const char* sourceBExtension, Configuration* configuration) {
+    if (!checkPair({sourceA, sourceAExtension}, {sourceB, sourceBExtension}, configuration)) {
+        return toInt(kErrorFailed);
+    }
+    Error result = kErrorFailed;
+    if (compareStoredTexels(&result, {sourceA, getFileTypeFromExtension(sourceAExtension)},
+                            {sourceB, getFileTypeFromExtension(sourceBExtension)}, configuration)) {
+        return toInt(result);
+    }
+    return toInt(compareLoaded(
+        {sourceA, sourceAExtension}, {sourceB, sourceBExtension}, configuration,
+        [&](const Image& a, const Image& b) { return areBitwiseEqual(&a, &b, configuration); }));
+}
+
+int areBitwiseEqual(const char* sourceAFilenameOrUrl, const char* sourceBFilenameOrUrl,
+                    Configuration* configuration) {
+    if (!checkNames(sourceAFilenameOrUrl, sourceBFilenameOrUrl, configuration)) {
+        return toInt(kErrorFailed);
+    }
+    if (strcmpCaseInsensitive(sourceAFilenameOrUrl, sourceBFilenameOrUrl) == 0) {
+        return kErrorNone;
+    }
+    return compareFiles(
+        sourceAFilenameOrUrl, sourceBFilenameOrUrl, configuration, [&](MemoryRegion* a, MemoryRegion* b) {
+            return areBitwiseEqual(a, sourceAFilenameOrUrl, b, sourceBFilenameOrUrl, configuration);
+        });
+}
+
+int compare(VectorFloat* mse, MemoryRegion* sourceA, const char* sourceAExtension, MemoryRegion* sourceB,
+            const char* sourceBExtension, Configuration* configuration,
+            const SquaredErrorCalculator* calculator) {
+    const bool hasMse = checkNotNull(mse, kSourcePath, kMse);
+    if (!checkPair({sourceA, sourceAExtension}, {sourceB, sourceBExtension}, configuration) || !hasMse) {
+        return toInt(kErrorFailed);
+    }
+    if (sourceA == sourceB) {
+        *mse = {};
+        return kErrorNone;
+    }
+    return toInt(compareLoaded(
+        {sourceA, sourceAExtension}, {sourceB, sourceBExtension}, configuration,
+        [&](const Image& a, const Image& b) { return compare(mse, &a, &b, configuration, calculator); }));
+}
+
+int compare(VectorFloat* mse, const char* sourceAFilenameOrUrl, const char* sourceBFilenameOrUrl,
+            Configuration* configuration, const SquaredErrorCalculator* calculator) {
+    const bool hasMse = checkNotNull(mse, kSourcePath, kMse);
+    if (!checkNames(sourceAFilenameOrUrl, sourceBFilenameOrUrl, configuration) || !hasMse) {
+        return toInt(kErrorFailed);
+    }
+    if (strcmpCaseInsensitive(sourceAFilenameOrUrl, sourceBFilenameOrUrl) == 0) {
+        *mse = {};
+        return kErrorNone;
+    }
+    return compareFiles(
+        sourceAFilenameOrUrl, sourceBFilenameOrUrl, configuration, [&](MemoryRegion* a, MemoryRegion* b) {
+            return compare(mse, a, sourceAFilenameOrUrl, b, sourceBFilenameOrUrl, configuration, calculator);
+        });
 }
 
 } // namespace qor::Texsmith::Raw

@@ -180,14 +180,18 @@ Error readVxf(const VxfPicture& picture, ReallocatableImage* destination, Config
     return readTexels(destination, picture.m_texture, configuration);
 }
 
+std::unique_ptr<TextureElementProvider> providerOf(const VxfPicture& picture) {
+    Texture texture;
+    static_cast<Vex::Texture&>(texture) = picture.m_texture.m_texture;
+    texture.m_memoryRegion = picture.m_texture.m_texels;
+    return std::make_unique<TextureElementProvider>(&texture);
+}
+
 std::unique_ptr<TextureElementProvider> viewVxf(const VxfPicture& picture) {
     if (picture.m_texture.missingBytes() != 0) {
         return nullptr;
     }
-    Texture texture;
-    static_cast<Vex::Texture&>(texture) = picture.m_texture.m_texture;
-    texture.m_memoryRegion = picture.m_texture.m_texels;
-    auto view = std::make_unique<TextureElementProvider>(&texture);
+    auto view = providerOf(picture);
     readModifiers(view.get(), picture.m_file);
     const SurfaceIndex first;
     return view->getStrip(&first, ElementRows{}, 0, 0) ? std::move(view) : nullptr;

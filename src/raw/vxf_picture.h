@@ -29,7 +29,10 @@ struct VxfPicture {
 bool openVxf(VxfPicture* picture, MemoryRegion* source, const void* destination,
              const Configuration* configuration, int index);
 Error readVxf(const VxfPicture& picture, ReallocatableImage* destination, Configuration* configuration);
-// Null when the file lacks texels, or has them in an order that gives no strips.
+// The texels where they lie, as far as the file has them, under identity modifiers.
+std::unique_ptr<TextureElementProvider> providerOf(const VxfPicture& picture);
+// The same with the modifiers of the file. Null when the file lacks texels, or has them in an order that
+// gives no strips.
 std::unique_ptr<TextureElementProvider> viewVxf(const VxfPicture& picture);
 
 } // namespace qor::Texsmith::Raw

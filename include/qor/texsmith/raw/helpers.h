@@ -5,6 +5,7 @@
 #pragma once
 
 #include "qor/texsmith/export.h"
+#include "qor/texsmith/raw/comparison.h"
 #include "qor/texsmith/raw/image.h"
 
 #include <cstdint>
@@ -53,5 +54,24 @@ QOR_TEXSMITH_API Error convertWithResult(MemoryRegion* source, const char* sourc
 QOR_TEXSMITH_API Error convertWithResult(const char* sourceFilenameOrUrl,
                                          const char* destinationFilenameOrExtension,
                                          Configuration* configuration);
+
+// kErrorNone when the two files hold the same stored texels, kErrorFailed when not. Two VXF files are
+// compared as their first textures lie, whatever their descriptors say, and neither they nor DDS files are
+// decoded; other files are loaded first. Names that differ at most in case are equal without a look at the
+// files.
+QOR_TEXSMITH_API int areBitwiseEqual(MemoryRegion* sourceA, const char* sourceAExtension,
+                                     MemoryRegion* sourceB, const char* sourceBExtension,
+                                     Configuration* configuration);
+QOR_TEXSMITH_API int areBitwiseEqual(const char* sourceAFilenameOrUrl, const char* sourceBFilenameOrUrl,
+                                     Configuration* configuration);
+
+// The mean squared error of the pictures of two files, as compare of surfaces gives it. One region given
+// twice, and names that differ at most in case, give zeros without being read.
+QOR_TEXSMITH_API int compare(VectorFloat* mse, MemoryRegion* sourceA, const char* sourceAExtension,
+                             MemoryRegion* sourceB, const char* sourceBExtension,
+                             Configuration* configuration, const SquaredErrorCalculator* calculator);
+QOR_TEXSMITH_API int compare(VectorFloat* mse, const char* sourceAFilenameOrUrl,
+                             const char* sourceBFilenameOrUrl, Configuration* configuration,
+                             const SquaredErrorCalculator* calculator);
 
 } // namespace qor::Texsmith::Raw
