@@ -275,7 +275,7 @@ TEST_F(ToolTest, MipsReachTheFileAndCompareFindsTheChangedTexel) {
     EXPECT_EQ(isTopDown, differ.m_output.find(" at 5, 3, mip 0", largest) != std::string::npos)
         << differ.m_output;
     EXPECT_TRUE(run("stats heat.tga").m_succeeded);
-    expectFailure(run("compare a.vxf b.vxf --heatmap heat.png"), "pictures are written as .tga only");
+    expectFailure(run("compare a.vxf b.vxf --heatmap heat.hdr"), "pictures are written as .bmp");
     expectFailure(run("convert --mips a.vxf b.tga"), "only .vxf and .dds files hold mips");
 }
 

@@ -32,10 +32,10 @@ constexpr Command kCommands[] = {
 constexpr char kUsage[] =
     "usage: texsmith convert [--mips] [--format NAME] [--dds-version 9|10]\n"
     "                        SOURCE DESTINATION-OR-EXTENSION\n"
-    "       texsmith compare [--heatmap OUT.tga] [--fail-psnr DB] A B\n"
+    "       texsmith compare [--heatmap PICTURE] [--fail-psnr DB] A B\n"
     "       texsmith formats\n"
     "       texsmith info [--json] FILE\n"
-    "       texsmith stats [--plot OUT.tga] FILE\n"
+    "       texsmith stats [--plot PICTURE] FILE\n"
     "       texsmith texel [--slice N] [--face N] [--mip N] [--depth N] FILE X Y\n"
     "       texsmith --help | --version\n"
     "\n"

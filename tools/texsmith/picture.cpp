@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 namespace Tool {
@@ -85,8 +86,11 @@ unsigned Picture::numberWide(double value) {
 }
 
 void Picture::checkName(const std::string& name) {
-    if (Raw::getFileTypeFromExtension(name.c_str()) != Raw::makeFileType(".TGA")) {
-        throw UsageFailure(name + ": pictures are written as .tga only");
+    constexpr Raw::FileType kTypes[] = {Raw::makeFileType(".BMP"), Raw::makeFileType(".JPG"),
+                                        Raw::makeFileType(".PNG"), Raw::makeFileType(".TGA")};
+    const Raw::FileType type = Raw::getFileTypeFromExtension(name.c_str());
+    if (std::find(std::begin(kTypes), std::end(kTypes), type) == std::end(kTypes)) {
+        throw UsageFailure(name + ": pictures are written as .bmp, .jpg, .png or .tga");
     }
 }
 

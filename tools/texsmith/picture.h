@@ -28,7 +28,7 @@ public:
     void number(unsigned x, unsigned y, double value, Colour colour);
     static unsigned numberWide(double value);
 
-    // Throws Failure; only .tga is written.
+    // Throws Failure; .bmp, .jpg, .png and .tga are written.
     void save(const std::string& name) const;
     // Throws UsageFailure for a name that save would turn down.
     static void checkName(const std::string& name);
