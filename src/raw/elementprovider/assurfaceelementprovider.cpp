@@ -29,18 +29,24 @@ bool AsSurfaceElementProvider::doAdjustTileForTarget(SurfaceIndex* index, unsign
     return true;
 }
 
+// A view whose format was exchanged for another size of element sees tiles only.
+bool AsSurfaceElementProvider::hasElementsOfTarget() const {
+    return getProxied() != nullptr && getProxied()->getBytesPerElement() == getBytesPerElement() &&
+           getProxied()->getPixelsPerElementWide() == getPixelsPerElementWide();
+}
+
 ElementRows AsSurfaceElementProvider::doGetElementRows(const SurfaceIndex*) const {
-    return getProxied() != nullptr ? getProxied()->getElementRows(&m_surfaceIndex) : ElementRows{};
+    return hasElementsOfTarget() ? getProxied()->getElementRows(&m_surfaceIndex) : ElementRows{};
 }
 
 bool AsSurfaceElementProvider::doGetStrip(const SurfaceIndex*, const ElementRows& strip, unsigned x,
                                           unsigned y) const {
-    return getProxied() != nullptr && getProxied()->getStrip(&m_surfaceIndex, strip, x, y);
+    return hasElementsOfTarget() && getProxied()->getStrip(&m_surfaceIndex, strip, x, y);
 }
 
 bool AsSurfaceElementProvider::doPutStrip(const SurfaceIndex*, const ElementRows& strip, unsigned x,
                                           unsigned y) const {
-    return getProxied() != nullptr && getProxied()->putStrip(&m_surfaceIndex, strip, x, y);
+    return hasElementsOfTarget() && getProxied()->putStrip(&m_surfaceIndex, strip, x, y);
 }
 
 } // namespace qor::Texsmith::Raw

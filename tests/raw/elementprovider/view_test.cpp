@@ -64,6 +64,20 @@ TEST(AsSurface, CopiesOutliveTheirOriginalAndViewsNest) {
     }
 }
 
+TEST(AsSurface, HandsOutRowsInElementsOfTheTargetsSizeOnly) {
+    const TestImage image(makeFlat("R8Unorm", 13, 13), 1);
+    AsSurfaceElementProvider view(&image, &kFirstSurface);
+    for (const auto& [format, rows] : {std::pair{"R8Snorm", true}, {"R8G8B8A8Unorm", false}}) {
+        view.setDataFormat(formatNamed(format));
+        EXPECT_EQ(view.getElementRows(&kFirstSurface).m_memory != nullptr, rows) << format;
+        TestImage wide(makeFlat("R32G32B32A32Float", 13, 13)); // made of what lies in the image and no more
+        Raw::SerialJobManager serial;
+        Raw::Configuration configuration;
+        configuration.m_jobManager = &serial;
+        EXPECT_EQ(Raw::reformat(&view, &wide, &configuration), Raw::kErrorNone);
+    }
+}
+
 TEST(AsSurface, WithoutATargetShowsNothing) {
     const ReportRecorder reports;
     const AsSurfaceElementProvider view(nullptr, nullptr);

@@ -54,6 +54,7 @@ private:
                     unsigned y) const override;
     bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                     unsigned y) const override;
+    bool hasElementsOfTarget() const;
 
     SurfaceIndex m_surfaceIndex;
 };
