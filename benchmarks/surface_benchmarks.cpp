@@ -141,7 +141,7 @@ void addRoad(const std::string& group, const char* fromExtension, const char* to
         const auto file = std::make_shared<Raw::AllocatedMemory>();
         const auto converted = std::make_shared<Raw::AllocatedMemory>();
         const auto image = makeImage("R8G8B8A8Unorm", size);
-        if (std::strcmp(fromExtension, "tga") == 0) {
+        if (std::strcmp(fromExtension, ".tga") == 0) {
             Raw::convertToTga(image.get(), file.get(), &configuration);
         } else {
             Raw::convertToVxf(image.get(), file.get(), &configuration);
@@ -256,8 +256,8 @@ void registerSurfaceBenchmarks() {
     }
     addReformat("512", "R8G8B8A8UnormSrgb", "R32G32B32A32Float", 512);
     addReformat("512", "R32G32B32A32Float", "R8G8B8A8UnormSrgb", 512);
-    addRoad("4096", "vxf", "tga", 4096);
-    addRoad("4096", "tga", "vxf", 4096);
+    addRoad("4096", ".vxf", ".tga", 4096);
+    addRoad("4096", ".tga", ".vxf", 4096);
 }
 
 } // namespace Bench
