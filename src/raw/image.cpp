@@ -102,18 +102,4 @@ void reallocate(ReallocatableImage* reallocatableImage, const Vex::Texture* vexT
     }
 }
 
-Error areBitwiseEqual(const Image* a, const Image* b, Configuration* configuration) {
-    const bool hasA = checkNotNull(a, kSourcePath, "a must not be NULL.");
-    const bool hasB = checkNotNull(b, kSourcePath, "b must not be NULL.");
-    if (!hasA || !hasB) {
-        return kErrorFailed;
-    }
-    if (!areBitwiseComparableForEquality(a, b)) {
-        toolsAssert(kSourcePath, __LINE__,
-                    "Images a and b are not bitwise comparable for equality, because dimensions and/or "
-                    "format are different.");
-    }
-    return areBitwiseEqual(a->getMemoryRegion(), b->getMemoryRegion(), configuration);
-}
-
 } // namespace qor::Texsmith::Raw

@@ -245,6 +245,9 @@ TEST(Compare, WrongArgumentsAreReported) {
            "configuration must not be NULL.\n");
     expect(Raw::areBitwiseEqual(none, none, nullptr), "raw\\arebitwiseequal",
            "a must not be NULL.\nb must not be NULL.\nconfiguration must not be NULL.\n");
+    const Raw::Image* noImage = nullptr;
+    expect(Raw::areBitwiseEqual(noImage, noImage, nullptr), "raw\\arebitwiseequal",
+           "a must not be NULL.\nb must not be NULL.\nconfiguration must not be NULL.\n");
     expect(Raw::channelpack(nullptr, nullptr, 0, nullptr), "raw\\channelpacking",
            "destination must not be NULL.\nsource must not be NULL.\nconfiguration must not be NULL.\n"
            "Assertion 'sources > 0 && sources <= 4' failed.\n");

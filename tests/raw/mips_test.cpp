@@ -40,6 +40,24 @@ private:
     Raw::ElementRows doGetElementRows(const Raw::SurfaceIndex*) const override { return {}; }
 };
 
+// The left half of a wider surface, whose right half is somebody else's.
+class LeftHalf : public TestImage {
+public:
+    explicit LeftHalf(const Vex::Texture& texture, unsigned seed = 0)
+        : TestImage(texture, seed), m_bytes(bytes().size() * 2, 0xA5) {}
+    std::vector<std::uint8_t> m_bytes;
+
+private:
+    Raw::ElementRows doGetElementRows(const Raw::SurfaceIndex* index) const override {
+        std::size_t offset = 0;
+        for (unsigned mip = 0; mip < index->mip; ++mip) {
+            offset += std::size_t{getBytes(mip)} * 2;
+        }
+        const unsigned wide = getPixelsWide(index->mip), tall = getPixelsTall(index->mip);
+        return {const_cast<std::uint8_t*>(m_bytes.data()) + offset, std::size_t{wide} * 8, wide, tall};
+    }
+};
+
 using Rgba = std::array<float, 4>;
 Rgba& texel(TestImage& image, const Raw::SurfaceIndex& index, unsigned x, unsigned y) {
     const auto row = reinterpret_cast<Rgba*>(image.getMemoryRegion(&index).begin);
@@ -157,6 +175,35 @@ TEST(MipMaps, AreTheSameBitsOnEveryRoad) {
             EXPECT_EQ(byRows.bytes(), byBlocks.bytes()) << format;
             EXPECT_EQ(byRows.bytes(), shared.bytes()) << format;
         }
+    }
+}
+
+TEST(MipMaps, WriteNothingBesideTheirRows) {
+    LeftHalf source(makeFlat("R8G8B8A8Unorm", 32, 16)), made(makeFlat("R8G8B8A8Unorm", 32, 16, 3));
+    std::fill(source.m_bytes.begin(), source.m_bytes.end(), std::uint8_t{0x3F});
+    Configuration configuration = settings();
+    ASSERT_EQ(0, Raw::makeMipMaps(&source, &made, &configuration));
+    std::size_t offset = 0;
+    for (unsigned mip = 0; mip < 3; ++mip) {
+        for (unsigned row = 0; row < made.getPixelsTall(mip); ++row) {
+            for (unsigned byte = 0; byte < made.getPixelsWide(mip) * 8; ++byte, ++offset) {
+                const bool isOurs = byte < made.getPixelsWide(mip) * 4;
+                ASSERT_EQ(made.m_bytes[offset], isOurs ? 0x3F : 0xA5) << mip << ' ' << row << ' ' << byte;
+            }
+        }
+    }
+}
+
+TEST(MipMaps, TakeChannelsThatBlocksLackAsZeros) {
+    Vex::DataFormat allChannels = formatNamed("Bc4Unorm");
+    allChannels.m_word = (allChannels.m_word & 0xFFF) | (formatNamed(kFloats).m_word & 0xFFF000);
+    TestImage source(makeTexture({"", Vex::kTextureType2dArray, 16, 16, 1, 1, 0, 1}, allChannels), 5);
+    TestImage made(makeFlat(kFloats, 8, 8));
+    Configuration configuration = settings();
+    ASSERT_EQ(0, Raw::surfaceDownsample2d(&source, {}, &made, {}, &configuration));
+    for (unsigned i = 0; i < 64; ++i) {
+        const Rgba value = texel(made, kFirstSurface, i % 8, i / 8);
+        ASSERT_EQ(value, (Rgba{value[0], 0, 0, 0})) << i;
     }
 }
 

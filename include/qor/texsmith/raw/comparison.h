@@ -22,16 +22,19 @@
 
 namespace qor::Texsmith::Raw {
 
-// A metric: per channel, the sum of a term over pairs of texels. Stateless; called from many threads.
+// A metric: per channel, the sum of a term over pairs of texels. Stateless; called from many threads. Nobody
+// deletes it through this base.
 //
 // Those of the library sum in a fixed order: texel i of a run goes to partial sum i mod 8, and the eight are
 // folded by halves, the upper onto the lower.
 class QOR_TEXSMITH_API SquaredErrorCalculator {
 public:
-    virtual ~SquaredErrorCalculator() = default;
     VectorFloat calculate(const VectorFloat* a, const VectorFloat* b, unsigned count) const {
         return doCalculate(a, b, count);
     }
+
+protected:
+    ~SquaredErrorCalculator() = default;
 
 private:
     virtual VectorFloat doCalculate(const VectorFloat* a, const VectorFloat* b, unsigned count) const = 0;
