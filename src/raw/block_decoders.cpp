@@ -144,7 +144,6 @@ void decodeColours(std::uint8_t* destination, std::size_t pitch, const std::uint
     }
 }
 
-// Eights by the wide kernel, if there is one, and the rest one by one.
 template <typename Alpha>
 void decodeRun(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source, std::size_t count) {
     for (std::size_t block = 0; block < count; ++block) {
@@ -152,6 +151,7 @@ void decodeRun(std::uint8_t* destination, std::size_t pitch, const std::uint8_t*
     }
 }
 
+// Eights by the wide kernel, and the rest one by one.
 template <typename Alpha, DecodeEights BlockKernelsAvx2::*kKernel>
 void decodeRunAvx2(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
                    std::size_t count) {
