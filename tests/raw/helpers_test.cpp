@@ -1,5 +1,6 @@
 #include "support/loaded_file.h"
 #include "support/report_recorder.h"
+#include "support/surfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -163,6 +164,140 @@ TEST(Helpers, FilesAreConvertedByNamesInAnyScript) {
     EXPECT_EQ(recorder.assertions().back().m_text, "Assertion 'names.isWhole()' failed.");
 }
 
+// In one pass from file to file, and through an image between them: the same bytes.
+TEST(Helpers, OnePassGivesWhatAnImageBetweenGives) {
+    const ReportRecorder recorder;
+    Configuration configuration;
+    for (const char* format : {"R8G8B8A8Unorm", "B8G8R8A8Unorm", "R16G16B16A16Float", "Bc1Unorm"}) {
+        for (const bool isModified : {false, true}) {
+            TestImage image(makeFlat(format, 37, 21, 3), 5);
+            Modifiers modifiers;
+            modifiers.m_decode.m_add[1] = isModified ? 0.25f : 0.0f;
+            image.setModifiers(modifiers);
+            AllocatedMemory vxf, direct, saved;
+            ASSERT_EQ(save(&image, &vxf, ".vxf", &configuration), 0) << format;
+            MemoryMappedImage between;
+            ASSERT_EQ(convertWithResult(&vxf, ".vxf", &direct, ".tga", &configuration), kErrorNone);
+            ASSERT_EQ(loadWithResult(&between, &vxf, ".vxf", &configuration, 0), kErrorNone);
+            ASSERT_EQ(save(&between, &saved, ".tga", &configuration), 0);
+            EXPECT_EQ(bytesOf(direct), bytesOf(saved)) << format;
+        }
+    }
+    for (const int descriptor : {0x00, 0x10, 0x20, 0x28}) {
+        Bytes file = makeTga();
+        file[17] = static_cast<std::uint8_t>(descriptor);
+        HeapFile tga(file);
+        AllocatedMemory direct, saved;
+        MemoryMappedImage between;
+        EXPECT_EQ(convertWithResult(tga.region(), ".tga", &direct, ".vxf", &configuration), kErrorNone);
+        EXPECT_EQ(loadWithResult(&between, tga.region(), ".tga", &configuration, 0), kErrorNone);
+        EXPECT_EQ(save(&between, &saved, ".vxf", &configuration), 0);
+        EXPECT_EQ(bytesOf(direct), bytesOf(saved)) << int(descriptor);
+    }
+    EXPECT_TRUE(recorder.empty()) << recorder.texts();
+}
+
+// The source is the memory that the file is to be written to.
+TEST(Helpers, AFileMayReplaceItsSource) {
+    Configuration configuration;
+    AllocatedMemory memory, expected;
+    ReallocatableImage image(&memory);
+    const Vex::Texture texture = makeFlat("R8G8B8A8Unorm", 9, 5);
+    image.reallocate(&texture);
+    std::memset(memory.begin, 0x5A, 60);
+    ASSERT_EQ(save(&image, &expected, ".tga", &configuration), 0);
+    EXPECT_EQ(save(&image, &memory, ".tga", &configuration), 0);
+    EXPECT_EQ(bytesOf(memory), bytesOf(expected));
+    AllocatedMemory vxf;
+    ASSERT_EQ(convert(&memory, ".tga", &vxf, ".vxf", &configuration), 0);
+    EXPECT_EQ(convert(&memory, ".tga", &memory, ".vxf", &configuration), 0);
+    EXPECT_EQ(bytesOf(memory), bytesOf(vxf));
+}
+
+TEST(Helpers, EveryPairOfOwnTypesConverts) {
+    const ReportRecorder recorder;
+    Configuration configuration;
+    TestImage image(makeFlat("R8G8B8A8Unorm", 11, 6), 3);
+    const char* const kTypes[] = {".vxf", ".tga", ".dds", ".hdr", ".pfm", ".bmp"};
+    for (const char* from : kTypes) {
+        AllocatedMemory file;
+        ASSERT_EQ(save(&image, &file, from, &configuration), 0) << from;
+        for (const char* to : kTypes) {
+            AllocatedMemory converted;
+            MemoryMappedImage loaded;
+            EXPECT_EQ(convertWithResult(&file, from, &converted, to, &configuration), kErrorNone)
+                << from << " to " << to;
+            EXPECT_EQ(loadWithResult(&loaded, &converted, to, &configuration, 0), kErrorNone) << to;
+            EXPECT_TRUE(loaded.getPixelsWide(0) == 11 && loaded.getPixelsTall(0) == 6) << from << to;
+        }
+    }
+    EXPECT_TRUE(recorder.empty()) << recorder.texts();
+}
+
+TEST(Helpers, FilesAreComparedAsStoredOrAsPictures) {
+    const ReportRecorder recorder;
+    Configuration configuration;
+    TestImage image(makeFlat("R8G8B8A8Unorm", 11, 6), 3);
+    const auto saved = [&](const char* extension) {
+        AllocatedMemory file;
+        EXPECT_EQ(save(&image, &file, extension, &configuration), 0);
+        return bytesOf(file);
+    };
+    const char* const kTypes[] = {".vxf", ".dds", ".tga"};
+    Bytes before[3];
+    std::transform(kTypes, kTypes + 3, before, saved);
+    std::uint8_t& red = image.bytes()[4 * 11 * 2];
+    red = static_cast<std::uint8_t>(red ^ 0x10);
+    const StandardSquaredErrorCalculator calculator;
+    for (int i = 0; i < 9; ++i) {
+        const char *const a = kTypes[i / 3], *const b = kTypes[i % 3];
+        HeapFile fileA(before[i / 3]), same(before[i % 3]), other(saved(b));
+        const bool isStored = (i / 3 == 2) == (i % 3 == 2); // a TGA file has the channels in another order
+        if (isStored) {
+            EXPECT_EQ(areBitwiseEqual(fileA.region(), a, same.region(), b, &configuration), 0) << a << b;
+            EXPECT_EQ(areBitwiseEqual(fileA.region(), a, other.region(), b, &configuration), kFailed)
+                << a << b;
+        }
+        VectorFloat mse;
+        EXPECT_EQ(compare(&mse, fileA.region(), a, same.region(), b, &configuration, &calculator), 0);
+        EXPECT_EQ(mse.m_lanes[0], 0.0f);
+        EXPECT_EQ(compare(&mse, fileA.region(), a, other.region(), b, &configuration, &calculator), 0);
+        EXPECT_GT(mse.m_lanes[0], 0.0f) << a << b;
+        EXPECT_EQ(mse.m_lanes[1], 0.0f);
+    }
+    EXPECT_TRUE(recorder.empty()) << recorder.texts();
+    HeapFile whole(before[0]), cut(before[0], before[0].size() - 8), bad(makeBadTga());
+    EXPECT_EQ(areBitwiseEqual(whole.region(), ".vxf", cut.region(), ".vxf", &configuration), kFailed);
+    EXPECT_EQ(areBitwiseEqual(whole.region(), ".vxf", bad.region(), ".tga", &configuration),
+              static_cast<int>(kErrorTgaImageType));
+    VectorFloat mse = {{1, 1, 1, 1}};
+    EXPECT_EQ(compare(&mse, bad.region(), ".tga", bad.region(), ".tga", &configuration, &calculator), 0);
+    EXPECT_EQ(mse.m_lanes[3], 0.0f); // one region, unread
+    EXPECT_EQ(compare(&mse, bad.region(), ".tga", whole.region(), ".vxf", &configuration, &calculator),
+              static_cast<int>(kErrorTgaImageType));
+}
+
+TEST(Helpers, FilesAreComparedByName) {
+    Configuration configuration;
+    const StandardSquaredErrorCalculator calculator;
+    const Folder folder;
+    Bytes changed = makeTga();
+    changed.back() = static_cast<std::uint8_t>(changed.back() ^ 1);
+    const std::string a = folder.write("a.tga", makeTga()), b = folder.write("b.tga", makeTga()),
+                      c = folder.write("c.tga", changed);
+    VectorFloat mse = {{1, 1, 1, 1}};
+    EXPECT_EQ(areBitwiseEqual("no such file.tga", "No Such File.TGA", &configuration), 0);
+    EXPECT_EQ(compare(&mse, "no such file.tga", "No Such File.TGA", &configuration, &calculator), 0);
+    EXPECT_EQ(mse.m_lanes[0], 0.0f);
+    EXPECT_EQ(areBitwiseEqual(a.c_str(), b.c_str(), &configuration), 0);
+    EXPECT_EQ(areBitwiseEqual(a.c_str(), c.c_str(), &configuration), kFailed);
+    EXPECT_EQ(compare(&mse, a.c_str(), c.c_str(), &configuration, &calculator), 0);
+    EXPECT_TRUE(mse.m_lanes[3] > 0.0f && mse.m_lanes[0] == 0.0f);
+    const ReportRecorder recorder;
+    EXPECT_EQ(areBitwiseEqual(a.c_str(), folder.name("none.tga").c_str(), &configuration), kFailed);
+    EXPECT_FALSE(recorder.assertions().empty());
+}
+
 TEST(Helpers, NullArgumentsAreReportedInOrder) {
     const ReportRecorder recorder;
     EXPECT_EQ(load(nullptr, nullptr, nullptr, nullptr, 0), kFailed);
@@ -171,11 +306,20 @@ TEST(Helpers, NullArgumentsAreReportedInOrder) {
     EXPECT_EQ(save(nullptr, nullptr, nullptr), kFailed);
     EXPECT_EQ(convert(nullptr, nullptr, nullptr, nullptr, nullptr), kFailed);
     EXPECT_EQ(convert(nullptr, nullptr, nullptr), kFailed);
+    const char* const none = nullptr;
+    EXPECT_EQ(areBitwiseEqual(nullptr, nullptr, nullptr, nullptr, nullptr), kFailed);
+    EXPECT_EQ(areBitwiseEqual(none, none, nullptr), kFailed);
+    EXPECT_EQ(compare(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), kFailed);
+    EXPECT_EQ(compare(nullptr, none, none, nullptr, nullptr), kFailed);
     std::istringstream names(
         "destination source extension configuration destination filenameOrUrl configuration "
         "source destination extension configuration source filename configuration "
         "source sourceExtension destination destinationExtension configuration "
-        "sourceFilenameOrUrl destinationFilenameOrExtension configuration");
+        "sourceFilenameOrUrl destinationFilenameOrExtension configuration "
+        "sourceA sourceAExtension sourceB sourceBExtension configuration "
+        "sourceAFilenameOrUrl sourceBFilenameOrUrl configuration "
+        "mse sourceA sourceAExtension sourceB sourceBExtension configuration "
+        "mse sourceAFilenameOrUrl sourceBFilenameOrUrl configuration");
     std::string expected;
     for (std::string name; names >> name;) {
         expected += name + " must not be NULL.\n";
