@@ -2,6 +2,9 @@
 #if defined(TEXSMITH_BLOCK_BENCHMARKS)
 #    include "block_benchmarks.h"
 #endif
+#if defined(TEXSMITH_FILE_BENCHMARKS)
+#    include "file_benchmarks.h"
+#endif
 #include "measure_benchmarks.h"
 #include "mip_benchmarks.h"
 #include "ratio_reporter.h"
@@ -26,6 +29,9 @@ int main(int argc, char** argv) {
     Bench::registerMeasureBenchmarks();
 #if defined(TEXSMITH_BLOCK_BENCHMARKS)
     Bench::registerBlockBenchmarks();
+#endif
+#if defined(TEXSMITH_FILE_BENCHMARKS)
+    Bench::registerFileBenchmarks();
 #endif
     Bench::registerJobBenchmarks();
     Bench::RatioReporter reporter;
