@@ -118,7 +118,7 @@ void TexelReader::blockRow(const TexelSurface& surface, unsigned y, float* texel
     }
     const unsigned storedPitch = packedPitchInBytes(infoOf(formatOf(&m_decoder)), kSide);
     for (unsigned x = 0; x * kSide < surface.m_wide; ++x) {
-        Block stored = {}, block = {}; // formats of one and two channels leave the other lanes as they are
+        Block stored = {}, block;
         m_provider->getBlock(&surface.m_index, &stored, x, y);
         decodeBlockAndModify(&block, &stored, storedPitch, &m_decoder);
         if (m_isInteger) {

@@ -194,19 +194,6 @@ TEST(MipMaps, WriteNothingBesideTheirRows) {
     }
 }
 
-TEST(MipMaps, TakeChannelsThatBlocksLackAsZeros) {
-    Vex::DataFormat allChannels = formatNamed("Bc4Unorm");
-    allChannels.m_word = (allChannels.m_word & 0xFFF) | (formatNamed(kFloats).m_word & 0xFFF000);
-    TestImage source(makeTexture({"", Vex::kTextureType2dArray, 16, 16, 1, 1, 0, 1}, allChannels), 5);
-    TestImage made(makeFlat(kFloats, 8, 8));
-    Configuration configuration = settings();
-    ASSERT_EQ(0, Raw::surfaceDownsample2d(&source, {}, &made, {}, &configuration));
-    for (unsigned i = 0; i < 64; ++i) {
-        const Rgba value = texel(made, kFirstSurface, i % 8, i / 8);
-        ASSERT_EQ(value, (Rgba{value[0], 0, 0, 0})) << i;
-    }
-}
-
 std::vector<std::uint8_t> halveBytes(
     const char* format, std::vector<std::uint8_t> bytes, unsigned size,
     const std::function<void(TestImage&)>& change = [](TestImage&) {}) {
