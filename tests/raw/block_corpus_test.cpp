@@ -143,7 +143,7 @@ Decoded decode(const std::vector<std::uint8_t>& file, const Picture& picture) {
 
 int channelOf(const std::uint8_t* texel, const Picture& picture, unsigned channel) {
     const int value = texel[(picture.m_channels & kSwapped) != 0 && channel == 0 ? 3 : channel];
-    return (picture.m_channels & kMultiplied) != 0 && channel < 3 ? (value * texel[3] + 127) / 255 : value;
+    return (picture.m_channels & kMultiplied) != 0 && channel < 3 ? value * texel[3] / 255 : value;
 }
 
 int greatestDifference(const Decoded& decoded, const PngPicture& reference, const Picture& picture,
