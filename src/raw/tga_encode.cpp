@@ -3,7 +3,6 @@
 #include "qor/texsmith/raw/reformat.h"
 #include "qor/texsmith/raw/view.h"
 #include "raw/pertile/reformatpertile.h"
-#include "raw/pertile/tile_rows.h"
 #include "raw/region_image.h"
 #include "raw/tga_header.h"
 
@@ -11,38 +10,6 @@
 
 namespace qor::Texsmith::Raw {
 namespace {
-
-// The elements of a file, behind the header and so at no address that kernels could stream to. Large ones are
-// converted strip by strip in the nearest cache and go from there past the caches.
-class FileElements : public RegionImage {
-public:
-    using RegionImage::RegionImage;
-
-private:
-    bool isStreamed() const { return storesFor(getBytesTotal()) == RowStores::kStreaming; }
-
-    ElementRows rows() const {
-        const unsigned wide = getElementsWide(0);
-        return {getMemoryRegion().begin, std::size_t{wide} * kBytes, wide, getElementsTall(0)};
-    }
-
-    ElementRows doGetElementRows(const SurfaceIndex*) const override {
-        return isStreamed() ? ElementRows{} : rows();
-    }
-
-    bool doPutStrip(const SurfaceIndex*, const ElementRows& strip, unsigned x, unsigned y) const override {
-        const ElementRows place =
-            partOf(rows(), kBytes, x * kTileSide, y * kTileSide, strip.m_wide, strip.m_tall);
-        for (unsigned row = 0; row < strip.m_tall; ++row) {
-            streamBytes(place.row(row), strip.row(row), std::size_t{strip.m_wide} * kBytes);
-        }
-        finishStreaming();
-        return true;
-    }
-
-    static constexpr unsigned kBytes = 4;
-    static constexpr unsigned kTileSide = 8;
-};
 
 // Of a colour image of 32 bits, top row first, without ID and map.
 void writeHeader(std::uint8_t* bytes, unsigned width, unsigned height) {
@@ -98,7 +65,7 @@ Error writeTga(const ElementProvider& source, ResizableMemoryRegion* destination
                Configuration* configuration) {
     const SurfaceIndex first;
     const AsSurfaceElementProvider surface(&source, &first);
-    FileElements elements(changeDataFormat(*surface.getVexTexture(), kTgaFormat), {});
+    RegionImage elements(changeDataFormat(*surface.getVexTexture(), kTgaFormat), {});
     if (canConvert(surface, elements, *configuration)) {
         elements.setMemory(layOut(destination, elements.getBytesTotal(), elements.getPixelsWide(0),
                                   elements.getPixelsTall(0)));
