@@ -102,15 +102,16 @@ template <typename Lanes, typename From, typename To, unsigned kChannel>
 typename Lanes::Ints repackChannel(typename Lanes::Ints texels) {
     constexpr unsigned kWidth = From::kWidths[kChannel], kShift = From::kShifts[kChannel];
     constexpr unsigned kEnd = kShift + kWidth, kToWidth = To::kWidths[kChannel];
+    constexpr unsigned kToShift = To::kShifts[kChannel]; // as a name: not all compilers parse it in place
     constexpr float kFactor =
         static_cast<float>((1u << kToWidth) - 1) / static_cast<float>((1u << kWidth) - 1);
     if constexpr (kEnd == 32) {
         const auto values = toFloats(shiftRight<kShift>(texels)) * Lanes::splatFloat(kFactor);
-        return shiftLeft<To::kShifts[kChannel]>(roundToInts(values));
+        return shiftLeft<kToShift>(roundToInts(values));
     } else {
         constexpr float kInPlace = kFactor / static_cast<float>(1u << kShift);
         const auto channel = texels & Lanes::splat(((1u << kWidth) - 1) << kShift);
-        return shiftLeft<To::kShifts[kChannel]>(roundToInts(toFloats(channel) * Lanes::splatFloat(kInPlace)));
+        return shiftLeft<kToShift>(roundToInts(toFloats(channel) * Lanes::splatFloat(kInPlace)));
     }
 }
 
