@@ -3,20 +3,13 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
+#include <memory>
 #include <new>
 #include <utility>
 
 namespace qor::Texsmith::Raw::Json {
 namespace {
-
-template <typename Object, typename... Arguments>
-Object* create(const IAllocator& allocator, Arguments&&... arguments) {
-    void* memory = allocator.allocate(sizeof(Object), alignof(Object));
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return new (memory) Object(std::forward<Arguments>(arguments)...);
-}
 
 template <typename Object> void destroy(const IAllocator& allocator, Object* object) {
     if (object != nullptr) {
@@ -25,11 +18,37 @@ template <typename Object> void destroy(const IAllocator& allocator, Object* obj
     }
 }
 
-void destroyList(const IAllocator& allocator, NodeList* list) {
+void destroyWithNodes(const IAllocator& allocator, NodeList* list) {
     for (std::size_t i = 0; i < list->size(); ++i) {
         destroy(allocator, list->slot(i));
     }
     destroy(allocator, list);
+}
+
+struct Destroyer {
+    IAllocator m_allocator;
+    template <typename Object> void operator()(Object* object) const { destroy(m_allocator, object); }
+    void operator()(NodeList* list) const { destroyWithNodes(m_allocator, list); }
+};
+
+// What is on its way to a tree.
+template <typename Object> using Owned = std::unique_ptr<Object, Destroyer>;
+
+struct Block {
+    IAllocator m_allocator;
+    void* m_memory;
+    ~Block() { m_allocator.release(m_memory); }
+};
+
+template <typename Object, typename... Arguments>
+Owned<Object> create(const IAllocator& allocator, Arguments&&... arguments) {
+    Block block{allocator, allocator.allocate(sizeof(Object), alignof(Object))};
+    if (block.m_memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    Object* const object = new (block.m_memory) Object(std::forward<Arguments>(arguments)...);
+    block.m_memory = nullptr;
+    return Owned<Object>(object, Destroyer{allocator});
 }
 
 const char* textOf(const char* text) { return text != nullptr ? text : ""; }
@@ -37,16 +56,13 @@ const char* textOf(const char* text) { return text != nullptr ? text : ""; }
 } // namespace
 
 void NodeList::setSize(std::size_t count) {
+    constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max() / 2 / sizeof(Node*);
     const std::size_t before = capacity();
-    if (count > before) {
-        resize(std::max(2 * before, count) * sizeof(Node*));
+    if (count > kMost || (count > before && !tryResize(std::max(2 * before, count) * sizeof(Node*)))) {
+        throw std::bad_alloc();
     }
     if (count < capacity() / 2) {
-        resize(count * sizeof(Node*));
-    }
-    if (capacity() < count) {
-        m_count = 0; // the slots are gone with their memory
-        throw std::bad_alloc();
+        tryResize(count * sizeof(Node*)); // the slots may as well stay
     }
     if (capacity() > before) { // a client's allocator need not give zeros
         std::memset(begin + before * sizeof(Node*), 0, (capacity() - before) * sizeof(Node*));
@@ -63,7 +79,7 @@ void Node::deallocate() {
     if (type == kTypeString) {
         destroy(m_allocator, m_value.m_string);
     } else if (type == kTypeArray || type == kTypeObject) {
-        destroyList(m_allocator, m_value.m_list);
+        destroyWithNodes(m_allocator, m_value.m_list);
     }
     m_value = {};
 }
@@ -76,27 +92,21 @@ void Node::setType(Type type) {
     if (type == kTypeNumber) {
         m_value.m_number = 0.0;
     } else if (type == kTypeString) {
-        m_value.m_string = create<std::string>(m_allocator);
+        m_value.m_string = create<std::string>(m_allocator).release();
     } else if (type == kTypeArray || type == kTypeObject) {
-        m_value.m_list = create<NodeList>(m_allocator, m_allocator);
+        m_value.m_list = create<NodeList>(m_allocator, m_allocator).release();
     }
     m_type = type;
-}
-
-Node*& Node::appendSlot() {
-    NodeList& list = *m_value.m_list;
-    list.setSize(list.size() + 1);
-    return list.slot(list.size() - 1) = create<Node>(m_allocator, m_allocator);
 }
 
 Node& Node::operator[](std::size_t index) {
     setType(kTypeArray);
     NodeList& list = *m_value.m_list;
     if (index >= list.size()) {
-        list.setSize(index + 1);
+        list.setSize(std::max(index, index + 1)); // the last index has no successor
     }
     if (list.slot(index) == nullptr) {
-        list.slot(index) = create<Node>(m_allocator, m_allocator);
+        list.slot(index) = create<Node>(m_allocator, m_allocator).release();
     }
     return *list.slot(index);
 }
@@ -117,8 +127,13 @@ Node& Node::operator()(const char* key) {
     if (pair < getKeyValuePairs()) {
         return *m_value.m_list->slot(2 * pair + 1);
     }
-    appendSlot()->copyFromString(key);
-    return *appendSlot();
+    Owned<Node> name = create<Node>(m_allocator, m_allocator);
+    Owned<Node> value = create<Node>(m_allocator, m_allocator);
+    name->copyFromString(key);
+    NodeList& list = *m_value.m_list;
+    list.setSize(list.size() + 2);
+    list.slot(2 * pair) = name.release();
+    return *(list.slot(2 * pair + 1) = value.release());
 }
 
 Node* Node::getElement(std::size_t index) {
@@ -163,22 +178,22 @@ void Node::copyFromNumber(double value) {
 }
 
 void Node::copyFromString(const char* value) {
-    std::string* const text = create<std::string>(m_allocator, textOf(value)); // may be this node's own
+    Owned<std::string> text = create<std::string>(m_allocator, textOf(value)); // may be this node's own
     deallocate();
-    m_value.m_string = text;
+    m_value.m_string = text.release();
     m_type = kTypeString;
 }
 
 NodeList* Node::copyOf(const NodeList& list) const {
-    NodeList* const copy = create<NodeList>(m_allocator, m_allocator);
+    Owned<NodeList> copy = create<NodeList>(m_allocator, m_allocator);
     copy->setSize(list.size());
     for (std::size_t i = 0; i < list.size(); ++i) {
         if (const Node* const source = const_cast<NodeList&>(list).slot(i)) {
-            copy->slot(i) = create<Node>(m_allocator, m_allocator);
+            copy->slot(i) = create<Node>(m_allocator, m_allocator).release();
             copy->slot(i)->copyFromNode(*source);
         }
     }
-    return copy;
+    return copy.release();
 }
 
 void Node::copyFromNode(const Node& source) {

@@ -104,12 +104,24 @@ AllocatedMemory::~AllocatedMemory() noexcept(false) { releaseBlock(); }
 
 void AllocatedMemory::setAllocator(IAllocator allocator) { m_allocator = allocator; }
 
-void AllocatedMemory::doResize(unsigned long long bytes) {
+bool AllocatedMemory::tryResize(unsigned long long bytes) {
     const MemoryRegion block = regionOf(m_allocator.allocate(bytes, kBlockAlignment), bytes);
+    if (block.begin == nullptr) {
+        return false;
+    }
     copy(block, *this);
     releaseBlock();
     MemoryRegion::operator=(block);
-    m_owner = block.begin != nullptr;
+    m_owner = true;
+    return true;
+}
+
+void AllocatedMemory::doResize(unsigned long long bytes) {
+    if (!tryResize(bytes)) {
+        releaseBlock();
+        MemoryRegion::operator=({});
+        m_owner = false;
+    }
 }
 
 void AllocatedMemory::doEnsureSize(unsigned long long bytes) {

@@ -112,7 +112,9 @@ void EnumConverter::doToJson(Json::Node* node, void* data) const {
 void ArrayConverter::doFromJson(void* data, Json::Node* node) const {
     const std::size_t count = std::min<std::size_t>(m_count, node->getElements());
     for (std::size_t i = 0; i < count; ++i) {
-        m_element->fromJson(at(data, i * m_element->size()), node->getElement(i));
+        if (Json::Node* const element = node->getElement(i)) { // not a slot that was never asked for
+            m_element->fromJson(at(data, i * m_element->size()), element);
+        }
     }
 }
 

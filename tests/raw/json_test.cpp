@@ -1,3 +1,4 @@
+#include "support/counting_heap.h"
 #include "support/report_recorder.h"
 
 #include "qor/texsmith/texsmith.h"
@@ -5,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
 #include <memory>
+#include <new>
 #include <string>
 
 namespace {
@@ -146,6 +149,38 @@ TEST(Json, ChangesTypesAndPairs) {
     EXPECT_EQ(node.getElement(0), nullptr);
     EXPECT_EQ(node.getElements(), 2u);
     EXPECT_STREQ(node.copyToString(), "");
+}
+
+TEST(Json, WithoutMemoryATreeStaysWholeAndNothingLeaks) {
+    std::string text = "{'a':[1,{'b':'c'},[2]],'key':'text'}";
+    std::size_t refused = 0;
+    for (bool isDone = false; !isDone; ++refused) {
+        TestSupport::CountingHeap heap;
+        {
+            Json::Node node(heap.allocator()), copy(heap.allocator());
+            heap.m_most = refused;
+            try {
+                Json::Reader reader;
+                reader.init(text.data(), static_cast<unsigned>(text.size()), heap.allocator());
+                Json::read(&node, &reader);
+                copy.copyFromNode(node);
+                isDone = true;
+            } catch (const std::bad_alloc&) {
+            }
+            heap.m_most = ~std::size_t{0};
+            node("more")[2].copyFromBool(true);
+            EXPECT_NE(written(node).find("\"more\" : ["), std::string::npos) << refused;
+            written(copy);
+        }
+        EXPECT_EQ(heap.m_live, 0) << refused;
+    }
+    EXPECT_GT(refused, 20u);
+    Json::Node node(Raw::g_mallocAllocator);
+    const std::size_t last = std::numeric_limits<std::size_t>::max();
+    for (const std::size_t index : {last, last - 1, last / sizeof(void*) + 1}) {
+        EXPECT_THROW(node[index], std::bad_alloc);
+    }
+    EXPECT_EQ(node.getElements(), 0u);
 }
 
 } // namespace

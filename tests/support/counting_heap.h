@@ -1,8 +1,9 @@
-// An allocator that keeps what it was asked for, and refuses blocks above a limit.
+// An allocator that keeps what it was asked for, and refuses blocks above a limit or beyond a number.
 #pragma once
 
 #include "qor/texsmith/raw/allocator.h"
 
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -11,6 +12,7 @@ namespace TestSupport {
 struct CountingHeap {
     std::vector<std::pair<unsigned long long, unsigned long long>> m_asked; // sizes and alignments
     unsigned long long m_limit = ~0ull;
+    std::size_t m_most = ~std::size_t{0}; // blocks
     int m_live = 0;
 
     qor::Texsmith::IAllocator allocator() { return {this, &allocate, &release}; }
@@ -19,7 +21,7 @@ private:
     static void* allocate(void* context, unsigned long long size, unsigned long long alignment) {
         auto* heap = static_cast<CountingHeap*>(context);
         heap->m_asked.emplace_back(size, alignment);
-        if (size > heap->m_limit) {
+        if (size > heap->m_limit || heap->m_asked.size() > heap->m_most) {
             return nullptr;
         }
         ++heap->m_live;

@@ -32,7 +32,8 @@ public:
     explicit NodeList(IAllocator allocator) : AllocatedMemory(allocator) {}
 
     std::size_t size() const { return m_count; }
-    void setSize(std::size_t count); // new slots are null; throws std::bad_alloc
+    void
+    setSize(std::size_t count); // new slots are null; throws std::bad_alloc, and has changed nothing then
     Node*& slot(std::size_t index) { return reinterpret_cast<Node**>(begin)[index]; }
 
 private:
@@ -42,7 +43,7 @@ private:
 };
 
 // A value, and all the nodes below it, which it owns. Everything is allocated by the node's allocator, which
-// is handed on to its children; without memory std::bad_alloc is thrown.
+// is handed on to its children; without memory std::bad_alloc is thrown, and the tree stays whole.
 class QOR_TEXSMITH_API Node {
 public:
     explicit Node(IAllocator allocator); // a Null
@@ -94,7 +95,6 @@ private:
 
     void deallocate();
     bool isList() const { return m_type == kTypeArray || m_type == kTypeObject; }
-    Node*& appendSlot();
     std::size_t findPair(const char* key) const; // the number of pairs where there is none
     NodeList* copyOf(const NodeList& list) const;
 

@@ -62,6 +62,10 @@ public:
     // For blocks to come. Set it before the first resize.
     void setAllocator(IAllocator allocator);
 
+protected:
+    // As resize, but without memory nothing changes, and it tells so.
+    bool tryResize(unsigned long long bytes);
+
 private:
     void doResize(unsigned long long bytes) override;
     void doEnsureSize(unsigned long long bytes) override;
