@@ -1,0 +1,83 @@
+"""Reads files of the tool with Pillow, which knows nothing of this library.
+
+other_readers_test.py TOOL SAMPLES; exits with 77 where Pillow is missing.
+"""
+import array
+import os
+import subprocess
+import sys
+import tempfile
+
+try:
+    from PIL import Image, ImageChops
+except ImportError:
+    sys.exit(77)
+
+SKIPPED_LANES = {"Bc5Unorm": "BA"}  # two channels have no blue, and opinions differ on what stands there
+# Pillow cuts off what interpolation leaves behind the point; we round.
+LARGEST_DIFFERENCE = {"Bc1Unorm": 2, "Bc3Unorm": 2, "Bc5Unorm": 2, "R8G8B8A8Unorm": 0}
+
+
+def check(good, text):
+    if not good:
+        sys.exit(text)
+
+
+def convert(source, destination, *options):
+    subprocess.run([tool, "convert", *options, source, destination], check=True, stderr=subprocess.DEVNULL)
+    return destination
+
+
+def open_rgba(name):
+    with Image.open(name) as image:
+        return image.convert("RGBA")
+
+
+def read_pfm(name):
+    """For Pillow before 10.3, which reads none. Our rows go down, as those of our other files."""
+    with open(name, "rb") as file:
+        kind, width, height, scale = b" ".join(file.readline() for _ in range(3)).split()
+        check(kind == b"PF" and float(scale) == -1, "not a colour file with the least significant bytes first")
+        floats = array.array("f", file.read())
+    if sys.byteorder == "big":
+        floats.byteswap()
+    size = int(width), int(height)
+    return Image.frombytes("RGB", size, bytes(round(value * 255) for value in floats)).convert("RGBA")
+
+
+def expect_same(what, expected, found, tolerance=0, skipped=""):
+    check(expected.size == found.size, f"{what}: {found.size} instead of {expected.size}")
+    ranges = ImageChops.difference(expected, found).getextrema()
+    largest = {lane: high for lane, (_, high) in zip("RGBA", ranges) if lane not in skipped}
+    check(max(largest.values()) <= tolerance, f"{what}: differs by {largest}")
+    print(what, largest)
+
+
+def check_dds(sample, format_name, options):
+    dds = convert(sample, "picture.dds", "--mips", "--format", format_name, *options)
+    tolerance = LARGEST_DIFFERENCE[format_name]
+    # The TGA files are held against their originals below, so they may stand for what we see.
+    ours = open_rgba(convert(dds, "decoded.tga"))
+    skipped = SKIPPED_LANES.get(format_name, "")
+    expect_same(f"{sample} {format_name} {options}", ours, open_rgba(dds), tolerance, skipped)
+    if tolerance == 0:
+        expect_same(f"{sample} {format_name} as made", open_rgba(sample), ours)
+
+
+def check_sample(sample):
+    original = open_rgba(sample)
+    for extension in ("tga", "bmp", "png"):
+        expect_same(f"{sample} {extension}", original, open_rgba(convert(sample, "picture." + extension)))
+    expect_same(f"{sample} pfm", original, read_pfm(convert(sample, "picture.pfm")), 0, "A")
+    for format_name in LARGEST_DIFFERENCE:
+        check_dds(sample, format_name, ("--dds-version", "9"))
+    for format_name in ("Bc5Unorm", "R8G8B8A8Unorm"):  # the others of this header are new to Pillow of this age
+        check_dds(sample, format_name, ("--dds-version", "10"))
+
+
+tool, samples = (os.path.abspath(path) for path in sys.argv[1:])
+with tempfile.TemporaryDirectory() as directory:
+    os.chdir(directory)
+    for name in ("dusk.tga", "marbles.tga", "moon.tga"):
+        check_sample(os.path.join(samples, name))
+    os.chdir(samples)
