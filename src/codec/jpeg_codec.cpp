@@ -245,7 +245,11 @@ void Reader::reportFailure() const {
                  m_state.m_errors.m_text, m_state.m_jpeg.image_height - done, m_state.m_jpeg.image_height);
 }
 
-Error readJpeg(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration, int) {
+Error readJpeg(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
+               int index) {
+    if (index != 0) {
+        return kErrorWicGetFrame; // there is one
+    }
     Reader reader(*source);
     if (!reader.readHeader()) {
         reader.reportFailure();

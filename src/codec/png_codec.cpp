@@ -22,6 +22,11 @@ constexpr char kSourcePath[] = "codec\\png_codec";
 
 constexpr std::uint64_t kMostGain = 1032; // of deflate
 
+// With an sRGB type, alpha must be the fourth channel: the curve is for the first three.
+bool mustExpandGrey(const PictureKind& kind, Vex::TextureChannelType channelType) {
+    return kind.m_isGrey && kind.m_hasAlpha && !kind.m_isDeep && channelType == Vex::kTextureChannelTypeSrgb;
+}
+
 // The first text of each kind.
 struct Messages {
     char m_error[160];
@@ -150,11 +155,9 @@ private:
     Reading m_state{};
 };
 
-// With an sRGB type, alpha must be the fourth channel: the curve is for the first three.
 bool Reader::makeImage(ReallocatableImage* image, Vex::TextureChannelType channelType) {
     PictureKind kind = kindInFile(m_state);
-    m_state.m_expandsGrey =
-        kind.m_isGrey && kind.m_hasAlpha && !kind.m_isDeep && channelType == Vex::kTextureChannelTypeSrgb;
+    m_state.m_expandsGrey = mustExpandGrey(kind, channelType);
     kind.m_isGrey = kind.m_isGrey && !m_state.m_expandsGrey;
     const Vex::DataFormat format = formatOf(kind, channelType);
     const unsigned width = png_get_image_width(m_state.m_png, m_state.m_info);
@@ -182,7 +185,11 @@ void Reader::reportWarning() const {
     }
 }
 
-Error readPng(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration, int) {
+Error readPng(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
+              int index) {
+    if (index != 0) {
+        return kErrorWicGetFrame; // there is one
+    }
     Reader reader(*source);
     if (!reader.readHeader()) {
         reader.reportFailure();
@@ -264,7 +271,9 @@ Error writePng(const PictureRows& rows, std::vector<std::uint8_t>* file) {
 }
 
 Error savePng(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    return writePicture(source, kindOf(*source), destination, configuration, &writePng);
+    PictureKind kind = kindOf(*source);
+    kind.m_isGrey = kind.m_isGrey && !mustExpandGrey(kind, source->getDataFormat().getTextureChannelType());
+    return writePicture(source, kind, destination, configuration, &writePng);
 }
 
 } // namespace

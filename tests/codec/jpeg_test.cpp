@@ -14,6 +14,8 @@ namespace {
 using namespace qor::Texsmith;
 using namespace TestSupport;
 
+Sample wholeSample(const Bytes& file) { return {"", ".jpg", file, file.size(), file.size()}; }
+
 // Slow waves: what a photograph has most of, and what this compression keeps best.
 void fillWithWaves(TestImage& image, unsigned channels) {
     const unsigned wide = image.getPixelsWide(0);
@@ -105,7 +107,7 @@ TEST(JpegReader, GivesGreyAndColourSequentialAndProgressive) {
                                                                           {JCS_RGB, 3, true, 2},
                                                                           {JCS_GRAYSCALE, 1, true}}) {
         const Bytes file = kind.encode(45, 37);
-        const ReadResult result = readFront(&Raw::convertFromJpg, file, file.size());
+        const Outcome result = loadFront(file, file.size(), ".jpg");
         EXPECT_EQ(result.m_error, Raw::kErrorNone);
         EXPECT_EQ(result.m_warnings, 0u);
         EXPECT_EQ(result.m_texels, decodeByReference(file));
@@ -114,7 +116,7 @@ TEST(JpegReader, GivesGreyAndColourSequentialAndProgressive) {
 
 TEST(JpegReader, RefusesFourChannels) {
     const Bytes file = ReferenceFile{JCS_CMYK, 4}.encode(9, 9);
-    const ReadResult result = readFront(&Raw::convertFromJpg, file, file.size());
+    const Outcome result = loadFront(file, file.size(), ".jpg");
     EXPECT_EQ(result.m_error, Raw::kErrorFailed);
     EXPECT_EQ(result.m_warnings, 1u);
     EXPECT_TRUE(result.m_texels.empty());
@@ -153,16 +155,16 @@ TEST(JpegWriter, KeepsPicturesWithinWhatTheEyeSees) {
 
 TEST(JpegReader, TakesWhatADamagedFileHas) {
     const Bytes file = ReferenceFile{}.encode(29, 26);
-    expectCutFilesToGiveWhatTheyHave(&Raw::convertFromJpg, file);
-    expectHandlersToBeFreeToThrow(&Raw::convertFromJpg, file);
-    expectWrongBytesToEndWell(&Raw::convertFromJpg, ReferenceFile{JCS_RGB, 3, false, 2}.encode(11, 9));
-    expectWrongBytesToEndWell(&Raw::convertFromJpg, ReferenceFile{JCS_RGB, 3, true, 2}.encode(11, 9));
+    expectCutFilesToGiveWhatTheyHave(wholeSample(file), 0);
+    expectHandlersToBeFreeToThrow(file, ".jpg");
+    expectWrongBytesToEndWell(wholeSample(ReferenceFile{JCS_RGB, 3, false, 2}.encode(11, 9)));
+    expectWrongBytesToEndWell(wholeSample(ReferenceFile{JCS_RGB, 3, true, 2}.encode(11, 9)));
 }
 
 // A progressive file has the whole picture early, if not in detail.
 TEST(JpegReader, GivesTheCoarsePictureOfACutProgressiveFile) {
     const Bytes file = ReferenceFile{JCS_RGB, 3, true}.encode(64, 64);
-    const ReadResult result = readFront(&Raw::convertFromJpg, file, file.size() * 3 / 4);
+    const Outcome result = loadFront(file, file.size() * 3 / 4, ".jpg");
     EXPECT_EQ(result.m_error, Raw::kErrorFailed);
     EXPECT_EQ(result.m_warnings, 1u);
     ASSERT_EQ(result.m_texels.size(), 64u * 64 * 4);
