@@ -14,17 +14,20 @@ TEST(Codecs, OfOtherMachinesAreMissedInOneVoice) {
     Raw::MemoryRegion source;
     Raw::AllocatedMemory memory;
     Raw::MemoryMappedImage image;
-    EXPECT_EQ(Raw::convertFromExr(&source, &image, &configuration), Raw::kErrorWicFactory);
-    EXPECT_EQ(Raw::convertToExr(&image, &memory, &configuration), Raw::kErrorWicFactory);
-    EXPECT_EQ(Raw::convertFromWic(&source, &image, &configuration, Raw::g_wicGuidGif, 2),
-              Raw::kErrorWicFactory);
-    EXPECT_EQ(Raw::convertToWic(&image, &memory, &configuration, Raw::g_wicGuidTif), Raw::kErrorWicFactory);
-    const char* types[] = {".EXR", ".EXR", ".GIF", ".TIF"};
-    ASSERT_EQ(recorder.warnings().size(), 4u);
-    for (unsigned i = 0; i < 4; ++i) {
+    const std::pair<Raw::Error, const char*> kCases[] = {
+        {Raw::convertFromExr(&source, &image, &configuration), ".EXR"},
+        {Raw::convertToExr(&image, &memory, &configuration), ".EXR"},
+        {Raw::convertFromWic(&source, &image, &configuration, Raw::g_wicGuidGif, 2), ".GIF"},
+        {Raw::convertToWic(&image, &memory, &configuration, Raw::g_wicGuidTif), ".TIF"},
+    };
+    ASSERT_EQ(recorder.warnings().size(), std::size(kCases));
+    for (std::size_t i = 0; i < std::size(kCases); ++i) {
+        EXPECT_EQ(kCases[i].first, Raw::kErrorWicFactory);
         EXPECT_EQ(recorder.warnings()[i].m_text,
-                  "There is no codec for files of type '" + std::string(types[i]) + "' here.");
+                  std::string("There is no codec for files of type '") + kCases[i].second + "' here.");
     }
+    EXPECT_EQ(Raw::convertFromWic(&source, &image, &configuration, Raw::g_wicGuidBmp, 1),
+              Raw::kErrorWicGetFrame); // there is one
     EXPECT_TRUE(recorder.assertions().empty());
 }
 
