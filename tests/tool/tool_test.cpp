@@ -118,8 +118,14 @@ TEST_F(ToolTest, ConvertsIntoNamedFormatsAndBack) {
         }
         EXPECT_LT(error / static_cast<double>(pixels), 4.0) << format;
     }
-    expectFailure(run("convert --format Bc9 " + quoted(sample("dusk.tga")) + " out.vxf"),
-                  "unknown format 'Bc9'");
+    for (const std::string name : {"Bc9", "{", "{'SurfaceFormat':59}"}) {
+        expectFailure(run("convert --format \"" + name + "\" " + quoted(sample("dusk.tga")) + " out.vxf"),
+                      "unknown format '" + name + "'");
+    }
+    for (const std::string name : {"Invalid", "G8B8G8R8Unorm", "{'SurfaceFormat':'Bogus'}"}) {
+        expectFailure(run("convert --format \"" + name + "\" " + quoted(sample("dusk.tga")) + " out.dds"),
+                      "no texels can be made of format '" + name + "'");
+    }
 }
 
 TEST_F(ToolTest, ADestinationIsAnExtensionOrANameAsItStands) {
@@ -228,6 +234,8 @@ TEST_F(ToolTest, TexelTellsPlaceBytesAndValue) {
             << line << outcome.m_output << outcome.m_errors;
     }
     expectFailure(run("texel " + quoted(sample("moon.tga")) + " 203 0"), "there is no such texel");
+    writeFile(file("cut.dds"), "DDS ");
+    expectFailure(run("texel cut.dds 0 0"), "texsmith: cut.dds: DDS file must be at least 128 bytes");
     expectFailure(run("texel " + quoted(sample("moon.tga")) + " 1 -1"), "Y is a number from 0 on");
 }
 

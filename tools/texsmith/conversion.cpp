@@ -102,13 +102,26 @@ Raw::Error writeDds(const Raw::Image& image, Raw::ResizableMemoryRegion* destina
 
 bool holdsMips(Raw::FileType type) { return type == kVxf || type == kDds; }
 
+// What the library reports of a text that is no format would tell the user nothing.
+bool readFormat(Vex::DataFormat* format, const std::string& name) {
+    try {
+        Configuration configuration;
+        return Raw::makeDataFormat(format, name.c_str(), &configuration) == 0 &&
+               format->getSurfaceFormat() < Vex::kSurfaceFormatCount;
+    } catch (const Failure&) {
+        return false;
+    }
+}
+
 } // namespace
 
 Vex::DataFormat findFormat(const std::string& name) {
-    Configuration configuration;
     Vex::DataFormat format = {};
-    if (Raw::makeDataFormat(&format, name.c_str(), &configuration) != 0) {
+    if (!readFormat(&format, name)) {
         throw UsageFailure("unknown format '" + name + "'; see texsmith formats");
+    }
+    if (Raw::getSurfaceFormatInfo(format.getSurfaceFormat()).bytesPerElement == 0) {
+        throw UsageFailure("no texels can be made of format '" + name + "'");
     }
     return format;
 }

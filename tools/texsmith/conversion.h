@@ -16,7 +16,7 @@ struct Wishes {
     std::optional<unsigned> m_ddsVersion; // 9 or 10
 };
 
-// Throws UsageFailure for a name that no format has.
+// Throws UsageFailure for a name that no format has, and for formats without texels.
 qor::Vex::DataFormat findFormat(const std::string& name);
 // Throw UsageFailure for types that cannot keep what is wished.
 void checkWishes(const Wishes& wishes, const std::string& destination);

@@ -62,4 +62,9 @@ void throwFileFailure(const std::string& file, Raw::Error error) {
     throw Failure(file + ": " + (report.empty() ? errorText(error) : report));
 }
 
+void throwFileFailure(const std::string& file, const Failure& failure) {
+    const std::string text = failure.what();
+    throw Failure(text.starts_with(file + ": ") ? text : file + ": " + text);
+}
+
 } // namespace Tool

@@ -29,6 +29,9 @@ std::string firstReport();
 // Throws a Failure that names the file and the reason: the first report, else the text of `error`.
 [[noreturn]] void throwFileFailure(const std::string& file, qor::Texsmith::Raw::Error error);
 
+// Throws a Failure with the same text, which names the file.
+[[noreturn]] void throwFileFailure(const std::string& file, const Failure& failure);
+
 // What an error means when nothing else was said about it.
 const char* errorText(qor::Texsmith::Raw::Error error);
 

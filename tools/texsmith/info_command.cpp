@@ -97,8 +97,7 @@ void infoCommand(Arguments arguments) {
     try {
         (options.has("--json") ? printJson : printText)(readFileInfo(name));
     } catch (const Failure& failure) {
-        const std::string text = failure.what();
-        throw Failure(text.starts_with(name + ": ") ? text : name + ": " + text);
+        throwFileFailure(name, failure);
     }
 }
 

@@ -37,6 +37,19 @@ Raw::SurfaceIndex surfaceOf(const Options& options) {
     return surface;
 }
 
+void loadWhole(Raw::ReallocatableImage* image, const std::string& name) {
+    try {
+        Configuration configuration;
+        Raw::MemoryMappedFile file(name.c_str(), Raw::kPermissionsReadOnly, configuration.m_allocator);
+        const Raw::Error error = Raw::loadWithResult(image, &file, name.c_str(), &configuration, 0);
+        if (error != Raw::kErrorNone || !firstReport().empty()) {
+            throwFileFailure(name, error);
+        }
+    } catch (const Failure& failure) {
+        throwFileFailure(name, failure);
+    }
+}
+
 } // namespace
 
 void texelCommand(Arguments arguments) {
@@ -47,13 +60,8 @@ void texelCommand(Arguments arguments) {
     const std::string& name = options.names()[0];
     const unsigned x = toNumber(options.names()[1], "X"), y = toNumber(options.names()[2], "Y");
     const Raw::SurfaceIndex surface = surfaceOf(options);
-    Configuration configuration;
-    Raw::MemoryMappedFile file(name.c_str(), Raw::kPermissionsReadOnly, configuration.m_allocator);
     Raw::MemoryMappedImage image;
-    const Raw::Error error = Raw::loadWithResult(&image, &file, name.c_str(), &configuration, 0);
-    if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(name, error);
-    }
+    loadWhole(&image, name);
     Raw::Properties properties;
     image.getTexel(&surface, &properties, x, y);
     if (properties.getCount() == 0) {
