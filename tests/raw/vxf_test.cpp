@@ -208,6 +208,22 @@ TEST(Vxf, ImagesOfEveryShapeComeBack) {
     }
 }
 
+TEST(Vxf, EveryNamedFormatComesBack) {
+    const ReportRecorder recorder; // two formats have no texels to ask memory for
+    Configuration configuration;
+    for (int i = 1; i < getNamedDataFormatCount(); ++i) {
+        const NamedDataFormat named = getNamedDataFormat(i);
+        const Vex::Texture texture = make2d(17, 9, 5, Vex::kTileModeThin_1dThin, named.m_dataFormat);
+        MemoryMappedImage image, back;
+        setUp(&image, texture);
+        AllocatedMemory file;
+        EXPECT_EQ(convertToVxf(&image, &file, &configuration), kErrorNone) << named.m_name;
+        EXPECT_EQ(convertFromVxf(&file, &back, &configuration), kErrorNone) << named.m_name;
+        EXPECT_EQ(bytesOf(back), bytesOf(image)) << named.m_name;
+        EXPECT_EQ(std::memcmp(back.getVexTexture(), &texture, sizeof texture), 0) << named.m_name;
+    }
+}
+
 TEST(Vxf, AnImageOfTheSameShapeTakesTheTexelsInTheTileModeOfTheFile) {
     Configuration configuration;
     MemoryMappedImage image, back;
