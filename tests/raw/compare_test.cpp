@@ -86,8 +86,14 @@ TEST(Compare, EveryMetricAgreesWithDoublesOnEveryShape) {
 }
 
 TEST(Compare, HasTheSameBitsOnEveryRoad) {
+    const Vex::DataFormat kHalves = formatNamed("R16G16B16A16Float");
     for (const char* format : {"R8G8B8A8Unorm", "B8G8R8X8Unorm", "R16G16B16A16Float", "Bc4Unorm"}) {
-        const TestImage a(makeFlat(format, 171, 45, 4), 21), b(makeFlat(format, 171, 45, 4), 22);
+        TestImage a(makeFlat(format, 171, 45, 4), 21), b(makeFlat(format, 171, 45, 4), 22);
+        for (TestImage* const image : {&a, &b}) {
+            for (std::size_t i = 1; i < image->bytes().size() && a.getDataFormat() == kHalves; i += 2) {
+                image->bytes()[i] &= 0xBF; // no NaN: its bits are those of the order of operands
+            }
+        }
         for (const Metric& metric : kMetrics) {
             for (const unsigned callbacks : {1u, 32u}) {
                 const TilesOnly tilesOfB(b);
