@@ -143,7 +143,13 @@ void addBoth(const std::string& name, Bytes bytes, Reader read, bool isFloat, in
     addReader(name, file, read, double(kSize) * kSize, peer);
 }
 
-// Beside a memcpy that reads and writes as many bytes.
+// These two beside a memcpy that reads and writes as many bytes.
+void addDds() {
+    const auto file = std::make_shared<Bytes>(makeSaved("R8G8B8A8Unorm", ".dds", kSize));
+    const double work = 8.0 * kSize * kSize;
+    addReader("DDS", file, &Raw::convertFromDds, work, memcpyOf(work));
+}
+
 void addPfm(const char* name, const char* header, unsigned channels, unsigned size, unsigned elementBytes) {
     const auto file = std::make_shared<Bytes>();
     append(*file, header);
@@ -159,6 +165,7 @@ void registerFileBenchmarks() {
     addBoth("HDR runs", makeHdr(), &Raw::convertFromHdr, true, 3);
     addBoth("TGA 32", makeTga(false), &Raw::convertFromTga, false, 4);
     addBoth("TGA 32 runs", makeTga(true), &Raw::convertFromTga, false, 4);
+    addDds();
     addPfm("PFM of one channel", "Pf\n4096 4096\n-1.0\n", 1, 4096, 4);
     addPfm("PFM of three channels", "PF\n2048 2048\n-1.0\n", 3, 2048, 16);
 }

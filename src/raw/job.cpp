@@ -3,6 +3,7 @@
 #include "qor/texsmith/raw/job_manager.h"
 #include "raw/check.h"
 #include "raw/destructor_report.h"
+#include "raw/row_stores.h"
 
 #include <algorithm>
 #include <cstring>
@@ -177,9 +178,16 @@ MemcpyJob::MemcpyJob(MemoryRegion destination, MemoryRegion source, unsigned wor
     setName("MemcpyJob");
 }
 
+// Past the caches when the whole is larger than they are, which a share alone does not show.
 Error MemcpyJob::doWorkItemsCallback(WorkItems items) const {
-    return copy(skip(m_destination, items.m_begin), skip(m_source, items.m_begin),
-                items.m_end - items.m_begin);
+    const MemoryRegion destination = skip(m_destination, items.m_begin),
+                       source = skip(m_source, items.m_begin);
+    const unsigned bytes = items.m_end - items.m_begin;
+    if (bytes > destination.length() || bytes > source.length()) {
+        return copy(destination, source, bytes); // which reports
+    }
+    copyRow(destination.begin, source.begin, bytes, storesFor(m_destination.length()));
+    return kErrorNone;
 }
 
 // When b is the shorter one, the regions differ whatever their bytes are.
