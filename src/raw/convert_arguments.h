@@ -2,7 +2,7 @@
 #pragma once
 
 #include "qor/texsmith/raw/configuration.h"
-#include "raw/check.h"
+#include "raw/check_job_manager.h"
 
 namespace qor::Texsmith::Raw {
 
@@ -12,6 +12,16 @@ inline bool checkConvertArguments(const void* source, const void* destination,
     bool good = checkNotNull(source, sourcePath, "source must not be NULL.");
     good &= checkNotNull(destination, sourcePath, "destination must not be NULL.");
     good &= checkNotNull(configuration, sourcePath, "configuration must not be NULL.");
+    return good;
+}
+
+// The same for those that run jobs, which need a manager as well.
+inline bool checkConvertJobArguments(const void* source, const void* destination,
+                                     const Configuration* configuration, const char* sourcePath) {
+    bool good = checkConvertArguments(source, destination, configuration, sourcePath);
+    if (configuration != nullptr) {
+        good &= checkNotNull(configuration->m_jobManager, sourcePath, kNeedsJobManager);
+    }
     return good;
 }
 

@@ -16,14 +16,6 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\dds";
 
-bool checkArguments(const void* source, const void* destination, const Configuration* configuration) {
-    bool good = checkConvertArguments(source, destination, configuration, kSourcePath);
-    if (configuration != nullptr) {
-        good &= checkNotNull(configuration->m_jobManager, kSourcePath, kNeedsJobManager);
-    }
-    return good;
-}
-
 Error firstError(Error a, Error b) { return a != kErrorNone ? a : b; }
 
 // A view on a file, with all of its texels unless m_error says otherwise.
@@ -71,7 +63,7 @@ Vex::Texture readDescriptor(const Vex::Texture* inFile) {
 } // namespace
 
 Error convertFromDds(MemoryRegion* source, ElementProvider* destination, Configuration* configuration) {
-    if (!checkArguments(source, destination, configuration)) {
+    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     const OpenFile file(source, configuration);
@@ -89,7 +81,7 @@ Error convertFromDds(MemoryRegion* source, ElementProvider* destination, Configu
 }
 
 Error convertFromDds(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
-    if (!checkArguments(source, destination, configuration)) {
+    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     const OpenFile file(source, configuration);
@@ -107,7 +99,7 @@ Error convertFromDds(MemoryRegion* source, ReallocatableImage* destination, Conf
 
 Error convertToDds(const ElementProvider* source, ResizableMemoryRegion* destination, unsigned version,
                    Configuration* configuration) {
-    if (!checkArguments(source, destination, configuration)) {
+    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     DdsImage image;
@@ -117,7 +109,7 @@ Error convertToDds(const ElementProvider* source, ResizableMemoryRegion* destina
 
 Error convertToDds(const Image* source, ResizableMemoryRegion* destination, unsigned version,
                    Configuration* configuration) {
-    if (!checkArguments(source, destination, configuration)) {
+    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     DdsImage image;
@@ -128,7 +120,7 @@ Error convertToDds(const Image* source, ResizableMemoryRegion* destination, unsi
 
 Error convertDdsToVxf(MemoryRegion* source, ResizableMemoryRegion* destination,
                       Configuration* configuration) {
-    if (!checkArguments(source, destination, configuration)) {
+    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     const OpenFile file(source, configuration);
@@ -139,7 +131,7 @@ Error convertDdsToVxf(MemoryRegion* source, ResizableMemoryRegion* destination,
 
 Error convertVxfToDds(MemoryRegion* source, ResizableMemoryRegion* destination, unsigned version,
                       Configuration* configuration) {
-    if (!checkArguments(source, destination, configuration)) {
+    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     VxfManipulator file;

@@ -17,14 +17,6 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\vxf_highlevel";
 
-bool checkJobArguments(const void* source, const void* destination, const Configuration* configuration) {
-    bool good = checkConvertArguments(source, destination, configuration, kSourcePath);
-    if (configuration != nullptr) {
-        good &= checkNotNull(configuration->m_jobManager, kSourcePath, kNeedsJobManager);
-    }
-    return good;
-}
-
 // A descriptor from a file, without the words that the file has for itself.
 Vex::Texture toImageTexture(const Vex::Texture* inFile) {
     Vex::Texture texture;
@@ -170,7 +162,7 @@ Error FileTexture::reportMissing() const {
 
 bool openVxf(VxfPicture* picture, MemoryRegion* source, const void* destination,
              const Configuration* configuration, int index) {
-    return checkJobArguments(source, destination, configuration) &&
+    return checkConvertJobArguments(source, destination, configuration, kSourcePath) &&
            findTexture(&picture->m_texture, &picture->m_file, source, index);
 }
 
@@ -199,7 +191,8 @@ std::unique_ptr<TextureElementProvider> viewVxf(const VxfPicture& picture) {
 
 Error capture2Vxf(const Texture* source, ResizableMemoryRegion* destination, Configuration* configuration) {
     VxfManipulator file;
-    if (!checkJobArguments(source, destination, configuration) || !layOut(&file, destination, source, 1)) {
+    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath) ||
+        !layOut(&file, destination, source, 1)) {
         return kErrorFailed;
     }
     std::uint64_t missing = 0;
@@ -224,7 +217,7 @@ Error capture2Vxf(const Texture* source, ResizableMemoryRegion* destination, Con
 
 Error capture2ReallocatableImage(const Texture* source, ReallocatableImage* destination,
                                  Configuration* configuration) {
-    if (!checkJobArguments(source, destination, configuration)) {
+    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     reallocate(destination, source);
@@ -261,7 +254,7 @@ Error convertFromVxf(MemoryRegion* source, ReallocatableImage* destination, Conf
 }
 
 Error convertToVxf(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    if (!checkJobArguments(source, destination, configuration)) {
+    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
         return kErrorFailed;
     }
     Modifiers modifiers = source->getModifiers();
