@@ -5,9 +5,9 @@
 #include "qor/texsmith/raw/image.h"
 #include "qor/texsmith/raw/reformat.h"
 #include "ratio_reporter.h"
-#include "raw/bc1_punch_through.h"
-#include "raw/block_encoders.h"
-#include "raw/block_runs.h"
+#include "raw/blocks/bc1_punch_through.h"
+#include "raw/blocks/block_encoders.h"
+#include "raw/blocks/block_runs.h"
 #include "simd/dispatch.h"
 
 #include <stb/stb_dxt.h>

@@ -1,7 +1,7 @@
 #include "surface_benchmarks.h"
 
 #include "ratio_reporter.h"
-#include "raw/tiling.h"
+#include "raw/tiles/tiling.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "fuzz_target.h"
 
-#include "raw/dds_roads.h"
+#include "raw/files/dds_and_vxf.h"
 
 #include <algorithm>
 

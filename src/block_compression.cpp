@@ -1,8 +1,8 @@
 #include "qor/texsmith/block_compression.h"
 
-#include "raw/block_decoders.h"
-#include "raw/check.h"
-#include "raw/format_codec.h"
+#include "raw/blocks/block_decoders.h"
+#include "raw/frame/check.h"
+#include "raw/texels/codec.h"
 #include "simd/float4.h"
 #include "vex/surface_formats.h"
 

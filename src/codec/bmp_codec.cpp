@@ -2,7 +2,7 @@
 #include "codec/bmp_layout.h"
 #include "codec/codecs.h"
 #include "qor/texsmith/tools_assert.h"
-#include "raw/flat_picture.h"
+#include "raw/files/flat_picture.h"
 
 #include <algorithm>
 #include <bit>

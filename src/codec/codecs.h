@@ -2,7 +2,7 @@
 // build.
 #pragma once
 
-#include "raw/codec.h"
+#include "raw/files/codec.h"
 
 namespace qor::Texsmith::Raw {
 

@@ -4,7 +4,7 @@
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/reformat.h"
 #include "qor/texsmith/tools_assert.h"
-#include "raw/default_tile_mode.h"
+#include "raw/surfaces/default_tile_mode.h"
 
 #include <algorithm>
 #include <cstring>

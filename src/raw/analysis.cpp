@@ -1,8 +1,8 @@
 #include "qor/texsmith/raw/comparison.h"
 #include "qor/texsmith/raw/matrix.h"
 #include "qor/texsmith/raw/statistics.h"
-#include "raw/check_job_manager.h"
-#include "raw/restored_transform.h"
+#include "raw/configuration/check_configuration.h"
+#include "raw/configuration/restored_transform.h"
 
 #include <cmath>
 #include <limits>

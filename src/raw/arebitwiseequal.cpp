@@ -1,5 +1,5 @@
 #include "qor/texsmith/raw/comparison.h"
-#include "raw/check_job_manager.h"
+#include "raw/configuration/check_configuration.h"
 
 namespace qor::Texsmith::Raw {
 namespace {

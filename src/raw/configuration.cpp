@@ -1,10 +1,10 @@
 #include "qor/texsmith/raw/configuration.h"
 
 #include "qor/texsmith/raw/singleton.h"
-#include "raw/check.h"
-#include "raw/default_job_manager.h"
-#include "raw/external_compressor.h"
-#include "raw/never_destroyed.h"
+#include "raw/configuration/default_job_manager.h"
+#include "raw/configuration/external_compressor.h"
+#include "raw/frame/check.h"
+#include "raw/frame/never_destroyed.h"
 
 #include <algorithm>
 #include <cstdint>

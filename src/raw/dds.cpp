@@ -3,10 +3,10 @@
 #include "qor/texsmith/raw/job_manager.h"
 #include "qor/texsmith/raw/per_tile.h"
 #include "qor/texsmith/raw/vxf.h"
-#include "raw/check_job_manager.h"
-#include "raw/convert_arguments.h"
-#include "raw/dds_roads.h"
-#include "raw/pertile/copypertile.h"
+#include "raw/configuration/check_configuration.h"
+#include "raw/files/check_arguments.h"
+#include "raw/files/dds_and_vxf.h"
+#include "raw/surfaces/copy_tiles.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "qor/texsmith/raw/helpers.h"
 
 #include "qor/texsmith/raw/names.h"
-#include "raw/check.h"
+#include "raw/frame/check.h"
 
 #include <cstring>
 #include <string_view>

@@ -1,8 +1,8 @@
 #include "qor/texsmith/raw/format.h"
 
 #include "qor/texsmith/tools_assert.h"
-#include "raw/format_blocks.h"
-#include "raw/format_rows.h"
+#include "raw/blocks/table_functions.h"
+#include "raw/texels/table_functions.h"
 #include "vex/surface_formats.h"
 
 namespace qor::Texsmith::Raw {

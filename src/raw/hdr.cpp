@@ -1,9 +1,9 @@
 #include "qor/texsmith/raw/hdr.h"
 
 #include "qor/texsmith/raw/file.h"
-#include "raw/convert_arguments.h"
-#include "raw/flat_picture.h"
-#include "raw/hdr_decode.h"
+#include "raw/files/check_arguments.h"
+#include "raw/files/flat_picture.h"
+#include "raw/files/hdr_decode.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -2,11 +2,11 @@
 
 #include "platform/platform.h"
 #include "qor/texsmith/raw/names.h"
-#include "raw/check.h"
-#include "raw/file_comparison.h"
-#include "raw/file_roads.h"
-#include "raw/file_routes.h"
-#include "raw/region_overlap.h"
+#include "raw/frame/check.h"
+#include "raw/helpers/routes.h"
+#include "raw/helpers/shortcuts.h"
+#include "raw/helpers/stored_comparison.h"
+#include "raw/memory/overlap.h"
 
 #include <algorithm>
 #include <cstring>

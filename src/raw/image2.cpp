@@ -1,9 +1,9 @@
 #include "qor/texsmith/raw/image.h"
 
 #include "qor/texsmith/raw/bithacks.h"
-#include "raw/check.h"
-#include "raw/copy_rows.h"
-#include "raw/surface_extent.h"
+#include "raw/frame/check.h"
+#include "raw/memory/copy_rows.h"
+#include "raw/surfaces/extent.h"
 
 #include <algorithm>
 #include <cstring>

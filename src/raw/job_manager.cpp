@@ -2,9 +2,9 @@
 
 #include "platform/platform.h"
 #include "qor/texsmith/raw/singleton.h"
-#include "raw/check_job_manager.h"
-#include "raw/default_job_manager.h"
-#include "raw/never_destroyed.h"
+#include "raw/configuration/check_configuration.h"
+#include "raw/configuration/default_job_manager.h"
+#include "raw/frame/never_destroyed.h"
 
 namespace qor::Texsmith::Raw {
 

@@ -1,7 +1,7 @@
 #include "qor/texsmith/raw/property.h"
 
 #include "qor/texsmith/raw/reflected_types.h"
-#include "raw/check.h"
+#include "raw/frame/check.h"
 
 #include <algorithm>
 #include <array>

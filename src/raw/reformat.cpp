@@ -1,11 +1,11 @@
 #include "qor/texsmith/raw/reformat.h"
 
-#include "raw/check.h"
+#include "raw/frame/check.h"
 #include "raw/job/reformatcachedjob.h"
 #include "raw/job/reformatmipcrunchyjob.h"
 #include "raw/pertile/reformatpertile.h"
 #include "raw/pertile/reformatpertile8.h"
-#include "raw/reformat_arguments.h"
+#include "raw/rows/check_reformat.h"
 
 namespace qor::Texsmith::Raw {
 namespace {

@@ -1,7 +1,7 @@
 #include "qor/texsmith/raw/tilers.h"
 
 #include "qor/texsmith/tools_assert.h"
-#include "raw/tiling.h"
+#include "raw/tiles/tiling.h"
 
 #include <cstring>
 #include <new>

@@ -1,6 +1,6 @@
-#include "raw/tiling.h"
+#include "raw/tiles/tiling.h"
 
-#include "raw/check_job_manager.h"
+#include "raw/configuration/check_configuration.h"
 #include "raw/job/imagetotiledjob.h"
 #include "raw/job/tiledtoimagejob.h"
 

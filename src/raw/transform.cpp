@@ -1,6 +1,6 @@
 #include "qor/texsmith/raw/transform.h"
 
-#include "raw/check.h"
+#include "raw/frame/check.h"
 #include "simd/power.h"
 
 namespace qor::Texsmith::Raw {

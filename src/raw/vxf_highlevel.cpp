@@ -1,11 +1,11 @@
 #include "qor/texsmith/raw/vxf.h"
 
 #include "qor/gpu_address/gpu_address.h"
-#include "raw/check_job_manager.h"
-#include "raw/convert_arguments.h"
-#include "raw/region_image.h"
-#include "raw/tiling.h"
-#include "raw/vxf_picture.h"
+#include "raw/configuration/check_configuration.h"
+#include "raw/files/check_arguments.h"
+#include "raw/files/vxf_picture.h"
+#include "raw/surfaces/region_image.h"
+#include "raw/tiles/tiling.h"
 
 #include <algorithm>
 #include <array>

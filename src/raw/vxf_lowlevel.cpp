@@ -2,7 +2,7 @@
 
 #include "qor/gpu_address/gpu_address.h"
 #include "qor/texsmith/raw/bithacks.h"
-#include "raw/check.h"
+#include "raw/frame/check.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "raw/external_compressor.h"
+#include "raw/configuration/external_compressor.h"
 #include "support/report_recorder.h"
 #include "support/surfaces.h"
 

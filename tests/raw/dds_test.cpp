@@ -1,5 +1,5 @@
-#include "raw/dds_formats.h"
-#include "raw/dds_roads.h"
+#include "raw/dds_layout/formats.h"
+#include "raw/files/dds_and_vxf.h"
 #include "support/loaded_file.h"
 #include "support/report_recorder.h"
 #include "support/surfaces.h"

@@ -1,6 +1,6 @@
 #include "qor/texsmith/raw/error.h"
 #include "qor/texsmith/raw/format.h"
-#include "raw/format_channels.h"
+#include "raw/texels/channels.h"
 #include "support/report_recorder.h"
 #include "support/slow_codec.h"
 

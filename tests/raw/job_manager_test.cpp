@@ -1,4 +1,4 @@
-#include "raw/default_job_manager.h"
+#include "raw/configuration/default_job_manager.h"
 #include "support/report_recorder.h"
 
 #include <gtest/gtest.h>

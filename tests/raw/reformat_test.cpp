@@ -1,4 +1,4 @@
-#include "raw/format_channels.h"
+#include "raw/texels/channels.h"
 #include "support/report_recorder.h"
 #include "support/surfaces.h"
 

@@ -1,4 +1,4 @@
-#include "raw/tiling.h"
+#include "raw/tiles/tiling.h"
 
 #include "qor/texsmith/texsmith.h"
 #include "support/report_recorder.h"

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "qor/texsmith/texsmith.h"
-#include "raw/report_text.h"
+#include "raw/frame/report_text.h"
 
 #include <cstdarg>
 #include <cstdio>

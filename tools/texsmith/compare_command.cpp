@@ -5,7 +5,7 @@
 #include "options.h"
 
 #include "qor/texsmith/raw/comparison.h"
-#include "raw/surface_walk.h"
+#include "raw/surfaces/walk.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 #include "qor/texsmith/raw/view.h"
-#include "raw/check.h"
+#include "raw/frame/check.h"
 
 namespace qor::Texsmith::Raw {
 namespace {

@@ -1,8 +1,8 @@
 #include "qor/texsmith/raw/dds.h"
 
-#include "raw/check.h"
-#include "raw/default_tile_mode.h"
 #include "raw/elementprovider/ddsimage_header.h"
+#include "raw/frame/check.h"
+#include "raw/surfaces/default_tile_mode.h"
 
 #include <algorithm>
 #include <bit>

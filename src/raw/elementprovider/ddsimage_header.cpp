@@ -1,7 +1,7 @@
 #include "raw/elementprovider/ddsimage_header.h"
 
 #include "qor/texsmith/raw/format.h"
-#include "raw/check.h"
+#include "raw/frame/check.h"
 
 #include <algorithm>
 #include <cstring>

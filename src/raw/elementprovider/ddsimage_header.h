@@ -2,7 +2,7 @@
 #pragma once
 
 #include "qor/texsmith/raw/element_provider.h"
-#include "raw/dds_formats.h"
+#include "raw/dds_layout/formats.h"
 
 namespace qor::Texsmith::Raw {
 

@@ -1,6 +1,6 @@
 #include "qor/texsmith/raw/view.h"
 
-#include "raw/tiling.h"
+#include "raw/tiles/tiling.h"
 
 #include <algorithm>
 #include <cstring>

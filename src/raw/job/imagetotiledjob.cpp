@@ -1,6 +1,6 @@
 #include "raw/job/imagetotiledjob.h"
 
-#include "raw/tiling.h"
+#include "raw/tiles/tiling.h"
 
 namespace qor::Texsmith::Raw {
 

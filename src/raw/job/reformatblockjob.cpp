@@ -1,8 +1,8 @@
 #include "raw/job/reformatblockjob.h"
 
-#include "raw/reformat_steps.h"
-#include "raw/surface_extent.h"
-#include "raw/texture_format.h"
+#include "raw/rows/steps.h"
+#include "raw/surfaces/extent.h"
+#include "raw/texels/texture_format.h"
 
 #include <algorithm>
 

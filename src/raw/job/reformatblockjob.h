@@ -6,7 +6,7 @@
 #pragma once
 
 #include "qor/texsmith/raw/per_tile.h"
-#include "raw/tile_conversion.h"
+#include "raw/texels/area_conversion.h"
 
 namespace qor::Texsmith::Raw {
 

@@ -1,6 +1,6 @@
 #include "raw/job/reformatcachedjob.h"
 
-#include "raw/surface_extent.h"
+#include "raw/surfaces/extent.h"
 
 #include <cstring>
 

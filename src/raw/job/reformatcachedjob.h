@@ -1,7 +1,7 @@
 // A change of format that converts only those blocks that an earlier run has not seen.
 #pragma once
 
-#include "raw/block_cache.h"
+#include "raw/blocks/block_cache.h"
 #include "raw/job/reformatblockjob.h"
 
 #include <vector>

@@ -1,7 +1,7 @@
 #include "raw/job/reformatmipcrunchyjob.h"
 
-#include "raw/block_encoders.h"
-#include "raw/surface_extent.h"
+#include "raw/blocks/block_encoders.h"
+#include "raw/surfaces/extent.h"
 
 #include <algorithm>
 #include <cstring>

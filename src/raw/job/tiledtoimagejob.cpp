@@ -1,6 +1,6 @@
 #include "raw/job/tiledtoimagejob.h"
 
-#include "raw/tiling.h"
+#include "raw/tiles/tiling.h"
 
 namespace qor::Texsmith::Raw {
 

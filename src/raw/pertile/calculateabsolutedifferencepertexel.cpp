@@ -1,6 +1,6 @@
 #include "qor/texsmith/raw/comparison.h"
-#include "raw/check.h"
-#include "raw/pertile/decoder_for.h"
+#include "raw/analysis/decoder_for.h"
+#include "raw/frame/check.h"
 #include "simd/float4.h"
 
 namespace qor::Texsmith::Raw {

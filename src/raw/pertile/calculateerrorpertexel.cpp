@@ -1,7 +1,7 @@
 #include "qor/texsmith/raw/comparison.h"
-#include "raw/check.h"
-#include "raw/pertile/decoder_for.h"
-#include "raw/tile_decoder.h"
+#include "raw/analysis/decoder_for.h"
+#include "raw/analysis/tile_decoder.h"
+#include "raw/frame/check.h"
 #include "simd/dispatch.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "qor/texsmith/raw/channel_packing.h"
-#include "raw/check.h"
-#include "raw/pertile/decoder_for.h"
+#include "raw/analysis/decoder_for.h"
+#include "raw/frame/check.h"
 
 namespace qor::Texsmith::Raw {
 namespace {

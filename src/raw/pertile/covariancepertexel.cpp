@@ -1,6 +1,6 @@
 #include "qor/texsmith/raw/matrix.h"
 #include "qor/texsmith/raw/statistics.h"
-#include "raw/check.h"
+#include "raw/frame/check.h"
 #include "simd/float4.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #include "qor/texsmith/raw/statistics.h"
-#include "raw/check.h"
-#include "raw/round_to_bytes.h"
-#include "raw/texel_pair.h"
-#include "raw/tile_kernels.h"
+#include "raw/analysis/round_to_bytes_lanes.h"
+#include "raw/analysis/tile_kernels.h"
+#include "raw/frame/check.h"
 #include "simd/dispatch.h"
+#include "simd/texel_pair.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,5 +1,5 @@
 #include "qor/texsmith/raw/statistics.h"
-#include "raw/check.h"
+#include "raw/frame/check.h"
 #include "simd/float4.h"
 
 #include <algorithm>

@@ -1,10 +1,10 @@
 #include "qor/texsmith/raw/statistics.h"
-#include "raw/check.h"
-#include "raw/min_max_mean.h"
-#include "raw/range_and_sum.h"
-#include "raw/texel_pair.h"
-#include "raw/tile_kernels.h"
+#include "raw/analysis/min_max_mean.h"
+#include "raw/analysis/range_and_sum_lanes.h"
+#include "raw/analysis/tile_kernels.h"
+#include "raw/frame/check.h"
 #include "simd/dispatch.h"
+#include "simd/texel_pair.h"
 
 #include <algorithm>
 

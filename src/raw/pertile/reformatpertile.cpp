@@ -1,9 +1,9 @@
 #include "raw/pertile/reformatpertile.h"
 
-#include "raw/pertile/block_tiles.h"
-#include "raw/pertile/tile_rows.h"
-#include "raw/reformat_steps.h"
-#include "raw/texture_format.h"
+#include "raw/rows/block_tiles.h"
+#include "raw/rows/steps.h"
+#include "raw/surfaces/tile_rows.h"
+#include "raw/texels/texture_format.h"
 
 namespace qor::Texsmith::Raw {
 ReformatPerTile::ReformatPerTile(const ElementProvider* source, const ElementProvider* destination,

@@ -1,11 +1,11 @@
 #include "raw/pertile/reformatpertile8.h"
 
-#include "raw/format_channels.h"
-#include "raw/format_codec.h"
-#include "raw/pertile/block_tiles.h"
-#include "raw/pertile/tile_rows.h"
-#include "raw/reformat_arguments.h"
-#include "raw/texture_format.h"
+#include "raw/rows/block_tiles.h"
+#include "raw/rows/check_reformat.h"
+#include "raw/surfaces/tile_rows.h"
+#include "raw/texels/channels.h"
+#include "raw/texels/codec.h"
+#include "raw/texels/texture_format.h"
 
 #include <cstdint>
 

@@ -3,8 +3,8 @@
 
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/per_tile.h"
-#include "raw/block_row_conversion.h"
-#include "raw/row_conversion.h"
+#include "raw/rows/block_row_conversion.h"
+#include "raw/rows/row_conversion.h"
 
 #include <array>
 #include <optional>

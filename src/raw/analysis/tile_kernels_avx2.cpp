@@ -1,0 +1,132 @@
+// The kernels of tile_kernels.h for AVX2: two texels in a register.
+#include "raw/analysis/tile_kernels.h"
+
+#if defined(__AVX2__)
+#    include "raw/analysis/range_and_sum_lanes.h"
+#    include "raw/analysis/round_to_bytes_lanes.h"
+#    include "raw/analysis/squared_error.h"
+#    include "simd/float8_avx2.h"
+#endif
+
+namespace qor::Texsmith::Raw {
+
+#if defined(__AVX2__)
+namespace {
+
+using Simd::Avx2::Float8;
+using Simd::Avx2::Int8;
+
+struct Lanes {
+    using Float = Float8;
+    using Bits = Int8;
+
+    static Float load(const float* texels) { return Simd::Avx2::loadFloats(texels); }
+    static void store(float* texels, Float a) { Simd::Avx2::store(texels, a); }
+    static Float twice(const float* texel) { return Simd::Avx2::loadHalves(texel, texel); }
+    static Float splat(float value) { return Simd::Avx2::splat(value); }
+    static Bits noBits() { return Simd::Avx2::splat(0u); }
+    static Bits truncate(Float a) { return truncateToInts(a); }
+    static Float toFloat(Bits a) { return toFloats(a); }
+    static Bits addDifference(Bits found, Float a, Float b) { return found | (bitsOf(a) ^ bitsOf(b)); }
+    static bool any(Bits a) { return _mm256_testz_si256(a.m_lanes, a.m_lanes) == 0; }
+    // The packing works on halves apart: texels 0, 2, 4, 6 come out before 1, 3, 5, 7.
+    static void storeBytes(std::uint8_t* bytes, const Bits (&pairs)[4]) {
+        const __m256i words[2] = {_mm256_packs_epi32(pairs[0].m_lanes, pairs[1].m_lanes),
+                                  _mm256_packs_epi32(pairs[2].m_lanes, pairs[3].m_lanes)};
+        const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+        const __m256i packed = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(words[0], words[1]), order);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), packed);
+    }
+};
+
+// Four texels are loaded into both halves of a register; a shuffle then takes texels 0 and 1, or 2 and 3, one
+// to each half, and each byte to the low end of its lane.
+class ByteLoader {
+public:
+    explicit ByteLoader(const ByteLanes& lanes)
+        : m_first(selects(lanes, 0)), m_second(selects(lanes, 8)),
+          m_whole(
+              _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes.m_whole)))),
+          m_scale(_mm256_set1_ps(static_cast<float>(1.0 / 255))) {}
+
+    void load(__m256& first, __m256& second, const std::uint8_t* source) const {
+        const __m256i texels =
+            _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(source)));
+        first = expand(texels, m_first);
+        second = expand(texels, m_second);
+    }
+
+private:
+    static __m256i selects(const ByteLanes& lanes, unsigned firstByte) {
+        alignas(32) std::uint8_t control[32] = {};
+        for (unsigned i = 0; i < 32; ++i) {
+            const unsigned texelByte = firstByte + (i / 16) * 4, lane = i / 4 % 4;
+            const bool isByte = i % 4 == 0 && lanes.m_byte[lane] != ByteLanes::kNoByte;
+            control[i] = static_cast<std::uint8_t>(isByte ? texelByte + lanes.m_byte[lane] : 0x80u);
+        }
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(control));
+    }
+    __m256 expand(__m256i texels, __m256i select) const {
+        const __m256i whole = _mm256_or_si256(_mm256_shuffle_epi8(texels, select), m_whole);
+        return _mm256_mul_ps(_mm256_cvtepi32_ps(whole), m_scale);
+    }
+
+    __m256i m_first, m_second, m_whole;
+    __m256 m_scale;
+};
+
+void loadRow(Float8 (&pairs)[4], const ByteLoader& loader, const std::uint8_t* row) {
+    loader.load(pairs[0].m_lanes, pairs[1].m_lanes, row);
+    loader.load(pairs[2].m_lanes, pairs[3].m_lanes, row + 16);
+}
+
+void decodeByteTiles(Tile* tiles, const ByteTiles& source, unsigned count) {
+    const ByteLoader loader(source.m_lanes);
+    for (unsigned i = 0; i < count; ++i) {
+        float* texels = tiles[i].m_texels[0].m_lanes;
+        const std::uint8_t* at = source.m_source + std::size_t{32} * i;
+        for (unsigned row = 0; row < 8; ++row, texels += 32, at += source.m_pitch) {
+            Float8 pairs[4];
+            loadRow(pairs, loader, at);
+            for (unsigned pair = 0; pair < 4; ++pair) {
+                Lanes::store(texels + 8 * pair, pairs[pair]);
+            }
+        }
+    }
+}
+
+// A row of a tile has eight texels: one for each of the partial sums.
+void sumsOfByteSquares(VectorFloat* sums, const ByteTiles& a, const ByteTiles& b, unsigned count) {
+    const ByteLoader loaderA(a.m_lanes), loaderB(b.m_lanes);
+    for (unsigned i = 0; i < count; ++i) {
+        const std::uint8_t* rowA = a.m_source + std::size_t{32} * i;
+        const std::uint8_t* rowB = b.m_source + std::size_t{32} * i;
+        EightSums<Lanes> partial;
+        for (unsigned row = 0; row < 8; ++row, rowA += a.m_pitch, rowB += b.m_pitch) {
+            Float8 pairsA[4], pairsB[4];
+            loadRow(pairsA, loaderA, rowA);
+            loadRow(pairsB, loaderB, rowB);
+            for (unsigned pair = 0; pair < 4; ++pair) {
+                const Float8 square = SquaredDifference<Lanes>()(pairsA[pair], pairsB[pair]);
+                partial.m_pairs[pair] = partial.m_pairs[pair] + square;
+            }
+        }
+        partial.fold(sums[i].m_lanes);
+    }
+}
+
+} // namespace
+
+const TileKernels* getTileKernelsAvx2() {
+    static constexpr TileKernels kKernels = {&decodeByteTiles, &addRangeAndSum<Lanes>, &roundToBytes<Lanes>,
+                                             &sumOfSquares<Lanes>, &sumsOfByteSquares};
+    return &kKernels;
+}
+
+#else
+
+const TileKernels* getTileKernelsAvx2() { return nullptr; }
+
+#endif
+
+} // namespace qor::Texsmith::Raw

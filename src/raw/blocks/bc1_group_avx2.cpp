@@ -1,0 +1,30 @@
+#include "raw/blocks/bc1_lanes.h"
+
+#if defined(__AVX2__)
+
+#    include "raw/blocks/bc1_eight_lanes_avx2.h"
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+void encodeBlocks(std::uint8_t* destination, const float* texels, unsigned count) {
+    for (unsigned done = 0; done < count; done += 8) {
+        Bc1Lanes<EightLanes>::encode(destination + 8 * done, texels + 64 * done);
+    }
+}
+
+} // namespace
+
+Bc1BlocksKernel getBc1BlocksAvx2() { return encodeBlocks; }
+
+} // namespace qor::Texsmith::Raw
+
+#else
+
+namespace qor::Texsmith::Raw {
+
+Bc1BlocksKernel getBc1BlocksAvx2() { return nullptr; }
+
+} // namespace qor::Texsmith::Raw
+
+#endif

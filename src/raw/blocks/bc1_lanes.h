@@ -1,0 +1,247 @@
+// The fit of BC1 endpoints for as many blocks as a vector has lanes, one block a lane.
+//
+// The same steps in the same order as in bc1_group.cpp; where that takes a branch, this takes both and
+// chooses by a mask. Indices are worked on as steps 0 to 3 from color0 to color1, kept as floats, so that the
+// sums of the least squares are small exact integers.
+#pragma once
+
+#include "raw/blocks/bc1_fit.h"
+#include "raw/blocks/bc1_single_colour.h"
+#include "simd/fast_rsqrt.h"
+
+#include <cstring>
+
+namespace qor::Texsmith::Raw {
+
+// `count` blocks, a multiple of eight, of 64 floats each.
+using Bc1BlocksKernel = void (*)(std::uint8_t* destination, const float* texels, unsigned count);
+// Null where the build has none.
+Bc1BlocksKernel getBc1BlocksAvx2();
+
+template <typename Lanes> class Bc1Lanes {
+public:
+    static void encode(std::uint8_t* destination, const float* texels) {
+        Bc1Lanes blocks;
+        blocks.load(texels);
+        blocks.fit();
+        blocks.store(destination);
+    }
+
+private:
+    using Float = typename Lanes::Float;
+    using Int = typename Lanes::Int;
+    static constexpr unsigned kTexels = 16;
+    static constexpr unsigned kCount = Lanes::kCount;
+
+    struct Rgb {
+        Float r, g, b;
+
+        friend Rgb operator+(Rgb x, Rgb y) { return {x.r + y.r, x.g + y.g, x.b + y.b}; }
+        friend Rgb operator-(Rgb x, Rgb y) { return {x.r - y.r, x.g - y.g, x.b - y.b}; }
+        friend Rgb operator*(Rgb x, Float y) { return {x.r * y, x.g * y, x.b * y}; }
+    };
+    // Levels of 5:6:5 colours as floats.
+    struct Endpoints {
+        Rgb m_first, m_second;
+    };
+    // Of the steps u, and of the texels weighted by 3 - u.
+    struct Sums {
+        Float m_steps, m_squares;
+        Rgb m_weighted;
+    };
+    // From the first endpoint to the second; 0 where they are equal, so that all steps are 0 too.
+    struct Way {
+        Rgb m_start, m_direction;
+    };
+
+    static Float floats(float value) { return Lanes::splat(value); }
+    static Int ints(std::uint32_t value) { return Lanes::splat(value); }
+    static Float dot(Rgb a, Rgb b) { return a.r * b.r + a.g * b.g + a.b * b.b; }
+    static Float pick(Int mask, Float a, Float b) { return floatsOf(select(mask, bitsOf(a), bitsOf(b))); }
+    static Rgb pick(Int mask, Rgb a, Rgb b) {
+        return {pick(mask, a.r, b.r), pick(mask, a.g, b.g), pick(mask, a.b, b.b)};
+    }
+    static Float roundToEven(Float x) { return x + floats(kRoundingShift) - floats(kRoundingShift); }
+
+    void load(const float* texels) {
+        for (unsigned t = 0; t < kTexels; ++t) {
+            Float channels[4];
+            Lanes::loadTexels(channels, texels + 4 * t, 4 * kTexels);
+            m_points[t] = {channels[0], channels[1], channels[2]};
+        }
+    }
+
+    void findMeanAndRange() {
+        Rgb sum = m_points[0], low = sum, high = sum;
+        for (unsigned t = 1; t < kTexels; ++t) {
+            const Rgb p = m_points[t];
+            sum = sum + p;
+            low = {minimum(p.r, low.r), minimum(p.g, low.g), minimum(p.b, low.b)};
+            high = {maximum(p.r, high.r), maximum(p.g, high.g), maximum(p.b, high.b)};
+        }
+        m_mean = sum * floats(1.0f / kTexels);
+        m_range = high - low;
+    }
+
+    Rgb findAxis() const {
+        const Float zero = floats(0.0f);
+        Float rr = zero, rg = zero, rb = zero, gg = zero, gb = zero, bb = zero;
+        for (const Rgb& p : m_points) {
+            const Rgb d = p - m_mean;
+            rr = rr + d.r * d.r;
+            rg = rg + d.r * d.g;
+            rb = rb + d.r * d.b;
+            gg = gg + d.g * d.g;
+            gb = gb + d.g * d.b;
+            bb = bb + d.b * d.b;
+        }
+        Rgb v = m_range;
+        for (int round = 0; round < 4; ++round) {
+            v = Rgb{rr, rg, rb} * v.r + Rgb{rg, gg, gb} * v.g + Rgb{rb, gb, bb} * v.b;
+        }
+        return v;
+    }
+
+    static Float quantise(Float e, float levels) {
+        return roundToEven(minimum(maximum(e, floats(0.0f)) * floats(levels), floats(levels)));
+    }
+    static Rgb quantise(Rgb e) {
+        return {quantise(e.r, kRedBlueLevels), quantise(e.g, kGreenLevels), quantise(e.b, kRedBlueLevels)};
+    }
+    static Int wordOf(Rgb levels) {
+        return truncateToInts(levels.r * floats(2048.0f) + levels.g * floats(32.0f) + levels.b);
+    }
+    static Rgb levelsOf(Int word) {
+        return {toFloats(shiftRight<11>(word) & ints(31)), toFloats(shiftRight<5>(word) & ints(63)),
+                toFloats(word & ints(31))};
+    }
+
+    Endpoints endpointsAlong(Rgb axis) const {
+        Float low = dot(axis, m_points[0]), high = low;
+        for (unsigned t = 1; t < kTexels; ++t) {
+            const Float along = dot(axis, m_points[t]);
+            low = minimum(along, low);
+            high = maximum(along, high);
+        }
+        const Float centre = dot(axis, m_mean);
+        return {quantise(m_mean + axis * (low - centre)), quantise(m_mean + axis * (high - centre))};
+    }
+
+    // The table's words for the means.
+    Int flatWords() const {
+        const Float means[3] = {m_mean.r, m_mean.g, m_mean.b};
+        static constexpr std::uint32_t kFields[3] = {kRedFields, kGreenFields, kBlueFields};
+        std::uint32_t words[kCount] = {};
+        for (int channel = 0; channel < 3; ++channel) {
+            std::uint32_t bytes[kCount];
+            Lanes::store(bytes, truncateToInts(quantise(means[channel], 255.0f)));
+            for (unsigned lane = 0; lane < kCount; ++lane) {
+                words[lane] |= kSingleColourEndpoints.m_words[bytes[lane]] & kFields[channel];
+            }
+        }
+        return Lanes::loadInts(words);
+    }
+    Endpoints takeFlat(Int mask, Endpoints other) const {
+        if (!anyLane(mask)) {
+            return other;
+        }
+        const Int words = flatWords();
+        return {pick(mask, levelsOf(words & ints(0xFFFF)), other.m_first),
+                pick(mask, levelsOf(shiftRight<16>(words)), other.m_second)};
+    }
+
+    static Way wayOf(Endpoints ends) {
+        const auto widen = [](Rgb q) {
+            return Rgb{q.r * floats(kRedBlueStep), q.g * floats(kGreenStep), q.b * floats(kRedBlueStep)};
+        };
+        const Rgb start = widen(ends.m_first);
+        const Rgb way = widen(ends.m_second) - start;
+        const Float square = dot(way, way);
+        const Int differ = less(floats(0.0f), square);
+        const auto part = [&](Float x) { return floatsOf(bitsOf(x / square) & differ); };
+        return {start, {part(way.r), part(way.g), part(way.b)}};
+    }
+    static Float shiftedStep(const Way& way, Rgb p) {
+        const Float along = dot(p - way.m_start, way.m_direction);
+        const Float step = minimum(maximum(along, floats(0.0f)) * floats(3.0f), floats(3.0f));
+        return step + floats(kRoundingShift);
+    }
+
+    Sums sumSteps(Endpoints ends) const {
+        const Way way = wayOf(ends);
+        const Float zero = floats(0.0f);
+        Sums sums = {zero, zero, {zero, zero, zero}};
+        for (const Rgb& p : m_points) {
+            const Float step = shiftedStep(way, p) - floats(kRoundingShift);
+            sums.m_steps = sums.m_steps + step;
+            sums.m_squares = sums.m_squares + step * step;
+            sums.m_weighted = sums.m_weighted + p * (floats(3.0f) - step);
+        }
+        return sums;
+    }
+
+    // Least squares. The determinant is 0 where all steps are equal.
+    Endpoints refine(Endpoints ends) const {
+        const Sums sums = sumSteps(ends);
+        const Float bb = sums.m_squares;
+        const Float aa = floats(9.0f * kTexels) - floats(6.0f) * sums.m_steps + bb;
+        const Float ab = floats(3.0f) * sums.m_steps - bb;
+        const Float determinant = aa * bb - ab * ab;
+        const Float f = floats(3.0f) / determinant;
+        const Rgb x = sums.m_weighted;
+        const Rgb y = m_mean * floats(3.0f * kTexels) - x;
+        const Rgb first = x * (bb * f) - y * (ab * f);
+        const Rgb second = y * (aa * f) - x * (ab * f);
+        return takeFlat(equal(bitsOf(determinant), ints(0)), {quantise(first), quantise(second)});
+    }
+
+    // Two bits a texel; steps 0, 1, 2, 3 are the indices 0, 2, 3, 1.
+    Int packIndices(Endpoints ends) const {
+        const Way way = wayOf(ends);
+        Int word = ints(0);
+        for (unsigned t = kTexels; t-- > 0;) {
+            word = shiftLeft<2>(word) + bitsOf(shiftedStep(way, m_points[t]));
+        }
+        // The bits of the rounding shift have been added up, too.
+        constexpr std::uint32_t kShiftBits = 0x4B400000u * 0x55555555u;
+        word = word - ints(kShiftBits);
+        const Int low = word & ints(0x55555555);
+        const Int high = shiftRight<1>(word) & ints(0x55555555);
+        return shiftLeft<1>(high ^ low) | high;
+    }
+
+    void fit() {
+        findMeanAndRange();
+        const Rgb v = findAxis();
+        const Float square = dot(v, v);
+        const Float range = m_range.r + m_range.g + m_range.b;
+        const Int flat = less(range, floats(kFlatRange)) | less(square, floats(kLeastAxisSquare));
+        Endpoints ends = endpointsAlong(v * fastRsqrtLanes<Lanes>(square));
+        ends = refine(refine(ends));
+        const Int indices = packIndices(ends);
+        ends = takeFlat(flat, ends);
+        order(wordOf(ends.m_first), wordOf(ends.m_second), select(flat, ints(kAllIndices2), indices));
+    }
+
+    void order(Int first, Int second, Int indices) {
+        const Int swap = greaterSigned(second, first);
+        m_colours = select(swap, second | shiftLeft<16>(first), first | shiftLeft<16>(second));
+        m_indices = indices ^ (swap & ints(kSwapEndpoints));
+    }
+
+    void store(std::uint8_t* destination) const {
+        std::uint32_t colours[kCount], indices[kCount];
+        Lanes::store(colours, m_colours);
+        Lanes::store(indices, m_indices);
+        for (unsigned lane = 0; lane < kCount; ++lane) {
+            std::memcpy(destination + 8 * lane, &colours[lane], 4);
+            std::memcpy(destination + 8 * lane + 4, &indices[lane], 4);
+        }
+    }
+
+    Rgb m_points[kTexels];
+    Rgb m_mean, m_range;
+    Int m_colours, m_indices;
+};
+
+} // namespace qor::Texsmith::Raw

@@ -1,0 +1,247 @@
+// The entry points of the block encoders: alpha and colour halves, the settings, and runs of blocks.
+#include "raw/blocks/block_encoders.h"
+
+#include "raw/blocks/bc1_punch_through.h"
+#include "raw/blocks/block_runs.h"
+#include "raw/configuration/external_compressor.h"
+#include "raw/texels/table_functions.h"
+#include "raw/texels/texture_format.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr float kAlphaThreshold = 0.5f;
+constexpr std::size_t kColourAt = 8; // behind the alpha half
+
+ExternalEncode externalBc1(const EncoderConfiguration& configuration) {
+    const ExternalCompressor* table = configuration.m_externalCompressor;
+    return table != nullptr ? table->m_encodeBc1 : nullptr;
+}
+
+ExternalEncode externalBc3(const EncoderConfiguration& configuration) {
+    const ExternalCompressor* table = configuration.m_externalCompressor;
+    return table != nullptr ? table->m_encodeBc3 : nullptr;
+}
+
+// As texels of four bytes with the configuration's channel type.
+void encodeOutside(ExternalEncode encode, std::uint8_t* destination, const ColorRGBA32F* block,
+                   const EncoderConfiguration& configuration, bool keepsAlpha) {
+    Vex::DataFormat format = formatOf(&configuration);
+    format.m_word = (format.m_word & ~0xFFu) | Vex::kSurfaceFormat8_8_8_8;
+    VectorFloat texels[kTexelsPerBlock];
+    std::memcpy(texels, block, sizeof texels);
+    Block8 bytes;
+    packedEncodeTexels(&bytes, texels, &format, kTexelsPerBlock);
+    for (auto& texel : bytes.m_texels) {
+        texel[3] = keepsAlpha ? texel[3] : 0xFF;
+    }
+    const ExternalSurface surface = {bytes.m_texels[0], 4, 4, 16};
+    encode(&surface, destination);
+}
+
+void prepare(ColorRGBA32F* output, const ColorRGBA32F* source, const EncoderConfiguration& configuration,
+             unsigned blockCount) {
+    prepareBlockForEncoding(output, source, formatOf(&configuration).getTextureChannelType(), blockCount);
+}
+
+void encodeColourHalf(std::uint8_t* destination, const ColorRGBA32F* block,
+                      const EncoderConfiguration& configuration) {
+    if (const ExternalEncode encode = externalBc1(configuration); encode != nullptr) {
+        encodeOutside(encode, destination, block, configuration, false);
+        return;
+    }
+    ColorRGBA32F prepared[kTexelsPerBlock];
+    prepare(prepared, block, configuration, 1);
+    encodeBc1Group(destination, prepared, 1);
+}
+
+// Toward zero, into 64 bits; what does not fit and a NaN give the least number, as in the processor.
+std::int64_t truncateToInt64(float value) {
+    constexpr float kLimit = 9223372036854775808.0f;
+    return value >= -kLimit && value < kLimit ? static_cast<std::int64_t>(value) : INT64_MIN;
+}
+
+// Of texels that nobody clamped: the low four bits of what comes out.
+void encodeUnpreparedBc2Alpha(std::uint8_t* destination, const ColorRGBA32F* block) {
+    std::uint64_t packed = 0;
+    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
+        const std::int64_t value = truncateToInt64(block[texel].a * 15.0f + 0.5f);
+        packed |= (static_cast<std::uint64_t>(value) & 15) << 4 * texel;
+    }
+    std::memcpy(destination, &packed, sizeof packed);
+}
+
+// Runs are cut into groups that fit the stack; each is a whole number of the widest kernels' blocks.
+constexpr std::size_t kRunBlocks = 16;
+
+struct PreparedRun {
+    ColorRGBA32F m_texels[kRunBlocks * kTexelsPerBlock];
+    std::uint8_t m_colours[kRunBlocks * 8];
+
+    void encodeColours(unsigned count) { encodeBc1Blocks(m_colours, m_texels, count); }
+};
+
+using EncodeGroup = void (*)(std::uint8_t* destination, const ColorRGBA32F* source,
+                             const EncoderConfiguration& configuration, unsigned count);
+
+template <EncodeGroup kEncode, std::size_t kBlockBytes>
+void encodeByGroups(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration, std::size_t count) {
+    for (std::size_t block = 0; block < count; block += kRunBlocks) {
+        kEncode(destination + block * kBlockBytes, source + block * kTexelsPerBlock, configuration,
+                static_cast<unsigned>(std::min(kRunBlocks, count - block)));
+    }
+}
+
+using EncodeBlock = void (*)(std::uint8_t* destination, const ColorRGBA32F* source,
+                             const EncoderConfiguration& configuration);
+
+template <EncodeBlock kEncode, std::size_t kBlockBytes>
+void encodeOneByOne(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration, std::size_t count) {
+    for (std::size_t block = 0; block < count; ++block) {
+        kEncode(destination + block * kBlockBytes, source + block * kTexelsPerBlock, configuration);
+    }
+}
+
+void encodeOneBc1Block(std::uint8_t* destination, const ColorRGBA32F* source,
+                       const EncoderConfiguration& configuration) {
+    encodeBc1Block(destination, source, configuration, 1);
+}
+
+void encodeBc1Prepared(std::uint8_t* destination, const ColorRGBA32F* source,
+                       const EncoderConfiguration& configuration, unsigned count) {
+    PreparedRun run;
+    prepare(run.m_texels, source, configuration, count);
+    if (configuration.m_formatUsesChannelW) {
+        encodeBc1PunchThroughBlocks(destination, run.m_texels, count, kAlphaThreshold);
+    } else {
+        encodeBc1Blocks(destination, run.m_texels, count);
+    }
+}
+
+void encodeBc1Run(std::uint8_t* destination, const ColorRGBA32F* source,
+                  const EncoderConfiguration& configuration, std::size_t count) {
+    if (externalBc1(configuration) != nullptr) {
+        encodeOneByOne<&encodeOneBc1Block, 8>(destination, source, configuration, count);
+    } else {
+        encodeByGroups<&encodeBc1Prepared, 8>(destination, source, configuration, count);
+    }
+}
+
+void encodeBc2Group(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration, unsigned count) {
+    PreparedRun run;
+    prepare(run.m_texels, source, configuration, count);
+    run.encodeColours(count);
+    for (unsigned block = 0; block < count; ++block) {
+        std::uint8_t* at = destination + block * 16;
+        encodeUnpreparedBc2Alpha(at, source + block * kTexelsPerBlock);
+        std::memcpy(at + kColourAt, run.m_colours + block * 8, 8);
+    }
+}
+
+void encodeBc2Run(std::uint8_t* destination, const ColorRGBA32F* source,
+                  const EncoderConfiguration& configuration, std::size_t count) {
+    if (externalBc1(configuration) != nullptr) {
+        encodeOneByOne<&encodeBc2Block, 16>(destination, source, configuration, count);
+    } else {
+        encodeByGroups<&encodeBc2Group, 16>(destination, source, configuration, count);
+    }
+}
+
+// Prepared twice, as in encodeBc3Block.
+void encodeBc3Group(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration, unsigned count) {
+    PreparedRun run;
+    prepare(run.m_texels, source, configuration, count);
+    for (unsigned block = 0; block < count; ++block) {
+        encodeBc3Alpha(destination + block * 16, run.m_texels + block * kTexelsPerBlock);
+    }
+    if (formatOf(&configuration).getTextureChannelType() == Vex::kTextureChannelTypeSrgb) {
+        prepare(run.m_texels, run.m_texels, configuration, count); // clamping twice changes nothing
+    }
+    run.encodeColours(count);
+    for (unsigned block = 0; block < count; ++block) {
+        std::memcpy(destination + block * 16 + kColourAt, run.m_colours + block * 8, 8);
+    }
+}
+
+void encodeBc3Run(std::uint8_t* destination, const ColorRGBA32F* source,
+                  const EncoderConfiguration& configuration, std::size_t count) {
+    if (externalBc1(configuration) != nullptr || externalBc3(configuration) != nullptr) {
+        encodeOneByOne<&encodeBc3Block, 16>(destination, source, configuration, count);
+    } else {
+        encodeByGroups<&encodeBc3Group, 16>(destination, source, configuration, count);
+    }
+}
+
+} // namespace
+
+void encodeBc1Block(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration, unsigned blockCount) {
+    if (const ExternalEncode encode = externalBc1(configuration); encode != nullptr) {
+        encodeOutside(encode, destination, source, configuration, configuration.m_formatUsesChannelW);
+        return;
+    }
+    ColorRGBA32F prepared[kMaxBlocksPerGroup * kTexelsPerBlock];
+    if (configuration.m_formatUsesChannelW) {
+        prepare(prepared, source, configuration, 1);
+        encodeBc1PunchThrough(destination, prepared, kAlphaThreshold);
+    } else if (blockCount <= kMaxBlocksPerGroup) {
+        prepare(prepared, source, configuration, blockCount);
+        encodeBc1Group(destination, prepared, blockCount);
+    }
+}
+
+void encodeBc2Block(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration) {
+    encodeUnpreparedBc2Alpha(destination, source);
+    encodeColourHalf(destination + kColourAt, source, configuration);
+}
+
+// The colours are deliberately prepared twice: those of sRGB formats are encoded twice.
+void encodeBc3Block(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration) {
+    if (const ExternalEncode encode = externalBc3(configuration); encode != nullptr) {
+        encodeOutside(encode, destination, source, configuration, true);
+        return;
+    }
+    ColorRGBA32F prepared[kTexelsPerBlock];
+    prepare(prepared, source, configuration, 1);
+    encodeBc3Alpha(destination, prepared);
+    encodeColourHalf(destination + kColourAt, prepared, configuration);
+}
+
+void encodeBc4Block(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration) {
+    encodeBc4Channel(destination, source, 0, configuration.isSigned());
+}
+
+void encodeBc5Block(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration) {
+    encodeBc4Channel(destination, source, 0, configuration.isSigned());
+    encodeBc4Channel(destination + 8, source, 1, configuration.isSigned());
+}
+
+EncodeBlockRun findBlockRunEncoder(Vex::SurfaceFormat format) {
+    switch (format) {
+    case Vex::kSurfaceFormatBc1:
+        return &encodeBc1Run;
+    case Vex::kSurfaceFormatBc2:
+        return &encodeBc2Run;
+    case Vex::kSurfaceFormatBc3:
+        return &encodeBc3Run;
+    case Vex::kSurfaceFormatBc4:
+        return &encodeOneByOne<&encodeBc4Block, 8>;
+    case Vex::kSurfaceFormatBc5:
+        return &encodeOneByOne<&encodeBc5Block, 16>;
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace qor::Texsmith::Raw

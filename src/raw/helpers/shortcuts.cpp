@@ -1,0 +1,79 @@
+#include "raw/helpers/shortcuts.h"
+
+#include "qor/texsmith/raw/tga.h"
+#include "raw/files/dds_and_vxf.h"
+#include "raw/files/tga_encode.h"
+#include "raw/files/tga_picture.h"
+#include "raw/files/vxf_picture.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+// A file that loads in part is saved in part.
+Error vxfToTgaThroughImage(const VxfPicture& picture, ResizableMemoryRegion* destination,
+                           Configuration* configuration) {
+    MemoryMappedImage image;
+    const Error loaded = readVxf(picture, &image, configuration);
+    if (loaded != kErrorNone && image.getBytesTotal() == 0) {
+        return loaded;
+    }
+    const Error saved = convertToTga(&image, destination, configuration);
+    return loaded != kErrorNone ? loaded : saved;
+}
+
+bool vxfToTga(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
+              Configuration* configuration) {
+    VxfPicture picture;
+    if (!openVxf(&picture, source, destination, configuration, 0)) {
+        *result = kErrorFailed;
+        return true;
+    }
+    const auto view = viewVxf(picture);
+    *result = view != nullptr ? writeTga(*view, destination, configuration)
+                              : vxfToTgaThroughImage(picture, destination, configuration);
+    return true;
+}
+
+bool tgaToVxf(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
+              Configuration* configuration) {
+    RegionImage view;
+    if (!viewTga(&view, *source, *configuration)) {
+        return false;
+    }
+    *result = convertToVxf(&view, destination, configuration);
+    return true;
+}
+
+bool ddsToVxf(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
+              Configuration* configuration) {
+    *result = convertDdsToVxf(source, destination, configuration);
+    return true;
+}
+
+bool vxfToDds(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
+              Configuration* configuration) {
+    constexpr unsigned kClassicHeader = 9;
+    *result = convertVxfToDds(source, destination, kClassicHeader, configuration);
+    return true;
+}
+
+constexpr FileRoad kRoads[] = {
+    {makeFileType(".VXF"), makeFileType(".TGA"), false, &vxfToTga},
+    {makeFileType(".TGA"), makeFileType(".VXF"), false, &tgaToVxf},
+    {makeFileType(".DDS"), makeFileType(".VXF"), true, &ddsToVxf},
+    {makeFileType(".VXF"), makeFileType(".DDS"), true, &vxfToDds},
+};
+
+} // namespace
+
+const FileRoad* findFileRoad(FileType source, FileType destination) {
+    const FileRoad* road = std::find_if(std::begin(kRoads), std::end(kRoads), [&](const FileRoad& row) {
+        return row.m_source == source && row.m_destination == destination;
+    });
+    return road != std::end(kRoads) ? road : nullptr;
+}
+
+} // namespace qor::Texsmith::Raw

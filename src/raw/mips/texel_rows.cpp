@@ -1,0 +1,191 @@
+#include "raw/mips/texel_rows.h"
+
+#include "raw/configuration/compose_modifiers.h"
+#include "raw/surfaces/extent.h"
+#include "raw/texels/channels.h"
+#include "raw/texels/codec.h"
+#include "raw/texels/texture_format.h"
+#include "simd/float4.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr unsigned kSide = 4; // of a block
+
+// R32G32B32A32Float
+constexpr Vex::DataFormat kFloats = {Vex::kSurfaceFormat32_32_32_32 | Vex::kTextureChannelTypeFloat << 8 |
+                                     Vex::kTextureChannelX << 12 | Vex::kTextureChannelY << 15 |
+                                     Vex::kTextureChannelZ << 18 | Vex::kTextureChannelW << 21};
+
+// The selects Z, Y, X, W
+constexpr std::uint32_t kSwapped = Vex::kTextureChannelZ << 12 | Vex::kTextureChannelY << 15 |
+                                   Vex::kTextureChannelX << 18 | Vex::kTextureChannelW << 21;
+
+template <typename Configuration> Configuration plainConfiguration() {
+    Configuration configuration;
+    Texture texture;
+    texture.setDataFormat(kFloats);
+    configuration.setTexture(&texture);
+    return configuration;
+}
+
+bool isInteger(const DecoderConfiguration& configuration) {
+    return !isFloatingChannelType(formatOf(&configuration).getTextureChannelType());
+}
+
+bool isPlain(const DecoderConfiguration& configuration) {
+    return formatOf(&configuration) == kFloats && configuration.m_transform.isNop();
+}
+
+TexelKind kindOf(const DecoderConfiguration& configuration) {
+    constexpr std::uint32_t kSelects = 0xFFF000;
+    const Vex::DataFormat format = formatOf(&configuration);
+    if (format.getSurfaceFormat() != Vex::kSurfaceFormat8_8_8_8 ||
+        format.getTextureChannelType() != Vex::kTextureChannelTypeSrgb ||
+        !configuration.m_transform.isNop()) {
+        return TexelKind::kFloats;
+    }
+    if (isIdentitySwizzle(format)) {
+        return TexelKind::kSrgb;
+    }
+    return (format.m_word & kSelects) == kSwapped ? TexelKind::kSrgbSwapped : TexelKind::kFloats;
+}
+
+TexelSurface openSurface(const ElementProvider& provider, const SurfaceIndex& index, bool mayHaveRows) {
+    const Extent pixels = pixelsOf(provider.getTexture(), index.mip);
+    const ElementRows rows = mayHaveRows ? provider.getElementRows(&index) : ElementRows{};
+    return {index, rows, pixels.m_wide, pixels.m_tall};
+}
+
+std::uint8_t* addressOf(const ElementProvider& provider, const TexelSurface& surface, unsigned x,
+                        unsigned y) {
+    return surface.m_rows.row(y) + std::size_t{x} * provider.getBytesPerElement();
+}
+
+void integersToFloats(Block* block) {
+    for (VectorFloat& texel : block->m_texels) {
+        Simd::store(&texel, Simd::toFloats(Simd::loadInts(&texel)));
+    }
+}
+
+void floatsToIntegers(Block* block) {
+    for (VectorFloat& texel : block->m_texels) {
+        Simd::store(&texel, Simd::roundToInts(Simd::loadFloats(&texel)));
+    }
+}
+
+} // namespace
+
+TexelReader::TexelReader(const ElementProvider* provider, const DecoderConfiguration& configuration)
+    : m_provider(provider), m_decoder(configuration) {
+    m_decoder.setTexture(&provider->getTexture());
+    composeDecoder(&m_decoder, provider->getModifiers());
+    if (RowConversion::canConvert(formatOf(&m_decoder), kFloats)) {
+        m_rows.emplace(TileConversion(m_decoder, plainConfiguration<EncoderConfiguration>()));
+    }
+    m_kind = kindOf(m_decoder);
+    m_isConverted = m_kind == TexelKind::kFloats && !isPlain(m_decoder);
+    m_isInteger = isInteger(m_decoder);
+}
+
+bool TexelReader::canRead(Vex::DataFormat format) { return infoOf(format).decodeBlock != nullptr; }
+
+TexelSurface TexelReader::open(const SurfaceIndex& index) const {
+    return openSurface(*m_provider, index, m_rows.has_value());
+}
+
+const void* TexelReader::row(const TexelSurface& surface, unsigned x, unsigned y, unsigned count,
+                             float* buffer) const {
+    const std::uint8_t* stored = addressOf(*m_provider, surface, x, y);
+    if (!m_isConverted) {
+        return stored;
+    }
+    m_rows->convert(buffer, stored, count, RowStores::kCached);
+    return buffer;
+}
+
+void TexelReader::blockRow(const TexelSurface& surface, unsigned y, float* texels, std::size_t pitch) const {
+    if (surface.hasRows()) {
+        const unsigned rows = std::min(kSide, surface.m_tall - y * kSide);
+        for (unsigned row = 0; row < rows; ++row) {
+            const void* stored = addressOf(*m_provider, surface, 0, y * kSide + row);
+            m_rows->convert(texels + row * pitch, stored, surface.m_wide, RowStores::kCached);
+        }
+        return;
+    }
+    const unsigned storedPitch = packedPitchInBytes(infoOf(formatOf(&m_decoder)), kSide);
+    for (unsigned x = 0; x * kSide < surface.m_wide; ++x) {
+        Block stored = {}, block;
+        m_provider->getBlock(&surface.m_index, &stored, x, y);
+        decodeBlockAndModify(&block, &stored, storedPitch, &m_decoder);
+        if (m_isInteger) {
+            integersToFloats(&block);
+        }
+        for (unsigned row = 0; row < kSide; ++row) {
+            std::memcpy(texels + row * pitch + x * kSide * kFloatsPerTexel, &block.m_texels[row * kSide],
+                        kSide * sizeof(VectorFloat));
+        }
+    }
+}
+
+TexelWriter::TexelWriter(ElementProvider* provider, const EncoderConfiguration& configuration)
+    : m_provider(provider), m_encoder(configuration) {
+    m_encoder.setTexture(&provider->getTexture());
+    composeEncoder(&m_encoder, provider->getModifiers());
+    if (RowConversion::canConvert(kFloats, formatOf(&m_encoder))) {
+        m_rows.emplace(TileConversion(plainConfiguration<DecoderConfiguration>(), m_encoder));
+    }
+    m_isPlain = isPlain(m_encoder);
+    m_isInteger = isInteger(m_encoder);
+}
+
+bool TexelWriter::canWrite(Vex::DataFormat format) { return infoOf(format).encodeBlock != nullptr; }
+
+TexelSurface TexelWriter::open(const SurfaceIndex& index) const {
+    return openSurface(*m_provider, index, m_rows.has_value());
+}
+
+float* TexelWriter::rowInMemory(const TexelSurface& surface, unsigned x, unsigned y) const {
+    return m_isPlain ? reinterpret_cast<float*>(addressOf(*m_provider, surface, x, y)) : nullptr;
+}
+
+void TexelWriter::putRow(const TexelSurface& surface, unsigned x, unsigned y, unsigned count,
+                         const float* texels) const {
+    m_rows->convert(addressOf(*m_provider, surface, x, y), texels, count, RowStores::kCached);
+}
+
+void TexelWriter::putBlock(const TexelSurface& surface, unsigned x, unsigned y, Block* texels) const {
+    if (m_isInteger) {
+        floatsToIntegers(texels);
+    }
+    Block stored = {};
+    encodeBlockAndModify(&stored, packedPitchInBytes(infoOf(formatOf(&m_encoder)), kSide), texels,
+                         &m_encoder);
+    m_provider->putBlock(&surface.m_index, &stored, x, y);
+}
+
+void TexelWriter::putBlockRow(const TexelSurface& surface, unsigned y, const float* texels,
+                              std::size_t pitch) const {
+    const unsigned rows = std::min(kSide, surface.m_tall - y * kSide);
+    if (surface.hasRows()) {
+        for (unsigned row = 0; row < rows; ++row) {
+            putRow(surface, 0, y * kSide + row, surface.m_wide, texels + row * pitch);
+        }
+        return;
+    }
+    for (unsigned x = 0; x * kSide < surface.m_wide; ++x) {
+        Block block;
+        for (unsigned i = 0; i < kSide * kSide; ++i) {
+            const unsigned row = std::min(i / kSide, rows - 1);
+            const unsigned column = std::min(x * kSide + i % kSide, surface.m_wide - 1);
+            std::memcpy(&block.m_texels[i], texels + row * pitch + column * kFloatsPerTexel,
+                        sizeof(VectorFloat));
+        }
+        putBlock(surface, x, y, &block);
+    }
+}
+
+} // namespace qor::Texsmith::Raw

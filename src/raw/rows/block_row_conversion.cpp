@@ -1,0 +1,174 @@
+#include "raw/rows/block_row_conversion.h"
+
+#include "raw/blocks/block_decoders.h"
+#include "raw/blocks/block_encoders.h"
+#include "raw/rows/lane_swizzle.h"
+#include "raw/texels/channels.h"
+#include "raw/texels/texture_format.h"
+
+#include <cstring>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr unsigned kSide = 4; // of a block, in texels
+constexpr std::uint32_t kSelectsInOrder = 0xFAC000, kSelectsMask = 0xFFF000, kTypeMask = 0xF00;
+constexpr std::uint32_t kFloatLanes =
+    Vex::kSurfaceFormat32_32_32_32 | std::uint32_t{Vex::kTextureChannelTypeFloat} << 8;
+
+Vex::DataFormat asFloats(Vex::DataFormat format) { return {(format.m_word & kSelectsMask) | kFloatLanes}; }
+Vex::DataFormat asBytes(Vex::DataFormat format) {
+    return {(format.m_word & (kSelectsMask | kTypeMask)) | Vex::kSurfaceFormat8_8_8_8};
+}
+
+template <typename Configuration>
+Configuration withFormat(Configuration configuration, Vex::DataFormat format) {
+    configuration.m_texture.setDataFormat(format);
+    return configuration;
+}
+
+bool isCompressed(Vex::DataFormat format) { return format.isBlockCompressedFormat(); }
+
+bool isChannelBlocks(Vex::SurfaceFormat format) {
+    return format == Vex::kSurfaceFormatBc4 || format == Vex::kSurfaceFormatBc5;
+}
+
+// Integer lanes have no place among floats.
+bool canDecode(Vex::DataFormat format) {
+    return !isCompressed(format) || findBlockRunDecoder(format.getSurfaceFormat()) != nullptr ||
+           (isChannelBlocks(format.getSurfaceFormat()) &&
+            isFloatingChannelType(format.getTextureChannelType()));
+}
+
+bool canEncode(Vex::DataFormat format) {
+    return !isCompressed(format) || (findBlockRunEncoder(format.getSurfaceFormat()) != nullptr &&
+                                     isFloatingChannelType(format.getTextureChannelType()));
+}
+
+bool canConvertBlocks(Vex::DataFormat from, Vex::DataFormat to) {
+    return (isCompressed(from) || isCompressed(to)) && canDecode(from) && canEncode(to);
+}
+
+} // namespace
+
+struct alignas(64) BlockRowConversion::Workspace {
+    static constexpr unsigned kTexels = kMostBlocks * kSide;
+
+    std::uint8_t m_decoded[kSide][kTexels * sizeof(VectorFloat)];
+    std::uint8_t m_floats[kSide][kTexels * sizeof(VectorFloat)];
+    std::uint8_t m_bytes[kTexels * 4];
+    ColorRGBA32F m_blocks[kMostBlocks * kTexelsPerBlock];
+};
+
+BlockRowConversion::BlockRowConversion(const TileConversion& steps)
+    : m_encoder(steps.encoder()), m_sourceFormat(formatOf(&steps.decoder()).getSurfaceFormat()),
+      m_sourceIsSigned(steps.decoder().isSigned()), m_decode(findBlockRunDecoder(m_sourceFormat)) {
+    const Vex::DataFormat from = formatOf(&steps.decoder()), to = formatOf(&m_encoder);
+    m_encode = findBlockRunEncoder(to.getSurfaceFormat());
+    const Vex::DataFormat decoded = decodedFormat(from), encoded = isCompressed(to) ? asFloats(to) : to;
+    m_isUsable = canConvertBlocks(from, to) && RowConversion::canConvert(decoded, encoded);
+    if (m_isUsable) {
+        m_rows.emplace(TileConversion(withFormat(steps.decoder(), decoded), withFormat(m_encoder, encoded)));
+    }
+}
+
+BlockRowConversion::BlockRowConversion(const DecoderConfiguration& decoder,
+                                       const EncoderConfiguration& encoder)
+    : m_encoder(encoder), m_sourceFormat(formatOf(&decoder).getSurfaceFormat()), m_sourceIsSigned(false),
+      m_decode(findBlockRunDecoder(m_sourceFormat)) {
+    const Vex::DataFormat from = formatOf(&decoder), to = formatOf(&encoder);
+    m_encode = findBlockRunEncoder(to.getSurfaceFormat());
+    m_isUsable = canConvertBlocks(from, to);
+    if (!m_isUsable) {
+        return;
+    }
+    if (!LaneSwizzle(from, to).isIdentity()) {
+        m_bytes.emplace(asBytes(from), asBytes(to));
+    }
+    if (m_encode != nullptr) {
+        const Vex::DataFormat bytes = {(asBytes(to).m_word & ~kSelectsMask) | kSelectsInOrder};
+        m_rows.emplace(TileConversion(withFormat(DecoderConfiguration(), bytes),
+                                      withFormat(EncoderConfiguration(), asFloats(bytes))));
+    }
+}
+
+Vex::DataFormat BlockRowConversion::decodedFormat(Vex::DataFormat source) {
+    if (!isCompressed(source)) {
+        return source;
+    }
+    return isChannelBlocks(source.getSurfaceFormat()) ? asFloats(source) : asBytes(source);
+}
+
+void BlockRowConversion::convert(const ElementRows& destination, const ElementRows& source,
+                                 unsigned blocks) const {
+    const bool isStraight = !m_bytes.has_value() && !m_rows.has_value();
+    if (isStraight) {
+        m_decode(destination.m_memory, destination.m_pitch, source.m_memory, blocks);
+        return;
+    }
+    Workspace workspace;
+    const Rows decoded = decode(source, blocks, workspace);
+    if (m_encode == nullptr) {
+        convertRows({destination.m_memory, destination.m_pitch}, decoded, blocks * kSide, workspace);
+        return;
+    }
+    const Rows floats = {workspace.m_floats[0], sizeof workspace.m_floats[0]};
+    convertRows(floats, decoded, blocks * kSide, workspace);
+    encode(destination.m_memory, floats, blocks, workspace);
+}
+
+BlockRowConversion::Rows BlockRowConversion::decode(const ElementRows& source, unsigned blocks,
+                                                    Workspace& workspace) const {
+    const Rows rows = {workspace.m_decoded[0], sizeof workspace.m_decoded[0]};
+    if (m_decode != nullptr) {
+        m_decode(rows.m_texels, rows.m_pitch, source.m_memory, blocks);
+        return rows;
+    }
+    if (isChannelBlocks(m_sourceFormat)) {
+        decodeChannels(rows, source, blocks);
+        return rows;
+    }
+    return {source.m_memory, source.m_pitch};
+}
+
+void BlockRowConversion::decodeChannels(const Rows& rows, const ElementRows& source, unsigned blocks) const {
+    const bool isOne = m_sourceFormat == Vex::kSurfaceFormatBc4;
+    const auto decodeOne = isOne ? &decodeBc4 : &decodeBc5;
+    ColorRGBA32F texels[kTexelsPerBlock] = {}; // the lanes that the format lacks stay zero
+    for (unsigned block = 0; block < blocks; ++block) {
+        decodeOne(texels, source.m_memory + block * (isOne ? 8u : 16u), m_sourceIsSigned);
+        for (unsigned y = 0; y < kSide; ++y) {
+            constexpr std::size_t kBytes = kSide * sizeof(ColorRGBA32F);
+            std::memcpy(rows.row(y) + block * kBytes, &texels[y * kSide], kBytes);
+        }
+    }
+}
+
+void BlockRowConversion::convertRows(const Rows& destination, const Rows& source, unsigned texels,
+                                     Workspace& workspace) const {
+    for (unsigned y = 0; y < kSide; ++y) {
+        const std::uint8_t* from = source.row(y);
+        if (m_bytes.has_value()) {
+            std::uint8_t* to = m_rows.has_value() ? workspace.m_bytes : destination.row(y);
+            m_bytes->convert(to, from, texels, RowStores::kCached);
+            from = to;
+        }
+        if (m_rows.has_value()) {
+            m_rows->convert(destination.row(y), from, texels, RowStores::kCached);
+        }
+    }
+}
+
+void BlockRowConversion::encode(std::uint8_t* destination, const Rows& rows, unsigned blocks,
+                                Workspace& workspace) const {
+    constexpr std::size_t kBytes = kSide * sizeof(ColorRGBA32F);
+    for (unsigned block = 0; block < blocks; ++block) {
+        for (unsigned y = 0; y < kSide; ++y) {
+            std::memcpy(&workspace.m_blocks[block * kTexelsPerBlock + y * kSide],
+                        rows.row(y) + block * kBytes, kBytes);
+        }
+    }
+    m_encode(destination, workspace.m_blocks, m_encoder, blocks);
+}
+
+} // namespace qor::Texsmith::Raw

@@ -1,0 +1,123 @@
+#include "raw/rows/run_kernels.h"
+
+#include "raw/rows/run_kernels_lanes.h"
+#include "raw/texels/codec.h"
+#include "simd/float4.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+struct Four {
+    using Ints = Simd::Int4;
+    using Floats = Simd::Float4;
+    static constexpr unsigned kCount = 4;
+
+    static Ints splat(std::uint32_t value) { return Simd::splat(value); }
+    static Floats splatFloat(float value) { return Simd::splat(value); }
+    static Ints repeat(const std::uint32_t* lanes) { return Simd::loadInts(lanes); }
+    static Ints gather(const std::uint32_t* table, Ints places) {
+        std::uint32_t at[kCount];
+        Simd::store(at, places);
+        return Simd::makeInts(table[at[0]], table[at[1]], table[at[2]], table[at[3]]);
+    }
+
+    struct Moves {}; // the swizzle is a kernel of its own
+    static Moves movesOf(const RunSettings&) { return {}; }
+    static Ints swizzle(Ints texels, Moves) { return texels; }
+
+    static Ints load(const std::uint8_t* source) { return Simd::loadInts(source); }
+    static Ints loadBytes(const std::uint8_t* source) {
+        std::uint32_t bytes;
+        std::memcpy(&bytes, source, sizeof bytes);
+        return Simd::fromBytes(bytes);
+    }
+    static Ints loadWords(const std::uint8_t* source) {
+        std::uint64_t words;
+        std::memcpy(&words, source, sizeof words);
+        return Simd::fromWords(words);
+    }
+    static void store(std::uint8_t* destination, Ints lanes) { Simd::store(destination, lanes); }
+    static void storeBytes(std::uint8_t* destination, const Ints (&parts)[4]) {
+        for (unsigned i = 0; i < 4; ++i) {
+            const std::uint32_t bytes = Simd::toBytes(parts[i]);
+            std::memcpy(destination + 4 * i, &bytes, sizeof bytes);
+        }
+    }
+    static void storeWords(std::uint8_t* destination, Ints low, Ints high) {
+        const std::uint64_t words[2] = {Simd::toWords(low), Simd::toWords(high)};
+        std::memcpy(destination, words, sizeof words);
+    }
+};
+
+// In pieces that stay in the nearest cache between the two passes.
+void swizzle4(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+    constexpr std::size_t kGroups = 32, kGroupBytes = kTexelsPerGroup * 4;
+    auto* to = static_cast<std::uint8_t*>(destination);
+    const auto* from = static_cast<const std::uint8_t*>(source);
+    for (std::size_t done = 0; done < groups; done += kGroups) {
+        const std::size_t bytes = std::min(kGroups, groups - done) * kGroupBytes;
+        std::memcpy(to + done * kGroupBytes, from + done * kGroupBytes, bytes);
+        g_swizzle8[settings.m_swizzleIndex](to + done * kGroupBytes, static_cast<unsigned>(bytes / 16));
+    }
+}
+
+void swizzle8(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+    // The texel, and behind it what lanes hold that come from nowhere.
+    std::uint16_t values[8], places[4];
+    std::memcpy(values + 4, settings.m_moves.m_ones, 8);
+    for (std::uint16_t lane = 0; lane < 4; ++lane) {
+        const unsigned from = settings.m_moves.m_control[2 * lane];
+        places[lane] = static_cast<std::uint16_t>(from < 8 ? from / 2 : 4u + lane);
+    }
+    auto* to = static_cast<std::uint8_t*>(destination);
+    const auto* from = static_cast<const std::uint8_t*>(source);
+    for (std::size_t i = 0; i < groups * kTexelsPerGroup; ++i, from += 8, to += 8) {
+        std::memcpy(values, from, 8);
+        const std::uint16_t texel[4] = {values[places[0]], values[places[1]], values[places[2]],
+                                        values[places[3]]};
+        std::memcpy(to, texel, 8);
+    }
+}
+
+template <typename Value>
+void throughTables(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+    const auto* x = static_cast<const Value*>(settings.m_tables[0]);
+    const auto* y = static_cast<const Value*>(settings.m_tables[1]);
+    const auto* z = static_cast<const Value*>(settings.m_tables[2]);
+    const auto* w = static_cast<const Value*>(settings.m_tables[3]);
+    auto* to = static_cast<std::uint8_t*>(destination);
+    const auto* from = static_cast<const std::uint8_t*>(source);
+    for (std::size_t i = 0; i < groups * kTexelsPerGroup; ++i, from += 4, to += 4 * sizeof(Value)) {
+        const Value texel[4] = {x[from[0]], y[from[1]], z[from[2]], w[from[3]]};
+        std::memcpy(to, texel, sizeof texel);
+    }
+}
+
+using Kernels = RunLanes::Kernels<Four>;
+
+} // namespace
+
+constinit const RunKernel g_baseRunKernels[kRunCount] = {
+    &swizzle4,
+    &swizzle8,
+    Kernels::kBytesToFloats,
+    Kernels::kBytesToHalves,
+    &RunLanes::floatsToBytes<Four>,
+    Kernels::kHalvesToBytes,
+    Kernels::kFloatsToHalves,
+    Kernels::kHalvesToFloats,
+    &RunLanes::floatsToSrgb<Four>,
+    &RunLanes::halvesToSrgb<Four>,
+    Kernels::kBytesToTens,
+    Kernels::kTensToBytes,
+    Kernels::kBytesToFiveSixFive,
+    Kernels::kFiveSixFiveToBytes,
+    &throughTables<std::uint8_t>,
+    &throughTables<std::uint16_t>,
+    &throughTables<float>,
+};
+
+} // namespace qor::Texsmith::Raw

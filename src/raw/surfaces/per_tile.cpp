@@ -1,0 +1,240 @@
+#include "qor/texsmith/raw/per_tile.h"
+
+#include "raw/analysis/tile_decoder.h"
+#include "raw/configuration/compose_modifiers.h"
+#include "raw/frame/check.h"
+#include "raw/surfaces/walk.h"
+#include "raw/texels/codec.h"
+#include "raw/texels/texture_format.h"
+
+#include <algorithm>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr char kSourcePath[] = "raw\\surfaces\\per_tile";
+constexpr unsigned kTilesAtOnce = 16; // whose texels stay in the nearest cache
+
+} // namespace
+
+PerSurfaceJob::PerSurfaceJob(const ElementProvider* elementProvider)
+    : PerSurfaceJob(elementProvider, nullptr) {}
+
+PerSurfaceJob::PerSurfaceJob(const ElementProvider* elementProvider, Configuration* configuration)
+    : Job(configuration, 0), m_elementProvider(elementProvider) {
+    if (checkNotNull(elementProvider, kSourcePath, "elementProvider must not be NULL.")) {
+        m_surfaceCount = elementProvider->getSurfaceCount();
+    }
+}
+
+Error PerSurfaceJob::doCallback(unsigned callbackId) const {
+    if (m_elementProvider == nullptr) {
+        return kErrorFailed;
+    }
+    for (SurfaceWalk walk(m_surfaceCount, m_elementProvider->getTexture()); !walk.atEnd(); walk.advance()) {
+        const Error error = doPerSurfaceCallback(callbackId, &walk.index());
+        if (error != kErrorNone) {
+            return error;
+        }
+    }
+    return kErrorNone;
+}
+
+Error PerElementRowsJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const {
+    const WorkItems rows = getWorkItems(callbackId, getElementProvider()->getElementsTall(surfaceIndex->mip));
+    return doPerElementRowsCallback(callbackId, surfaceIndex, rows.m_begin, rows.m_end);
+}
+
+Error PerBlockRowsJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const {
+    const WorkItems rows = getWorkItems(callbackId, getElementProvider()->getBlocksTall(surfaceIndex->mip));
+    return doPerBlockRowsCallback(callbackId, surfaceIndex, rows.m_begin, rows.m_end);
+}
+
+Error PerTile::perTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
+                               unsigned y) const {
+    if (!checkNotNull(surfaceIndex, kSourcePath, "surfaceIndex must not be NULL.")) {
+        return kErrorFailed;
+    }
+    return doPerTileCallback(callbackId, surfaceIndex, x, y);
+}
+
+OpenSurface PerTile::openSurface(const SurfaceIndex* surfaceIndex) const {
+    const bool hasIndex = checkNotNull(surfaceIndex, kSourcePath, "surfaceIndex must not be NULL.");
+    return hasIndex ? doOpenSurface(surfaceIndex) : OpenSurface{};
+}
+
+unsigned PerTile::leadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                               const OpenSurface& surface, unsigned y) const {
+    const bool hasIndex = checkNotNull(surfaceIndex, kSourcePath, "surfaceIndex must not be NULL.");
+    return hasIndex ? doLeadingTiles(callbackId, surfaceIndex, surface, y) : 0;
+}
+
+Error PerTile::doPrologue(unsigned) const { return kErrorNone; }
+Error PerTile::doEpilogue(unsigned) const { return kErrorNone; }
+OpenSurface PerTile::doOpenSurface(const SurfaceIndex*) const { return {}; }
+unsigned PerTile::doLeadingTiles(unsigned, const SurfaceIndex*, const OpenSurface&, unsigned) const {
+    return 0;
+}
+
+PerTileJob::PerTileJob(const ElementProvider* elementProvider, PerTile* perTile, Configuration* configuration)
+    : PerSurfaceJob(elementProvider, configuration), m_chain{}, m_length(0) {
+    init(&perTile, 1);
+}
+
+PerTileJob::PerTileJob(const ElementProvider* elementProvider, PerTile** chain, Configuration* configuration,
+                       unsigned length)
+    : PerSurfaceJob(elementProvider, configuration), m_chain{}, m_length(0) {
+    init(chain, length);
+}
+
+void PerTileJob::init(PerTile** chain, unsigned length) {
+    if (!checkNotNull(chain, kSourcePath, "chain must not be NULL.")) {
+        return;
+    }
+    if (length > kMaxChain) {
+        toolsAssert(kSourcePath, __LINE__,
+                    "maximum length of PerTile chain is %d but a chain of %d was attempted",
+                    static_cast<int>(kMaxChain), static_cast<int>(length));
+    }
+    for (unsigned i = 0; i < length && i < kMaxChain; ++i) {
+        if (checkNotNull(chain[i], kSourcePath, "perTile must not be NULL.")) {
+            m_chain[m_length++] = chain[i];
+            chain[i]->prologue(static_cast<unsigned>(getCallbacks()));
+        }
+    }
+}
+
+Error PerTileJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const {
+    const WorkItems rows = getWorkItems(callbackId, getElementProvider()->getTilesTall(surfaceIndex->mip));
+    OpenSurface surfaces[kMaxChain];
+    for (unsigned i = 0; i < m_length && rows.m_begin < rows.m_end; ++i) {
+        surfaces[i] = m_chain[i]->openSurface(surfaceIndex);
+    }
+    for (unsigned y = rows.m_begin; y < rows.m_end; ++y) {
+        if (isAborted()) {
+            return kErrorAborted;
+        }
+        const Error error = walkRow(callbackId, surfaceIndex, surfaces, y);
+        if (error != kErrorNone) {
+            return error;
+        }
+    }
+    return kErrorNone;
+}
+
+// A pass may read what an earlier one writes: none takes tiles ahead before those are done with the row.
+Error PerTileJob::walkRow(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface* surfaces,
+                          unsigned y) const {
+    for (unsigned i = 0; i < m_length; ++i) {
+        const unsigned done = m_chain[i]->leadingTiles(callbackId, surfaceIndex, surfaces[i], y);
+        const unsigned end = done == 0 ? m_length : i + 1;
+        const Error error = walkTiles(callbackId, surfaceIndex, {done, y}, {i, end});
+        if (error != kErrorNone || done == 0) {
+            return error;
+        }
+    }
+    return kErrorNone;
+}
+
+Error PerTileJob::walkTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex, FirstTile first,
+                            Passes passes) const {
+    const unsigned tilesWide = getElementProvider()->getTilesWide(surfaceIndex->mip);
+    for (unsigned x = first.m_x; x < tilesWide; ++x) {
+        for (unsigned i = passes.m_begin; i < passes.m_end; ++i) {
+            const Error error = m_chain[i]->perTileCallback(callbackId, surfaceIndex, x, first.m_y);
+            if (error != kErrorNone) {
+                return error;
+            }
+        }
+    }
+    return kErrorNone;
+}
+
+Error PerTileJob::doEpilogue() const {
+    for (unsigned i = 0; i < m_length; ++i) {
+        const Error error = m_chain[i]->epilogue(static_cast<unsigned>(getCallbacks()));
+        if (error != kErrorNone) {
+            return error;
+        }
+    }
+    return kErrorNone;
+}
+
+PerTexel::PerTexel(const ElementProvider* elementProvider, Configuration* configuration)
+    : m_elementProvider(elementProvider) {
+    const bool hasProvider = checkNotNull(elementProvider, kSourcePath, "elementProvider must not be NULL.");
+    if (checkNotNull(configuration, kSourcePath, "configuration must not be NULL.")) {
+        m_decoderConfiguration = configuration->m_decoderConfiguration;
+    }
+    if (hasProvider) {
+        m_decoderConfiguration.setTexture(&elementProvider->getTexture());
+        composeDecoder(&m_decoderConfiguration, elementProvider->getModifiers());
+    }
+}
+
+Error PerTexel::doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
+                                  unsigned y) const {
+    if (m_elementProvider == nullptr) {
+        return kErrorFailed;
+    }
+    const SurfaceFormatInfo& info = infoOf(m_decoderConfiguration.getTexture()->getDataFormat());
+    if (info.decodeTile == nullptr) {
+        return kErrorFailed;
+    }
+    Tile stored = {}, texels = {};
+    m_elementProvider->getTile(surfaceIndex, &stored, x, y);
+    decodeTileAndModify(&texels, &stored, packedPitchInBytes(info, 8), &m_decoderConfiguration);
+    reportTexels(callbackId, texels, surfaceIndex->mip, x, y);
+    return kErrorNone;
+}
+
+// Strips of tiled providers are left to getTile.
+OpenSurface PerTexel::doOpenSurface(const SurfaceIndex* surfaceIndex) const {
+    OpenSurface surface;
+    if (m_elementProvider != nullptr && TileDecoder::canDecode(m_decoderConfiguration)) {
+        surface.m_source = m_elementProvider->getElementRows(surfaceIndex);
+        surface.m_hasRows = surface.m_source.m_memory != nullptr;
+    }
+    return surface;
+}
+
+unsigned PerTexel::doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                                  const OpenSurface& surface, unsigned y) const {
+    const unsigned mip = surfaceIndex->mip;
+    if (!surface.m_hasRows || y * 8 + 8 > m_elementProvider->getPixelsTall(mip)) {
+        return 0;
+    }
+    const TileDecoder decoder(m_decoderConfiguration);
+    const unsigned whole = m_elementProvider->getPixelsWide(mip) / 8;
+    Tile tiles[kTilesAtOnce];
+    for (unsigned x = 0; x < whole; x += kTilesAtOnce) {
+        const unsigned count = std::min(kTilesAtOnce, whole - x);
+        decoder.decode(tiles, surface.m_source, x, y, count);
+        doTiles(callbackId, tiles, count);
+    }
+    return whole;
+}
+
+void PerTexel::doTiles(unsigned callbackId, const Tile* tiles, unsigned count) const {
+    for (unsigned i = 0; i < count; ++i) {
+        doTexels(callbackId, tiles[i].m_texels, 64);
+    }
+}
+
+// The padding of a tile that overhangs the surface must not be counted.
+void PerTexel::reportTexels(unsigned callbackId, const Tile& texels, unsigned mip, unsigned x,
+                            unsigned y) const {
+    const unsigned wide = m_elementProvider->getPixelsWide(mip), tall = m_elementProvider->getPixelsTall(mip);
+    const unsigned left = x * 8, top = y * 8;
+    if (left + 8 <= wide && top + 8 <= tall) {
+        doTiles(callbackId, &texels, 1);
+        return;
+    }
+    for (unsigned row = 0; row < 8 && top + row < tall; ++row) {
+        for (unsigned column = 0; column < 8 && left + column < wide; ++column) {
+            doTexels(callbackId, &texels.m_texels[row * 8 + column], 1);
+        }
+    }
+}
+
+} // namespace qor::Texsmith::Raw
