@@ -32,3 +32,19 @@ function(texsmith_target_options target)
         target_link_options(${target} PRIVATE -fsanitize=${TEXSMITH_SANITIZE})
     endif()
 endfunction()
+
+# Marks files for AVX2, which is chosen at run time; elsewhere they find nothing to compile. Source properties
+# belong to the folder, so that this is called where the target is made.
+function(texsmith_avx2_files)
+    string(TOLOWER "${CMAKE_SYSTEM_PROCESSOR}" processor)
+    if(NOT processor MATCHES "^(x86_64|amd64)$" OR TEXSMITH_SCALAR)
+        return()
+    endif()
+    if(MSVC)
+        set(options /arch:AVX2)
+    else()
+        # On Windows the compiler does not align the stack for wide vectors: only unaligned moves are safe.
+        set(options -mavx2 $<$<BOOL:${MINGW}>:-Wa,-muse-unaligned-vector-move>)
+    endif()
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${options}")
+endfunction()

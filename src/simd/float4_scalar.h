@@ -61,9 +61,22 @@ inline Float4 maximum(Float4 a, Float4 b) {
     return eachLane<Float4>([&](int i) { return a.m_lanes[i] > b.m_lanes[i] ? a.m_lanes[i] : b.m_lanes[i]; });
 }
 
+// Clears the sign, of a NaN too.
+inline Float4 absolute(Float4 a) {
+    return eachLane<Float4>([&](int i) {
+        return std::bit_cast<float>(std::bit_cast<std::uint32_t>(a.m_lanes[i]) & 0x7FFFFFFFu);
+    });
+}
+
 // All ones in the lanes where the comparison holds, which it does not for a NaN.
 inline Int4 less(Float4 a, Float4 b) {
     return eachLane<Int4>([&](int i) { return a.m_lanes[i] < b.m_lanes[i] ? 0xFFFFFFFFu : 0u; });
+}
+inline Int4 lessOrEqual(Float4 a, Float4 b) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] <= b.m_lanes[i] ? 0xFFFFFFFFu : 0u; });
+}
+inline Int4 equal(Float4 a, Float4 b) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] == b.m_lanes[i] ? 0xFFFFFFFFu : 0u; });
 }
 // Of n lanes: folds the upper half onto the lower one until one lane is left.
 inline float sumOfLanes(Float4 a) { return (a.m_lanes[0] + a.m_lanes[2]) + (a.m_lanes[1] + a.m_lanes[3]); }
@@ -84,6 +97,10 @@ inline Int4 operator+(Int4 a, Int4 b) {
 inline Int4 operator-(Int4 a, Int4 b) {
     return eachLane<Int4>([&](int i) { return a.m_lanes[i] - b.m_lanes[i]; });
 }
+// The lower 32 bits of the products.
+inline Int4 operator*(Int4 a, Int4 b) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] * b.m_lanes[i]; });
+}
 inline Int4 operator&(Int4 a, Int4 b) {
     return eachLane<Int4>([&](int i) { return a.m_lanes[i] & b.m_lanes[i]; });
 }
@@ -92,6 +109,9 @@ inline Int4 operator|(Int4 a, Int4 b) {
 }
 inline Int4 operator^(Int4 a, Int4 b) {
     return eachLane<Int4>([&](int i) { return a.m_lanes[i] ^ b.m_lanes[i]; });
+}
+inline Int4 operator~(Int4 a) {
+    return eachLane<Int4>([&](int i) { return ~a.m_lanes[i]; });
 }
 template <int kBits> inline Int4 shiftLeft(Int4 a) {
     return eachLane<Int4>([&](int i) { return a.m_lanes[i] << kBits; });
@@ -114,6 +134,13 @@ inline Int4 shiftLeft(Int4 a, ShiftCount count) {
 inline Int4 shiftRight(Int4 a, ShiftCount count) {
     return eachLane<Int4>([&](int i) { return a.m_lanes[i] >> count.m_bits; });
 }
+// Each lane by a number of its own, below 32. Slow where the machine has no instruction for it.
+inline Int4 shiftLeft(Int4 a, Int4 counts) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] << counts.m_lanes[i]; });
+}
+inline Int4 shiftRight(Int4 a, Int4 counts) {
+    return eachLane<Int4>([&](int i) { return a.m_lanes[i] >> counts.m_lanes[i]; });
+}
 // All ones in the lanes where the signed comparison holds.
 inline Int4 greaterSigned(Int4 a, Int4 b) {
     return eachLane<Int4>([&](int i) {
@@ -125,9 +152,12 @@ inline Int4 greaterSigned(Int4 a, Int4 b) {
 inline Int4 equal(Int4 a, Int4 b) {
     return eachLane<Int4>([&](int i) { return a.m_lanes[i] == b.m_lanes[i] ? 0xFFFFFFFFu : 0u; });
 }
-// Whether any lane of a mask is ones.
+// Whether any lane of a mask is ones, and whether all are.
 inline bool anyLane(Int4 mask) {
     return (mask.m_lanes[0] | mask.m_lanes[1] | mask.m_lanes[2] | mask.m_lanes[3]) != 0;
+}
+inline bool allLanes(Int4 mask) {
+    return (mask.m_lanes[0] & mask.m_lanes[1] & mask.m_lanes[2] & mask.m_lanes[3]) != 0;
 }
 // Bit i tells of lane i of a mask.
 inline std::uint32_t laneBits(Int4 mask) {
@@ -139,12 +169,23 @@ inline Int4 select(Int4 mask, Int4 a, Int4 b) {
         [&](int i) { return (a.m_lanes[i] & mask.m_lanes[i]) | (b.m_lanes[i] & ~mask.m_lanes[i]); });
 }
 
+inline Float4 select(Int4 mask, Float4 a, Float4 b) {
+    return std::bit_cast<Float4>(select(mask, std::bit_cast<Int4>(a), std::bit_cast<Int4>(b)));
+}
+inline Int4 minimumSigned(Int4 a, Int4 b) { return select(greaterSigned(a, b), b, a); }
+inline Int4 maximumSigned(Int4 a, Int4 b) { return select(greaterSigned(a, b), a, b); }
+// Modulo 2^32.
+inline std::uint32_t sumOfLanes(Int4 a) { return a.m_lanes[0] + a.m_lanes[1] + a.m_lanes[2] + a.m_lanes[3]; }
+
 // The same bits as the other kind.
 inline Int4 bitsOf(Float4 a) { return std::bit_cast<Int4>(a); }
 inline Float4 floatsOf(Int4 a) { return std::bit_cast<Float4>(a); }
 
-// Lanes i of the result are lanes kI of the operand.
+// In each group of four lanes, lane i of the result is lane kI of the operand.
 template <int kX, int kY, int kZ, int kW> inline Int4 shuffle(Int4 a) {
+    return {{a.m_lanes[kX], a.m_lanes[kY], a.m_lanes[kZ], a.m_lanes[kW]}};
+}
+template <int kX, int kY, int kZ, int kW> inline Float4 shuffle(Float4 a) {
     return {{a.m_lanes[kX], a.m_lanes[kY], a.m_lanes[kZ], a.m_lanes[kW]}};
 }
 inline Float4 makeFloats(float x, float y, float z, float w) { return {{x, y, z, w}}; }
@@ -166,6 +207,15 @@ inline std::uint32_t toBytes(Int4 a) {
 inline std::uint64_t toWords(Int4 a) {
     return (a.m_lanes[0] | static_cast<std::uint64_t>(a.m_lanes[1]) << 16) |
            static_cast<std::uint64_t>(a.m_lanes[2] | a.m_lanes[3] << 16) << 32;
+}
+
+// The lanes of four vectors as bytes, and those of two as 16-bit words, in order; for lanes that fit.
+inline Int4 packBytes(const Int4 (&parts)[4]) {
+    return eachLane<Int4>([&](int i) { return toBytes(parts[i]); });
+}
+inline Int4 packWords(Int4 low, Int4 high) {
+    const std::uint64_t words[2] = {toWords(low), toWords(high)};
+    return loadInts(words);
 }
 
 // From signed integers, and back: to nearest with ties to even, or toward zero. What is not a number or does
@@ -190,5 +240,23 @@ inline Int4 truncateToInts(Float4 a) {
 inline Int4 roundToInts(Float4 a) {
     return eachLane<Int4>([&](int i) { return roundLane(a.m_lanes[i]); });
 }
+
+// What makes vectors out of other things, for a class of lanes.
+struct Backend {
+    using Float = Float4;
+    using Int = Int4;
+
+    static Float splat(float value) { return Scalar::splat(value); }
+    static Int splat(std::uint32_t value) { return Scalar::splat(value); }
+    static ShiftCount shiftCount(unsigned bits) { return Scalar::shiftCount(bits); }
+    static Float loadFloats(const void* source) { return Scalar::loadFloats(source); }
+    static Int loadInts(const void* source) { return Scalar::loadInts(source); }
+    static Float makeFloats(float x, float y, float z, float w) { return Scalar::makeFloats(x, y, z, w); }
+    static Int makeInts(std::uint32_t x, std::uint32_t y, std::uint32_t z, std::uint32_t w) {
+        return Scalar::makeInts(x, y, z, w);
+    }
+    static Int fromBytes(std::uint32_t bytes) { return Scalar::fromBytes(bytes); }
+    static Int fromWords(std::uint64_t words) { return Scalar::fromWords(words); }
+};
 
 } // namespace qor::Texsmith::Simd::Scalar

@@ -34,8 +34,18 @@ inline Float8 squareRoot(Float8 a) { return {_mm256_sqrt_ps(a.m_lanes)}; }
 inline Float8 minimum(Float8 a, Float8 b) { return {_mm256_min_ps(a.m_lanes, b.m_lanes)}; }
 inline Float8 maximum(Float8 a, Float8 b) { return {_mm256_max_ps(a.m_lanes, b.m_lanes)}; }
 
+inline Float8 absolute(Float8 a) {
+    return {_mm256_and_ps(a.m_lanes, _mm256_castsi256_ps(_mm256_set1_epi32(0x7FFFFFFF)))};
+}
+
 inline Int8 less(Float8 a, Float8 b) {
     return {_mm256_castps_si256(_mm256_cmp_ps(a.m_lanes, b.m_lanes, _CMP_LT_OQ))};
+}
+inline Int8 lessOrEqual(Float8 a, Float8 b) {
+    return {_mm256_castps_si256(_mm256_cmp_ps(a.m_lanes, b.m_lanes, _CMP_LE_OQ))};
+}
+inline Int8 equal(Float8 a, Float8 b) {
+    return {_mm256_castps_si256(_mm256_cmp_ps(a.m_lanes, b.m_lanes, _CMP_EQ_OQ))};
 }
 inline float sumOfLanes(Float8 a) {
     const __m128 half = _mm_add_ps(_mm256_castps256_ps128(a.m_lanes), _mm256_extractf128_ps(a.m_lanes, 1));
@@ -61,9 +71,11 @@ inline void transpose(Float8 (&rows)[4]) {
 
 inline Int8 operator+(Int8 a, Int8 b) { return {_mm256_add_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int8 operator-(Int8 a, Int8 b) { return {_mm256_sub_epi32(a.m_lanes, b.m_lanes)}; }
+inline Int8 operator*(Int8 a, Int8 b) { return {_mm256_mullo_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int8 operator&(Int8 a, Int8 b) { return {_mm256_and_si256(a.m_lanes, b.m_lanes)}; }
 inline Int8 operator|(Int8 a, Int8 b) { return {_mm256_or_si256(a.m_lanes, b.m_lanes)}; }
 inline Int8 operator^(Int8 a, Int8 b) { return {_mm256_xor_si256(a.m_lanes, b.m_lanes)}; }
+inline Int8 operator~(Int8 a) { return {_mm256_xor_si256(a.m_lanes, _mm256_set1_epi32(-1))}; }
 template <int kBits> inline Int8 shiftLeft(Int8 a) { return {_mm256_slli_epi32(a.m_lanes, kBits)}; }
 template <int kBits> inline Int8 shiftRight(Int8 a) { return {_mm256_srli_epi32(a.m_lanes, kBits)}; }
 template <int kBits> inline Int8 shiftRightSigned(Int8 a) { return {_mm256_srai_epi32(a.m_lanes, kBits)}; }
@@ -73,11 +85,46 @@ struct ShiftCount {
 inline ShiftCount shiftCount(unsigned bits) { return {_mm256_set1_epi32(static_cast<int>(bits))}; }
 inline Int8 shiftLeft(Int8 a, ShiftCount count) { return {_mm256_sllv_epi32(a.m_lanes, count.m_bits)}; }
 inline Int8 shiftRight(Int8 a, ShiftCount count) { return {_mm256_srlv_epi32(a.m_lanes, count.m_bits)}; }
+inline Int8 shiftLeft(Int8 a, Int8 counts) { return {_mm256_sllv_epi32(a.m_lanes, counts.m_lanes)}; }
+inline Int8 shiftRight(Int8 a, Int8 counts) { return {_mm256_srlv_epi32(a.m_lanes, counts.m_lanes)}; }
 inline Int8 greaterSigned(Int8 a, Int8 b) { return {_mm256_cmpgt_epi32(a.m_lanes, b.m_lanes)}; }
 inline Int8 equal(Int8 a, Int8 b) { return {_mm256_cmpeq_epi32(a.m_lanes, b.m_lanes)}; }
 inline bool anyLane(Int8 mask) { return _mm256_movemask_epi8(mask.m_lanes) != 0; }
+inline bool allLanes(Int8 mask) { return _mm256_movemask_epi8(mask.m_lanes) == -1; }
+inline std::uint32_t laneBits(Int8 mask) {
+    return static_cast<std::uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(mask.m_lanes)));
+}
 inline Int8 select(Int8 mask, Int8 a, Int8 b) {
     return {_mm256_blendv_epi8(b.m_lanes, a.m_lanes, mask.m_lanes)};
+}
+inline Float8 select(Int8 mask, Float8 a, Float8 b) {
+    return {_mm256_blendv_ps(b.m_lanes, a.m_lanes, _mm256_castsi256_ps(mask.m_lanes))};
+}
+inline Int8 minimumSigned(Int8 a, Int8 b) { return {_mm256_min_epi32(a.m_lanes, b.m_lanes)}; }
+inline Int8 maximumSigned(Int8 a, Int8 b) { return {_mm256_max_epi32(a.m_lanes, b.m_lanes)}; }
+inline std::uint32_t sumOfLanes(Int8 a) {
+    const __m128i half =
+        _mm_add_epi32(_mm256_castsi256_si128(a.m_lanes), _mm256_extracti128_si256(a.m_lanes, 1));
+    const __m128i pairs = _mm_add_epi32(half, _mm_shuffle_epi32(half, 0x4E));
+    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_add_epi32(pairs, _mm_shuffle_epi32(pairs, 1))));
+}
+
+template <int kX, int kY, int kZ, int kW> inline Float8 shuffle(Float8 a) {
+    return {_mm256_permute_ps(a.m_lanes, kX | kY << 2 | kZ << 4 | kW << 6)};
+}
+template <int kX, int kY, int kZ, int kW> inline Int8 shuffle(Int8 a) {
+    return {_mm256_shuffle_epi32(a.m_lanes, kX | kY << 2 | kZ << 4 | kW << 6)};
+}
+
+// The packs work within the halves of a vector, so their results are put in order.
+inline Int8 packBytes(const Int8 (&parts)[4]) {
+    const __m256i low = _mm256_packs_epi32(parts[0].m_lanes, parts[1].m_lanes);
+    const __m256i high = _mm256_packs_epi32(parts[2].m_lanes, parts[3].m_lanes);
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    return {_mm256_permutevar8x32_epi32(_mm256_packus_epi16(low, high), order)};
+}
+inline Int8 packWords(Int8 low, Int8 high) {
+    return {_mm256_permute4x64_epi64(_mm256_packus_epi32(low.m_lanes, high.m_lanes), 0xD8)};
 }
 
 inline Int8 bitsOf(Float8 a) { return {_mm256_castps_si256(a.m_lanes)}; }

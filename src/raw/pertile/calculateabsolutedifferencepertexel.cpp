@@ -14,8 +14,6 @@ void checkDimensions(const ElementProvider* destination, const ElementProvider* 
     }
 }
 
-Simd::Float4 absolute(Simd::Float4 a) { return floatsOf(bitsOf(a) & Simd::splat(0x7FFFFFFFu)); }
-
 } // namespace
 
 CalculateAbsoluteDifferencePerTexel::CalculateAbsoluteDifferencePerTexel(ElementProvider* destination,
