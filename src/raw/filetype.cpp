@@ -1,4 +1,4 @@
-#include "qor/texsmith/raw/helpers.h"
+#include "qor/texsmith/raw/filetype.h"
 
 #include "qor/texsmith/raw/names.h"
 #include "raw/frame/check.h"

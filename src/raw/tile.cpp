@@ -1,6 +1,7 @@
 #include "qor/texsmith/raw/tilers.h"
 
 #include "qor/texsmith/tools_assert.h"
+#include "raw/tiles/surface_rows.h"
 #include "raw/tiles/tiling.h"
 
 #include <cstring>

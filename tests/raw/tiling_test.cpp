@@ -1,3 +1,4 @@
+#include "raw/tiles/surface_rows.h"
 #include "raw/tiles/tiling.h"
 
 #include "qor/texsmith/texsmith.h"

@@ -16,6 +16,7 @@
 #include "qor/texsmith/raw/error_handler.h"
 #include "qor/texsmith/raw/exr.h"
 #include "qor/texsmith/raw/file.h"
+#include "qor/texsmith/raw/filetype.h"
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/half.h"
 #include "qor/texsmith/raw/hdr.h"

@@ -1,6 +1,6 @@
 #include "qor/texsmith/raw/view.h"
 
-#include "raw/tiles/tiling.h"
+#include "raw/tiles/surface_rows.h"
 
 #include <algorithm>
 #include <cstring>

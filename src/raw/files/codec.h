@@ -1,7 +1,8 @@
 // Codecs that a machine brings, by type of file. raw knows them only through this; src/codec implements it.
 #pragma once
 
-#include "qor/texsmith/raw/helpers.h"
+#include "qor/texsmith/raw/filetype.h"
+#include "qor/texsmith/raw/image.h"
 
 namespace qor::Texsmith::Raw {
 

@@ -1,6 +1,6 @@
 #include "raw/job/tiledtoimagejob.h"
 
-#include "raw/tiles/tiling.h"
+#include "raw/tiles/surface_rows.h"
 
 namespace qor::Texsmith::Raw {
 

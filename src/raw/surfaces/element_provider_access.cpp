@@ -8,7 +8,7 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-constexpr char kSourcePath[] = "raw\\surfaces\\element_provider_access";
+constexpr char kSourcePath[] = "raw\\surfaces\\element_provider";
 constexpr char kNeedsIndex[] = "surfaceIndex must not be NULL.";
 constexpr char kNeedsElement[] = "element must not be NULL.";
 constexpr char kNeedsBlock[] = "block must not be NULL.";

@@ -9,7 +9,7 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-constexpr char kSourcePath[] = "raw\\surfaces\\element_provider_sizes";
+constexpr char kSourcePath[] = "raw\\surfaces\\element_provider";
 
 // Reports a mip that the texture does not have; sizes are then those of its continued halving.
 unsigned checkedMip(const SurfaceCount& count, unsigned mip) {

@@ -11,7 +11,7 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-constexpr char kSourcePath[] = "raw\\surfaces\\element_provider_texel";
+constexpr char kSourcePath[] = "raw\\surfaces\\element_provider";
 
 struct Position {
     unsigned m_x, m_y, m_depth;

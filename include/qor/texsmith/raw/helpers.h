@@ -1,4 +1,4 @@
-// The front door for files: finding out what a file is, and loading, saving and converting it.
+// The front door for files: loading, saving, converting and comparing them.
 //
 // int results are Error values. An `extension` may be a whole file name. Names are UTF-8 on Windows and bytes
 // as they are elsewhere; a name to read may be a URL. Null pointers are reported, and the call then fails.
@@ -6,23 +6,10 @@
 
 #include "qor/texsmith/export.h"
 #include "qor/texsmith/raw/comparison.h"
+#include "qor/texsmith/raw/filetype.h"
 #include "qor/texsmith/raw/image.h"
 
-#include <cstdint>
-
 namespace qor::Texsmith::Raw {
-
-// Four characters, a dot and three capitals, the first in the low byte. 0 means unknown.
-using FileType = std::uint32_t;
-constexpr FileType makeFileType(const char (&text)[5]) {
-    return FileType(std::uint8_t(text[0])) | FileType(std::uint8_t(text[1])) << 8 |
-           FileType(std::uint8_t(text[2])) << 16 | FileType(std::uint8_t(text[3])) << 24;
-}
-
-// By what stands behind the last dot.
-QOR_TEXSMITH_API FileType getFileTypeFromExtension(const char* filename);
-// By the first bytes; at most five are looked at.
-QOR_TEXSMITH_API FileType getFileTypeFromContents(const MemoryRegion* region);
 
 // Both load and both convert return 0 whatever the reader returned; the ...WithResult forms hand its Error
 // on.
