@@ -2,7 +2,7 @@
 
 #include "raw/analysis/min_max_mean.h"
 #include "raw/analysis/range_and_sum_lanes.h"
-#include "simd/texel_pair.h"
+#include "simd/lanes4x2.h"
 
 #include <algorithm>
 #include <limits>
@@ -31,7 +31,7 @@ void MinMaxMean::Add(const VectorFloat& texel) {
     ++count;
 }
 
-void MinMaxMean::Add(const Tile& tile) { addTiles(*this, &tile, 1, &addRangeAndSum<PairLanes>); }
+void MinMaxMean::Add(const Tile& tile) { addTiles(*this, &tile, 1, &addRangeAndSum<Simd::Lanes4x2>); }
 
 void MinMaxMean::Add(const MinMaxMean& other) {
     for (unsigned lane = 0; lane < 4; ++lane) {

@@ -1,4 +1,4 @@
-// Texels to bytes for histograms, over lanes that hold two texels.
+// Texels to bytes for histograms, over eight lanes: two texels a vector.
 #pragma once
 
 #include "raw/analysis/tile_kernels.h"
@@ -8,50 +8,53 @@ namespace qor::Texsmith::Raw {
 template <typename Lanes> class ByteRounding {
 public:
     explicit ByteRounding(const ByteRange& before)
-        : m_lowest(Lanes::twice(before.m_min)), m_highest(Lanes::twice(before.m_max)),
-          m_outside(Lanes::noBits()), m_noByte(Lanes::noBits()) {}
+        : m_lowest(Lanes::repeatFloats(before.m_min)), m_highest(Lanes::repeatFloats(before.m_max)),
+          m_outside(Lanes::splat(0u)), m_noByte(Lanes::splat(0u)) {}
 
-    typename Lanes::Bits round(const float* texels) {
-        const Float value = Lanes::load(texels), zero = Lanes::splat(0.0f);
+    typename Lanes::Int round(const float* texels) {
+        const Float value = Lanes::loadFloats(texels), zero = Lanes::splat(0.0f);
         m_lowest = minimum(value, m_lowest);
         m_highest = maximum(value, m_highest);
         const Float unit = maximum(minimum(Lanes::splat(1.0f), value), zero); // a NaN becomes 0
-        m_outside = Lanes::addDifference(m_outside, value + zero, unit);      // -0 lies inside
+        m_outside = m_outside | (bitsOf(value + zero) ^ bitsOf(unit));        // -0 lies inside
         const Float scaled = unit * Lanes::splat(255.0f);
-        const auto byte = Lanes::truncate(scaled + Lanes::splat(0.5f));
-        m_noByte = Lanes::addDifference(m_noByte, Lanes::toFloat(byte), scaled);
+        const auto byte = truncateToInts(scaled + Lanes::splat(0.5f));
+        m_noByte = m_noByte | (bitsOf(toFloats(byte)) ^ bitsOf(scaled));
         return byte;
     }
 
     // A zero comes out as +0, so that the order in which zeros were met does not show.
     void addTo(ByteRange& range) const {
         float low[8], high[8];
-        Lanes::store(low, m_lowest);
-        Lanes::store(high, m_highest);
+        store(low, m_lowest);
+        store(high, m_highest);
         for (unsigned i = 0; i < 4; ++i) {
             range.m_min[i] = (low[i] < low[i + 4] ? low[i] : low[i + 4]) + 0.0f;
             range.m_max[i] = (high[i] > high[i + 4] ? high[i] : high[i + 4]) + 0.0f;
         }
-        range.m_isOutside = range.m_isOutside || Lanes::any(m_outside);
-        range.m_isNoByte = range.m_isNoByte || Lanes::any(m_noByte);
+        range.m_isOutside = range.m_isOutside || hasBits(m_outside);
+        range.m_isNoByte = range.m_isNoByte || hasBits(m_noByte);
     }
 
 private:
     using Float = typename Lanes::Float;
+    using Int = typename Lanes::Int;
+
+    static bool hasBits(Int a) { return !allLanes(equal(a, Lanes::splat(0u))); }
 
     Float m_lowest, m_highest;
-    typename Lanes::Bits m_outside, m_noByte;
+    Int m_outside, m_noByte; // bits that were found to differ
 };
 
 template <typename Lanes>
 void roundToBytes(ByteRange& range, std::uint8_t* bytes, const float* texels, unsigned count) {
     ByteRounding<Lanes> rounding(range);
     for (unsigned i = 0; i < count; i += 8, texels += 32, bytes += 32) {
-        typename Lanes::Bits pairs[4];
+        typename Lanes::Int pairs[4];
         for (unsigned pair = 0; pair < 4; ++pair) {
             pairs[pair] = rounding.round(texels + 8 * pair);
         }
-        Lanes::storeBytes(bytes, pairs);
+        store(bytes, packBytes(pairs));
     }
     rounding.addTo(range);
 }

@@ -1,8 +1,8 @@
-#include "raw/analysis/squared_error.h"
+#include "raw/analysis/squared_error_lanes.h"
 
 #include "qor/texsmith/raw/comparison.h"
 #include "simd/dispatch.h"
-#include "simd/texel_pair.h"
+#include "simd/lanes4x2.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,29 +10,36 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-using Pair = TexelPair;
+using Lanes = Simd::Lanes4x2;
+using Pair = Lanes::Float; // of texels
+
+Pair alphas(Pair texels) { return shuffle<3, 3, 3, 3>(texels); }
+Pair withAlphas(Pair colours, Pair alphas) {
+    static constexpr std::uint32_t kAlpha[4] = {0, 0, 0, 0xFFFFFFFF};
+    return select(Lanes::repeatInts(kAlpha), alphas, colours);
+}
 
 // Weighs the error of colours; alpha counts as it is.
 Pair weigh(Pair weight, Pair a, Pair b) {
     const Pair difference = a - b;
-    return PairLanes::withAlphas(weight * difference * difference, difference * difference);
+    return withAlphas(weight * difference * difference, difference * difference);
 }
 
 struct WeighedByFirst {
-    Pair operator()(Pair a, Pair b) const { return weigh(PairLanes::alphas(a), a, b); }
+    Pair operator()(Pair a, Pair b) const { return weigh(alphas(a), a, b); }
 };
 
 struct WeighedByBoth {
     Pair operator()(Pair a, Pair b) const {
-        return weigh((PairLanes::alphas(a) + PairLanes::alphas(b)) * PairLanes::splat(0.5f), a, b);
+        return weigh((alphas(a) + alphas(b)) * Lanes::splat(0.5f), a, b);
     }
 };
 
 struct Premultiplied {
     Pair operator()(Pair a, Pair b) const {
         const Pair difference = a - b;
-        const Pair colours = PairLanes::alphas(b) * b - PairLanes::alphas(a) * a;
-        return PairLanes::withAlphas(colours * colours, difference * difference);
+        const Pair colours = alphas(b) * b - alphas(a) * a;
+        return withAlphas(colours * colours, difference * difference);
     }
 };
 
@@ -44,8 +51,8 @@ VectorFloat normalOf(const float* texel) {
 struct TangentSpaceNormals {
     Pair operator()(Pair a, Pair b) const {
         float texelsA[8], texelsB[8];
-        PairLanes::store(texelsA, a);
-        PairLanes::store(texelsB, b);
+        store(texelsA, a);
+        store(texelsB, b);
         VectorFloat squares[2];
         for (unsigned texel = 0; texel < 2; ++texel) {
             const VectorFloat u = normalOf(texelsA + 4 * texel), v = normalOf(texelsB + 4 * texel);
@@ -54,14 +61,13 @@ struct TangentSpaceNormals {
                 squares[texel][lane] = half * half;
             }
         }
-        return PairLanes::load(squares[0].m_lanes);
+        return Lanes::loadFloats(squares[0].m_lanes);
     }
 };
 
 // The texels past the last whole eight. Those that are not there add what two equal texels of zeros add.
 template <typename Term>
-void addRest(EightSums<PairLanes>& sums, const VectorFloat* a, const VectorFloat* b, unsigned count,
-             Term term) {
+void addRest(EightSums<Lanes>& sums, const VectorFloat* a, const VectorFloat* b, unsigned count, Term term) {
     VectorFloat restOfA[8] = {}, restOfB[8] = {};
     std::copy_n(a, count, restOfA);
     std::copy_n(b, count, restOfB);
@@ -71,7 +77,7 @@ void addRest(EightSums<PairLanes>& sums, const VectorFloat* a, const VectorFloat
 template <typename Term>
 VectorFloat sumOf(const VectorFloat* a, const VectorFloat* b, unsigned count, Term term) {
     const unsigned whole = count & ~7u;
-    EightSums<PairLanes> sums;
+    EightSums<Lanes> sums;
     addTerms(sums, a->m_lanes, b->m_lanes, whole, term);
     if (whole != count) {
         addRest(sums, a + whole, b + whole, count - whole, term);
@@ -85,7 +91,7 @@ VectorFloat sumOf(const VectorFloat* a, const VectorFloat* b, unsigned count, Te
 
 VectorFloat StandardSquaredErrorCalculator::doCalculate(const VectorFloat* a, const VectorFloat* b,
                                                         unsigned count) const {
-    return sumOf(a, b, count, SquaredDifference<PairLanes>());
+    return sumOf(a, b, count, SquaredDifference<Lanes>());
 }
 
 VectorFloat TangentSpaceNormalErrorCalculator::doCalculate(const VectorFloat* a, const VectorFloat* b,

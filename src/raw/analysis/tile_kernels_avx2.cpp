@@ -4,8 +4,8 @@
 #if defined(__AVX2__)
 #    include "raw/analysis/range_and_sum_lanes.h"
 #    include "raw/analysis/round_to_bytes_lanes.h"
-#    include "raw/analysis/squared_error.h"
-#    include "simd/float8_avx2.h"
+#    include "raw/analysis/squared_error_lanes.h"
+#    include "simd/lanes8_avx2.h"
 #endif
 
 namespace qor::Texsmith::Raw {
@@ -14,30 +14,7 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 using Simd::Avx2::Float8;
-using Simd::Avx2::Int8;
-
-struct Lanes {
-    using Float = Float8;
-    using Bits = Int8;
-
-    static Float load(const float* texels) { return Simd::Avx2::loadFloats(texels); }
-    static void store(float* texels, Float a) { Simd::Avx2::store(texels, a); }
-    static Float twice(const float* texel) { return Simd::Avx2::loadHalves(texel, texel); }
-    static Float splat(float value) { return Simd::Avx2::splat(value); }
-    static Bits noBits() { return Simd::Avx2::splat(0u); }
-    static Bits truncate(Float a) { return truncateToInts(a); }
-    static Float toFloat(Bits a) { return toFloats(a); }
-    static Bits addDifference(Bits found, Float a, Float b) { return found | (bitsOf(a) ^ bitsOf(b)); }
-    static bool any(Bits a) { return _mm256_testz_si256(a.m_lanes, a.m_lanes) == 0; }
-    // The packing works on halves apart: texels 0, 2, 4, 6 come out before 1, 3, 5, 7.
-    static void storeBytes(std::uint8_t* bytes, const Bits (&pairs)[4]) {
-        const __m256i words[2] = {_mm256_packs_epi32(pairs[0].m_lanes, pairs[1].m_lanes),
-                                  _mm256_packs_epi32(pairs[2].m_lanes, pairs[3].m_lanes)};
-        const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-        const __m256i packed = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(words[0], words[1]), order);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), packed);
-    }
-};
+using Lanes = Simd::Avx2::Lanes8;
 
 // Four texels are loaded into both halves of a register; a shuffle then takes texels 0 and 1, or 2 and 3, one
 // to each half, and each byte to the low end of its lane.
@@ -89,7 +66,7 @@ void decodeByteTiles(Tile* tiles, const ByteTiles& source, unsigned count) {
             Float8 pairs[4];
             loadRow(pairs, loader, at);
             for (unsigned pair = 0; pair < 4; ++pair) {
-                Lanes::store(texels + 8 * pair, pairs[pair]);
+                store(texels + 8 * pair, pairs[pair]);
             }
         }
     }

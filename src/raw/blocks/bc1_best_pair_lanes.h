@@ -42,15 +42,15 @@ constexpr PairOrder makePairOrder() {
 }
 inline constexpr PairOrder kPairOrder = makePairOrder();
 
-template <typename Lanes> class PairLanes {
+template <typename Lanes> class BestPairSearch {
 public:
-    static BestPair findBest(const PairProblem& problem) { return PairLanes(problem).search(); }
+    static BestPair findBest(const PairProblem& problem) { return BestPairSearch(problem).search(); }
 
 private:
     using Float = typename Lanes::Float;
     static constexpr unsigned kVectors = 16 / Lanes::kCount;
 
-    explicit PairLanes(const PairProblem& problem)
+    explicit BestPairSearch(const PairProblem& problem)
         : m_pairCount(problem.m_endCount * (problem.m_endCount - 1) / 2) {
         for (int channel = 0; channel < 3; ++channel) {
             for (unsigned v = 0; v < kVectors; ++v) {
@@ -59,7 +59,7 @@ private:
         }
         for (unsigned i = 0; i < problem.m_endCount; ++i) {
             End& end = m_ends[i];
-            end.m_half = Lanes::loadFourfold(problem.m_halves[problem.m_places[i]]);
+            end.m_half = Lanes::repeatFloats(problem.m_halves[problem.m_places[i]]);
             const Float colour = end.m_half + end.m_half;
             for (unsigned v = 0; v < kVectors; ++v) {
                 end.m_distances[v] = squaredDistance(v, colour);
@@ -73,9 +73,9 @@ private:
     };
 
     Float squaredDistance(unsigned v, Float colour) const {
-        const Float dr = m_texels[0][v] - Lanes::template splatOf<0>(colour);
-        const Float dg = m_texels[1][v] - Lanes::template splatOf<1>(colour);
-        const Float db = m_texels[2][v] - Lanes::template splatOf<2>(colour);
+        const Float dr = m_texels[0][v] - shuffle<0, 0, 0, 0>(colour);
+        const Float dg = m_texels[1][v] - shuffle<1, 1, 1, 1>(colour);
+        const Float db = m_texels[2][v] - shuffle<2, 2, 2, 2>(colour);
         return dr * dr + dg * dg + db * db;
     }
 

@@ -1,12 +1,12 @@
 // The colour endpoints of BC1. What is here in scalar code is the meaning of the wide kernels: they add up in
 // the same order, texel after texel, and give the same bits.
 #include "raw/blocks/bc1_fit.h"
-#include "raw/blocks/bc1_four_lanes.h"
 #include "raw/blocks/bc1_lanes.h"
 #include "raw/blocks/bc1_single_colour.h"
 #include "raw/blocks/block_encoders.h"
 #include "simd/dispatch.h"
 #include "simd/fast_rsqrt.h"
+#include "simd/lanes4.h"
 
 #include <algorithm>
 #include <cstring>
@@ -219,7 +219,7 @@ void encodeBc1Blocks(void* destination, const ColorRGBA32F* points, unsigned cou
         wide(out, &points->r, done);
     }
     for (; done + 4 <= count; done += 4) {
-        Bc1Lanes<FourLanes>::encode(out + 8 * done, &points[16 * done].r);
+        Bc1Lanes<Simd::Lanes4>::encode(out + 8 * done, &points[16 * done].r);
     }
     for (; done < count; ++done) {
         encodeBc1Group(out + 8 * done, points + 16 * done, 1);

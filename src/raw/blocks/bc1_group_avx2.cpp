@@ -2,14 +2,14 @@
 
 #if defined(__AVX2__)
 
-#    include "raw/blocks/bc1_eight_lanes_avx2.h"
+#    include "simd/lanes8_avx2.h"
 
 namespace qor::Texsmith::Raw {
 namespace {
 
 void encodeBlocks(std::uint8_t* destination, const float* texels, unsigned count) {
     for (unsigned done = 0; done < count; done += 8) {
-        Bc1Lanes<EightLanes>::encode(destination + 8 * done, texels + 64 * done);
+        Bc1Lanes<Simd::Avx2::Lanes8>::encode(destination + 8 * done, texels + 64 * done);
     }
 }
 

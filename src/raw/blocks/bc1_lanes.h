@@ -24,7 +24,7 @@ public:
         Bc1Lanes blocks;
         blocks.load(texels);
         blocks.fit();
-        blocks.store(destination);
+        blocks.write(destination);
     }
 
 private:
@@ -57,9 +57,8 @@ private:
     static Float floats(float value) { return Lanes::splat(value); }
     static Int ints(std::uint32_t value) { return Lanes::splat(value); }
     static Float dot(Rgb a, Rgb b) { return a.r * b.r + a.g * b.g + a.b * b.b; }
-    static Float pick(Int mask, Float a, Float b) { return floatsOf(select(mask, bitsOf(a), bitsOf(b))); }
     static Rgb pick(Int mask, Rgb a, Rgb b) {
-        return {pick(mask, a.r, b.r), pick(mask, a.g, b.g), pick(mask, a.b, b.b)};
+        return {select(mask, a.r, b.r), select(mask, a.g, b.g), select(mask, a.b, b.b)};
     }
     static Float roundToEven(Float x) { return x + floats(kRoundingShift) - floats(kRoundingShift); }
 
@@ -134,7 +133,7 @@ private:
         std::uint32_t words[kCount] = {};
         for (int channel = 0; channel < 3; ++channel) {
             std::uint32_t bytes[kCount];
-            Lanes::store(bytes, truncateToInts(quantise(means[channel], 255.0f)));
+            store(bytes, truncateToInts(quantise(means[channel], 255.0f)));
             for (unsigned lane = 0; lane < kCount; ++lane) {
                 words[lane] |= kSingleColourEndpoints.m_words[bytes[lane]] & kFields[channel];
             }
@@ -229,10 +228,10 @@ private:
         m_indices = indices ^ (swap & ints(kSwapEndpoints));
     }
 
-    void store(std::uint8_t* destination) const {
+    void write(std::uint8_t* destination) const {
         std::uint32_t colours[kCount], indices[kCount];
-        Lanes::store(colours, m_colours);
-        Lanes::store(indices, m_indices);
+        store(colours, m_colours);
+        store(indices, m_indices);
         for (unsigned lane = 0; lane < kCount; ++lane) {
             std::memcpy(destination + 8 * lane, &colours[lane], 4);
             std::memcpy(destination + 8 * lane + 4, &indices[lane], 4);

@@ -2,10 +2,10 @@
 
 #include "raw/blocks/bc1_best_pair_lanes.h"
 #include "raw/blocks/bc1_colours.h"
-#include "raw/blocks/bc1_four_lanes.h"
 #include "raw/blocks/bc1_pair_search.h"
 #include "raw/blocks/block_encoders.h"
 #include "simd/dispatch.h"
+#include "simd/lanes4.h"
 
 #include <algorithm>
 #include <bit>
@@ -25,7 +25,7 @@ Planes loadPlanes(const ColorRGBA32F* block) {
     Planes planes;
     for (unsigned v = 0; v < 4; ++v) {
         Float4 channels[4];
-        FourLanes::loadTexels(channels, &block[4 * v].r, 4);
+        Lanes4::loadTexels(channels, &block[4 * v].r, 4);
         planes.m_r[v] = channels[0];
         planes.m_g[v] = channels[1];
         planes.m_b[v] = channels[2];
@@ -154,7 +154,7 @@ void encode(std::uint8_t* destination, const ColorRGBA32F* block, float alphaThr
 
 BestPairKernel chooseKernel() {
     const BestPairKernel wide = mayUseAvx2() ? getBestPairAvx2() : nullptr;
-    return wide != nullptr ? wide : PairLanes<FourLanes>::findBest;
+    return wide != nullptr ? wide : BestPairSearch<Lanes4>::findBest;
 }
 
 } // namespace

@@ -2,11 +2,11 @@
 
 #if defined(__AVX2__)
 
-#    include "raw/blocks/bc1_eight_lanes_avx2.h"
+#    include "simd/lanes8_avx2.h"
 
 namespace qor::Texsmith::Raw {
 
-BestPairKernel getBestPairAvx2() { return PairLanes<EightLanes>::findBest; }
+BestPairKernel getBestPairAvx2() { return BestPairSearch<Simd::Avx2::Lanes8>::findBest; }
 
 } // namespace qor::Texsmith::Raw
 

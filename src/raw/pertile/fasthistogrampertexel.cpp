@@ -3,7 +3,7 @@
 #include "raw/analysis/tile_kernels.h"
 #include "raw/frame/check.h"
 #include "simd/dispatch.h"
-#include "simd/texel_pair.h"
+#include "simd/lanes4x2.h"
 
 #include <algorithm>
 #include <iterator>
@@ -18,7 +18,7 @@ constexpr std::uint32_t kMostInBin = std::numeric_limits<std::uint16_t>::max();
 
 RoundToBytes chooseKernel() {
     const TileKernels* wide = Simd::mayUseAvx2() ? getTileKernelsAvx2() : nullptr;
-    return wide != nullptr ? wide->m_roundToBytes : &roundToBytes<PairLanes>;
+    return wide != nullptr ? wide->m_roundToBytes : &roundToBytes<Simd::Lanes4x2>;
 }
 
 using Bins = std::uint16_t[4][FastHistogram::kBins];
@@ -86,7 +86,7 @@ void addTexel(FastHistogram& histogram, const VectorFloat& texel) {
     VectorFloat texels[8];
     std::fill(std::begin(texels), std::end(texels), texel);
     std::uint8_t bytes[8 * 4];
-    roundInto(histogram, bytes, texels, 8, &roundToBytes<PairLanes>);
+    roundInto(histogram, bytes, texels, 8, &roundToBytes<Simd::Lanes4x2>);
     for (unsigned channel = 0; channel < 4; ++channel) {
         std::uint16_t& bin = histogram.m_bins[channel][bytes[channel]];
         histogram.flags |= bin == kMostInBin ? FastHistogram::kFlagSaturated : 0;

@@ -4,7 +4,7 @@
 #include "raw/analysis/tile_kernels.h"
 #include "raw/frame/check.h"
 #include "simd/dispatch.h"
-#include "simd/texel_pair.h"
+#include "simd/lanes4x2.h"
 
 #include <algorithm>
 
@@ -15,7 +15,7 @@ constexpr char kSourcePath[] = "raw\\pertile\\minmaxmeanpertexel";
 
 AddRangeAndSum chooseKernel() {
     const TileKernels* wide = Simd::mayUseAvx2() ? getTileKernelsAvx2() : nullptr;
-    return wide != nullptr ? wide->m_addRangeAndSum : &addRangeAndSum<PairLanes>;
+    return wide != nullptr ? wide->m_addRangeAndSum : &addRangeAndSum<Simd::Lanes4x2>;
 }
 
 } // namespace

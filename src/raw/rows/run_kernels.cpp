@@ -2,7 +2,7 @@
 
 #include "raw/rows/run_kernels_lanes.h"
 #include "raw/texels/codec.h"
-#include "simd/float4.h"
+#include "simd/lanes4.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,46 +10,11 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-struct Four {
-    using Ints = Simd::Int4;
-    using Floats = Simd::Float4;
-    static constexpr unsigned kCount = 4;
-
-    static Ints splat(std::uint32_t value) { return Simd::splat(value); }
-    static Floats splatFloat(float value) { return Simd::splat(value); }
-    static Ints repeat(const std::uint32_t* lanes) { return Simd::loadInts(lanes); }
-    static Ints gather(const std::uint32_t* table, Ints places) {
-        std::uint32_t at[kCount];
-        Simd::store(at, places);
-        return Simd::makeInts(table[at[0]], table[at[1]], table[at[2]], table[at[3]]);
-    }
-
+struct FourTexels : Simd::Lanes4 {
     struct Moves {}; // the swizzle is a kernel of its own
     static Moves movesOf(const RunSettings&) { return {}; }
-    static Ints swizzle(Ints texels, Moves) { return texels; }
-
-    static Ints load(const std::uint8_t* source) { return Simd::loadInts(source); }
-    static Ints loadBytes(const std::uint8_t* source) {
-        std::uint32_t bytes;
-        std::memcpy(&bytes, source, sizeof bytes);
-        return Simd::fromBytes(bytes);
-    }
-    static Ints loadWords(const std::uint8_t* source) {
-        std::uint64_t words;
-        std::memcpy(&words, source, sizeof words);
-        return Simd::fromWords(words);
-    }
-    static void store(std::uint8_t* destination, Ints lanes) { Simd::store(destination, lanes); }
-    static void storeBytes(std::uint8_t* destination, const Ints (&parts)[4]) {
-        for (unsigned i = 0; i < 4; ++i) {
-            const std::uint32_t bytes = Simd::toBytes(parts[i]);
-            std::memcpy(destination + 4 * i, &bytes, sizeof bytes);
-        }
-    }
-    static void storeWords(std::uint8_t* destination, Ints low, Ints high) {
-        const std::uint64_t words[2] = {Simd::toWords(low), Simd::toWords(high)};
-        std::memcpy(destination, words, sizeof words);
-    }
+    static Int swizzle(Int texels, Moves) { return texels; }
+    static void write(std::uint8_t* destination, Int texels) { store(destination, texels); }
 };
 
 // In pieces that stay in the nearest cache between the two passes.
@@ -96,7 +61,7 @@ void throughTables(void* destination, const void* source, std::size_t groups, co
     }
 }
 
-using Kernels = RunLanes::Kernels<Four>;
+using Kernels = RunLanes::Kernels<FourTexels>;
 
 } // namespace
 
@@ -105,12 +70,12 @@ constinit const RunKernel g_baseRunKernels[kRunCount] = {
     &swizzle8,
     Kernels::kBytesToFloats,
     Kernels::kBytesToHalves,
-    &RunLanes::floatsToBytes<Four>,
+    &RunLanes::floatsToBytes<FourTexels>,
     Kernels::kHalvesToBytes,
     Kernels::kFloatsToHalves,
     Kernels::kHalvesToFloats,
-    &RunLanes::floatsToSrgb<Four>,
-    &RunLanes::halvesToSrgb<Four>,
+    &RunLanes::floatsToSrgb<FourTexels>,
+    &RunLanes::halvesToSrgb<FourTexels>,
     Kernels::kBytesToTens,
     Kernels::kTensToBytes,
     Kernels::kBytesToFiveSixFive,

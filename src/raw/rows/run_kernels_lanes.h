@@ -1,7 +1,7 @@
-// The kernels over a vector type.
+// The kernels of runs over lanes.
 //
-// `Lanes` tells how many lanes a vector has, and loads and stores it: whole lanes, or bytes and 16-bit words
-// that are widened to a lane each. The arithmetic finds its operators by the vector's type.
+// Their class of lanes also swizzles texels of four bytes, one to a lane (Moves, movesOf, swizzle), and has
+// `write`, which stores a vector as the destination wants it, past the caches or not.
 #pragma once
 
 #include "raw/rows/run_kernels.h"
@@ -37,60 +37,59 @@ struct FiveSixFive {
 // ---- one vector of channels ----
 
 template <typename Lanes> struct Values {
-    using Ints = typename Lanes::Ints;
-    using Floats = typename Lanes::Floats;
+    using Int = typename Lanes::Int;
+    using Float = typename Lanes::Float;
 
-    static Ints splat(std::uint32_t value) { return Lanes::splat(value); }
-    static Floats splatFloat(float value) { return Lanes::splatFloat(value); }
+    static Int splat(std::uint32_t value) { return Lanes::splat(value); }
+    static Float splat(float value) { return Lanes::splat(value); }
 
-    static Ints floatsOfBytes(Ints bytes) { return bitsOf(toFloats(bytes) * splatFloat(kByteToUnit)); }
+    static Int floatsOfBytes(Int bytes) { return bitsOf(toFloats(bytes) * splat(kByteToUnit)); }
     // Scaled down by a power of two, the float has the small float's exponent, and zero stays zero.
-    static Ints halvesOfBytes(Ints bytes) {
-        return shiftRight<13>(bitsOf(toFloats(bytes) * splatFloat(kByteToUnit / kHalfExponents)));
+    static Int halvesOfBytes(Int bytes) {
+        return shiftRight<13>(bitsOf(toFloats(bytes) * splat(kByteToUnit / kHalfExponents)));
     }
     // The order of the operands makes a NaN 0.
-    static Ints bytesOfFloats(Floats values) {
-        const Floats unit = maximum(minimum(splatFloat(1.0f), values), splatFloat(0.0f));
-        return truncateToInts(splatFloat(255.0f) * unit + splatFloat(0.5f));
+    static Int bytesOfFloats(Float values) {
+        const Float unit = maximum(minimum(splat(1.0f), values), splat(0.0f));
+        return truncateToInts(splat(255.0f) * unit + splat(0.5f));
     }
     // As floats with the small float's exponent, all values are scaled down by a power of two. What is
     // negative stays so, infinity comes out above one, NaNs are made zero first; denormals are nothing in a
     // byte.
-    static Ints bytesOfHalves(Ints halves) {
-        const Ints raised = shiftLeft<16>(halves);
-        const Ints numbers = raised & greaterSigned(splat(0x7C000001), raised);
-        const Floats scaled = floatsOf(shiftRightSigned<3>(numbers));
-        const Floats unit =
-            maximum(minimum(splatFloat(1.0f / kHalfExponents), scaled), floatsOf(splat(0x00800000)));
-        return truncateToInts(splatFloat(255.0f * kHalfExponents) * unit + splatFloat(0.5f));
+    static Int bytesOfHalves(Int halves) {
+        const Int raised = shiftLeft<16>(halves);
+        const Int numbers = raised & greaterSigned(splat(0x7C000001u), raised);
+        const Float scaled = floatsOf(shiftRightSigned<3>(numbers));
+        const Float unit =
+            maximum(minimum(splat(1.0f / kHalfExponents), scaled), floatsOf(splat(0x00800000u)));
+        return truncateToInts(splat(255.0f * kHalfExponents) * unit + splat(0.5f));
     }
     // Exponents move by 112, but stay at the two ends; what is out of range becomes the nearest normal
     // number.
-    static Ints halvesOfFloats(Ints values) {
-        const Ints magnitude = values & splat(0x7FFFFFFF);
-        const Ints shifted = shiftRight<13>(magnitude);
-        const Floats raised = maximum(floatsOf(magnitude), floatsOf(splat(0x38800000)));
-        const Floats limited = minimum(raised, floatsOf(splat(0x477FE000)));
-        const Ints normal = shiftRight<13>(bitsOf(limited)) - splat(0x1C000);
-        const Ints endless = greaterSigned(magnitude, splat(0x7F7FFFFF));
-        const Ints denormal = greaterSigned(splat(0x00800000), magnitude);
-        const Ints small = select(endless, shifted - splat(0x38000), select(denormal, shifted, normal));
-        return (shiftRight<16>(values) & splat(0x8000)) | small;
+    static Int halvesOfFloats(Int values) {
+        const Int magnitude = values & splat(0x7FFFFFFFu);
+        const Int shifted = shiftRight<13>(magnitude);
+        const Float raised = maximum(floatsOf(magnitude), floatsOf(splat(0x38800000u)));
+        const Float limited = minimum(raised, floatsOf(splat(0x477FE000u)));
+        const Int normal = shiftRight<13>(bitsOf(limited)) - splat(0x1C000u);
+        const Int endless = greaterSigned(magnitude, splat(0x7F7FFFFFu));
+        const Int denormal = greaterSigned(splat(0x00800000u), magnitude);
+        const Int small = select(endless, shifted - splat(0x38000u), select(denormal, shifted, normal));
+        return (shiftRight<16>(values) & splat(0x8000u)) | small;
     }
-    static Ints floatsOfHalves(Ints halves) {
-        const Ints exponents = splat(0x38000000);
-        const Ints magnitude = shiftLeft<13>(halves & splat(0x7FFF));
-        const Ints ifNormal = greaterSigned(magnitude, splat(0x007FFFFF)) & exponents;
-        const Ints ifEndless = greaterSigned(magnitude, splat(0x0F7FFFFF)) & exponents;
-        return shiftLeft<16>(halves & splat(0x8000)) | (magnitude + ifNormal + ifEndless);
+    static Int floatsOfHalves(Int halves) {
+        const Int exponents = splat(0x38000000u);
+        const Int magnitude = shiftLeft<13>(halves & splat(0x7FFFu));
+        const Int ifNormal = greaterSigned(magnitude, splat(0x007FFFFFu)) & exponents;
+        const Int ifEndless = greaterSigned(magnitude, splat(0x0F7FFFFFu)) & exponents;
+        return shiftLeft<16>(halves & splat(0x8000u)) | (magnitude + ifNormal + ifEndless);
     }
-    static Ints srgbOfFloats(Floats values, Ints linear) {
-        const Floats unit =
-            minimum(maximum(values, floatsOf(splat(kSrgbStepsFirst << 16))), splatFloat(1.0f));
-        const Ints bits = bitsOf(unit);
-        const Ints words = Lanes::gather(g_srgbSteps.m_words, shiftRight<16>(bits) - splat(kSrgbStepsFirst));
-        const Ints encoded = shiftRight<16>(words + (bits & splat(0xFFFF)));
-        return select(linear, truncateToInts(splatFloat(255.0f) * unit + splatFloat(0.5f)), encoded);
+    static Int srgbOfFloats(Float values, Int linear) {
+        const Float unit = minimum(maximum(values, floatsOf(splat(kSrgbStepsFirst << 16))), splat(1.0f));
+        const Int bits = bitsOf(unit);
+        const Int words = Lanes::lookUp(g_srgbSteps.m_words, shiftRight<16>(bits) - splat(kSrgbStepsFirst));
+        const Int encoded = shiftRight<16>(words + (bits & splat(0xFFFFu)));
+        return select(linear, truncateToInts(splat(255.0f) * unit + splat(0.5f)), encoded);
     }
 };
 
@@ -99,24 +98,24 @@ template <typename Lanes> struct Values {
 // One channel, which need not be shifted down to be scaled. No sum lies halfway between two whole numbers, so
 // that rounding to nearest gives what the codecs' truncation does.
 template <typename Lanes, typename From, typename To, unsigned kChannel>
-typename Lanes::Ints repackChannel(typename Lanes::Ints texels) {
+typename Lanes::Int repackChannel(typename Lanes::Int texels) {
     constexpr unsigned kWidth = From::kWidths[kChannel], kShift = From::kShifts[kChannel];
     constexpr unsigned kEnd = kShift + kWidth, kToWidth = To::kWidths[kChannel];
     constexpr unsigned kToShift = To::kShifts[kChannel]; // as a name: not all compilers parse it in place
     constexpr float kFactor =
         static_cast<float>((1u << kToWidth) - 1) / static_cast<float>((1u << kWidth) - 1);
     if constexpr (kEnd == 32) {
-        const auto values = toFloats(shiftRight<kShift>(texels)) * Lanes::splatFloat(kFactor);
+        const auto values = toFloats(shiftRight<kShift>(texels)) * Lanes::splat(kFactor);
         return shiftLeft<kToShift>(roundToInts(values));
     } else {
         constexpr float kInPlace = kFactor / static_cast<float>(1u << kShift);
         const auto channel = texels & Lanes::splat(((1u << kWidth) - 1) << kShift);
-        return shiftLeft<kToShift>(roundToInts(toFloats(channel) * Lanes::splatFloat(kInPlace)));
+        return shiftLeft<kToShift>(roundToInts(toFloats(channel) * Lanes::splat(kInPlace)));
     }
 }
 
 template <typename Lanes, typename From, typename To>
-typename Lanes::Ints repackTexels(typename Lanes::Ints texels) {
+typename Lanes::Int repackTexels(typename Lanes::Int texels) {
     const auto low = repackChannel<Lanes, From, To, 0>(texels) | repackChannel<Lanes, From, To, 1>(texels);
     const auto most = low | repackChannel<Lanes, From, To, 2>(texels);
     if constexpr (From::kWidths[3] == 0 || To::kWidths[3] == 0) {
@@ -127,25 +126,25 @@ typename Lanes::Ints repackTexels(typename Lanes::Ints texels) {
 }
 
 template <typename Lanes, typename From>
-typename Lanes::Ints loadTexels(const Bytes* source, typename Lanes::Moves moves) {
+typename Lanes::Int loadTexels(const Bytes* source, typename Lanes::Moves moves) {
     if constexpr (From::kBytes == 2) {
         return Lanes::loadWords(source);
     } else if constexpr (From::kSwizzles) {
-        return Lanes::swizzle(Lanes::load(source), moves);
+        return Lanes::swizzle(Lanes::loadInts(source), moves);
     } else {
-        return Lanes::load(source);
+        return Lanes::loadInts(source);
     }
 }
 
 // Two vectors of texels.
 template <typename Lanes, typename To>
-void storeTexels(Bytes* destination, const typename Lanes::Ints (&texels)[2], typename Lanes::Moves moves) {
+void storeTexels(Bytes* destination, const typename Lanes::Int (&texels)[2], typename Lanes::Moves moves) {
     if constexpr (To::kBytes == 2) {
-        Lanes::storeWords(destination, texels[0], texels[1]);
+        Lanes::write(destination, packWords(texels[0], texels[1]));
     } else {
         for (unsigned i = 0; i < 2; ++i) {
             const auto stored = To::kSwizzles ? Lanes::swizzle(texels[i], moves) : texels[i];
-            Lanes::store(destination + i * 4 * Lanes::kCount, stored);
+            Lanes::write(destination + i * 4 * Lanes::kCount, stored);
         }
     }
 }
@@ -156,7 +155,7 @@ void repack(void* destination, const void* source, std::size_t groups, const Run
     auto* to = static_cast<Bytes*>(destination);
     const auto* from = static_cast<const Bytes*>(source);
     for (std::size_t i = 0; i < groups * kTexelsPerGroup; i += 2 * Lanes::kCount) {
-        typename Lanes::Ints texels[2];
+        typename Lanes::Int texels[2];
         for (unsigned half = 0; half < 2; ++half) {
             const Bytes* const at = from + (i + half * Lanes::kCount) * From::kBytes;
             texels[half] = repackTexels<Lanes, From, To>(loadTexels<Lanes, From>(at, moves));
@@ -169,28 +168,28 @@ void repack(void* destination, const void* source, std::size_t groups, const Run
 
 template <typename Lanes> struct LoadBytes {
     static constexpr unsigned kBytes = 1;
-    static typename Lanes::Ints load(const Bytes* source) { return Lanes::loadBytes(source); }
+    static typename Lanes::Int load(const Bytes* source) { return Lanes::loadBytes(source); }
 };
 template <typename Lanes> struct LoadHalves {
     static constexpr unsigned kBytes = 2;
-    static typename Lanes::Ints load(const Bytes* source) { return Lanes::loadWords(source); }
+    static typename Lanes::Int load(const Bytes* source) { return Lanes::loadWords(source); }
 };
 template <typename Lanes> struct LoadFloats {
     static constexpr unsigned kBytes = 4;
-    static typename Lanes::Ints load(const Bytes* source) { return Lanes::load(source); }
+    static typename Lanes::Int load(const Bytes* source) { return Lanes::loadInts(source); }
 };
 
 // Four vectors to the bytes, words or lanes of their values.
 template <typename Lanes, unsigned kBytes>
-void storeFour(Bytes* destination, const typename Lanes::Ints (&values)[4]) {
+void storeFour(Bytes* destination, const typename Lanes::Int (&values)[4]) {
     if constexpr (kBytes == 1) {
-        Lanes::storeBytes(destination, values);
+        Lanes::write(destination, packBytes(values));
     } else if constexpr (kBytes == 2) {
-        Lanes::storeWords(destination, values[0], values[1]);
-        Lanes::storeWords(destination + 4 * Lanes::kCount, values[2], values[3]);
+        Lanes::write(destination, packWords(values[0], values[1]));
+        Lanes::write(destination + 4 * Lanes::kCount, packWords(values[2], values[3]));
     } else {
         for (unsigned i = 0; i < 4; ++i) {
-            Lanes::store(destination + i * 4 * Lanes::kCount, values[i]);
+            Lanes::write(destination + i * 4 * Lanes::kCount, values[i]);
         }
     }
 }
@@ -201,7 +200,7 @@ void convertChannels(void* destination, const void* source, std::size_t groups, 
     const auto* from = static_cast<const Bytes*>(source);
     for (std::size_t i = 0; i < groups * kTexelsPerGroup * 4; i += 4 * Lanes::kCount) {
         const Bytes* const at = from + i * Load::kBytes;
-        typename Lanes::Ints values[4];
+        typename Lanes::Int values[4];
         for (unsigned part = 0; part < 4; ++part) {
             values[part] = convert(Load::load(at + part * Lanes::kCount * Load::kBytes));
         }
@@ -210,33 +209,32 @@ void convertChannels(void* destination, const void* source, std::size_t groups, 
 }
 
 template <typename Lanes, typename Load, unsigned kToBytes,
-          typename Lanes::Ints (*kConvert)(typename Lanes::Ints)>
+          typename Lanes::Int (*kConvert)(typename Lanes::Int)>
 void channels(void* destination, const void* source, std::size_t groups, const RunSettings&) {
     convertChannels<Lanes, Load, kToBytes>(destination, source, groups,
-                                           [](typename Lanes::Ints value) { return kConvert(value); });
+                                           [](typename Lanes::Int value) { return kConvert(value); });
 }
 
 template <typename Lanes>
 void floatsToBytes(void* destination, const void* source, std::size_t groups, const RunSettings&) {
-    convertChannels<Lanes, LoadFloats<Lanes>, 1>(destination, source, groups, [](typename Lanes::Ints value) {
+    convertChannels<Lanes, LoadFloats<Lanes>, 1>(destination, source, groups, [](typename Lanes::Int value) {
         return Values<Lanes>::bytesOfFloats(floatsOf(value));
     });
 }
 
 template <typename Lanes>
 void floatsToSrgb(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
-    const auto linear = Lanes::repeat(settings.m_linearLanes);
+    const auto linear = Lanes::repeatInts(settings.m_linearLanes);
     convertChannels<Lanes, LoadFloats<Lanes>, 1>(
-        destination, source, groups, [linear](typename Lanes::Ints value) {
-            return Values<Lanes>::srgbOfFloats(floatsOf(value), linear);
-        });
+        destination, source, groups,
+        [linear](typename Lanes::Int value) { return Values<Lanes>::srgbOfFloats(floatsOf(value), linear); });
 }
 
 template <typename Lanes>
 void halvesToSrgb(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
-    const auto linear = Lanes::repeat(settings.m_linearLanes);
+    const auto linear = Lanes::repeatInts(settings.m_linearLanes);
     convertChannels<Lanes, LoadHalves<Lanes>, 1>(
-        destination, source, groups, [linear](typename Lanes::Ints value) {
+        destination, source, groups, [linear](typename Lanes::Int value) {
             return Values<Lanes>::srgbOfFloats(floatsOf(Values<Lanes>::floatsOfHalves(value)), linear);
         });
 }

@@ -1,4 +1,4 @@
-// Sums of a term over pairs of texels, over lanes that hold two texels.
+// Sums of a term over pairs of texels, over eight lanes: two texels a vector.
 //
 // Texel i of a run goes to partial sum i mod 8. The eight are folded by halves, the upper onto the lower.
 #pragma once
@@ -13,7 +13,7 @@ template <typename Lanes> struct EightSums {
 
     void fold(float (&sums)[4]) const {
         float both[8];
-        Lanes::store(both, (m_pairs[0] + m_pairs[2]) + (m_pairs[1] + m_pairs[3]));
+        store(both, (m_pairs[0] + m_pairs[2]) + (m_pairs[1] + m_pairs[3]));
         for (unsigned i = 0; i < 4; ++i) {
             sums[i] = both[i] + both[i + 4];
         }
@@ -27,7 +27,7 @@ void addTerms(EightSums<Lanes>& sums, const float* a, const float* b, unsigned c
     for (unsigned i = 0; i < count; i += 8, a += 32, b += 32) {
         for (unsigned pair = 0; pair < 4; ++pair) {
             own.m_pairs[pair] =
-                own.m_pairs[pair] + term(Lanes::load(a + 8 * pair), Lanes::load(b + 8 * pair));
+                own.m_pairs[pair] + term(Lanes::loadFloats(a + 8 * pair), Lanes::loadFloats(b + 8 * pair));
         }
     }
     sums = own;
