@@ -5,6 +5,7 @@
 #include "raw/configuration/check_configuration.h"
 #include "raw/configuration/default_job_manager.h"
 #include "raw/frame/never_destroyed.h"
+#include "raw/frame/out_of_memory.h"
 
 namespace qor::Texsmith::Raw {
 
@@ -37,7 +38,13 @@ void checkStalled(unsigned state) {
     }
 }
 
-void execute(void* callback) { static_cast<JobCallback*>(callback)->Execute(); }
+// Nobody else tells why a callback failed that ran out of memory.
+void execute(void* callback) {
+    failWithoutMemory(kSourcePath, [callback] {
+        static_cast<JobCallback*>(callback)->Execute();
+        return kErrorNone;
+    });
+}
 
 // A fault in Execute leaves by a jump that runs no destructors, so it has a frame of its own and the guard
 // still counts the callback.
@@ -53,8 +60,8 @@ void runOnPool(void* job) { Platform::guardedCall(&runGuard, job); }
 
 // Never destroyed: static destructors of clients may still run jobs.
 JobManager* defaultJobManager() {
-    static JobManager* const manager = new ThreadpoolJobManager;
-    return manager;
+    static NeverDestroyed<ThreadpoolJobManager> s_manager;
+    return &s_manager.m_object;
 }
 
 Error JobManager::submit(const Job* job) {

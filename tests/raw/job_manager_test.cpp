@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -185,6 +186,13 @@ TEST(JobManager, ExceptionsEndAtThePoolAndPassThroughTheSerialManager) {
         recorder.texts(),
         "This Job object can't safely go out of scope - a JobManager may still be using it. Stall the Job or "
         "the JobManager before letting this Job go out of scope.\n");
+}
+
+TEST(JobManager, ACallbackWithoutMemoryIsReportedOnThePool) {
+    const ReportRecorder recorder;
+    const TestJob job(8, [](unsigned id) { return id == 3 ? throw std::bad_alloc() : kErrorNone; });
+    EXPECT_EQ(defaultJobManager()->submitAndStall(&job), kErrorFailed);
+    EXPECT_EQ(recorder.texts(), "There is not enough memory for this call.\n");
 }
 
 TEST(JobManager, AStrayWriteFailsTheJobOnThePool) {

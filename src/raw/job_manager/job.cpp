@@ -3,6 +3,7 @@
 #include "qor/texsmith/raw/job_manager.h"
 #include "raw/frame/check.h"
 #include "raw/frame/destructor_report.h"
+#include "raw/frame/shared_word.h"
 #include "raw/memory/row_stores.h"
 
 #include <algorithm>
@@ -113,10 +114,7 @@ bool Job::allCallbacksSucceeded() const {
     return m_succeeded.load(std::memory_order_acquire) == static_cast<unsigned>(m_callbacks);
 }
 
-bool Job::isAborted() const {
-    return m_abort != nullptr &&
-           std::atomic_ref<unsigned>(const_cast<unsigned&>(*m_abort)).load(std::memory_order_relaxed) != 0;
-}
+bool Job::isAborted() const { return asksForAbort(m_abort); }
 
 WorkItems Job::getWorkItems(unsigned callbackId, unsigned things) const {
     const Share share = shareOut(callbackId, static_cast<unsigned>(m_callbacks), things);

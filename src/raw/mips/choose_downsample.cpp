@@ -1,11 +1,11 @@
 #include "raw/mips/choose_downsample.h"
 
 #include "raw/configuration/check_configuration.h"
+#include "raw/frame/shared_word.h"
 #include "raw/mips/downsample_job.h"
 #include "raw/surfaces/extent.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 
 namespace qor::Texsmith::Raw {
@@ -102,11 +102,7 @@ unsigned depthOf(const ElementProvider& provider, const SurfaceIndex& index) {
 
 } // namespace
 
-bool isAborted(const Configuration& configuration) {
-    volatile unsigned* word = configuration.m_abort;
-    return word != nullptr &&
-           std::atomic_ref<unsigned>(const_cast<unsigned&>(*word)).load(std::memory_order_relaxed) != 0;
-}
+bool isAborted(const Configuration& configuration) { return asksForAbort(configuration.m_abort); }
 
 Error resultOfJob(Error error, const Configuration& configuration) {
     return error != kErrorNone && isAborted(configuration) ? kErrorAborted : error;

@@ -3,11 +3,11 @@
 #include "qor/texsmith/raw/per_tile.h"
 #include "qor/texsmith/raw/view.h"
 #include "raw/configuration/check_configuration.h"
+#include "raw/frame/shared_word.h"
 #include "raw/mips/choose_downsample.h"
 #include "raw/pertile/reformatpertile.h"
 
 #include <algorithm>
-#include <atomic>
 #include <bit>
 
 namespace qor::Texsmith::Raw {
@@ -17,12 +17,6 @@ constexpr char kSourcePath[] = "raw\\mips\\mip_maps";
 
 constexpr unsigned kFewCallbacks = 2;
 constexpr std::uint32_t kCarriedBitsOfRegister6 = 0xFFFFF;
-
-// Only the calling thread writes the counter; others may read it.
-void countOn(volatile unsigned* progress) {
-    const std::atomic_ref<unsigned> counter(const_cast<unsigned&>(*progress));
-    counter.store(counter.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-}
 
 class MipMaker {
 public:
@@ -54,8 +48,8 @@ private:
         const bool madeTwo = m_copies && !m_isVolume && m_mips > 1 &&
                              copyAndDownsample2d(&error, m_source, m_destination, top, m_configuration);
         if (madeTwo && error == kErrorNone) {
-            countOn(m_progress);
-            countOn(m_progress);
+            incrementSharedWord(m_progress);
+            incrementSharedWord(m_progress);
         } else if (!madeTwo) {
             error = overSlices(top, [this](const SurfaceIndex& slice) { return makeTop(slice); });
         }
@@ -116,7 +110,7 @@ private:
                 return error;
             }
         }
-        countOn(m_progress);
+        incrementSharedWord(m_progress);
         return kErrorNone;
     }
 
