@@ -1,5 +1,7 @@
 #include "qor/texsmith/block_compression.h"
 
+#include "raw/blocks/bc6_decoder.h"
+#include "raw/blocks/bc7_decoder.h"
 #include "raw/blocks/block_decoders.h"
 #include "raw/frame/check.h"
 #include "raw/texels/codec.h"
@@ -42,8 +44,8 @@ constexpr Decoder kDecoders[] = {
     {CpuBlockDecoder::kOutputTypeBytes, &decodeToBytes<&Raw::decodeBc3>},
     {CpuBlockDecoder::kOutputTypeFloats, &decodeToFloats<&Raw::decodeBc4>},
     {CpuBlockDecoder::kOutputTypeFloats, &decodeToFloats<&Raw::decodeBc5>},
-    {CpuBlockDecoder::kOutputTypeFloats, nullptr},
-    {CpuBlockDecoder::kOutputTypeBytes, nullptr},
+    {CpuBlockDecoder::kOutputTypeFloats, &decodeToFloats<&Raw::decodeBc6>},
+    {CpuBlockDecoder::kOutputTypeBytes, &decodeToBytes<&Raw::decodeBc7Block>},
 };
 constexpr Decoder kNoDecoder = {CpuBlockDecoder::kOutputTypeFloats, nullptr};
 

@@ -109,23 +109,27 @@ constexpr SurfaceFormatInfo compressed(SurfaceFormat format, std::uint8_t bytes)
 
 template <SurfaceFormat kFormat> constexpr SurfaceFormatInfo colourBlocks(std::uint8_t bytes) {
     SurfaceFormatInfo row = compressed(kFormat, bytes);
-    row.encodeBlock8 = &ColourBlocks<kFormat>::encodeBytes;
     row.decodeBlock8 = &ColourBlocks<kFormat>::decodeBytes;
-    row.encodeBlock = &ColourBlocks<kFormat>::encode;
     row.decodeBlock = &ColourBlocks<kFormat>::decode;
     row.hardwareDecodeBlock = &ColourBlocks<kFormat>::hardwareDecode;
-    row.encodeTile = &ColourBlocks<kFormat>::encodeTile;
     row.decodeTile = &decodeTileByBlocks;
+    if constexpr (kHasEncoder<kFormat>) {
+        row.encodeBlock8 = &ColourBlocks<kFormat>::encodeBytes;
+        row.encodeBlock = &ColourBlocks<kFormat>::encode;
+        row.encodeTile = &ColourBlocks<kFormat>::encodeTile;
+    }
     return row;
 }
 
 template <SurfaceFormat kFormat> constexpr SurfaceFormatInfo channelBlocks(std::uint8_t bytes) {
     SurfaceFormatInfo row = compressed(kFormat, bytes);
-    row.encodeBlock = &ChannelBlocks<kFormat>::encode;
     row.decodeBlock = &ChannelBlocks<kFormat>::decode;
     row.hardwareDecodeBlock = &ChannelBlocks<kFormat>::decode;
-    row.encodeTile = &encodeTileByBlocks;
     row.decodeTile = &decodeTileByBlocks;
+    if constexpr (kHasEncoder<kFormat>) {
+        row.encodeBlock = &ChannelBlocks<kFormat>::encode;
+        row.encodeTile = &encodeTileByBlocks;
+    }
     return row;
 }
 
@@ -170,8 +174,8 @@ constexpr SurfaceFormatInfo g_surfaceFormatInfo[Vex::kSurfaceFormatCount] = {
     /* 37 */ colourBlocks<Vex::kSurfaceFormatBc3>(16),
     /* 38 */ channelBlocks<Vex::kSurfaceFormatBc4>(8),
     /* 39 */ channelBlocks<Vex::kSurfaceFormatBc5>(16),
-    /* 40 */ compressed(Vex::kSurfaceFormatBc6, 16),
-    /* 41 */ compressed(Vex::kSurfaceFormatBc7, 16),
+    /* 40 */ channelBlocks<Vex::kSurfaceFormatBc6>(16),
+    /* 41 */ colourBlocks<Vex::kSurfaceFormatBc7>(16),
     /* 42 */ kEmpty, kEmpty,
     /* 44 */ packedByBlocks(Vex::kSurfaceFormatFmask8_S2_F1,   8),
     /* 45 */ packedByBlocks(Vex::kSurfaceFormatFmask8_S4_F1,   8),

@@ -30,7 +30,7 @@ public:
     bool m_isSigned;
     Raw::EncoderConfiguration m_configuration;
     std::int32_t m_outputType;
-    Decode m_decode; // null where the format has no decoder
+    Decode m_decode; // null for formats that are not block compressed
 
     // A format that is not block compressed is reported, and makes a decoder that is not initialized.
     explicit CpuBlockDecoder(DataFormat format);
@@ -42,7 +42,8 @@ public:
 };
 
 // Decodes one block to 16 floats, and returns where the next one begins, or null as decode does.
-// `remapSigned` maps signed formats of bytes to 0..1; BC4 and BC5 go by g_normalizationPolicy alone.
+// `remapSigned` maps signed formats of bytes to 0..1; BC4 and BC5 go by g_normalizationPolicy alone, and BC6
+// gives its values as they are.
 QOR_TEXSMITH_API const std::uint8_t* blockDecompress(ColorRGBA32F* output, const std::uint8_t* compressedData,
                                                      CpuBlockDecoder* decoder, bool remapSigned);
 

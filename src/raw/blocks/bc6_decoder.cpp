@@ -1,6 +1,7 @@
 #include "raw/blocks/bc6_decoder.h"
 
 #include "raw/blocks/bc6_tables.h"
+#include "raw/blocks/block_runs.h"
 #include "raw/blocks/bptc_tables.h"
 
 #include <array>
@@ -222,21 +223,18 @@ void decodeBc6(ColorRGBA32F* destination, const std::uint8_t* source, bool isSig
     (isSigned ? &decodeFloats<true> : &decodeFloats<false>)(destination, source);
 }
 
-void decodeBc6RunToFloats(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
-                          std::size_t count) {
-    decodeRunToFloats<false>(destination, pitch, source, count);
+DecodeBlockRun findFloatRunDecoder(Vex::SurfaceFormat format, bool isSigned) {
+    if (format != Vex::kSurfaceFormatBc6) {
+        return nullptr;
+    }
+    return isSigned ? &decodeRunToFloats<true> : &decodeRunToFloats<false>;
 }
-void decodeBc6RunToHalves(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
-                          std::size_t count) {
-    decodeRunToHalves<false>(destination, pitch, source, count);
-}
-void decodeBc6SignedRunToFloats(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
-                                std::size_t count) {
-    decodeRunToFloats<true>(destination, pitch, source, count);
-}
-void decodeBc6SignedRunToHalves(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
-                                std::size_t count) {
-    decodeRunToHalves<true>(destination, pitch, source, count);
+
+DecodeBlockRun findHalfRunDecoder(Vex::SurfaceFormat format, bool isSigned) {
+    if (format != Vex::kSurfaceFormatBc6) {
+        return nullptr;
+    }
+    return isSigned ? &decodeRunToHalves<true> : &decodeRunToHalves<false>;
 }
 
 } // namespace qor::Texsmith::Raw

@@ -21,15 +21,4 @@ Bc6Fields unpackBc6(const std::uint8_t* source);
 // 16 texels of R, G, B and an alpha of 1.0, from a block of 16 bytes.
 void decodeBc6(ColorRGBA32F* destination, const std::uint8_t* source, bool isSigned);
 
-// `count` blocks to 4 rows, `pitch` bytes apart: of 64 * count bytes as floats, or of 32 * count as halves.
-// What the codec of texels does to small halves is done to these: denormals become the least normal number.
-void decodeBc6RunToFloats(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
-                          std::size_t count);
-void decodeBc6RunToHalves(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
-                          std::size_t count);
-void decodeBc6SignedRunToFloats(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
-                                std::size_t count);
-void decodeBc6SignedRunToHalves(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
-                                std::size_t count);
-
 } // namespace qor::Texsmith::Raw

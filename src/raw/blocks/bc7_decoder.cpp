@@ -209,17 +209,18 @@ void decodeBlock(std::uint8_t* destination, std::size_t pitch, const std::uint8_
     kDecoders[mode](destination, pitch, bits);
 }
 
+void decodeRun(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source, std::size_t count) {
+    for (std::size_t block = 0; block < count; ++block) {
+        decodeBlock(destination + block * 16, pitch, source + block * 16);
+    }
+}
+
 } // namespace
 
 void decodeBc7Block(std::uint8_t* destination, const std::uint8_t* source) {
     decodeBlock(destination, kSide * 4, source);
 }
 
-void decodeBc7Run(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
-                  std::size_t count) {
-    for (std::size_t block = 0; block < count; ++block) {
-        decodeBlock(destination + block * 16, pitch, source + block * 16);
-    }
-}
+DecodeBlockRun findBc7RunDecoder() { return &decodeRun; }
 
 } // namespace qor::Texsmith::Raw

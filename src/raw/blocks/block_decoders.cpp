@@ -1,6 +1,7 @@
 #include "raw/blocks/block_decoders.h"
 
 #include "qor/texsmith/raw/normalization_policy.h"
+#include "raw/blocks/bc7_decoder.h"
 #include "raw/blocks/block_decoders_avx2.h"
 #include "raw/blocks/block_runs.h"
 #include "simd/dispatch.h"
@@ -211,6 +212,8 @@ DecodeBlockRun findBlockRunDecoder(Vex::SurfaceFormat format) {
         return wide ? &decodeRunAvx2<PlainAlpha, &BlockKernelsAvx2::m_bc2> : &decodeRun<PlainAlpha>;
     case Vex::kSurfaceFormatBc3:
         return wide ? &decodeRunAvx2<MixedAlpha, &BlockKernelsAvx2::m_bc3> : &decodeRun<MixedAlpha>;
+    case Vex::kSurfaceFormatBc7:
+        return findBc7RunDecoder();
     default:
         return nullptr;
     }

@@ -14,8 +14,12 @@ namespace qor::Texsmith::Raw {
 // `count` blocks to 4 rows of 16 * count bytes of R, G, B, A, `pitch` bytes apart.
 using DecodeBlockRun = void (*)(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
                                 std::size_t count);
-// Bc1, Bc2 and Bc3. Null for all other formats.
+// Bc1, Bc2, Bc3 and Bc7. Null for all other formats.
 DecodeBlockRun findBlockRunDecoder(Vex::SurfaceFormat format);
+// The same to four floats for each texel, or to four halves, whose denormals become the least normal number
+// as the codec of texels would store them. Bc6. Null for all other formats.
+DecodeBlockRun findFloatRunDecoder(Vex::SurfaceFormat format, bool isSigned);
+DecodeBlockRun findHalfRunDecoder(Vex::SurfaceFormat format, bool isSigned);
 
 // `count` times 16 texels, block after block, to `count` blocks.
 using EncodeBlockRun = void (*)(std::uint8_t* destination, const ColorRGBA32F* source,

@@ -1,5 +1,7 @@
 #include "raw/blocks/table_functions.h"
 
+#include "raw/blocks/bc6_decoder.h"
+#include "raw/blocks/bc7_decoder.h"
 #include "raw/blocks/block_decoders.h"
 #include "raw/blocks/block_encoders.h"
 #include "raw/blocks/block_runs.h"
@@ -50,6 +52,15 @@ template <> struct Codec<Vex::kSurfaceFormatBc5> {
     static constexpr Encode kEncode = &encodeBc5Block;
     static constexpr DecodeLanes kDecode = &decodeBc5;
     static constexpr unsigned kLanes = 2;
+};
+template <> struct Codec<Vex::kSurfaceFormatBc6> {
+    static constexpr Encode kEncode = nullptr;
+    static constexpr DecodeLanes kDecode = &decodeBc6;
+    static constexpr unsigned kLanes = 4;
+};
+template <> struct Codec<Vex::kSurfaceFormatBc7> {
+    static constexpr Encode kEncode = nullptr;
+    static constexpr Decode8 kDecode = &decodeBc7Block;
 };
 
 void encodeTexels(Encode encode, void* destination, const VectorFloat* source,
@@ -147,7 +158,9 @@ void ChannelBlocks<kFormat>::decode(Block* destination, const void* source, unsi
 template struct ColourBlocks<Vex::kSurfaceFormatBc1>;
 template struct ColourBlocks<Vex::kSurfaceFormatBc2>;
 template struct ColourBlocks<Vex::kSurfaceFormatBc3>;
+template struct ColourBlocks<Vex::kSurfaceFormatBc7>;
 template struct ChannelBlocks<Vex::kSurfaceFormatBc4>;
 template struct ChannelBlocks<Vex::kSurfaceFormatBc5>;
+template struct ChannelBlocks<Vex::kSurfaceFormatBc6>;
 
 } // namespace qor::Texsmith::Raw

@@ -1,4 +1,4 @@
-// The functions of the compressed rows: blocks of BC1 to BC5 through their codecs.
+// The functions of the compressed rows: blocks through their codecs.
 //
 // Destinations and sources are one element, and the row pitch plays no part, or the four elements of a tile,
 // which are encoded as one run.
@@ -8,9 +8,13 @@
 
 namespace qor::Texsmith::Raw {
 
-// Bc1, Bc2 and Bc3, whose decoded texels are bytes. These are then converted as the format's channel type
-// says: sRGB is decoded here. The conversion of the hardware gives the first texel for all sixteen where the
-// type is sRGB, like every run that it decodes.
+// Whether blocks of a format can be made; the encoding functions of the others are null.
+template <Vex::SurfaceFormat kFormat>
+inline constexpr bool kHasEncoder = kFormat != Vex::kSurfaceFormatBc6&& kFormat != Vex::kSurfaceFormatBc7;
+
+// Bc1, Bc2, Bc3 and Bc7, whose decoded texels are bytes. These are then converted as the format's channel
+// type says: sRGB is decoded here. The conversion of the hardware gives the first texel for all sixteen where
+// the type is sRGB, like every run that it decodes.
 template <Vex::SurfaceFormat kFormat> struct ColourBlocks {
     static void encode(void* destination, unsigned rowPitchInBytes, const Block* source,
                        const EncoderConfiguration* configuration);
@@ -26,7 +30,8 @@ template <Vex::SurfaceFormat kFormat> struct ColourBlocks {
                             const DecoderConfiguration* configuration);
 };
 
-// Bc4 and Bc5. Only the lanes that the format has are decoded: the caller hands in zeros.
+// Bc4, Bc5 and Bc6. Only the lanes that the format has are decoded: the caller hands in zeros. Bc6 has all
+// four, with an alpha of one.
 template <Vex::SurfaceFormat kFormat> struct ChannelBlocks {
     static void encode(void* destination, unsigned rowPitchInBytes, const Block* source,
                        const EncoderConfiguration* configuration);
@@ -37,7 +42,9 @@ template <Vex::SurfaceFormat kFormat> struct ChannelBlocks {
 extern template struct ColourBlocks<Vex::kSurfaceFormatBc1>;
 extern template struct ColourBlocks<Vex::kSurfaceFormatBc2>;
 extern template struct ColourBlocks<Vex::kSurfaceFormatBc3>;
+extern template struct ColourBlocks<Vex::kSurfaceFormatBc7>;
 extern template struct ChannelBlocks<Vex::kSurfaceFormatBc4>;
 extern template struct ChannelBlocks<Vex::kSurfaceFormatBc5>;
+extern template struct ChannelBlocks<Vex::kSurfaceFormatBc6>;
 
 } // namespace qor::Texsmith::Raw

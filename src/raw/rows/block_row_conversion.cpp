@@ -29,15 +29,16 @@ Configuration withFormat(Configuration configuration, Vex::DataFormat format) {
 
 bool isCompressed(Vex::DataFormat format) { return format.isBlockCompressedFormat(); }
 
-bool isChannelBlocks(Vex::SurfaceFormat format) {
-    return format == Vex::kSurfaceFormatBc4 || format == Vex::kSurfaceFormatBc5;
+// Blocks that become floats; the others become bytes.
+bool holdsFloats(Vex::SurfaceFormat format) {
+    return format == Vex::kSurfaceFormatBc4 || format == Vex::kSurfaceFormatBc5 ||
+           format == Vex::kSurfaceFormatBc6;
 }
 
 // Integer lanes have no place among floats.
 bool canDecode(Vex::DataFormat format) {
     return !isCompressed(format) || findBlockRunDecoder(format.getSurfaceFormat()) != nullptr ||
-           (isChannelBlocks(format.getSurfaceFormat()) &&
-            isFloatingChannelType(format.getTextureChannelType()));
+           (holdsFloats(format.getSurfaceFormat()) && isFloatingChannelType(format.getTextureChannelType()));
 }
 
 bool canEncode(Vex::DataFormat format) {
@@ -47,6 +48,29 @@ bool canEncode(Vex::DataFormat format) {
 
 bool canConvertBlocks(Vex::DataFormat from, Vex::DataFormat to) {
     return (isCompressed(from) || isCompressed(to)) && canDecode(from) && canEncode(to);
+}
+
+DecodeBlockRun findRunDecoder(Vex::SurfaceFormat format, bool isSigned) {
+    const DecodeBlockRun toBytes = findBlockRunDecoder(format);
+    return toBytes != nullptr ? toBytes : findFloatRunDecoder(format, isSigned);
+}
+
+// Whether colours stay in their places, and alpha too, or becomes the one that it is anyway.
+bool keepsOpaqueLanes(const LaneSwizzle& swizzle) {
+    constexpr unsigned kColoursInOrder =
+        Vex::kTextureChannelX << 6 | Vex::kTextureChannelY << 3 | Vex::kTextureChannelZ;
+    const unsigned alpha = swizzle.index() & 7;
+    return swizzle.index() >> 3 == kColoursInOrder &&
+           (alpha == Vex::kTextureChannelW || alpha == Vex::kTextureChannel1);
+}
+
+// Whether the halves of decoded blocks are what the destination stores.
+bool storesDecodedHalves(const TileConversion& steps) {
+    const Vex::DataFormat from = formatOf(&steps.decoder()), to = formatOf(&steps.encoder());
+    return to.getSurfaceFormat() == Vex::kSurfaceFormat16_16_16_16 &&
+           to.getTextureChannelType() == Vex::kTextureChannelTypeFloat &&
+           steps.decoder().m_transform.isNop() && steps.encoder().m_transform.isNop() &&
+           keepsOpaqueLanes(LaneSwizzle(from, to));
 }
 
 } // namespace
@@ -62,12 +86,16 @@ struct alignas(64) BlockRowConversion::Workspace {
 
 BlockRowConversion::BlockRowConversion(const TileConversion& steps)
     : m_encoder(steps.encoder()), m_sourceFormat(formatOf(&steps.decoder()).getSurfaceFormat()),
-      m_sourceIsSigned(steps.decoder().isSigned()), m_decode(findBlockRunDecoder(m_sourceFormat)) {
+      m_sourceIsSigned(steps.decoder().isSigned()),
+      m_decode(findRunDecoder(m_sourceFormat, m_sourceIsSigned)) {
     const Vex::DataFormat from = formatOf(&steps.decoder()), to = formatOf(&m_encoder);
     m_encode = findBlockRunEncoder(to.getSurfaceFormat());
     const Vex::DataFormat decoded = decodedFormat(from), encoded = isCompressed(to) ? asFloats(to) : to;
     m_isUsable = canConvertBlocks(from, to) && RowConversion::canConvert(decoded, encoded);
-    if (m_isUsable) {
+    const DecodeBlockRun toHalves = findHalfRunDecoder(m_sourceFormat, m_sourceIsSigned);
+    if (m_isUsable && toHalves != nullptr && storesDecodedHalves(steps)) {
+        m_decode = toHalves;
+    } else if (m_isUsable) {
         m_rows.emplace(TileConversion(withFormat(steps.decoder(), decoded), withFormat(m_encoder, encoded)));
     }
 }
@@ -96,7 +124,7 @@ Vex::DataFormat BlockRowConversion::decodedFormat(Vex::DataFormat source) {
     if (!isCompressed(source)) {
         return source;
     }
-    return isChannelBlocks(source.getSurfaceFormat()) ? asFloats(source) : asBytes(source);
+    return holdsFloats(source.getSurfaceFormat()) ? asFloats(source) : asBytes(source);
 }
 
 void BlockRowConversion::convert(const ElementRows& destination, const ElementRows& source,
@@ -124,7 +152,7 @@ BlockRowConversion::Rows BlockRowConversion::decode(const ElementRows& source, u
         m_decode(rows.m_texels, rows.m_pitch, source.m_memory, blocks);
         return rows;
     }
-    if (isChannelBlocks(m_sourceFormat)) {
+    if (holdsFloats(m_sourceFormat)) {
         decodeChannels(rows, source, blocks);
         return rows;
     }

@@ -1,6 +1,7 @@
 #include "qor/texsmith/raw/half.h"
 #include "raw/blocks/bc6_decoder.h"
 #include "raw/blocks/bc7_decoder.h"
+#include "raw/blocks/block_runs.h"
 #include "simd/dispatch.h"
 #include "support/bit_patterns.h"
 #include "support/bptc_oracle.h"
@@ -15,6 +16,7 @@
 
 namespace {
 
+using namespace qor;
 using namespace qor::Texsmith;
 using namespace TestSupport;
 
@@ -89,8 +91,6 @@ Oracle::HalfTexels storedHalves(Oracle::HalfTexels halves) {
     return halves;
 }
 
-using DecodeRun = void (*)(std::uint8_t*, std::size_t, const std::uint8_t*, std::size_t);
-
 TEST(Bc7Decoder, GivesThePublishedTexelsInEveryMode) {
     for (unsigned mode = 0; mode <= 8; ++mode) {
         SCOPED_TRACE(mode);
@@ -104,17 +104,21 @@ TEST(Bc7Decoder, GivesThePublishedTexelsInEveryMode) {
             Raw::decodeBc7Block(texels[0].data(), blocks.block(i));
             ASSERT_EQ(texels, expected[i]) << i;
         }
-        Rows<Oracle::ByteTexels> rows(blocks.count());
-        Raw::decodeBc7Run(rows.data(), rows.pitch(), blocks.data(), blocks.count());
-        EXPECT_EQ(rows, expectedRows);
+        for (const bool wide : {false, true}) {
+            Simd::allowAvx2(wide);
+            Rows<Oracle::ByteTexels> rows(blocks.count());
+            Raw::findBlockRunDecoder(Vex::kSurfaceFormatBc7)(rows.data(), rows.pitch(), blocks.data(),
+                                                             blocks.count());
+            EXPECT_EQ(rows, expectedRows) << wide;
+        }
     }
 }
 
 void checkBc6(unsigned mode, unsigned modeBits, std::size_t count, bool isSigned) {
     SCOPED_TRACE(testing::Message() << mode << " " << isSigned);
     const RandomBlocks blocks(count, mode, modeBits);
-    Rows<Oracle::HalfTexels> expectedHalves(count), halves(count);
-    Rows<FloatTexels> expectedFloats(count), floats(count);
+    Rows<Oracle::HalfTexels> expectedHalves(count);
+    Rows<FloatTexels> expectedFloats(count);
     for (std::size_t i = 0; i < count; ++i) {
         const Oracle::HalfTexels expected = Oracle::decodeBc6(blocks.block(i), isSigned);
         expectedHalves.put(i, storedHalves(expected));
@@ -123,12 +127,17 @@ void checkBc6(unsigned mode, unsigned modeBits, std::size_t count, bool isSigned
         Raw::decodeBc6(reinterpret_cast<ColorRGBA32F*>(&texels), blocks.block(i), isSigned);
         ASSERT_EQ(texels, floatsOf(expected)) << i;
     }
-    (isSigned ? &Raw::decodeBc6SignedRunToHalves : &Raw::decodeBc6RunToHalves)(halves.data(), halves.pitch(),
-                                                                               blocks.data(), count);
-    EXPECT_EQ(halves, expectedHalves);
-    (isSigned ? &Raw::decodeBc6SignedRunToFloats : &Raw::decodeBc6RunToFloats)(floats.data(), floats.pitch(),
-                                                                               blocks.data(), count);
-    EXPECT_EQ(floats, expectedFloats);
+    for (const bool wide : {false, true}) {
+        Simd::allowAvx2(wide);
+        Rows<Oracle::HalfTexels> halves(count);
+        Raw::findHalfRunDecoder(Vex::kSurfaceFormatBc6, isSigned)(halves.data(), halves.pitch(),
+                                                                  blocks.data(), count);
+        EXPECT_EQ(halves, expectedHalves) << wide;
+        Rows<FloatTexels> floats(count);
+        Raw::findFloatRunDecoder(Vex::kSurfaceFormatBc6, isSigned)(floats.data(), floats.pitch(),
+                                                                   blocks.data(), count);
+        EXPECT_EQ(floats, expectedFloats) << wide;
+    }
 }
 
 TEST(Bc6Decoder, GivesThePublishedTexelsInEveryMode) {
