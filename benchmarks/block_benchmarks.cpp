@@ -5,8 +5,10 @@
 #include "qor/texsmith/raw/image.h"
 #include "qor/texsmith/raw/reformat.h"
 #include "ratio_reporter.h"
+#include "raw/blocks/bc1_group.h"
 #include "raw/blocks/bc1_punch_through.h"
 #include "raw/blocks/block_encoders.h"
+#include "raw/blocks/block_preparation.h"
 #include "raw/blocks/block_runs.h"
 #include "simd/dispatch.h"
 

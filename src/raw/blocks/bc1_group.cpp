@@ -1,9 +1,11 @@
 // The colour endpoints of BC1. What is here in scalar code is the meaning of the wide kernels: they add up in
 // the same order, texel after texel, and give the same bits.
+#include "raw/blocks/bc1_group.h"
+
 #include "raw/blocks/bc1_fit.h"
 #include "raw/blocks/bc1_lanes.h"
 #include "raw/blocks/bc1_single_colour.h"
-#include "raw/blocks/block_encoders.h"
+#include "raw/texels/sides.h"
 #include "simd/dispatch.h"
 #include "simd/fast_rsqrt.h"
 #include "simd/lanes4.h"

@@ -7,6 +7,7 @@
 
 #include "raw/blocks/bc1_fit.h"
 #include "raw/blocks/bc1_single_colour.h"
+#include "raw/texels/sides.h"
 #include "simd/fast_rsqrt.h"
 
 #include <cstring>
@@ -30,7 +31,6 @@ public:
 private:
     using Float = typename Lanes::Float;
     using Int = typename Lanes::Int;
-    static constexpr unsigned kTexels = 16;
     static constexpr unsigned kCount = Lanes::kCount;
 
     struct Rgb {
@@ -50,7 +50,7 @@ private:
         Rgb m_weighted;
     };
     // From the first endpoint to the second; 0 where they are equal, so that all steps are 0 too.
-    struct Way {
+    struct Line {
         Rgb m_start, m_direction;
     };
 
@@ -63,22 +63,22 @@ private:
     static Float roundToEven(Float x) { return x + floats(kRoundingShift) - floats(kRoundingShift); }
 
     void load(const float* texels) {
-        for (unsigned t = 0; t < kTexels; ++t) {
+        for (unsigned t = 0; t < kTexelsPerBlock; ++t) {
             Float channels[4];
-            Lanes::loadTexels(channels, texels + 4 * t, 4 * kTexels);
+            Lanes::loadTexels(channels, texels + 4 * t, 4 * kTexelsPerBlock);
             m_points[t] = {channels[0], channels[1], channels[2]};
         }
     }
 
     void findMeanAndRange() {
         Rgb sum = m_points[0], low = sum, high = sum;
-        for (unsigned t = 1; t < kTexels; ++t) {
+        for (unsigned t = 1; t < kTexelsPerBlock; ++t) {
             const Rgb p = m_points[t];
             sum = sum + p;
             low = {minimum(p.r, low.r), minimum(p.g, low.g), minimum(p.b, low.b)};
             high = {maximum(p.r, high.r), maximum(p.g, high.g), maximum(p.b, high.b)};
         }
-        m_mean = sum * floats(1.0f / kTexels);
+        m_mean = sum * floats(1.0f / kTexelsPerBlock);
         m_range = high - low;
     }
 
@@ -117,7 +117,7 @@ private:
 
     Endpoints endpointsAlong(Rgb axis) const {
         Float low = dot(axis, m_points[0]), high = low;
-        for (unsigned t = 1; t < kTexels; ++t) {
+        for (unsigned t = 1; t < kTexelsPerBlock; ++t) {
             const Float along = dot(axis, m_points[t]);
             low = minimum(along, low);
             high = maximum(along, high);
@@ -149,7 +149,7 @@ private:
                 pick(mask, levelsOf(shiftRight<16>(words)), other.m_second)};
     }
 
-    static Way wayOf(Endpoints ends) {
+    static Line lineThrough(Endpoints ends) {
         const auto widen = [](Rgb q) {
             return Rgb{q.r * floats(kRedBlueStep), q.g * floats(kGreenStep), q.b * floats(kRedBlueStep)};
         };
@@ -160,18 +160,18 @@ private:
         const auto part = [&](Float x) { return floatsOf(bitsOf(x / square) & differ); };
         return {start, {part(way.r), part(way.g), part(way.b)}};
     }
-    static Float shiftedStep(const Way& way, Rgb p) {
-        const Float along = dot(p - way.m_start, way.m_direction);
+    static Float shiftedStep(const Line& line, Rgb p) {
+        const Float along = dot(p - line.m_start, line.m_direction);
         const Float step = minimum(maximum(along, floats(0.0f)) * floats(3.0f), floats(3.0f));
         return step + floats(kRoundingShift);
     }
 
     Sums sumSteps(Endpoints ends) const {
-        const Way way = wayOf(ends);
+        const Line line = lineThrough(ends);
         const Float zero = floats(0.0f);
         Sums sums = {zero, zero, {zero, zero, zero}};
         for (const Rgb& p : m_points) {
-            const Float step = shiftedStep(way, p) - floats(kRoundingShift);
+            const Float step = shiftedStep(line, p) - floats(kRoundingShift);
             sums.m_steps = sums.m_steps + step;
             sums.m_squares = sums.m_squares + step * step;
             sums.m_weighted = sums.m_weighted + p * (floats(3.0f) - step);
@@ -183,27 +183,32 @@ private:
     Endpoints refine(Endpoints ends) const {
         const Sums sums = sumSteps(ends);
         const Float bb = sums.m_squares;
-        const Float aa = floats(9.0f * kTexels) - floats(6.0f) * sums.m_steps + bb;
+        const Float aa = floats(9.0f * kTexelsPerBlock) - floats(6.0f) * sums.m_steps + bb;
         const Float ab = floats(3.0f) * sums.m_steps - bb;
         const Float determinant = aa * bb - ab * ab;
         const Float f = floats(3.0f) / determinant;
         const Rgb x = sums.m_weighted;
-        const Rgb y = m_mean * floats(3.0f * kTexels) - x;
+        const Rgb y = m_mean * floats(3.0f * kTexelsPerBlock) - x;
         const Rgb first = x * (bb * f) - y * (ab * f);
         const Rgb second = y * (aa * f) - x * (ab * f);
         return takeFlat(equal(bitsOf(determinant), ints(0)), {quantise(first), quantise(second)});
     }
 
-    // Two bits a texel; steps 0, 1, 2, 3 are the indices 0, 2, 3, 1.
+    // Two bits a texel.
+    //
+    // A step with the rounding shift added is a float whose bits are kShiftBits + step. Adding these up, each
+    // moved up by two bits from the one before, gives the fields of the steps and beside them kShiftBits *
+    // (1 + 4 + 16 ...), modulo 2^32; that product is taken away at the end, in place of kShiftBits each time.
+    // Steps 0, 1, 2, 3 are the indices 0, 2, 3, 1: the upper bit of an index is the exclusive or of the
+    // step's two bits, the lower one is the step's upper bit.
     Int packIndices(Endpoints ends) const {
-        const Way way = wayOf(ends);
+        const Line line = lineThrough(ends);
         Int word = ints(0);
-        for (unsigned t = kTexels; t-- > 0;) {
-            word = shiftLeft<2>(word) + bitsOf(shiftedStep(way, m_points[t]));
+        for (unsigned t = kTexelsPerBlock; t-- > 0;) {
+            word = shiftLeft<2>(word) + bitsOf(shiftedStep(line, m_points[t]));
         }
-        // The bits of the rounding shift have been added up, too.
-        constexpr std::uint32_t kShiftBits = 0x4B400000u * 0x55555555u;
-        word = word - ints(kShiftBits);
+        constexpr std::uint32_t kShiftBits = 0x4B400000u, kOncePerTexel = 0x55555555u;
+        word = word - ints(kShiftBits * kOncePerTexel);
         const Int low = word & ints(0x55555555);
         const Int high = shiftRight<1>(word) & ints(0x55555555);
         return shiftLeft<1>(high ^ low) | high;
@@ -238,7 +243,7 @@ private:
         }
     }
 
-    Rgb m_points[kTexels];
+    Rgb m_points[kTexelsPerBlock];
     Rgb m_mean, m_range;
     Int m_colours, m_indices;
 };

@@ -1,7 +1,7 @@
 #include "raw/blocks/bc1_pair_search.h"
 
 #include "raw/blocks/bc1_colours.h"
-#include "raw/blocks/block_encoders.h"
+#include "raw/texels/sides.h"
 
 #include <algorithm>
 #include <atomic>

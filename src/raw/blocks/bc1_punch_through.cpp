@@ -3,7 +3,7 @@
 #include "raw/blocks/bc1_best_pair_lanes.h"
 #include "raw/blocks/bc1_colours.h"
 #include "raw/blocks/bc1_pair_search.h"
-#include "raw/blocks/block_encoders.h"
+#include "raw/texels/sides.h"
 #include "simd/dispatch.h"
 #include "simd/lanes4.h"
 

@@ -2,10 +2,12 @@
 //
 // All work is in 64ths of a level against the decoder's own palette: first a range, then steps of least
 // squares, then a walk over neighbouring pairs of endpoints as long as the error falls.
-#include "raw/blocks/bc4_kernels.h"
-#include "raw/blocks/block_encoders.h"
+#include "raw/blocks/bc4_encoder.h"
 
 #include "qor/texsmith/raw/normalization_policy.h"
+#include "raw/blocks/bc4_kernels.h"
+#include "raw/blocks/bc4_weights.h"
+#include "raw/texels/sides.h"
 #include "simd/dispatch.h"
 
 #include <algorithm>
@@ -26,12 +28,18 @@ struct Range {
     int m_greatest;
 };
 
-constexpr Bc4Mode kEightValues = {{64, 0, 55, 46, 37, 27, 18, 9}, {0, 64, 9, 18, 27, 37, 46, 55}, {}};
-constexpr Bc4Mode kSixUnsigned = {
-    {64, 0, 51, 38, 26, 13, 0, 0}, {0, 64, 13, 26, 38, 51, 0, 0}, {0, 0, 0, 0, 0, 0, 0, 255 * kLevel}};
-constexpr Bc4Mode kSixSigned = {{64, 0, 51, 38, 26, 13, 0, 0},
-                                {0, 64, 13, 26, 38, 51, 0, 0},
-                                {0, 0, 0, 0, 0, 0, -127 * kLevel, 127 * kLevel}};
+// `least` and `greatest` are the last two entries, in levels; 0 where these are mixes.
+constexpr Bc4Mode modeOf(const Bc4Weights& weights, int least, int greatest) {
+    Bc4Mode mode = {};
+    std::copy_n(weights.m_first, 8, mode.m_first);
+    std::copy_n(weights.m_second, 8, mode.m_second);
+    mode.m_constant[6] = static_cast<std::int16_t>(least * kLevel);
+    mode.m_constant[7] = static_cast<std::int16_t>(greatest * kLevel);
+    return mode;
+}
+constexpr Bc4Mode kEightValues = modeOf(kBc4EightValues, 0, 0);
+constexpr Bc4Mode kSixUnsigned = modeOf(kBc4SixValues, 0, 255);
+constexpr Bc4Mode kSixSigned = modeOf(kBc4SixValues, -127, 127);
 
 // The loops over 16 texels are written so that compilers make vectors of them.
 struct Palette {
@@ -120,11 +128,8 @@ public:
     Fit fit(int high, int low) const {
         const int top = roundToLevel(high), bottom = roundToLevel(low);
         Fit best = measured(m_isEight ? ordered(top, bottom) : ordered(bottom, top));
-        for (unsigned step = 0; step < kSquareSteps && best.m_error != 0 && stepBySquares(&best); ++step) {
-        }
-        for (unsigned round = 0; round < kMostRounds && best.m_error != 0 && stepToNeighbour(&best);
-             ++round) {
-        }
+        improve<&Fitter::stepBySquares>(&best, kSquareSteps);
+        improve<&Fitter::stepToNeighbour>(&best, kMostRounds);
         return best;
     }
 
@@ -150,6 +155,15 @@ private:
     bool isAllowed(int a, int b) const {
         return a >= m_range.m_least && a <= m_range.m_greatest && b >= m_range.m_least &&
                b <= m_range.m_greatest && (a > b) == m_isEight;
+    }
+
+    // As long as it helps, and at most `most` times.
+    template <bool (Fitter::*kStep)(Fit*) const> void improve(Fit* best, unsigned most) const {
+        for (unsigned i = 0; i < most && best->m_error != 0; ++i) {
+            if (!(this->*kStep)(best)) {
+                return;
+            }
+        }
     }
 
     Fit measured(Bc4Endpoints ends) const {

@@ -3,6 +3,7 @@
 #include "raw/blocks/bc6_tables.h"
 #include "raw/blocks/block_runs.h"
 #include "raw/blocks/bptc_tables.h"
+#include "raw/texels/sides.h"
 
 #include <array>
 #include <bit>
@@ -13,7 +14,7 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little);
 
-constexpr unsigned kSide = 4, kTexels = 16, kChannels = 3;
+constexpr unsigned kChannels = 3;
 constexpr unsigned kPartitionAt = 77;
 constexpr std::uint16_t kHalfOne = 0x3C00;
 
@@ -35,7 +36,7 @@ constexpr unsigned reversed(unsigned value, unsigned bits) {
 void unpackIndices(Bc6Fields& fields, const std::uint64_t (&block)[2], const Bc6Mode& mode) {
     const unsigned second = mode.m_subsets == 2 ? kBc7SecondAnchors2[fields.m_partition] : 0;
     unsigned at = mode.indicesAt();
-    for (unsigned texel = 0; texel < kTexels; ++texel) {
+    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
         const bool isAnchor = texel == 0 || texel == second;
         const unsigned bits = mode.indexBits() - (isAnchor ? 1 : 0);
         fields.m_indices[texel] = static_cast<std::uint8_t>(bitsAt(block, at, bits));
@@ -120,7 +121,8 @@ private:
     unsigned m_indexBits;
 };
 
-template <bool kSigned> void decodeToHalves(HalfTexel (&texels)[kTexels], const std::uint8_t* source) {
+template <bool kSigned>
+void decodeToHalves(HalfTexel (&texels)[kTexelsPerBlock], const std::uint8_t* source) {
     const Bc6Fields fields = unpackBc6(source);
     if (fields.m_mode == kBc6Modes) {
         for (HalfTexel& texel : texels) {
@@ -130,7 +132,7 @@ template <bool kSigned> void decodeToHalves(HalfTexel (&texels)[kTexels], const 
     }
     const Palette<kSigned> palette(fields);
     const std::uint16_t mask = kBc6ModeTable[fields.m_mode].m_subsets == 2 ? 0xFFFF : 0;
-    for (unsigned texel = 0; texel < kTexels; ++texel) {
+    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
         texels[texel] = palette(subsetOfTwo(fields.m_partition, texel) & mask, fields.m_indices[texel]);
     }
 }
@@ -154,9 +156,9 @@ std::uint16_t storedHalf(std::uint16_t half) {
 }
 
 template <bool kSigned> void decodeFloats(ColorRGBA32F* destination, const std::uint8_t* source) {
-    HalfTexel texels[kTexels];
+    HalfTexel texels[kTexelsPerBlock];
     decodeToHalves<kSigned>(texels, source);
-    for (unsigned texel = 0; texel < kTexels; ++texel) {
+    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
         destination[texel] = {floatOf(texels[texel][0]), floatOf(texels[texel][1]), floatOf(texels[texel][2]),
                               1.0f};
     }
@@ -165,12 +167,12 @@ template <bool kSigned> void decodeFloats(ColorRGBA32F* destination, const std::
 template <bool kSigned>
 void decodeRunToFloats(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
                        std::size_t count) {
-    constexpr std::size_t kBytes = kSide * sizeof(ColorRGBA32F);
+    constexpr std::size_t kBytes = kBlockSide * sizeof(ColorRGBA32F);
     for (std::size_t block = 0; block < count; ++block) {
-        ColorRGBA32F texels[kTexels];
+        ColorRGBA32F texels[kTexelsPerBlock];
         decodeFloats<kSigned>(texels, source + block * 16);
-        for (unsigned row = 0; row < kSide; ++row) {
-            std::memcpy(destination + row * pitch + block * kBytes, &texels[row * kSide], kBytes);
+        for (unsigned row = 0; row < kBlockSide; ++row) {
+            std::memcpy(destination + row * pitch + block * kBytes, &texels[row * kBlockSide], kBytes);
         }
     }
 }
@@ -178,17 +180,17 @@ void decodeRunToFloats(std::uint8_t* destination, std::size_t pitch, const std::
 template <bool kSigned>
 void decodeRunToHalves(std::uint8_t* destination, std::size_t pitch, const std::uint8_t* source,
                        std::size_t count) {
-    constexpr std::size_t kBytes = kSide * sizeof(HalfTexel);
+    constexpr std::size_t kBytes = kBlockSide * sizeof(HalfTexel);
     for (std::size_t block = 0; block < count; ++block) {
-        HalfTexel texels[kTexels];
+        HalfTexel texels[kTexelsPerBlock];
         decodeToHalves<kSigned>(texels, source + block * 16);
         for (HalfTexel& texel : texels) {
             for (unsigned channel = 0; channel < kChannels; ++channel) {
                 texel[channel] = storedHalf(texel[channel]);
             }
         }
-        for (unsigned row = 0; row < kSide; ++row) {
-            std::memcpy(destination + row * pitch + block * kBytes, &texels[row * kSide], kBytes);
+        for (unsigned row = 0; row < kBlockSide; ++row) {
+            std::memcpy(destination + row * pitch + block * kBytes, &texels[row * kBlockSide], kBytes);
         }
     }
 }

@@ -1,6 +1,7 @@
 #include "raw/blocks/bc7_decoder.h"
 
 #include "raw/blocks/bc7_tables.h"
+#include "raw/texels/sides.h"
 
 #include <algorithm>
 #include <bit>
@@ -10,8 +11,6 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 static_assert(std::endian::native == std::endian::little);
-
-constexpr unsigned kSide = 4, kTexels = 16;
 
 // A pixel's four channels, spread over the words of 64 bits, so that all of them are mixed at once.
 using Channels = std::uint64_t;
@@ -125,8 +124,8 @@ private:
 };
 
 void store(std::uint8_t* destination, std::size_t pitch, const std::uint32_t* pixels) {
-    for (unsigned row = 0; row < kSide; ++row) {
-        std::memcpy(destination + row * pitch, pixels + row * kSide, kSide * sizeof *pixels);
+    for (unsigned row = 0; row < kBlockSide; ++row) {
+        std::memcpy(destination + row * pitch, pixels + row * kBlockSide, kBlockSide * sizeof *pixels);
     }
 }
 
@@ -154,8 +153,8 @@ template <Bc7Mode kMode> void decodeSubsets(std::uint8_t* destination, std::size
         palette[entry] = endpoints.mixOf(entry / kEntries, weightOf<kBits>(entry % kEntries));
     }
     std::uint64_t indices = indicesOf<kMode>(bits, partition);
-    std::uint32_t pixels[kTexels];
-    for (unsigned texel = 0; texel < kTexels; ++texel, indices >>= kBits) {
+    std::uint32_t pixels[kTexelsPerBlock];
+    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel, indices >>= kBits) {
         const unsigned subset = bc7SubsetOf(kMode.m_subsets, partition, texel);
         pixels[texel] = palette[subset * kEntries + (indices & (kEntries - 1))];
     }
@@ -181,17 +180,17 @@ void decodeTwoIndexSets(std::uint8_t* destination, std::size_t pitch, BitStream 
     for (unsigned index = 0; index < 1u << kSecond; ++index) {
         second[index] = endpoints.mixOf(0, weightOf<kSecond>(index)) & ~firstMask;
     }
-    std::uint64_t firsts = withTopBit<kFirst>(bits.take(kTexels * kFirst - 1), 0);
+    std::uint64_t firsts = withTopBit<kFirst>(bits.take(kTexelsPerBlock * kFirst - 1), 0);
     std::uint64_t seconds = withTopBit<kSecond>(bits.rest(), 0);
-    std::uint32_t pixels[kTexels];
-    for (unsigned texel = 0; texel < kTexels; ++texel, firsts >>= kFirst, seconds >>= kSecond) {
+    std::uint32_t pixels[kTexelsPerBlock];
+    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel, firsts >>= kFirst, seconds >>= kSecond) {
         pixels[texel] = first[firsts & ((1u << kFirst) - 1)] | second[seconds & ((1u << kSecond) - 1)];
     }
     store(destination, pitch, pixels);
 }
 
 void decodeReserved(std::uint8_t* destination, std::size_t pitch, BitStream) {
-    constexpr std::uint32_t kBlack[kTexels] = {};
+    constexpr std::uint32_t kBlack[kTexelsPerBlock] = {};
     store(destination, pitch, kBlack);
 }
 
@@ -218,7 +217,7 @@ void decodeRun(std::uint8_t* destination, std::size_t pitch, const std::uint8_t*
 } // namespace
 
 void decodeBc7Block(std::uint8_t* destination, const std::uint8_t* source) {
-    decodeBlock(destination, kSide * 4, source);
+    decodeBlock(destination, kBlockSide * 4, source);
 }
 
 DecodeBlockRun findBc7RunDecoder() { return &decodeRun; }

@@ -1,6 +1,9 @@
 // The alpha halves of BC2 and BC3. The loops over 16 bytes are written so that compilers make vectors of
 // them.
-#include "raw/blocks/block_encoders.h"
+
+#include "raw/blocks/block_alpha.h"
+#include "raw/blocks/bc4_weights.h"
+#include "raw/texels/sides.h"
 
 #include <algorithm>
 #include <cstring>
@@ -57,14 +60,12 @@ struct Palette {
     std::uint8_t m_entries[8];
 
     explicit Palette(Endpoints ends) : m_entries{ends.m_first, ends.m_second} {
-        static constexpr std::uint8_t kEight[6][2] = {{55, 9},  {46, 18}, {37, 27},
-                                                      {27, 37}, {18, 46}, {9, 55}};
-        static constexpr std::uint8_t kSix[4][2] = {{51, 13}, {38, 26}, {27, 37}, {13, 51}};
+        static constexpr Bc4Weights kSix = {{64, 0, 51, 38, 27, 13}, {0, 64, 13, 26, 37, 51}};
         const bool six = ends.m_first <= ends.m_second;
-        for (unsigned i = 0; i < (six ? 4u : 6u); ++i) {
-            const std::uint8_t* weights = six ? kSix[i] : kEight[i];
-            m_entries[2 + i] =
-                static_cast<std::uint8_t>((weights[0] * ends.m_first + weights[1] * ends.m_second + 32) >> 6);
+        const Bc4Weights& weights = six ? kSix : kBc4EightValues;
+        for (unsigned i = 2; i < (six ? 6u : 8u); ++i) {
+            const int sum = weights.m_first[i] * ends.m_first + weights.m_second[i] * ends.m_second;
+            m_entries[i] = static_cast<std::uint8_t>((sum + 32) >> 6);
         }
         if (six) {
             m_entries[6] = 0;

@@ -1,9 +1,11 @@
 #include "raw/blocks/block_decoders.h"
 
 #include "qor/texsmith/raw/normalization_policy.h"
+#include "raw/blocks/bc4_weights.h"
 #include "raw/blocks/bc7_decoder.h"
 #include "raw/blocks/block_decoders_avx2.h"
 #include "raw/blocks/block_runs.h"
+#include "raw/texels/sides.h"
 #include "simd/dispatch.h"
 
 #include <bit>
@@ -13,8 +15,6 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 static_assert(std::endian::native == std::endian::little);
-
-constexpr unsigned kSide = 4;
 
 std::uint64_t loadWord(const std::uint8_t* source, std::size_t bytes) {
     std::uint64_t word = 0;
@@ -62,20 +62,11 @@ struct Palette {
     }
 };
 
-// Mixes of two endpoints in 64ths, by index. What stands in the last two entries when there are six values is
-// added: the least and the greatest value.
-struct MixWeights {
-    std::int16_t m_first[8];
-    std::int16_t m_second[8];
-};
-constexpr MixWeights kEightValues = {{64, 0, 55, 46, 37, 27, 18, 9}, {0, 64, 9, 18, 27, 37, 46, 55}};
-constexpr MixWeights kSixValues = {{64, 0, 51, 38, 26, 13, 0, 0}, {0, 64, 13, 26, 38, 51, 0, 0}};
-
 struct ValuePalette {
     std::int32_t m_values[8]; // 64 times the value
 
     ValuePalette(std::int32_t a, std::int32_t b, std::int32_t least, std::int32_t greatest) {
-        const MixWeights& weights = a > b ? kEightValues : kSixValues;
+        const Bc4Weights& weights = a > b ? kBc4EightValues : kBc4SixValues;
         for (unsigned i = 0; i < 8; ++i) {
             m_values[i] = weights.m_first[i] * a + weights.m_second[i] * b;
         }
@@ -136,10 +127,10 @@ void decodeColours(std::uint8_t* destination, std::size_t pitch, const std::uint
     const Palette palette(source + Alpha::kColourAt, Alpha::kMayHaveThreeColours);
     const Alpha alpha(source);
     std::uint64_t indices = loadWord(source + Alpha::kColourAt + 4, 4);
-    for (unsigned row = 0; row < kSide; ++row) {
-        std::uint32_t pixels[kSide];
-        for (unsigned column = 0; column < kSide; ++column, indices >>= 2) {
-            pixels[column] = alpha.replace(palette.m_pixels[indices & 3], row * kSide + column);
+    for (unsigned row = 0; row < kBlockSide; ++row) {
+        std::uint32_t pixels[kBlockSide];
+        for (unsigned column = 0; column < kBlockSide; ++column, indices >>= 2) {
+            pixels[column] = alpha.replace(palette.m_pixels[indices & 3], row * kBlockSide + column);
         }
         std::memcpy(destination + row * pitch, pixels, sizeof pixels);
     }
@@ -176,7 +167,7 @@ void decodeChannel(float* texels, const std::uint8_t* source, bool isSigned) {
         values[i] = remaps ? value * 0.5f + 0.5f : value;
     }
     std::uint64_t codes = loadWord(source, 8) >> 16;
-    for (unsigned texel = 0; texel < 16; ++texel, codes >>= 3) {
+    for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel, codes >>= 3) {
         texels[texel * 4] = values[codes & 7];
     }
 }

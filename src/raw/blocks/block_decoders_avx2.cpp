@@ -2,6 +2,8 @@
 
 #if defined(__AVX2__)
 
+#    include "raw/blocks/bc4_weights.h"
+
 #    include <immintrin.h>
 
 namespace qor::Texsmith::Raw {
@@ -162,6 +164,20 @@ private:
     __m256i m_lower;
 };
 
+// The weights of both endpoints side by side, as bytes, for each index.
+struct WeightPairs {
+    std::int8_t m_bytes[16];
+};
+constexpr WeightPairs pairsOf(const Bc4Weights& weights) {
+    WeightPairs pairs = {};
+    for (int i = 0; i < 8; ++i) {
+        pairs.m_bytes[2 * i] = static_cast<std::int8_t>(weights.m_first[i]);
+        pairs.m_bytes[2 * i + 1] = static_cast<std::int8_t>(weights.m_second[i]);
+    }
+    return pairs;
+}
+constexpr WeightPairs kEightValues = pairsOf(kBc4EightValues), kSixValues = pairsOf(kBc4SixValues);
+
 // Three bits per texel choose out of eight bytes.
 class MixedAlpha : public WithAlpha {
 public:
@@ -185,18 +201,15 @@ private:
         const __m256i ends = _mm256_shuffle_epi8(pair, _mm256_set1_epi16(0x0100));
         const __m256i eight =
             _mm256_cmpgt_epi16(_mm256_and_si256(ends, _mm256_set1_epi16(255)), _mm256_srli_epi16(ends, 8));
-        const __m256i weights = _mm256_blendv_epi8(sixValueWeights(), eightValueWeights(), eight);
+        const __m256i weights = _mm256_blendv_epi8(loadWeights(kSixValues), loadWeights(kEightValues), eight);
         const __m256i sums = _mm256_add_epi16(_mm256_maddubs_epi16(ends, weights), _mm256_set1_epi16(32));
         const __m256i full = _mm256_andnot_si256(eight, lastOfSix());
         const __m256i words = _mm256_or_si256(_mm256_srli_epi16(sums, 6), full);
         return _mm256_packus_epi16(words, words);
     }
     static __m256i bothHalves(__m128i half) { return _mm256_broadcastsi128_si256(half); }
-    static __m256i eightValueWeights() {
-        return bothHalves(_mm_setr_epi8(64, 0, 0, 64, 55, 9, 46, 18, 37, 27, 27, 37, 18, 46, 9, 55));
-    }
-    static __m256i sixValueWeights() {
-        return bothHalves(_mm_setr_epi8(64, 0, 0, 64, 51, 13, 38, 26, 26, 38, 13, 51, 0, 0, 0, 0));
+    static __m256i loadWeights(const WeightPairs& weights) {
+        return bothHalves(_mm_loadu_si128(reinterpret_cast<const __m128i*>(weights.m_bytes)));
     }
     static __m256i lastOfSix() { return bothHalves(_mm_setr_epi16(0, 0, 0, 0, 0, 0, 0, 255)); }
 

@@ -1,9 +1,14 @@
 // The entry points of the block encoders: alpha and colour halves, the settings, and runs of blocks.
 #include "raw/blocks/block_encoders.h"
 
+#include "raw/blocks/bc1_group.h"
 #include "raw/blocks/bc1_punch_through.h"
+#include "raw/blocks/bc4_encoder.h"
+#include "raw/blocks/block_alpha.h"
+#include "raw/blocks/block_preparation.h"
 #include "raw/blocks/block_runs.h"
 #include "raw/configuration/external_compressor.h"
+#include "raw/texels/sides.h"
 #include "raw/texels/table_functions.h"
 #include "raw/texels/texture_format.h"
 

@@ -1,4 +1,6 @@
-#include "raw/blocks/block_encoders.h"
+#include "raw/blocks/block_preparation.h"
+
+#include "raw/texels/sides.h"
 #include "raw/texels/srgb_run.h"
 #include "simd/float4.h"
 

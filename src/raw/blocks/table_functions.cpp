@@ -5,6 +5,7 @@
 #include "raw/blocks/block_decoders.h"
 #include "raw/blocks/block_encoders.h"
 #include "raw/blocks/block_runs.h"
+#include "raw/texels/sides.h"
 #include "raw/texels/table_functions.h"
 #include "raw/texels/texture_format.h"
 
@@ -75,10 +76,10 @@ struct TileBlocks {
     ColorRGBA32F m_texels[4 * kTexelsPerBlock];
 
     explicit TileBlocks(const Tile& tile) {
-        constexpr unsigned kRun = 4; // texels of a block's row
         for (unsigned run = 0; run < 16; ++run) {
-            const unsigned row = run / 8 * 4 + run % 4, column = run / 4 % 2 * kRun;
-            std::memcpy(&m_texels[run * kRun], &tile.m_texels[row * 8 + column], kRun * sizeof(VectorFloat));
+            const unsigned row = run / 8 * kBlockSide + run % 4, column = run / 4 % 2 * kBlockSide;
+            std::memcpy(&m_texels[run * kBlockSide], &tile.m_texels[row * kTileSide + column],
+                        kBlockSide * sizeof(VectorFloat));
         }
     }
 };

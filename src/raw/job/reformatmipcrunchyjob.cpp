@@ -1,7 +1,9 @@
 #include "raw/job/reformatmipcrunchyjob.h"
 
+#include "raw/blocks/bc1_group.h"
 #include "raw/blocks/block_encoders.h"
 #include "raw/surfaces/extent.h"
+#include "raw/texels/sides.h"
 
 #include <algorithm>
 #include <cstring>

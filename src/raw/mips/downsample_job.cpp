@@ -4,6 +4,7 @@
 #include "raw/frame/check.h"
 #include "raw/surfaces/extent.h"
 #include "raw/surfaces/tile_rows.h"
+#include "raw/texels/sides.h"
 #include "simd/float4.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\mips\\downsample_job";
 
-constexpr unsigned kBlockSide = 4, kTileSide = 8, kRowsPerSlice = 2, kMostRows = 4;
+constexpr unsigned kRowsPerSlice = 2, kMostRows = 4;
 constexpr unsigned kChunk = 128; // texels of the destination that are made at a time
 
 std::size_t roundedUp(unsigned texels) {

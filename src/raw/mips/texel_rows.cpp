@@ -4,6 +4,7 @@
 #include "raw/surfaces/extent.h"
 #include "raw/texels/channels.h"
 #include "raw/texels/codec.h"
+#include "raw/texels/sides.h"
 #include "raw/texels/texture_format.h"
 #include "simd/float4.h"
 
@@ -12,8 +13,6 @@
 
 namespace qor::Texsmith::Raw {
 namespace {
-
-constexpr unsigned kSide = 4; // of a block
 
 // R32G32B32A32Float
 constexpr Vex::DataFormat kFloats = {Vex::kSurfaceFormat32_32_32_32 | Vex::kTextureChannelTypeFloat << 8 |
@@ -109,24 +108,24 @@ const void* TexelReader::row(const TexelSurface& surface, unsigned x, unsigned y
 
 void TexelReader::blockRow(const TexelSurface& surface, unsigned y, float* texels, std::size_t pitch) const {
     if (surface.hasRows()) {
-        const unsigned rows = std::min(kSide, surface.m_tall - y * kSide);
+        const unsigned rows = std::min(kBlockSide, surface.m_tall - y * kBlockSide);
         for (unsigned row = 0; row < rows; ++row) {
-            const void* stored = addressOf(*m_provider, surface, 0, y * kSide + row);
+            const void* stored = addressOf(*m_provider, surface, 0, y * kBlockSide + row);
             m_rows->convert(texels + row * pitch, stored, surface.m_wide, RowStores::kCached);
         }
         return;
     }
-    const unsigned storedPitch = packedPitchInBytes(infoOf(formatOf(&m_decoder)), kSide);
-    for (unsigned x = 0; x * kSide < surface.m_wide; ++x) {
+    const unsigned storedPitch = packedPitchInBytes(infoOf(formatOf(&m_decoder)), kBlockSide);
+    for (unsigned x = 0; x * kBlockSide < surface.m_wide; ++x) {
         Block stored = {}, block;
         m_provider->getBlock(&surface.m_index, &stored, x, y);
         decodeBlockAndModify(&block, &stored, storedPitch, &m_decoder);
         if (m_isInteger) {
             integersToFloats(&block);
         }
-        for (unsigned row = 0; row < kSide; ++row) {
-            std::memcpy(texels + row * pitch + x * kSide * kFloatsPerTexel, &block.m_texels[row * kSide],
-                        kSide * sizeof(VectorFloat));
+        for (unsigned row = 0; row < kBlockSide; ++row) {
+            std::memcpy(texels + row * pitch + x * kBlockSide * kFloatsPerTexel,
+                        &block.m_texels[row * kBlockSide], kBlockSide * sizeof(VectorFloat));
         }
     }
 }
@@ -162,25 +161,25 @@ void TexelWriter::putBlock(const TexelSurface& surface, unsigned x, unsigned y, 
         floatsToIntegers(texels);
     }
     Block stored = {};
-    encodeBlockAndModify(&stored, packedPitchInBytes(infoOf(formatOf(&m_encoder)), kSide), texels,
+    encodeBlockAndModify(&stored, packedPitchInBytes(infoOf(formatOf(&m_encoder)), kBlockSide), texels,
                          &m_encoder);
     m_provider->putBlock(&surface.m_index, &stored, x, y);
 }
 
 void TexelWriter::putBlockRow(const TexelSurface& surface, unsigned y, const float* texels,
                               std::size_t pitch) const {
-    const unsigned rows = std::min(kSide, surface.m_tall - y * kSide);
+    const unsigned rows = std::min(kBlockSide, surface.m_tall - y * kBlockSide);
     if (surface.hasRows()) {
         for (unsigned row = 0; row < rows; ++row) {
-            putRow(surface, 0, y * kSide + row, surface.m_wide, texels + row * pitch);
+            putRow(surface, 0, y * kBlockSide + row, surface.m_wide, texels + row * pitch);
         }
         return;
     }
-    for (unsigned x = 0; x * kSide < surface.m_wide; ++x) {
+    for (unsigned x = 0; x * kBlockSide < surface.m_wide; ++x) {
         Block block;
-        for (unsigned i = 0; i < kSide * kSide; ++i) {
-            const unsigned row = std::min(i / kSide, rows - 1);
-            const unsigned column = std::min(x * kSide + i % kSide, surface.m_wide - 1);
+        for (unsigned i = 0; i < kBlockSide * kBlockSide; ++i) {
+            const unsigned row = std::min(i / kBlockSide, rows - 1);
+            const unsigned column = std::min(x * kBlockSide + i % kBlockSide, surface.m_wide - 1);
             std::memcpy(&block.m_texels[i], texels + row * pitch + column * kFloatsPerTexel,
                         sizeof(VectorFloat));
         }

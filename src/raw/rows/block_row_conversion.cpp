@@ -4,6 +4,7 @@
 #include "raw/blocks/block_encoders.h"
 #include "raw/rows/lane_swizzle.h"
 #include "raw/texels/channels.h"
+#include "raw/texels/sides.h"
 #include "raw/texels/texture_format.h"
 
 #include <cstring>
@@ -11,7 +12,6 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-constexpr unsigned kSide = 4; // of a block, in texels
 constexpr std::uint32_t kSelectsInOrder = 0xFAC000, kSelectsMask = 0xFFF000, kTypeMask = 0xF00;
 constexpr std::uint32_t kFloatLanes =
     Vex::kSurfaceFormat32_32_32_32 | std::uint32_t{Vex::kTextureChannelTypeFloat} << 8;
@@ -76,10 +76,10 @@ bool storesDecodedHalves(const TileConversion& steps) {
 } // namespace
 
 struct alignas(64) BlockRowConversion::Workspace {
-    static constexpr unsigned kTexels = kMostBlocks * kSide;
+    static constexpr unsigned kTexels = kMostBlocks * kBlockSide;
 
-    std::uint8_t m_decoded[kSide][kTexels * sizeof(VectorFloat)];
-    std::uint8_t m_floats[kSide][kTexels * sizeof(VectorFloat)];
+    std::uint8_t m_decoded[kBlockSide][kTexels * sizeof(VectorFloat)];
+    std::uint8_t m_floats[kBlockSide][kTexels * sizeof(VectorFloat)];
     std::uint8_t m_bytes[kTexels * 4];
     ColorRGBA32F m_blocks[kMostBlocks * kTexelsPerBlock];
 };
@@ -137,11 +137,11 @@ void BlockRowConversion::convert(const ElementRows& destination, const ElementRo
     Workspace workspace;
     const Rows decoded = decode(source, blocks, workspace);
     if (m_encode == nullptr) {
-        convertRows({destination.m_memory, destination.m_pitch}, decoded, blocks * kSide, workspace);
+        convertRows({destination.m_memory, destination.m_pitch}, decoded, blocks * kBlockSide, workspace);
         return;
     }
     const Rows floats = {workspace.m_floats[0], sizeof workspace.m_floats[0]};
-    convertRows(floats, decoded, blocks * kSide, workspace);
+    convertRows(floats, decoded, blocks * kBlockSide, workspace);
     encode(destination.m_memory, floats, blocks, workspace);
 }
 
@@ -165,16 +165,16 @@ void BlockRowConversion::decodeChannels(const Rows& rows, const ElementRows& sou
     ColorRGBA32F texels[kTexelsPerBlock] = {}; // the lanes that the format lacks stay zero
     for (unsigned block = 0; block < blocks; ++block) {
         decodeOne(texels, source.m_memory + block * (isOne ? 8u : 16u), m_sourceIsSigned);
-        for (unsigned y = 0; y < kSide; ++y) {
-            constexpr std::size_t kBytes = kSide * sizeof(ColorRGBA32F);
-            std::memcpy(rows.row(y) + block * kBytes, &texels[y * kSide], kBytes);
+        for (unsigned y = 0; y < kBlockSide; ++y) {
+            constexpr std::size_t kBytes = kBlockSide * sizeof(ColorRGBA32F);
+            std::memcpy(rows.row(y) + block * kBytes, &texels[y * kBlockSide], kBytes);
         }
     }
 }
 
 void BlockRowConversion::convertRows(const Rows& destination, const Rows& source, unsigned texels,
                                      Workspace& workspace) const {
-    for (unsigned y = 0; y < kSide; ++y) {
+    for (unsigned y = 0; y < kBlockSide; ++y) {
         const std::uint8_t* from = source.row(y);
         if (m_bytes.has_value()) {
             std::uint8_t* to = m_rows.has_value() ? workspace.m_bytes : destination.row(y);
@@ -189,10 +189,10 @@ void BlockRowConversion::convertRows(const Rows& destination, const Rows& source
 
 void BlockRowConversion::encode(std::uint8_t* destination, const Rows& rows, unsigned blocks,
                                 Workspace& workspace) const {
-    constexpr std::size_t kBytes = kSide * sizeof(ColorRGBA32F);
+    constexpr std::size_t kBytes = kBlockSide * sizeof(ColorRGBA32F);
     for (unsigned block = 0; block < blocks; ++block) {
-        for (unsigned y = 0; y < kSide; ++y) {
-            std::memcpy(&workspace.m_blocks[block * kTexelsPerBlock + y * kSide],
+        for (unsigned y = 0; y < kBlockSide; ++y) {
+            std::memcpy(&workspace.m_blocks[block * kTexelsPerBlock + y * kBlockSide],
                         rows.row(y) + block * kBytes, kBytes);
         }
     }

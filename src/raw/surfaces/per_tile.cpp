@@ -100,8 +100,11 @@ void PerTileJob::init(PerTile** chain, unsigned length) {
 
 Error PerTileJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const {
     const WorkItems rows = getWorkItems(callbackId, getElementProvider()->getTilesTall(surfaceIndex->mip));
+    if (rows.m_begin >= rows.m_end) {
+        return kErrorNone;
+    }
     OpenSurface surfaces[kMaxChain];
-    for (unsigned i = 0; i < m_length && rows.m_begin < rows.m_end; ++i) {
+    for (unsigned i = 0; i < m_length; ++i) {
         surfaces[i] = m_chain[i]->openSurface(surfaceIndex);
     }
     for (unsigned y = rows.m_begin; y < rows.m_end; ++y) {

@@ -1,5 +1,6 @@
 // The block and tile functions of the rows.
 #include "raw/texels/kernels.h"
+#include "raw/texels/sides.h"
 #include "raw/texels/table_functions.h"
 #include "raw/texels/texture_format.h"
 
@@ -8,10 +9,6 @@
 
 namespace qor::Texsmith::Raw {
 namespace {
-
-// A square of texels with as many rows as columns.
-constexpr unsigned kBlockSide = 4;
-constexpr unsigned kTileSide = 8;
 
 const std::uint8_t* rowAt(const void* area, unsigned rowPitchInBytes, unsigned row) {
     return static_cast<const std::uint8_t*>(area) + std::size_t{rowPitchInBytes} * row;
@@ -23,7 +20,10 @@ std::uint8_t* rowAt(void* area, unsigned rowPitchInBytes, unsigned row) {
 
 void decodeRows(DecodeTexels decode, VectorFloat* destination, const void* source, unsigned rowPitchInBytes,
                 Vex::DataFormat format, unsigned side) {
-    for (unsigned row = 0; row < side && decode != nullptr; ++row) {
+    if (decode == nullptr) {
+        return;
+    }
+    for (unsigned row = 0; row < side; ++row) {
         decode(destination + side * row, rowAt(source, rowPitchInBytes, row), &format,
                static_cast<int>(side));
     }
@@ -58,7 +58,10 @@ void encodeSquare(void* destination, unsigned rowPitchInBytes, const VectorFloat
         encodeByKernel(kernel, destination, rowPitchInBytes, source, info.bytesPerElement, side);
         return;
     }
-    for (unsigned row = 0; row < side && info.encodeTexels != nullptr; ++row) {
+    if (info.encodeTexels == nullptr) {
+        return;
+    }
+    for (unsigned row = 0; row < side; ++row) {
         info.encodeTexels(rowAt(destination, rowPitchInBytes, row), source + side * row, &format,
                           static_cast<int>(side));
     }
@@ -107,7 +110,10 @@ void decodeTileByRows(Tile* destination, const void* source, unsigned rowPitchIn
 void encodeTileByBlocks(void* destination, unsigned rowPitchInBytes, const Tile* source,
                         const EncoderConfiguration* configuration) {
     const SurfaceFormatInfo& info = getSurfaceFormatInfo(formatOf(configuration).getSurfaceFormat());
-    for (unsigned number = 0; number < 4 && info.encodeBlock != nullptr; ++number) {
+    if (info.encodeBlock == nullptr) {
+        return;
+    }
+    for (unsigned number = 0; number < 4; ++number) {
         const Quadrant quadrant(number, rowPitchInBytes, info);
         Block block;
         for (unsigned row = 0; row < kBlockSide; ++row) {
@@ -122,7 +128,10 @@ void encodeTileByBlocks(void* destination, unsigned rowPitchInBytes, const Tile*
 void decodeTileByBlocks(Tile* destination, const void* source, unsigned rowPitchInBytes,
                         const DecoderConfiguration* configuration) {
     const SurfaceFormatInfo& info = getSurfaceFormatInfo(formatOf(configuration).getSurfaceFormat());
-    for (unsigned number = 0; number < 4 && info.decodeBlock != nullptr; ++number) {
+    if (info.decodeBlock == nullptr) {
+        return;
+    }
+    for (unsigned number = 0; number < 4; ++number) {
         const Quadrant quadrant(number, rowPitchInBytes, info);
         Block block = {}; // lanes without a channel have to start from something
         info.decodeBlock(&block, static_cast<const std::uint8_t*>(source) + quadrant.m_offset,

@@ -1,8 +1,12 @@
 #include "raw/blocks/block_encoders.h"
 
 #include "qor/texsmith/raw/normalization_policy.h"
+#include "raw/blocks/bc1_group.h"
+#include "raw/blocks/bc4_encoder.h"
 #include "raw/blocks/bc4_kernels.h"
+#include "raw/blocks/block_alpha.h"
 #include "raw/blocks/block_decoders.h"
+#include "raw/blocks/block_preparation.h"
 #include "raw/blocks/block_runs.h"
 #include "raw/configuration/external_compressor.h"
 #include "raw/texels/codec.h"

@@ -1,5 +1,6 @@
 // Blocks through whole surfaces: the fast roads beside the steps of a tile, the cache, and groups of blocks.
 #include "platform/platform.h"
+#include "raw/blocks/bc1_group.h"
 #include "raw/blocks/block_cache.h"
 #include "raw/blocks/block_encoders.h"
 #include "raw/configuration/external_compressor.h"
