@@ -281,6 +281,8 @@ void Image::doPutTile(const SurfaceIndex* surfaceIndex, const Tile* source, unsi
     }
 }
 
+const std::type_info* Image::doGetRowsClass() const { return &typeid(Image); }
+
 // Only whole surfaces, of the format that they were set up with: what lies beyond the region is the business
 // of the accesses above.
 ElementRows Image::doGetElementRows(const SurfaceIndex* surfaceIndex) const {

@@ -84,7 +84,8 @@ TEST(Property, DescribesTexels) {
          {0, 0, 3, 0, 0, 0, 0},
          {255, 255, 255, 255, 0, 0, 0, 0, 1, 0, 0, 0},
          "ArrayEntryFaceMipDepth [0, 3, 0, 0]\nTexelXY [0, 0]\nTexelUVW [-0.750000, -1.000000, -0.750000]\n"
-         "TileXY [0, 0]\nElement [ffffffff, 00000000, 00000001]\nValue [-1, 0, 1, 0]\n"},
+         "TileXY [0, 0]\n"
+         "Element [ff, ff, ff, ff, 00, 00, 00, 00, 01, 00, 00, 00, 00, 00, 00, 00]\nValue [-1, 0, 1, 0]\n"},
         {{"", Vex::kTextureType1d, 2, 1, 1, 1, 0, 1},
          "R8G8B8A8UnormSrgb",
          {},

@@ -175,6 +175,8 @@ public:
     }
 
 private:
+    const std::type_info* doGetRowsClass() const override { return &typeid(BoundedImage); }
+
     MemoryRegion m_region;
 };
 

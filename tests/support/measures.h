@@ -57,8 +57,14 @@ public:
     }
 
 private:
+    void doGetBlock(const Index* index, Raw::Block* block, unsigned x, unsigned y) const override {
+        m_provider.getBlock(index, block, x, y);
+    }
     void doGetTile(const Index* index, Raw::Tile* tile, unsigned x, unsigned y) const override {
         m_provider.getTile(index, tile, x, y);
+    }
+    void doPutTile(const Index* index, const Raw::Tile* tile, unsigned x, unsigned y) const override {
+        m_provider.putTile(index, tile, x, y);
     }
 
     const Raw::ElementProvider& m_provider;

@@ -89,6 +89,8 @@ public:
     }
 
 private:
+    const std::type_info* doGetRowsClass() const override { return &typeid(TestImage); }
+
     std::vector<std::uint8_t> m_bytes;
     Raw::MemoryRegion m_region;
 };

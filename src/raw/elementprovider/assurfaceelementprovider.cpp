@@ -1,5 +1,6 @@
 #include "qor/texsmith/raw/view.h"
 #include "raw/frame/check.h"
+#include "raw/surfaces/extent.h"
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -29,24 +30,33 @@ bool AsSurfaceElementProvider::doAdjustTileForTarget(SurfaceIndex* index, unsign
     return true;
 }
 
-// A view whose format was exchanged for another size of element sees tiles only.
-bool AsSurfaceElementProvider::hasElementsOfTarget() const {
-    return getProxied() != nullptr && getProxied()->getBytesPerElement() == getBytesPerElement() &&
-           getProxied()->getPixelsPerElementWide() == getPixelsPerElementWide();
+const std::type_info* AsSurfaceElementProvider::doGetRowsClass() const {
+    return &typeid(AsSurfaceElementProvider);
+}
+
+// Since the view was made, its own format or the target may have changed: it then sees tiles only.
+bool AsSurfaceElementProvider::hasShapeOfTarget() const {
+    const ElementProvider* const target = getProxied();
+    if (target == nullptr || target->getBytesPerElement() != getBytesPerElement() ||
+        target->getPixelsPerElementWide() != getPixelsPerElementWide()) {
+        return false;
+    }
+    const Extent own = pixelsOf(m_texture, 0), shown = pixelsOf(target->getTexture(), m_surfaceIndex.mip);
+    return own.m_wide == shown.m_wide && own.m_tall == shown.m_tall;
 }
 
 ElementRows AsSurfaceElementProvider::doGetElementRows(const SurfaceIndex*) const {
-    return hasElementsOfTarget() ? getProxied()->getElementRows(&m_surfaceIndex) : ElementRows{};
+    return hasShapeOfTarget() ? getProxied()->getElementRows(&m_surfaceIndex) : ElementRows{};
 }
 
 bool AsSurfaceElementProvider::doGetStrip(const SurfaceIndex*, const ElementRows& strip, unsigned x,
                                           unsigned y) const {
-    return hasElementsOfTarget() && getProxied()->getStrip(&m_surfaceIndex, strip, x, y);
+    return hasShapeOfTarget() && getProxied()->getStrip(&m_surfaceIndex, strip, x, y);
 }
 
 bool AsSurfaceElementProvider::doPutStrip(const SurfaceIndex*, const ElementRows& strip, unsigned x,
                                           unsigned y) const {
-    return hasElementsOfTarget() && getProxied()->putStrip(&m_surfaceIndex, strip, x, y);
+    return hasShapeOfTarget() && getProxied()->putStrip(&m_surfaceIndex, strip, x, y);
 }
 
 } // namespace qor::Texsmith::Raw

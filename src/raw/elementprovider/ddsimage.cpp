@@ -110,6 +110,8 @@ DdsImage& DdsImage::operator=(const DdsImage& other) {
     return *this;
 }
 
+const std::type_info* DdsImage::doGetRowsClass() const { return &typeid(DdsImage); }
+
 void DdsImage::setFile(std::uint8_t* file, bool hasDx10Header) {
     m_header = reinterpret_cast<const Dds::Header*>(file + Dds::kHeaderOffset);
     m_headerDx10 =

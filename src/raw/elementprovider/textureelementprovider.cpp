@@ -115,6 +115,10 @@ void TextureElementProvider::doPutTile(const SurfaceIndex* surfaceIndex, const T
     putArea(surfaceIndex, tile, area);
 }
 
+const std::type_info* TextureElementProvider::doGetRowsClass() const {
+    return &typeid(TextureElementProvider);
+}
+
 bool TextureElementProvider::doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip,
                                         unsigned x, unsigned y) const {
     const std::uint8_t* tiled = surfaceAddress(surfaceIndex);

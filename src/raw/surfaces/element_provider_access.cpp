@@ -153,16 +153,35 @@ void ElementProvider::putTile(const SurfaceIndex* surfaceIndex, const Tile* tile
     }
 }
 
-ElementRows ElementProvider::getElementRows(const SurfaceIndex* surfaceIndex) const {
-    checkNotNull(surfaceIndex, kSourcePath, kNeedsIndex);
-    return surfaceIsInside(surfaceIndex) ? doGetElementRows(surfaceIndex) : ElementRows{};
+// A class that its maker compiled without type information has a null one. Reading it through a volatile
+// keeps compilers, which hold that impossible, from leaving the question out.
+bool ElementProvider::hasShortcuts() const {
+    const std::type_info* const rowsClass = doGetRowsClass();
+    if (rowsClass == nullptr) {
+        return false;
+    }
+    const std::type_info* const volatile ownClass = &typeid(*this);
+    const std::type_info* const known = ownClass;
+    return known != nullptr && *known == *rowsClass;
 }
 
-bool ElementProvider::stripIsInside(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
-                                    unsigned y) const {
+// A view whose target has changed its size since shows tiles only, each of which is checked.
+ElementRows ElementProvider::getElementRows(const SurfaceIndex* surfaceIndex) const {
+    checkNotNull(surfaceIndex, kSourcePath, kNeedsIndex);
+    if (!surfaceIsInside(surfaceIndex) || !hasShortcuts()) {
+        return {};
+    }
+    const ElementRows rows = doGetElementRows(surfaceIndex);
+    const Extent surface = elementsOf(m_texture, surfaceIndex->mip);
+    return rows.m_wide == surface.m_wide && rows.m_tall == surface.m_tall ? rows : ElementRows{};
+}
+
+bool ElementProvider::canMoveStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                                   unsigned y) const {
     checkNotNull(surfaceIndex, kSourcePath, kNeedsIndex);
     const bool hasMemory = strip.m_memory != nullptr || strip.m_wide == 0;
-    if (!surfaceIsInside(surfaceIndex) || !hasMemory || strip.m_tall > getElementsPerTileTall()) {
+    if (!surfaceIsInside(surfaceIndex) || !hasMemory || strip.m_tall > getElementsPerTileTall() ||
+        !hasShortcuts()) {
         return false;
     }
     const Extent surface = elementsOf(m_texture, surfaceIndex->mip);
@@ -173,14 +192,15 @@ bool ElementProvider::stripIsInside(const SurfaceIndex* surfaceIndex, const Elem
 
 bool ElementProvider::getStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                                unsigned y) const {
-    return stripIsInside(surfaceIndex, strip, x, y) && doGetStrip(surfaceIndex, strip, x, y);
+    return canMoveStrip(surfaceIndex, strip, x, y) && doGetStrip(surfaceIndex, strip, x, y);
 }
 
 bool ElementProvider::putStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                                unsigned y) const {
-    return stripIsInside(surfaceIndex, strip, x, y) && doPutStrip(surfaceIndex, strip, x, y);
+    return canMoveStrip(surfaceIndex, strip, x, y) && doPutStrip(surfaceIndex, strip, x, y);
 }
 
+const std::type_info* ElementProvider::doGetRowsClass() const { return nullptr; }
 ElementRows ElementProvider::doGetElementRows(const SurfaceIndex*) const { return {}; }
 
 bool ElementProvider::doGetStrip(const SurfaceIndex*, const ElementRows&, unsigned, unsigned) const {

@@ -74,8 +74,8 @@ template <std::size_t kBytes> void setBytes(Properties* properties, const Vector
 }
 
 void setElement(Properties* properties, const VectorFloat& element, unsigned bytes) {
-    std::uint32_t words[3];
-    std::memcpy(words, &element, sizeof words);
+    VectorFloat threeWords = {};
+    std::memcpy(&threeWords, &element, 12);
     switch (bytes) {
     case 1:
         return setBytes<1>(properties, element);
@@ -85,8 +85,8 @@ void setElement(Properties* properties, const VectorFloat& element, unsigned byt
         return setBytes<4>(properties, element);
     case 8:
         return setBytes<8>(properties, element);
-    case 12: // no type has twelve bytes
-        return properties->set(kPropertyElement, words, kPropertyFormatHexadecimal);
+    case 12: // no type has twelve bytes: the four behind them are zero
+        return setBytes<16>(properties, threeWords);
     case 16:
         return setBytes<16>(properties, element);
     default:

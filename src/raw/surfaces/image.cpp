@@ -43,10 +43,13 @@ void ReallocatableImage::reallocate(const Vex::Texture* texture) {
         return;
     }
     setupAsVexTexture(texture);
-    if (m_resizableMemoryRegion != nullptr) {
+    const bool isTooLarge = getDataFormat() != texture->getDataFormat(); // as was reported
+    if (m_resizableMemoryRegion != nullptr && !isTooLarge) {
         m_resizableMemoryRegion->ensureSize(m_bytesTotal);
     }
 }
+
+const std::type_info* ReallocatableImage::doGetRowsClass() const { return &typeid(ReallocatableImage); }
 
 MemoryMappedImage::MemoryMappedImage() : ReallocatableImage(nullptr) { setStorage(&m_mappedMemory); }
 
@@ -63,6 +66,8 @@ MemoryMappedImage& MemoryMappedImage::operator=(const MemoryMappedImage& other) 
     }
     return *this;
 }
+
+const std::type_info* MemoryMappedImage::doGetRowsClass() const { return &typeid(MemoryMappedImage); }
 
 void reallocate(ReallocatableImage* reallocatableImage, const ElementProvider* elementProvider) {
     if (checkArguments(reallocatableImage, elementProvider, kNeedsProvider)) {

@@ -21,6 +21,8 @@ public:
     void setMemory(const MemoryRegion& elements) { m_elements = elements; }
 
 private:
+    const std::type_info* doGetRowsClass() const override { return &typeid(RegionImage); }
+
     MemoryRegion m_elements;
 };
 

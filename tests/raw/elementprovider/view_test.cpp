@@ -1,10 +1,12 @@
+#include "support/measures.h"
 #include "support/report_recorder.h"
-#include "support/surfaces.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
+#include <numeric>
 
 namespace {
 
@@ -76,6 +78,130 @@ TEST(AsSurface, HandsOutRowsInElementsOfTheTargetsSizeOnly) {
         configuration.m_jobManager = &serial;
         EXPECT_EQ(Raw::reformat(&view, &wide, &configuration), Raw::kErrorNone);
     }
+}
+
+using Bytes = std::vector<std::uint8_t>;
+
+// What every kind of walk makes of a provider of one surface, and at last what they leave in it.
+Bytes walked(Provider& provider) {
+    Raw::SerialJobManager serial;
+    Raw::Configuration configuration;
+    configuration.m_jobManager = &serial;
+    const unsigned wide = provider.getPixelsWide(0), tall = provider.getPixelsTall(0);
+    const Vex::Texture own = provider.getTexture();
+    const Vex::Texture floats = Raw::changeDataFormat(own, formatNamed("R32G32B32A32Float"));
+    TestImage copied(own), reformatted(floats), halved(makeFloats(wide / 2, tall / 2)), noise(own, 7);
+    Raw::MinMaxMean range;
+    const Raw::StandardSquaredErrorCalculator standard;
+    Raw::VectorFloat error = {};
+    EXPECT_EQ(Raw::getMinMaxMean(&provider, &range, &configuration), Raw::kErrorNone);
+    EXPECT_EQ(Raw::copy(&copied, &provider, &configuration), Raw::kErrorNone);
+    EXPECT_EQ(Raw::reformat(&provider, &reformatted, &configuration), Raw::kErrorNone);
+    EXPECT_EQ(Raw::compare(&error, &noise, &provider, &configuration, &standard), Raw::kErrorNone);
+    EXPECT_EQ(Raw::surfaceDownsample2d(&provider, {}, &halved, {}, &configuration), 0);
+    Bytes results;
+    const auto add = [&](const void* bytes, std::size_t size) {
+        const auto* const begin = static_cast<const std::uint8_t*>(bytes);
+        results.insert(results.end(), begin, begin + size);
+    };
+    add(&range.min, sizeof range.min);
+    add(&range.sum, sizeof range.sum);
+    add(&error, sizeof error);
+    for (TestImage* image : {&copied, &reformatted, &halved}) {
+        add(image->bytes().data(), image->bytes().size());
+    }
+    EXPECT_EQ(Raw::reformat(&reformatted, &provider, &configuration), Raw::kErrorNone);
+    EXPECT_EQ(Raw::copy(&copied, &provider, &configuration), Raw::kErrorNone);
+    add(copied.bytes().data(), copied.bytes().size());
+    EXPECT_EQ(Raw::copy(&provider, &noise, &configuration), Raw::kErrorNone);
+    return results;
+}
+
+// A provider on memory of its own, plain or tiled, that can change its shape.
+class Target {
+public:
+    explicit Target(bool isTiled) : m_isTiled(isTiled), m_image(&m_memory) {}
+    const Provider& provider() const { return m_isTiled ? static_cast<const Provider&>(m_tiled) : m_image; }
+    void become(const Vex::Texture& texture) {
+        std::uint64_t bytes = 0;
+        unsigned alignment = 0;
+        qor::GpuAddress::computeTotalTiledTextureSize(&bytes, &alignment, &texture);
+        m_image.reallocate(&texture);
+        m_memory.resize(m_isTiled ? bytes : m_image.getBytesTotal());
+        std::iota(m_memory.begin, m_memory.end, std::uint8_t{0});
+        Raw::Texture tiled;
+        static_cast<Vex::Texture&>(tiled) = texture;
+        tiled.m_memoryRegion = m_memory;
+        m_tiled = Raw::TextureElementProvider(&tiled);
+    }
+    Bytes bytes() const { return {m_memory.begin, m_memory.end}; }
+
+private:
+    bool m_isTiled;
+    Raw::AllocatedMemory m_memory;
+    Raw::ReallocatableImage m_image;
+    Raw::TextureElementProvider m_tiled;
+};
+
+TEST(AsSurface, WalksGoByCheckedTilesOverTargetsThatChanged) {
+    const Vex::Texture first = makeFlat("R8G8B8A8Unorm", 29, 21);
+    for (const Vex::Texture& second :
+         {makeFlat("R8G8B8A8Unorm", 13, 9), makeFlat("R8G8B8A8Unorm", 61, 40), makeFlat("R8Unorm", 29, 21),
+          makeFlat("R32G32B32A32Float", 29, 21), makeFlat("Bc1Unorm", 29, 21)}) {
+        for (const bool isTiled : {false, true}) {
+            Target target(isTiled);
+            target.become(first);
+            AsSurfaceElementProvider view(&target.provider(), &kFirstSurface);
+            TilesOnly tiles(view);
+            target.become(second);
+            const Bytes expected = walked(tiles), expectedLeft = target.bytes();
+            target.become(second);
+            EXPECT_EQ(walked(view), expected) << second.getWidth() << isTiled;
+            EXPECT_EQ(target.bytes(), expectedLeft) << second.getWidth() << isTiled;
+        }
+    }
+}
+
+// One byte for each tile, whatever its base has in memory.
+template <typename Base> class ByteForTile : public Base {
+public:
+    using Base::Base;
+    mutable std::array<std::uint8_t, 16> m_tiles = {9, 8, 7, 6, 5, 4, 3, 2, 1};
+
+private:
+    void doGetTile(const Index*, Raw::Tile* tile, unsigned x, unsigned y) const override {
+        *tile = filledWith<Raw::Tile>(m_tiles[y * 4 + x]);
+    }
+    void doPutTile(const Index*, const Raw::Tile* tile, unsigned x, unsigned y) const override {
+        std::memcpy(&m_tiles[y * 4 + x], tile, 1);
+    }
+};
+
+template <typename Base> void expectOverridesCount(ByteForTile<Base>& provider) {
+    const auto before = provider.m_tiles;
+    TilesOnly tiles(provider);
+    const Bytes expected = walked(tiles);
+    const auto left = provider.m_tiles;
+    provider.m_tiles = before;
+    EXPECT_EQ(walked(provider), expected);
+    EXPECT_EQ(provider.m_tiles, left);
+    EXPECT_NE(left, before);
+}
+
+TEST(Providers, WalksTakeTheTilesOfDerivedClasses) {
+    const Vex::Texture texture = makeFlat("R8G8B8A8Unorm", 29, 21);
+    Target plain(false), tiled(true);
+    plain.become(texture);
+    tiled.become(texture);
+    Raw::AllocatedMemory memory;
+    ByteForTile<Raw::ReallocatableImage> image(&memory);
+    image.reallocate(&texture);
+    expectOverridesCount(image);
+    ByteForTile<AsSurfaceElementProvider> view(&plain.provider(), &kFirstSurface);
+    expectOverridesCount(view);
+    Raw::Texture inMemory = tiled.provider().getTexture();
+    ByteForTile<Raw::TextureElementProvider> provider(&inMemory);
+    expectOverridesCount(provider);
 }
 
 TEST(AsSurface, WithoutATargetShowsNothing) {

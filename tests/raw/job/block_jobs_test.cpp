@@ -24,12 +24,8 @@ using namespace qor::Texsmith;
 using Bytes = std::vector<std::uint8_t>;
 
 // Hands out neither rows nor strips: all goes tile by tile.
-class TilesOnly : public TestImage {
-public:
+struct TilesOnly : TestImage {
     using TestImage::TestImage;
-
-private:
-    Raw::ElementRows doGetElementRows(const Index*) const override { return {}; }
 };
 
 class StripsOnly final : public TilesOnly {
@@ -37,6 +33,8 @@ public:
     using TilesOnly::TilesOnly;
 
 private:
+    const std::type_info* doGetRowsClass() const override { return &typeid(StripsOnly); }
+    Raw::ElementRows doGetElementRows(const Index*) const override { return {}; }
     bool doGetStrip(const Index* index, const Raw::ElementRows& strip, unsigned x,
                     unsigned y) const override {
         for (unsigned row = 0; row < strip.m_tall; ++row) {

@@ -32,12 +32,8 @@ Vex::Texture makeVolume(const char* format, unsigned width, unsigned height, uns
 }
 
 // An image that shows only its tiles and blocks, no rows.
-class BlockwiseImage : public TestImage {
-public:
+struct BlockwiseImage : TestImage {
     using TestImage::TestImage;
-
-private:
-    Raw::ElementRows doGetElementRows(const Raw::SurfaceIndex*) const override { return {}; }
 };
 
 // The left half of a wider surface, whose right half is somebody else's.
@@ -48,6 +44,7 @@ public:
     std::vector<std::uint8_t> m_bytes;
 
 private:
+    const std::type_info* doGetRowsClass() const override { return &typeid(LeftHalf); }
     Raw::ElementRows doGetElementRows(const Raw::SurfaceIndex* index) const override {
         std::size_t offset = 0;
         for (unsigned mip = 0; mip < index->mip; ++mip) {

@@ -40,6 +40,7 @@ public:
 private:
     struct Shape;
 
+    const std::type_info* doGetRowsClass() const override;
     void setFile(std::uint8_t* file, bool hasDx10Header);
     bool setShape(const Shape& shape);
     Error takeTexels(MemoryRegion inFile, unsigned bytesInFile);

@@ -20,6 +20,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <typeinfo>
 
 namespace qor::Texsmith::Raw {
 
@@ -54,9 +55,9 @@ public:
     void putTile(const SurfaceIndex* surfaceIndex, const Tile* tile, unsigned x, unsigned y) const;
     void getTexel(const SurfaceIndex* surfaceIndex, Properties* properties, unsigned x, unsigned y) const;
 
-    // The rows of a whole surface, where the provider keeps it as plain memory; else, and outside the
-    // texture, empty. They are the provider's own: what is written there is written to the surface. A null
-    // index is reported.
+    // The rows of a whole surface, where the provider keeps it as plain memory; else, outside the texture,
+    // and where that memory is not of the size that this provider gives, empty. They are the provider's own:
+    // what is written there is written to the surface. A null index is reported.
     ElementRows getElementRows(const SurfaceIndex* surfaceIndex) const;
     // Move the elements from tile (x, y) on between the surface and `strip`, which is at most one tile tall
     // and must not reach beyond the surface. False, and nothing moved, where the provider has no faster way
@@ -161,14 +162,22 @@ private:
     virtual void doPutTile(const SurfaceIndex* surfaceIndex, const Tile* tile, unsigned x, unsigned y) const;
     virtual void doGetTexel(const SurfaceIndex* surfaceIndex, Properties* properties, unsigned x,
                             unsigned y) const;
-    // The defaults have neither rows nor strips. A provider that has rows needs no strips.
+
+    // Rows and strips are shortcuts past the operations above, for walks over tiles. The defaults have
+    // neither, and a provider that has rows needs no strips. They count only for objects of the very class
+    // that doGetRowsClass names: a derived class may have changed what an element, block or tile is, and to
+    // override that is enough, because its objects are then read and written through the operations above.
+    // A derived class that changes nothing there keeps the speed of its base by returning &typeid(itself).
+    // Null, the default: there are no shortcuts.
+    virtual const std::type_info* doGetRowsClass() const;
     virtual ElementRows doGetElementRows(const SurfaceIndex* surfaceIndex) const;
     virtual bool doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                             unsigned y) const;
     virtual bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                             unsigned y) const;
-    bool stripIsInside(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
-                       unsigned y) const;
+    bool hasShortcuts() const;
+    bool canMoveStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
+                      unsigned y) const;
 };
 
 // Copies all elements through jobs. Null arguments, and differing dimensions or formats, are reported.

@@ -59,6 +59,7 @@ private:
                    unsigned y) const override;
     void doPutTile(const SurfaceIndex* surfaceIndex, const Tile* source, unsigned x,
                    unsigned y) const override;
+    const std::type_info* doGetRowsClass() const override;
     ElementRows doGetElementRows(const SurfaceIndex* surfaceIndex) const override;
 
     std::uint64_t getSurfaceOffsetInBytes(const SurfaceIndex* surfaceIndex) const;
@@ -94,6 +95,8 @@ protected:
     void setStorage(ResizableMemoryRegion* resizableMemoryRegion);
 
 private:
+    const std::type_info* doGetRowsClass() const override;
+
     ResizableMemoryRegion* m_resizableMemoryRegion;
 };
 
@@ -105,6 +108,8 @@ public:
     MemoryMappedImage& operator=(const MemoryMappedImage& other);
 
 private:
+    const std::type_info* doGetRowsClass() const override;
+
     MappedMemory m_mappedMemory;
 };
 

@@ -49,12 +49,13 @@ protected:
 
 private:
     bool doAdjustTileForTarget(SurfaceIndex* index, unsigned* x, unsigned* y) const override;
+    const std::type_info* doGetRowsClass() const override;
     ElementRows doGetElementRows(const SurfaceIndex* surfaceIndex) const override;
     bool doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                     unsigned y) const override;
     bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                     unsigned y) const override;
-    bool hasElementsOfTarget() const;
+    bool hasShapeOfTarget() const;
 
     SurfaceIndex m_surfaceIndex;
 };
@@ -77,6 +78,7 @@ private:
                     unsigned y) const override;
     void doGetTile(const SurfaceIndex* surfaceIndex, Tile* tile, unsigned x, unsigned y) const override;
     void doPutTile(const SurfaceIndex* surfaceIndex, const Tile* tile, unsigned x, unsigned y) const override;
+    const std::type_info* doGetRowsClass() const override;
     bool doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                     unsigned y) const override;
     bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
