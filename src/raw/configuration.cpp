@@ -90,7 +90,7 @@ bool DecoderConfiguration::isSigned() const {
 EncoderConfiguration::EncoderConfiguration()
     : m_externalCompressorLevel(kDefaultExternalLevel), m_externalCompressor(nullptr),
       m_externalProfile(nullptr), m_externalBc6hProfile(nullptr), m_bc6Quality{}, m_mipsFromPreviousMip(true),
-      m_renormalizeFlag(false) {
+      m_renormalizeFlag(false), m_effort(kEncoderEffortNormal) {
     m_bc6Quality.setFromQuality(kDefaultBc6Quality);
 }
 

@@ -37,6 +37,16 @@ struct QOR_TEXSMITH_API Bc6QualitySettings {
     void setFromQuality(float value);
 };
 
+// How long the encoders of blocks may search, from the quickest to the best: fast, normal, high, best. An
+// encoder without one of these takes the next slower one that it has, or else normal. The result is the same
+// on every machine.
+enum EncoderEffort : std::uint32_t {
+    kEncoderEffortNormal = 0, // the default
+    kEncoderEffortFast = 1,   // for previews and large batches
+    kEncoderEffortHigh = 2,
+    kEncoderEffortBest = 3,
+};
+
 // How texels are read. Read-only while jobs run.
 struct QOR_TEXSMITH_API DecoderConfiguration {
     Texture m_texture;
@@ -64,6 +74,7 @@ struct QOR_TEXSMITH_API EncoderConfiguration : DecoderConfiguration {
     Bc6QualitySettings m_bc6Quality;
     bool m_mipsFromPreviousMip; // make each mip from the one before it
     bool m_renormalizeFlag;
+    EncoderEffort m_effort; // other numbers than those of the enumeration count as normal
 
     EncoderConfiguration();
     void setTexture(const Raw::Texture* texture);
