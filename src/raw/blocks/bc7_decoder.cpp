@@ -1,7 +1,9 @@
 #include "raw/blocks/bc7_decoder.h"
 
+#include "raw/blocks/bc7_decoder_avx2.h"
 #include "raw/blocks/bc7_tables.h"
 #include "raw/texels/sides.h"
+#include "simd/dispatch.h"
 
 #include <algorithm>
 #include <bit>
@@ -220,6 +222,9 @@ void decodeBc7Block(std::uint8_t* destination, const std::uint8_t* source) {
     decodeBlock(destination, kBlockSide * 4, source);
 }
 
-DecodeBlockRun findBc7RunDecoder() { return &decodeRun; }
+DecodeBlockRun findBc7RunDecoder() {
+    const DecodeBlockRun wide = Simd::mayUseAvx2() ? getBc7RunDecoderAvx2() : nullptr;
+    return wide != nullptr ? wide : &decodeRun;
+}
 
 } // namespace qor::Texsmith::Raw
