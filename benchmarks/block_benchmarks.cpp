@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -156,6 +157,68 @@ void addDecoder(const std::string& name, const char* format) {
     });
 }
 
+using FindRunDecoder = Raw::DecodeBlockRun (*)();
+
+// Stored blocks in surfaces of 128 across, to texels of `texelBytes`.
+void addStoredDecoder(const std::string& name, std::vector<std::uint8_t> source, FindRunDecoder find,
+                      std::size_t texelBytes) {
+    constexpr std::size_t kAcross = 128, kBlockBytes = 16;
+    const std::size_t rows = source.size() / (kBlockBytes * kAcross), pitch = texelBytes * 4 * kAcross;
+    for (const bool wide : {true, false}) {
+        const auto run = [=](benchmark::State& state) {
+            std::vector<std::uint8_t> destination(rows * 4 * pitch);
+            Simd::allowAvx2(wide);
+            const Raw::DecodeBlockRun decode = find();
+            for (auto _ : state) {
+                for (std::size_t row = 0; row < rows; ++row) {
+                    decode(&destination[row * 4 * pitch], pitch, &source[row * kBlockBytes * kAcross],
+                           kAcross);
+                }
+                benchmark::ClobberMemory();
+            }
+            Simd::allowAvx2(true);
+            compareWith(state, 16.0 * static_cast<double>(rows * kAcross), "blocks/BC1 peer");
+        };
+        benchmark::RegisterBenchmark((name + (wide ? "" : ", base line")).c_str(), run)->UseRealTime();
+    }
+}
+
+// Random blocks, all beginning with the bits of a mode; without any of its own, all modes in turn.
+std::vector<std::uint8_t> randomBlocks(unsigned mode, unsigned modeBits) {
+    constexpr std::size_t kCount = 128 * 128;
+    std::mt19937 random(mode);
+    std::vector<std::uint8_t> blocks(16 * kCount);
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        blocks[i] = static_cast<std::uint8_t>(random());
+        if (i % 16 == 0) {
+            blocks[i] = static_cast<std::uint8_t>((blocks[i] >> modeBits << modeBits) | mode);
+        }
+    }
+    return blocks;
+}
+
+void addBc6AndBc7Decoders() {
+    const FindRunDecoder bc7 = [] { return Raw::findBlockRunDecoder(Vex::kSurfaceFormatBc7); };
+    const FindRunDecoder bc6 = [] { return Raw::findHalfRunDecoder(Vex::kSurfaceFormatBc6, false); };
+    const FindRunDecoder signedBc6 = [] { return Raw::findHalfRunDecoder(Vex::kSurfaceFormatBc6, true); };
+    for (unsigned mode = 0; mode < 8; ++mode) {
+        addStoredDecoder("blocks/decode BC7, random blocks of mode " + std::to_string(mode),
+                         randomBlocks(1u << mode, mode + 1), bc7, 4);
+    }
+    addStoredDecoder("blocks/decode BC7, random blocks", randomBlocks(0, 0), bc7, 4);
+    addStoredDecoder("blocks/decode BC6H to halves, random blocks", randomBlocks(0, 0), bc6, 8);
+    addStoredDecoder("blocks/decode BC6H to halves, random blocks of one subset", randomBlocks(3, 5), bc6, 8);
+    addStoredDecoder("blocks/decode BC6H to halves, random signed blocks", randomBlocks(0, 0), signedBc6, 8);
+    const char* const pictures[] = {"tac__BC7_RGBA_Modern.dds", "rd__bc-DX10_BC7_UNORM_SRGB.dds"};
+    for (const char* picture : pictures) {
+        addStoredDecoder(std::string("blocks/decode BC7, ") + picture, loadDdsBlocks(picture), bc7, 4);
+    }
+    for (const char* picture : {"P__bc6h.dds", "rd__bc-DX10_BC6H_UF16.dds"}) {
+        addStoredDecoder(std::string("blocks/decode BC6H to halves, ") + picture, loadDdsBlocks(picture), bc6,
+                         8);
+    }
+}
+
 // The blocks side by side as a picture of bytes; what makes no whole row of blocks is left out.
 constexpr unsigned kBlocksAcross = 512;
 
@@ -225,6 +288,7 @@ void registerBlockBenchmarks() {
     addBc4AndBc5();
     addDecoder("blocks/decode BC1", "Bc1UnormNoAlpha");
     addDecoder("blocks/decode BC3", "Bc3Unorm");
+    addBc6AndBc7Decoders();
     addSurfaces();
 }
 

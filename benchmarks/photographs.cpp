@@ -4,14 +4,15 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 namespace Bench {
 namespace {
 
-std::filesystem::path photographsPath() {
+std::filesystem::path corpusPath(const char* part) {
     const char* corpus = std::getenv("TEXSMITH_CORPUS");
-    return std::filesystem::path(corpus != nullptr ? corpus : TEXSMITH_SOURCE_DIR "/../shared/corpus") /
-           "photos";
+    return std::filesystem::path(corpus != nullptr ? corpus : TEXSMITH_SOURCE_DIR "/../shared/corpus") / part;
 }
 
 void addBlocks(const TestSupport::PngPicture& picture, PhotographBlocks* blocks) {
@@ -32,7 +33,7 @@ void addBlocks(const TestSupport::PngPicture& picture, PhotographBlocks* blocks)
 PhotographBlocks loadPhotographBlocks() {
     PhotographBlocks blocks;
     std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(photographsPath(), error)) {
+    for (const auto& entry : std::filesystem::directory_iterator(corpusPath("photos"), error)) {
         TestSupport::PngPicture picture;
         if (entry.path().extension() == ".png" && TestSupport::readPng(entry.path().string(), &picture)) {
             addBlocks(picture, &blocks);
@@ -45,6 +46,14 @@ PhotographBlocks loadPhotographBlocks() {
         blocks.m_texels.push_back({channel(0), channel(1), channel(2), channel(3)});
     }
     return blocks;
+}
+
+std::vector<std::uint8_t> loadDdsBlocks(const std::string& name) {
+    constexpr std::ptrdiff_t kHeaders = 148;
+    std::ifstream stream(corpusPath("dds") / name, std::ios::binary);
+    const std::vector<std::uint8_t> file(std::istreambuf_iterator<char>(stream), {});
+    return file.size() > kHeaders ? std::vector<std::uint8_t>(file.begin() + kHeaders, file.end())
+                                  : std::vector<std::uint8_t>();
 }
 
 } // namespace Bench

@@ -19,4 +19,7 @@ struct PhotographBlocks {
 // Of all PNG photographs of the corpus, cut to whole blocks. Empty where there is none.
 PhotographBlocks loadPhotographBlocks();
 
+// The stored blocks of all mips of a DDS file with the extended header. Empty where there is no such file.
+std::vector<std::uint8_t> loadDdsBlocks(const std::string& name);
+
 } // namespace Bench
