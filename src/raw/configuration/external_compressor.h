@@ -9,7 +9,7 @@ struct ExternalCompressorProfile;
 
 inline constexpr int kExternalLevels = 5;
 
-// Rows of R, G, B, A bytes.
+// Rows of texels with the channels R, G, B, A.
 struct ExternalSurface {
     const std::uint8_t* m_texels;
     std::int32_t m_width;
@@ -19,6 +19,10 @@ struct ExternalSurface {
 
 using ExternalEncode = void (*)(const ExternalSurface* source, std::uint8_t* destination);
 
+// Rows of R, G, B, A halves. The profile is the configuration's.
+using ExternalEncodeBc6h = void (*)(const ExternalSurface* source, std::uint8_t* destination,
+                                    const ExternalCompressorProfile* profile);
+
 // Null entries where the machine has no such compressor.
 struct ExternalCompressor {
     ExternalEncode m_encodeBc1;
@@ -26,6 +30,7 @@ struct ExternalCompressor {
     const ExternalCompressorProfile* m_bc6hProfiles[kExternalLevels];  // veryslow to veryfast
     const ExternalCompressorProfile* m_plainProfiles[kExternalLevels]; // slow to ultrafast
     const ExternalCompressorProfile* m_alphaProfiles[kExternalLevels]; // the same, for formats that use W
+    ExternalEncodeBc6h m_encodeBc6h;
 };
 
 } // namespace qor::Texsmith::Raw

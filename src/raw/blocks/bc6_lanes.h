@@ -1,0 +1,20 @@
+// The kernels of bc6_kernels.h for any class of lanes. Sums over texels fold 16 lanes in halves, whatever the
+// width, so that all classes give the same bits.
+#pragma once
+
+#include "raw/blocks/bc6_estimate_lanes.h"
+#include "raw/blocks/bc6_evaluate_lanes.h"
+#include "raw/blocks/bc6_fit_lanes.h"
+#include "raw/blocks/bc6_kernels.h"
+#include "raw/blocks/bc6_prepare_lanes.h"
+
+namespace qor::Texsmith::Raw {
+
+template <typename Lanes> struct Bc6Lanes {
+    static constexpr Bc6Kernels makeKernels() {
+        return {&Bc6Prepare<Lanes>::prepare, &Bc6Estimate<Lanes>::estimate, &Bc6Fit<Lanes>::fit,
+                &Bc6Evaluate<Lanes>::evaluate, &Bc6Evaluate<Lanes>::findIndices};
+    }
+};
+
+} // namespace qor::Texsmith::Raw
