@@ -3,10 +3,10 @@
 
 #include "raw/blocks/bc6_bit_writer.h"
 #include "raw/blocks/bc6_search.h"
-#include "raw/blocks/block_encoders.h"
 #include "raw/blocks/bptc_tables.h"
 #include "raw/configuration/external_compressor.h"
 #include "raw/frame/check.h"
+#include "raw/texels/sides.h"
 #include "raw/texels/table_functions.h"
 
 #include <cstring>

@@ -1,8 +1,8 @@
 #include "raw/blocks/bc6_search.h"
 
+#include "qor/texsmith/tools_assert.h"
 #include "raw/blocks/bc6_endpoints.h"
 #include "raw/blocks/bptc_tables.h"
-#include "raw/frame/check.h"
 #include "simd/power.h"
 
 #include <algorithm>
@@ -15,6 +15,13 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\bc6";
 constexpr float kNoError = std::numeric_limits<float>::max();
+
+bool holds(bool condition, const char* text, int line) {
+    if (!condition) {
+        toolsAssert(kSourcePath, line, "Assertion '%s' failed.", text);
+    }
+    return condition;
+}
 
 float power(float base, float exponent) {
     const Simd::Float4 logarithm = Simd::log2Approximately(Simd::splat(base));
@@ -209,7 +216,7 @@ private:
         for (unsigned tried = 0; tried < m_plan.m_entryLimit; ++tried) {
             std::uint64_t* least = std::min_element(keys, keys + kBc6Entries);
             const unsigned entry = *least & 0xFF;
-            check(*least >= previous, kSourcePath, "fChiSqr_est >= fChiSqr_est_prev");
+            holds(*least >= previous, "fChiSqr_est >= fChiSqr_est_prev", __LINE__);
             previous = *least;
             *least = ~std::uint64_t{0};
             m_isWide = !allSmooth && !isSmooth(entry);
@@ -285,7 +292,7 @@ private:
         }
     }
 
-    static bool holds(const Bc6Mode& mode, const unsigned (&needs)[3]) {
+    static bool hasRoom(const Bc6Mode& mode, const unsigned (&needs)[3]) {
         for (unsigned channel = 0; channel < 3; ++channel) {
             if (!mode.isDirect() && needs[channel] > mode.m_deltaBits[channel] + 16u - mode.m_endpointBits) {
                 return false;
@@ -300,7 +307,7 @@ private:
             const unsigned bits = kBc6ModeTable[next - 1].m_endpointBits;
             unsigned chosen = kBc6Modes;
             for (; next > 0 && kBc6ModeTable[next - 1].m_endpointBits == bits; --next) {
-                chosen = holds(kBc6ModeTable[next - 1], needs) ? next - 1 : chosen;
+                chosen = hasRoom(kBc6ModeTable[next - 1], needs) ? next - 1 : chosen;
             }
             if (chosen != kBc6Modes) {
                 tryMode(chosen, positions);
@@ -429,8 +436,9 @@ private:
         std::uint8_t start = 0, end = 0; // wrap
         std::uint64_t seen = 1;
         const auto push = [&](unsigned mask) {
-            if ((seen >> mask & 1) == 0 && check(static_cast<std::uint8_t>(end - start) < 0xFF, kSourcePath,
-                                                 "(uint8_t)(iDirQueueEnd - iDirQueueStart) < 0xFF")) {
+            if ((seen >> mask & 1) == 0 &&
+                holds(static_cast<std::uint8_t>(end - start) < 0xFF,
+                      "(uint8_t)(iDirQueueEnd - iDirQueueStart) < 0xFF", __LINE__)) {
                 seen |= std::uint64_t{1} << mask;
                 queue[end++] = static_cast<std::uint8_t>(mask);
             }

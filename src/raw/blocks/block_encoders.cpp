@@ -4,6 +4,7 @@
 #include "raw/blocks/bc1_group.h"
 #include "raw/blocks/bc1_punch_through.h"
 #include "raw/blocks/bc4_encoder.h"
+#include "raw/blocks/bc6_encoder.h"
 #include "raw/blocks/block_alpha.h"
 #include "raw/blocks/block_preparation.h"
 #include "raw/blocks/block_runs.h"
@@ -244,6 +245,8 @@ EncodeBlockRun findBlockRunEncoder(Vex::SurfaceFormat format) {
         return &encodeOneByOne<&encodeBc4Block, 8>;
     case Vex::kSurfaceFormatBc5:
         return &encodeOneByOne<&encodeBc5Block, 16>;
+    case Vex::kSurfaceFormatBc6:
+        return &encodeBc6Blocks;
     default:
         return nullptr;
     }

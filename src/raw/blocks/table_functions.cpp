@@ -1,6 +1,7 @@
 #include "raw/blocks/table_functions.h"
 
 #include "raw/blocks/bc6_decoder.h"
+#include "raw/blocks/bc6_encoder.h"
 #include "raw/blocks/bc7_decoder.h"
 #include "raw/blocks/block_decoders.h"
 #include "raw/blocks/block_encoders.h"
@@ -55,7 +56,7 @@ template <> struct Codec<Vex::kSurfaceFormatBc5> {
     static constexpr unsigned kLanes = 2;
 };
 template <> struct Codec<Vex::kSurfaceFormatBc6> {
-    static constexpr Encode kEncode = nullptr;
+    static constexpr Encode kEncode = &encodeBc6Block;
     static constexpr DecodeLanes kDecode = &decodeBc6;
     static constexpr unsigned kLanes = 4;
 };

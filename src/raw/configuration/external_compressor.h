@@ -30,7 +30,7 @@ struct ExternalCompressor {
     const ExternalCompressorProfile* m_bc6hProfiles[kExternalLevels];  // veryslow to veryfast
     const ExternalCompressorProfile* m_plainProfiles[kExternalLevels]; // slow to ultrafast
     const ExternalCompressorProfile* m_alphaProfiles[kExternalLevels]; // the same, for formats that use W
-    ExternalEncodeBc6h m_encodeBc6h;
+    ExternalEncodeBc6h m_encodeBc6h = nullptr;
 };
 
 } // namespace qor::Texsmith::Raw
