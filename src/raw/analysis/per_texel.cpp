@@ -2,7 +2,7 @@
 #include "qor/texsmith/raw/per_tile.h"
 
 #include "raw/analysis/tile_decoder.h"
-#include "raw/configuration/compose_modifiers.h"
+#include "raw/configuration/provider_settings.h"
 #include "raw/frame/check.h"
 #include "raw/texels/codec.h"
 #include "raw/texels/texture_format.h"
@@ -24,8 +24,7 @@ PerTexel::PerTexel(const ElementProvider* elementProvider, Configuration* config
         m_decoderConfiguration = configuration->m_decoderConfiguration;
     }
     if (hasProvider) {
-        m_decoderConfiguration.setTexture(&elementProvider->getTexture());
-        composeDecoder(&m_decoderConfiguration, elementProvider->getModifiers());
+        m_decoderConfiguration = decoderFor(*elementProvider, m_decoderConfiguration);
     }
 }
 

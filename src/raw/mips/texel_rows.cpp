@@ -1,6 +1,6 @@
 #include "raw/mips/texel_rows.h"
 
-#include "raw/configuration/compose_modifiers.h"
+#include "raw/configuration/provider_settings.h"
 #include "raw/surfaces/extent.h"
 #include "raw/texels/channels.h"
 #include "raw/texels/codec.h"
@@ -79,9 +79,7 @@ void floatsToIntegers(Block* block) {
 } // namespace
 
 TexelReader::TexelReader(const ElementProvider* provider, const DecoderConfiguration& configuration)
-    : m_provider(provider), m_decoder(configuration) {
-    m_decoder.setTexture(&provider->getTexture());
-    composeDecoder(&m_decoder, provider->getModifiers());
+    : m_provider(provider), m_decoder(decoderFor(*provider, configuration)) {
     if (RowConversion::canConvert(formatOf(&m_decoder), kFloats)) {
         m_rows.emplace(TileConversion(m_decoder, plainConfiguration<EncoderConfiguration>()));
     }
@@ -131,9 +129,7 @@ void TexelReader::blockRow(const TexelSurface& surface, unsigned y, float* texel
 }
 
 TexelWriter::TexelWriter(ElementProvider* provider, const EncoderConfiguration& configuration)
-    : m_provider(provider), m_encoder(configuration) {
-    m_encoder.setTexture(&provider->getTexture());
-    composeEncoder(&m_encoder, provider->getModifiers());
+    : m_provider(provider), m_encoder(encoderFor(*provider, configuration)) {
     if (RowConversion::canConvert(kFloats, formatOf(&m_encoder))) {
         m_rows.emplace(TileConversion(plainConfiguration<DecoderConfiguration>(), m_encoder));
     }

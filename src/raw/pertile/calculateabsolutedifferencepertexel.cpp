@@ -1,5 +1,5 @@
 #include "qor/texsmith/raw/comparison.h"
-#include "raw/analysis/decoder_for.h"
+#include "raw/analysis/coded_tiles.h"
 #include "raw/frame/check.h"
 #include "simd/float4.h"
 
@@ -29,9 +29,9 @@ CalculateAbsoluteDifferencePerTexel::CalculateAbsoluteDifferencePerTexel(Element
     if (m_isUsable) {
         checkDimensions(destination, imageA, "destination and imageA must have the same dimensions.");
         checkDimensions(destination, imageB, "destination and imageB must have the same dimensions.");
-        m_encoder = encoderFor(*destination, *configuration);
-        m_decoderA = decoderFor(*imageA, *configuration);
-        m_decoderB = decoderFor(*imageB, *configuration);
+        m_encoder = encoderFor(*destination, configuration->m_encoderConfiguration);
+        m_decoderA = decoderFor(*imageA, configuration->m_decoderConfiguration);
+        m_decoderB = decoderFor(*imageB, configuration->m_decoderConfiguration);
         m_isUsable = canEncodeTiles(*destination) && canDecodeTiles(*imageA) && canDecodeTiles(*imageB);
     }
 }

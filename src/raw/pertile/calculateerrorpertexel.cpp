@@ -1,5 +1,5 @@
 #include "qor/texsmith/raw/comparison.h"
-#include "raw/analysis/decoder_for.h"
+#include "raw/analysis/coded_tiles.h"
 #include "raw/analysis/tile_decoder.h"
 #include "raw/frame/check.h"
 #include "simd/dispatch.h"
@@ -100,8 +100,8 @@ CalculateErrorPerTexel::CalculateErrorPerTexel(ErrorSummary* destination, const 
     const bool hasCalculator = checkNotNull(calculator, kSourcePath, "calculator must not be NULL.");
     m_isUsable = hasDestination && hasArguments && hasCalculator;
     if (m_isUsable) {
-        m_decoderA = decoderFor(*imageA, *configuration);
-        m_decoderB = decoderFor(*imageB, *configuration);
+        m_decoderA = decoderFor(*imageA, configuration->m_decoderConfiguration);
+        m_decoderB = decoderFor(*imageB, configuration->m_decoderConfiguration);
         m_isUsable = canDecodeTiles(*imageA) && canDecodeTiles(*imageB);
     }
 }

@@ -1,5 +1,5 @@
 #include "qor/texsmith/raw/channel_packing.h"
-#include "raw/analysis/decoder_for.h"
+#include "raw/analysis/coded_tiles.h"
 #include "raw/frame/check.h"
 
 namespace qor::Texsmith::Raw {
@@ -31,12 +31,12 @@ ChannelPackPerTile::ChannelPackPerTile(ElementProvider* destination, ElementProv
     if (!hasDestination || !hasSources || !hasSettings || !hasRoom) {
         return;
     }
-    m_encoder = encoderFor(*destination, *configuration);
+    m_encoder = encoderFor(*destination, configuration->m_encoderConfiguration);
     bool isUsable = canEncodeTiles(*destination);
     for (int i = 0; i < sourceCount; ++i) {
         if (checkSource(sources[i], destination, i)) {
             m_sources[i] = sources[i];
-            m_decoders[i] = decoderFor(*sources[i], *configuration);
+            m_decoders[i] = decoderFor(*sources[i], configuration->m_decoderConfiguration);
         } else {
             isUsable = false;
         }

@@ -1,5 +1,5 @@
 #include "qor/texsmith/raw/channel_packing.h"
-#include "raw/analysis/decoder_for.h"
+#include "raw/analysis/coded_tiles.h"
 #include "raw/frame/check.h"
 
 namespace qor::Texsmith::Raw {
@@ -31,12 +31,12 @@ ChannelUnpackPerTile::ChannelUnpackPerTile(ElementProvider** destinations, int d
     if (!hasDestinations || !hasSource || !hasSettings || !hasRoom) {
         return;
     }
-    m_decoder = decoderFor(*source, *configuration);
+    m_decoder = decoderFor(*source, configuration->m_decoderConfiguration);
     bool isUsable = canDecodeTiles(*source);
     for (int i = 0; i < destinationCount; ++i) {
         if (checkDestination(destinations[i], source, i)) {
             m_destinations[i] = destinations[i];
-            m_encoders[i] = encoderFor(*destinations[i], *configuration);
+            m_encoders[i] = encoderFor(*destinations[i], configuration->m_encoderConfiguration);
         } else {
             isUsable = false;
         }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "qor/texsmith/raw/element_provider.h"
-#include "raw/configuration/compose_modifiers.h"
+#include "raw/configuration/provider_settings.h"
 #include "raw/texels/area_conversion.h"
 
 namespace qor::Texsmith::Raw {
@@ -10,13 +10,8 @@ namespace qor::Texsmith::Raw {
 template <typename Conversion>
 Conversion stepsBetween(const ElementProvider& source, const ElementProvider& destination,
                         const Configuration& configuration) {
-    DecoderConfiguration decoder = configuration.m_decoderConfiguration;
-    EncoderConfiguration encoder = configuration.m_encoderConfiguration;
-    decoder.setTexture(&source.getTexture());
-    encoder.setTexture(&destination.getTexture());
-    composeDecoder(&decoder, source.getModifiers());
-    composeEncoder(&encoder, destination.getModifiers());
-    return Conversion(decoder, encoder);
+    return Conversion(decoderFor(source, configuration.m_decoderConfiguration),
+                      encoderFor(destination, configuration.m_encoderConfiguration));
 }
 
 } // namespace qor::Texsmith::Raw

@@ -1,27 +1,13 @@
-// The settings under which a provider's texels are read and written, and tiles by them.
+// Whole tiles of a provider to texels and back.
 #pragma once
 
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/element_provider.h"
-#include "raw/configuration/compose_modifiers.h"
+#include "raw/configuration/provider_settings.h"
 #include "raw/texels/codec.h"
 #include "raw/texels/texture_format.h"
 
 namespace qor::Texsmith::Raw {
-
-inline DecoderConfiguration decoderFor(const ElementProvider& provider, const Configuration& configuration) {
-    DecoderConfiguration decoder = configuration.m_decoderConfiguration;
-    decoder.setTexture(&provider.getTexture());
-    composeDecoder(&decoder, provider.getModifiers());
-    return decoder;
-}
-
-inline EncoderConfiguration encoderFor(const ElementProvider& provider, const Configuration& configuration) {
-    EncoderConfiguration encoder = configuration.m_encoderConfiguration;
-    encoder.setTexture(&provider.getTexture());
-    composeEncoder(&encoder, provider.getModifiers());
-    return encoder;
-}
 
 inline bool canDecodeTiles(const ElementProvider& provider) {
     return infoOf(provider.getDataFormat()).decodeTile != nullptr;
