@@ -2,9 +2,10 @@
 
 #include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
-namespace qor::Texsmith::Raw {
+namespace qor::Texsmith::Simd {
 
 float fastRsqrt(float x) {
     if (!(x >= 0.0f)) {
@@ -14,4 +15,4 @@ float fastRsqrt(float x) {
     return std::bit_cast<float>((bits + (bits >> 11 & 1) + 0x3FF) & 0xFFFFF800);
 }
 
-} // namespace qor::Texsmith::Raw
+} // namespace qor::Texsmith::Simd

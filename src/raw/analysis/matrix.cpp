@@ -82,7 +82,7 @@ Matrix MatrixInverse(const Matrix& matrix) {
 }
 
 Matrix MatrixRotation(const VectorFloat& axis, float angle) {
-    const float scale = fastRsqrt((axis[0] * axis[0] + axis[1] * axis[1]) + axis[2] * axis[2]);
+    const float scale = Simd::fastRsqrt((axis[0] * axis[0] + axis[1] * axis[1]) + axis[2] * axis[2]);
     const float x = axis[0] * scale, y = axis[1] * scale, z = axis[2] * scale;
     const float s = std::sin(angle), c = std::cos(angle), rest = 1.0f - c;
     return {{{{rest * x * x + c, rest * x * y + s * z, rest * x * z - s * y, 0}},

@@ -1,3 +1,4 @@
+// Least, greatest and mean of texels, one by one and in whole tiles.
 #include "qor/texsmith/raw/statistics.h"
 
 #include "raw/analysis/min_max_mean.h"

@@ -38,8 +38,8 @@ private:
     using Float = typename Lanes::Float;
     static constexpr unsigned kTexels = 64;
 
-    // Every kStride-th pair of texels, the upper half of them onto the lower: what folding the whole tile
-    // leaves in this place, but in an order that needs few registers.
+    // The sum of every kStride-th pair of texels. Folding the tile, the upper half of its pairs onto the
+    // lower, again and again, would leave the same sum here; the recursion keeps fewer vectors at a time.
     template <unsigned kStride> Float sumOfHalves(const float* texels) {
         if constexpr (kStride * 2 < kTexels / 2) {
             const Float lower = sumOfHalves<kStride * 2>(texels);

@@ -1,4 +1,6 @@
+// The transforms that spread the range of a picture, as it was measured, over that of a format.
 #include "qor/texsmith/raw/statistics.h"
+
 #include "raw/configuration/check_configuration.h"
 #include "raw/configuration/restored_transform.h"
 #include "raw/texels/channels.h"

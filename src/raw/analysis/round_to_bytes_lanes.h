@@ -16,7 +16,7 @@ public:
         m_lowest = minimum(value, m_lowest);
         m_highest = maximum(value, m_highest);
         const Float unit = maximum(minimum(Lanes::splat(1.0f), value), zero); // a NaN becomes 0
-        m_outside = m_outside | (bitsOf(value + zero) ^ bitsOf(unit));        // -0 lies inside
+        m_outside = m_outside | (bitsOf(value + zero) ^ bitsOf(unit)); // -0 becomes +0, which is inside
         const Float scaled = unit * Lanes::splat(255.0f);
         const auto byte = truncateToInts(scaled + Lanes::splat(0.5f));
         m_noByte = m_noByte | (bitsOf(toFloats(byte)) ^ bitsOf(scaled));

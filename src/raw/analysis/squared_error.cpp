@@ -1,3 +1,4 @@
+// The error measures of comparison.h: sums of squared differences, weighed in several ways.
 #include "raw/analysis/squared_error_lanes.h"
 
 #include "qor/texsmith/raw/comparison.h"

@@ -19,14 +19,15 @@ struct PairProblem {
 // The best pair of different ends, of equal ones the first in the order (0, 1), (0, 2) ... (1, 2) ...
 struct BestPair {
     unsigned m_first, m_second;
-    // End 0 alone is as good, or nothing is a number.
+    // Two times end 0 would be no worse than the best pair, or the errors are NaNs.
     bool m_firstSuffices;
 };
 using BestPairKernel = BestPair (*)(const PairProblem& problem);
 // Null where the build has none.
 BestPairKernel getBestPairAvx2();
 
-// All pairs of the ends below n stand before those with end n. The second end is in the low byte.
+// The pairs of 16 ends, ordered by their second end: those of the first n ends are the first n (n - 1) / 2.
+// The second end is in the low byte.
 struct PairOrder {
     std::uint16_t m_pairs[120];
 };
@@ -88,7 +89,7 @@ private:
         return sumOfLanes(errors[0]);
     }
 
-    // Halving and doubling round nothing away.
+    // Halving and doubling are exact: the sum of two halves has the bits of half the sum.
     float errorOf(const End& first, const End& second) const {
         const Float middle = first.m_half + second.m_half;
         Float errors[kVectors];
@@ -106,7 +107,8 @@ private:
         return sum(errors);
     }
 
-    // An error is not negative, so its bits grow with it. Those of a NaN are the same in all pairs.
+    // Errors are not negative, so that their bits are in the same order as they. If one is a NaN, all are,
+    // with the same bits, and the first pair stays.
     BestPair search() const {
         std::uint64_t best = ~std::uint64_t(0);
         for (unsigned i = 0; i < m_pairCount; ++i) {

@@ -12,7 +12,7 @@ inline constexpr float kFlatRange = 0.0019607844f;
 static_assert(static_cast<double>(kFlatRange) >= 0.00196078431372549);
 static_assert(static_cast<double>(0.0019607842f) < 0.00196078431372549);
 
-// A principal axis whose square is below this has lost its digits.
+// Below this the sum of an axis' squares is a denormal, with too few digits to normalise the axis by.
 inline constexpr float kLeastAxisSquare = FLT_MIN;
 
 inline constexpr float kRedBlueLevels = 31.0f;

@@ -1,5 +1,5 @@
-// The colour endpoints of BC1. What is here in scalar code is the meaning of the wide kernels: they add up in
-// the same order, texel after texel, and give the same bits.
+// The fit of BC1 endpoints in scalar code, for any number of blocks. The kernels over lanes (bc1_lanes.h) do
+// the same for single blocks: they add up in the same order, texel after texel, and give the same bits.
 #include "raw/blocks/bc1_group.h"
 
 #include "raw/blocks/bc1_fit.h"
@@ -196,7 +196,7 @@ Bc1GroupResult GroupFit::run() {
     if (m_range.r + m_range.g + m_range.b < kFlatRange || square < kLeastAxisSquare) {
         setFlat();
     } else {
-        fit(v * fastRsqrt(square));
+        fit(v * Simd::fastRsqrt(square));
     }
     order();
     return m_result;

@@ -1,3 +1,4 @@
+// The fit of BC1 endpoints for AVX2: eight blocks at a time.
 #include "raw/blocks/bc1_lanes.h"
 
 #if defined(__AVX2__)

@@ -8,7 +8,7 @@
 #include "raw/blocks/bc1_fit.h"
 #include "raw/blocks/bc1_single_colour.h"
 #include "raw/texels/sides.h"
-#include "simd/fast_rsqrt.h"
+#include "simd/fast_rsqrt_lanes.h"
 
 #include <cstring>
 
@@ -44,7 +44,7 @@ private:
     struct Endpoints {
         Rgb m_first, m_second;
     };
-    // Of the steps u, and of the texels weighted by 3 - u.
+    // Over a block's texels, whose steps are u: of u, of its square, and of the texel times 3 - u.
     struct Sums {
         Float m_steps, m_squares;
         Rgb m_weighted;
@@ -126,7 +126,7 @@ private:
         return {quantise(m_mean + axis * (low - centre)), quantise(m_mean + axis * (high - centre))};
     }
 
-    // The table's words for the means.
+    // From the table of single colours, for the mean of each block.
     Int flatWords() const {
         const Float means[3] = {m_mean.r, m_mean.g, m_mean.b};
         static constexpr std::uint32_t kFields[3] = {kRedFields, kGreenFields, kBlueFields};
@@ -220,7 +220,7 @@ private:
         const Float square = dot(v, v);
         const Float range = m_range.r + m_range.g + m_range.b;
         const Int flat = less(range, floats(kFlatRange)) | less(square, floats(kLeastAxisSquare));
-        Endpoints ends = endpointsAlong(v * fastRsqrtLanes<Lanes>(square));
+        Endpoints ends = endpointsAlong(v * Simd::fastRsqrtLanes<Lanes>(square));
         ends = refine(refine(ends));
         const Int indices = packIndices(ends);
         ends = takeFlat(flat, ends);

@@ -34,7 +34,7 @@ Planes loadPlanes(const ColorRGBA32F* block) {
     return planes;
 }
 
-// toLevel, and the same widened as rgb565ToFloat does it.
+// What toLevel gives, and the float that rgb565ToFloat widens it to.
 struct Levels {
     Int4 m_levels;
     Float4 m_widened;
@@ -48,7 +48,7 @@ template <int kBits> Levels quantise(Float4 values) {
     return {level, minimum(toFloats(byte) * splat(0.003921569f), splat(1.0f))};
 }
 
-// The words of all texels, and what the search is to know of the texels.
+// The 5:6:5 words of all texels, and the part of the problem that depends on the texels alone.
 void quantiseTexels(const Planes& planes, std::uint32_t (&words)[kTexelsPerBlock], PairProblem* problem) {
     const Float4 red = splat(kRedWeight), green = splat(kGreenWeight), blue = splat(kBlueWeight);
     const Float4 half = splat(0.5f);
@@ -68,7 +68,8 @@ void quantiseTexels(const Planes& planes, std::uint32_t (&words)[kTexelsPerBlock
     }
 }
 
-// Finds the places of different words. Returns where the first word stands again, or 16.
+// Lists the texels whose words are new, which are the ends to choose from. Returns the place where the first
+// texel's word stands again, or 16.
 unsigned findDifferent(const std::uint32_t (&words)[kTexelsPerBlock], PairProblem* problem) {
     const Int4 all[4] = {loadInts(words), loadInts(words + 4), loadInts(words + 8), loadInts(words + 12)};
     const auto placesOf = [&](std::uint32_t word) {
@@ -79,7 +80,9 @@ unsigned findDifferent(const std::uint32_t (&words)[kTexelsPerBlock], PairProble
     unsigned count = 0;
     for (unsigned i = 0; i < kTexelsPerBlock; ++i) {
         problem->m_places[count] = i;
-        count += (placesOf(words[i]) & ((1u << i) - 1)) == 0 ? 1 : 0; // no branch, as none could be foretold
+        count += (placesOf(words[i]) & ((1u << i) - 1)) == 0
+                     ? 1
+                     : 0; // without a branch, which no processor could predict
     }
     problem->m_endCount = count;
     return static_cast<unsigned>(std::countr_zero((placesOf(words[0]) & ~1u) | 1u << kTexelsPerBlock));

@@ -1,3 +1,4 @@
+// The best pair of endpoints for AVX2: the errors of eight texels at a time.
 #include "raw/blocks/bc1_best_pair_lanes.h"
 
 #if defined(__AVX2__)

@@ -1,4 +1,4 @@
-// One channel as a block of BC4.
+// The fit of a channel's two endpoints.
 //
 // All work is in 64ths of a level against the decoder's own palette: first a range, then steps of least
 // squares, then a walk over neighbouring pairs of endpoints as long as the error falls.
@@ -118,13 +118,13 @@ struct Fit {
     std::uint32_t m_error;
 };
 
-// Eight values need a > b, six need a <= b.
+// Finds endpoints for one mode. Palettes of eight values need a > b, those of six a <= b.
 class Fitter {
 public:
     Fitter(const Bc4Kernels& kernels, const Bc4Values& values, const Bc4Mode& mode, Range range, bool isEight)
         : m_kernels(kernels), m_values(values), m_mode(mode), m_range(range), m_isEight(isEight) {}
 
-    // From two values, in 64ths.
+    // Starts from the greatest and the least value, in 64ths of a level.
     Fit fit(int high, int low) const {
         const int top = roundToLevel(high), bottom = roundToLevel(low);
         Fit best = measured(m_isEight ? ordered(top, bottom) : ordered(bottom, top));

@@ -1,3 +1,4 @@
+// The loops of the BC4 fit for AVX2: 16 words in a vector.
 #include "raw/blocks/bc4_kernels.h"
 
 #if defined(__AVX2__)
@@ -42,11 +43,11 @@ struct SixteenWords {
     friend SixteenWords operator-(SixteenWords a, SixteenWords b) {
         return {_mm256_sub_epi16(a.m_lanes, b.m_lanes)};
     }
-    friend SixteenWords minimum(SixteenWords a, SixteenWords b) {
+    friend SixteenWords minimumSigned(SixteenWords a, SixteenWords b) {
         return {_mm256_min_epi16(a.m_lanes, b.m_lanes)};
     }
     friend SixteenWords absolute(SixteenWords a) { return {_mm256_abs_epi16(a.m_lanes)}; }
-    friend SixteenWords greater(SixteenWords a, SixteenWords b) {
+    friend SixteenWords greaterSigned(SixteenWords a, SixteenWords b) {
         return {_mm256_cmpgt_epi16(a.m_lanes, b.m_lanes)};
     }
     friend SixteenWords select(SixteenWords mask, SixteenWords a, SixteenWords b) {

@@ -1,3 +1,4 @@
+// The loops of the BC4 fit for SSE2: 16 words in two vectors.
 #include "raw/blocks/bc4_kernels.h"
 
 #if !defined(TEXSMITH_SCALAR) && (defined(__SSE2__) || defined(_M_X64))
@@ -46,7 +47,7 @@ struct WordPairs {
     friend WordPairs operator-(WordPairs a, WordPairs b) {
         return {_mm_sub_epi16(a.m_low, b.m_low), _mm_sub_epi16(a.m_high, b.m_high)};
     }
-    friend WordPairs minimum(WordPairs a, WordPairs b) {
+    friend WordPairs minimumSigned(WordPairs a, WordPairs b) {
         return {_mm_min_epi16(a.m_low, b.m_low), _mm_min_epi16(a.m_high, b.m_high)};
     }
     friend WordPairs absolute(WordPairs a) {
@@ -54,7 +55,7 @@ struct WordPairs {
         return {_mm_max_epi16(a.m_low, _mm_sub_epi16(zero, a.m_low)),
                 _mm_max_epi16(a.m_high, _mm_sub_epi16(zero, a.m_high))};
     }
-    friend WordPairs greater(WordPairs a, WordPairs b) {
+    friend WordPairs greaterSigned(WordPairs a, WordPairs b) {
         return {_mm_cmpgt_epi16(a.m_low, b.m_low), _mm_cmpgt_epi16(a.m_high, b.m_high)};
     }
     static __m128i selectEight(__m128i mask, __m128i a, __m128i b) {

@@ -1,4 +1,7 @@
-// The inner loops of the BC4 fit on 16 words at a time. `Words` is a type of vectors, or of pairs of them.
+// The inner loops of the BC4 fit on 16 words at a time.
+//
+// `Words` is a vector of 16 signed words, or two of eight, with the operations of lanes4.h that are needed
+// here, for words; and with a palette of eight entries, of which it makes vectors.
 #pragma once
 
 #include "raw/blocks/bc4_kernels.h"
@@ -22,14 +25,14 @@ private:
     template <int... kEntries>
     static Words nearestDistances(Words values, Palette palette, std::integer_sequence<int, kEntries...>) {
         Words best = distanceTo<0>(values, palette);
-        ((best = minimum(best, distanceTo<kEntries>(values, palette))), ...);
+        ((best = minimumSigned(best, distanceTo<kEntries>(values, palette))), ...);
         return best;
     }
 
     template <int kEntry> static void compareWith(Words values, Palette palette, Words* best, Words* codes) {
         const Words distance = distanceTo<kEntry>(values, palette);
-        *codes = select(greater(*best, distance), Words::splat(kEntry), *codes);
-        *best = minimum(*best, distance);
+        *codes = select(greaterSigned(*best, distance), Words::splat(kEntry), *codes);
+        *best = minimumSigned(*best, distance);
     }
     template <int... kEntries>
     static Words nearestCodes(Words values, Palette palette, std::integer_sequence<int, kEntries...>) {

@@ -1,5 +1,4 @@
-// The alpha halves of BC2 and BC3. The loops over 16 bytes are written so that compilers make vectors of
-// them.
+// The loops over the 16 bytes of a block are written so that compilers make vectors of them.
 
 #include "raw/blocks/block_alpha.h"
 #include "raw/blocks/bc4_weights.h"
@@ -39,7 +38,7 @@ struct Endpoints {
     std::uint8_t m_second;
 };
 
-// Texels at the very ends cost no endpoint where there are six values, for these hold both ends.
+// Six values hold 0 and 255 besides the mixes: with many texels of these, the endpoints may leave them out.
 Endpoints chooseBc3AlphaEndpoints(const Bytes& alpha) {
     std::uint8_t least = 255, greatest = 0;
     unsigned extremes = 0;
@@ -55,7 +54,7 @@ Endpoints chooseBc3AlphaEndpoints(const Bytes& alpha) {
     return extremes >= 4 ? Endpoints{least, greatest} : Endpoints{greatest, least};
 }
 
-// Entry 4 of the six values is not the mirror of entry 3, and not what a decoder makes of it.
+// Entry 4 of the six values is deliberately not what a decoder makes of it (27 : 37, not 26 : 38).
 struct Palette {
     std::uint8_t m_entries[8];
 

@@ -1,4 +1,4 @@
-// Block decoders: 4 x 4 texels from blocks of BC1 to BC5. Any bytes decode to something. None is exported.
+// Block decoders: 4 x 4 texels from blocks of BC1 to BC5. Any bytes decode to something.
 #pragma once
 
 #include "qor/texsmith/raw/vector_math.h"

@@ -137,7 +137,7 @@ struct WithAlpha {
     }
 };
 
-// Bytes at..at + 3 of each half, in all of its lanes.
+// Bytes `at` to `at + 3` of each half of a vector, in all four lanes of that half.
 __m256i spreadDoubleWord(__m256i pair, int at) {
     const int bytes = at | (at + 1) << 8 | (at + 2) << 16 | (at + 3) << 24;
     return _mm256_shuffle_epi8(pair, _mm256_set1_epi32(bytes));

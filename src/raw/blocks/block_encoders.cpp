@@ -32,7 +32,7 @@ ExternalEncode externalBc3(const EncoderConfiguration& configuration) {
     return table != nullptr ? table->m_encodeBc3 : nullptr;
 }
 
-// As texels of four bytes with the configuration's channel type.
+// Hands the texels to an external encoder, as four bytes each with the configuration's channel type.
 void encodeOutside(ExternalEncode encode, std::uint8_t* destination, const ColorRGBA32F* block,
                    const EncoderConfiguration& configuration, bool keepsAlpha) {
     Vex::DataFormat format = formatOf(&configuration);
@@ -70,7 +70,7 @@ std::int64_t truncateToInt64(float value) {
     return value >= -kLimit && value < kLimit ? static_cast<std::int64_t>(value) : INT64_MIN;
 }
 
-// Of texels that nobody clamped: the low four bits of what comes out.
+// Texels come here without having been clamped, deliberately: of a value out of range the low four bits stay.
 void encodeUnpreparedBc2Alpha(std::uint8_t* destination, const ColorRGBA32F* block) {
     std::uint64_t packed = 0;
     for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
@@ -80,7 +80,8 @@ void encodeUnpreparedBc2Alpha(std::uint8_t* destination, const ColorRGBA32F* blo
     std::memcpy(destination, &packed, sizeof packed);
 }
 
-// Runs are cut into groups that fit the stack; each is a whole number of the widest kernels' blocks.
+// Runs are cut into groups that fit the stack, of a multiple of the eight blocks that the widest kernel
+// takes.
 constexpr std::size_t kRunBlocks = 16;
 
 struct PreparedRun {

@@ -1,3 +1,4 @@
+// The kernels of planes for every machine: over four lanes, and elements of two and three words one by one.
 #include "raw/planes/plane_kernels.h"
 
 #include "raw/planes/plane_kernels_lanes.h"

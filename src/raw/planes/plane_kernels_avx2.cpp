@@ -1,3 +1,4 @@
+// The kernels of planes for AVX2, over eight lanes.
 #include "raw/planes/plane_kernels.h"
 
 #if defined(__AVX2__)

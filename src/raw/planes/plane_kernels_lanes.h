@@ -39,7 +39,8 @@ template <typename Lanes> auto decodeSScaled(const PlaneChannel& channel) {
     return [=](typename Lanes::Int raw) { return bitsOf(toFloats(extend(raw))); };
 }
 template <typename Lanes> auto decodeSNormNoZero(const PlaneChannel& channel) {
-    const auto half = Lanes::splat(channel.m_half); // extended and moved up again, only the upper bit differs
+    // The sign-extended value plus m_half is the raw one with its upper bit flipped.
+    const auto half = Lanes::splat(channel.m_half);
     const auto scale = Lanes::splat(channel.m_unormScale);
     return [=](typename Lanes::Int raw) {
         const auto unit = clampBetween<Lanes>(toFloats(raw ^ half) * scale, 0.0f, 1.0f);
@@ -71,10 +72,11 @@ template <typename Lanes> auto keepLane(const PlaneChannel&) {
     return [](typename Lanes::Int lane) { return lane; };
 }
 
-// Exponents of five bits move by 112, and once more at the upper end, but not at the lower one.
+// The bias of a float's exponent is 127, that of an exponent of five bits 15. Normal numbers move by the
+// difference; infinities and NaNs by twice as much, from 31 to 255; zeros and denormals stay at 0.
 inline constexpr std::uint32_t kExponentMove = 112u << 23;
 
-// Of 10, 11 or 16 bits; the mask leaves nothing of a sign that is not there.
+// Floats of 10, 11 or 16 bits. The first two have no sign, and m_most none of its bits.
 template <typename Lanes> auto decodeFloat(const PlaneChannel& channel) {
     const auto sign = Lanes::splat(channel.m_most & 0x8000), rest = Lanes::splat(channel.m_most & 0x7FFF);
     const auto shift = Lanes::shiftCount(channel.m_floatShift);
@@ -86,7 +88,8 @@ template <typename Lanes> auto decodeFloat(const PlaneChannel& channel) {
     };
 }
 
-// Truncates, and limits to the normal numbers; zeros, denormals, infinities and NaNs keep their mantissa.
+// To a small float without its sign. Truncates, and limits numbers to the normal ones; zeros, denormals,
+// infinities and NaNs keep the upper bits of their mantissa.
 template <typename Lanes>
 typename Lanes::Int smallMagnitude(typename Lanes::Int magnitude, decltype(Lanes::shiftCount(0)) floatShift) {
     const auto move = Lanes::splat(kExponentMove);
@@ -111,7 +114,7 @@ template <typename Lanes> auto encodeUnsignedFloat(const PlaneChannel& channel) 
     };
 }
 
-// Halves away from zero.
+// To the nearest whole number, halves away from zero.
 template <typename Lanes> typename Lanes::Int roundAway(typename Lanes::Float a) {
     const auto half = (bitsOf(a) & Lanes::splat(0x80000000u)) | bitsOf(Lanes::splat(0.5f));
     return truncateToInts(a + floatsOf(half));
@@ -123,7 +126,7 @@ template <typename Lanes> auto encodeUNorm(const PlaneChannel& channel) {
         return truncateToInts(most * clampBetween<Lanes>(floatsOf(bits), 0.0f, 1.0f) + Lanes::splat(0.5f));
     };
 }
-// What exceeds 1 by a rounding is truncated away.
+// For values that are in 0..1 or exceed 1 by an error of rounding, which truncation takes away.
 template <typename Lanes> auto encodeUNormInRange(const PlaneChannel& channel) {
     const auto most = Lanes::splat(channel.m_mostAsFloat);
     return
@@ -175,7 +178,7 @@ template <typename Lanes> auto encodeUBNormNoZero(const PlaneChannel& channel) {
         return roundAway<Lanes>(unit * most - halfAsFloat) + half;
     };
 }
-// The unsigned forms of the signed types.
+// The unsigned types UBNorm, UBInt and UBScaled: a signed type plus half the range.
 template <typename Lanes, auto kMake> auto encodeMovedUp(const PlaneChannel& channel) {
     const auto encode = kMake(channel);
     const auto half = Lanes::splat(channel.m_half);
@@ -245,7 +248,8 @@ template <typename Lanes> typename Lanes::Int greaterOf(typename Lanes::Int a, t
     return select(greaterSigned(a, b), a, b);
 }
 
-// The exponent is replaced, so that the largest channel comes to 256..512; zeros and denormals stay.
+// A channel times the power of two that brings the largest of the three to 256..512, as a whole number. It is
+// done on the exponent's bits; zeros and denormals have none to change.
 template <typename Lanes>
 typename Lanes::Int sharedMantissa(typename Lanes::Int bits, typename Lanes::Int largest) {
     const auto zero = Lanes::splat(0u), biased = biasedExponent<Lanes>(bits);
@@ -285,7 +289,7 @@ template <typename Lanes> void convertToInts(std::uint32_t* plane, std::size_t c
     }
 }
 
-// The sums in the order of Transform.
+// The sums are added up in the order of Transform, which gives the same bits.
 template <typename Lanes>
 void transformPlanes(std::uint32_t* planes, const PlaneTransform& transform, std::size_t count) {
     const auto from = [&](unsigned lane) { return planes + transform.m_from[lane] * kPlaneTexels; };

@@ -127,7 +127,7 @@ public:
 private:
     static LanePlace constant(std::uint32_t bits) { return {true, bits, 0}; }
 
-    // What an absent channel reads as, the generic codec tells.
+    // The generic codec says what an absent channel reads as.
     void placeChannels() {
         const std::uint8_t element[16] = {};
         VectorFloat absent = {};
@@ -150,7 +150,7 @@ private:
         }
     }
 
-    // The lane as a plane that something reads.
+    // The plane to read the lane from; a constant lane gets one that is filled once.
     unsigned planeOf(const LanePlace& lane) {
         if (!lane.m_isConstant) {
             m_isRead[lane.m_plane] = true;
@@ -202,7 +202,7 @@ private:
         }
     }
 
-    // In place, and each plane once.
+    // Planes are converted in place, so each only once, however many lanes it stands for.
     void convertPlanes() {
         for (unsigned plane = 0; plane < kPlaneOfEncodeTransform; ++plane) {
             if (m_isConverted[plane] && m_isRead[plane]) {
@@ -233,7 +233,7 @@ private:
         }
     }
 
-    // The stored bits of the constant channels, in place in their words.
+    // What the constant channels store, at the bits of the words where they belong.
     void storeConstants(std::uint32_t (&words)[4]) const {
         VectorFloat texel = {};
         for (unsigned channel = 0; channel < 4; ++channel) {

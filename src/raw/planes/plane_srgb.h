@@ -1,4 +1,4 @@
-// sRGB in planes.
+// The decoder of a plane whose channel is sRGB.
 #pragma once
 
 #include "raw/planes/plane_kernels.h"

@@ -12,7 +12,8 @@ namespace {
 
 constexpr std::size_t kStreamAlignment = 32;
 constexpr std::size_t kMostTexelBytes = 16;
-constexpr std::size_t kBytesBetween = 4096; // in a cache, from one kernel to the next
+constexpr std::size_t kBytesBetween =
+    4096; // what the first of two kernels leaves in the cache for the second
 
 // Surface format and channel type, as they stand in a format word.
 enum Kind : unsigned {
@@ -31,7 +32,7 @@ struct Pair {
     Kind m_to;
     Run m_run; // kRunCount: the swizzle alone
     Swizzling m_swizzling;
-    unsigned m_laneBytes; // where the swizzle runs
+    unsigned m_laneBytes; // of the texels that are swizzled
 };
 
 constexpr Pair kPairs[] = {
@@ -105,7 +106,7 @@ DirectConversion::DirectConversion(const TileConversion& steps) {
     };
     addSwizzle(kBefore);
     if (pair->m_run != kRunCount) {
-        // A swizzle behind it leaves the size of the texels as it is.
+        // Right with a swizzle behind it, too, which does not change the size of the texels.
         addStep(pair->m_run, m_destinationBytes);
     }
     addSwizzle(kBehind);
@@ -124,7 +125,7 @@ void DirectConversion::addStep(Run run, std::size_t bytes) {
                           hasWide ? wide.m_streaming[run] : nullptr, bytes};
 }
 
-// False where no kernel can do with the swizzle what the steps do.
+// False if no kernel, together with this swizzle, gives what the steps of a tile give.
 bool DirectConversion::chooseSettings(const LaneSwizzle& swizzle, Run run, bool fromSrgb) {
     if (run == kRunFloatsToSrgb || run == kRunHalvesToSrgb) {
         return chooseLinearLanes(swizzle);
@@ -139,8 +140,8 @@ bool DirectConversion::chooseSettings(const LaneSwizzle& swizzle, Run run, bool 
     return true;
 }
 
-// The swizzle comes behind the encoder, which so must know where each lane goes. One lane cannot become both
-// a colour and the fourth.
+// Floats and halves are swizzled after they are encoded. Which of their lanes are colours, and so take the
+// sRGB curve, is told by where the swizzle moves them. False if a lane goes to a colour and to alpha as well.
 bool DirectConversion::chooseLinearLanes(const LaneSwizzle& swizzle) {
     bool isColour[4] = {};
     for (unsigned lane = 0; lane < 4; ++lane) {
@@ -155,7 +156,7 @@ bool DirectConversion::chooseLinearLanes(const LaneSwizzle& swizzle) {
     return !isColour[swizzle.sourceOf(3)];
 }
 
-// The head brings the destination to where it can be streamed to.
+// Streaming stores need aligned addresses: the elements before the first one, the head, are stored normally.
 void DirectConversion::convert(void* destination, const void* source, std::size_t count,
                                RowStores stores) const {
     const Step& last = m_steps[m_count - 1];
@@ -194,7 +195,7 @@ void DirectConversion::convertGroups(void* destination, const void* source, std:
     }
 }
 
-// Fewer texels than a group.
+// Fewer texels than a group: through a group of zeros that holds them.
 void DirectConversion::convertPart(void* destination, const void* source, std::size_t count) const {
     if (count == 0) {
         return;

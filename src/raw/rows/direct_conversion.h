@@ -23,8 +23,9 @@ public:
 
     // Whether there are kernels for it, which give the steps' bits.
     bool isUsable() const { return m_count != 0; }
-    // Reads exactly `count` elements and writes as many. What streams past the caches is visible to other
-    // threads on return; kernels for which the memory does not wait do not stream.
+    // Reads exactly `count` elements and writes as many. Asked to stream, the last kernel writes past the
+    // caches if it has a form for that, and what it wrote is visible to other threads on return. Kernels
+    // without such a form compute longer than their stores take, so that nothing would be gained.
     void convert(void* destination, const void* source, std::size_t count, RowStores stores) const;
 
 private:

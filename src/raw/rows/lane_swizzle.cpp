@@ -3,9 +3,9 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-constexpr std::uint8_t kNothing = 0x80; // in a control byte
+constexpr std::uint8_t kNothing = 0x80; // the byte copies none
 
-// The nameless selects mean what 0 means.
+// The selects 2 and 3, which have no name, mean what 0 means.
 std::uint8_t selectOf(Vex::DataFormat format, unsigned lane) {
     const unsigned select = format.getChannel(lane);
     return static_cast<std::uint8_t>(select == 2 || select == 3 ? unsigned{Vex::kTextureChannel0} : select);

@@ -1,3 +1,5 @@
+// The kernels of run_kernels.h for every machine, four lanes at a time, and those that are not over lanes:
+// swizzles, and bytes through tables.
 #include "raw/rows/run_kernels.h"
 
 #include "raw/rows/run_kernels_lanes.h"
@@ -30,7 +32,7 @@ void swizzle4(void* destination, const void* source, std::size_t groups, const R
 }
 
 void swizzle8(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
-    // The texel, and behind it what lanes hold that come from nowhere.
+    // The texel's four lanes, and behind them the constant of each lane that copies none.
     std::uint16_t values[8], places[4];
     std::memcpy(values + 4, settings.m_moves.m_ones, 8);
     for (std::uint16_t lane = 0; lane < 4; ++lane) {

@@ -11,7 +11,7 @@ namespace qor::Texsmith::Raw {
 
 inline constexpr std::size_t kTexelsPerGroup = 16;
 
-// Where each of 16 bytes comes from, 0x80 for nowhere, and what is set on top of that.
+// For each of 16 bytes: which of the 16 it copies, or 0x80 for 0; and bits that are set in it after that.
 struct ByteMoves {
     std::uint8_t m_control[16];
     std::uint8_t m_ones[16];

@@ -1,3 +1,5 @@
+// The kernels of run_kernels.h for AVX2, eight lanes at a time: one form with normal stores, one that
+// streams.
 #include "raw/rows/run_kernels.h"
 
 #if defined(__AVX2__)
@@ -46,7 +48,7 @@ void swizzle(void* destination, const void* source, std::size_t groups, const Ru
 
 template <bool kStreams> using Kernels = RunLanes::Kernels<EightTexels<kStreams>>;
 
-// Tables are looked up byte by byte on the base line: gathering is no faster.
+// No kernels with tables: the instruction that gathers is no faster than the base line's byte by byte.
 template <bool kStreams>
 constexpr RunKernel kKernels[kRunCount] = {
     &swizzle<kStreams, 4>,

@@ -44,18 +44,19 @@ template <typename Lanes> struct Values {
     static Float splat(float value) { return Lanes::splat(value); }
 
     static Int floatsOfBytes(Int bytes) { return bitsOf(toFloats(bytes) * splat(kByteToUnit)); }
-    // Scaled down by a power of two, the float has the small float's exponent, and zero stays zero.
+    // Divided by 2^112, a float has the exponent field that the half of its value has: without the last 13
+    // bits of the mantissa it is that half. Zero stays zero.
     static Int halvesOfBytes(Int bytes) {
         return shiftRight<13>(bitsOf(toFloats(bytes) * splat(kByteToUnit / kHalfExponents)));
     }
-    // The order of the operands makes a NaN 0.
+    // A NaN comes out of the minimum as a NaN and out of the maximum as 0: both give the second operand.
     static Int bytesOfFloats(Float values) {
         const Float unit = maximum(minimum(splat(1.0f), values), splat(0.0f));
         return truncateToInts(splat(255.0f) * unit + splat(0.5f));
     }
-    // As floats with the small float's exponent, all values are scaled down by a power of two. What is
-    // negative stays so, infinity comes out above one, NaNs are made zero first; denormals are nothing in a
-    // byte.
+    // A half's bits, moved to where a float has sign, exponent and mantissa, are a float that is smaller by
+    // 2^112; so are the limits here, and the factor makes up for it. Infinity comes out above one, NaNs are
+    // made zero first, and the smallest numbers may be raised to a normal float, as their byte is 0 anyway.
     static Int bytesOfHalves(Int halves) {
         const Int raised = shiftLeft<16>(halves);
         const Int numbers = raised & greaterSigned(splat(0x7C000001u), raised);
@@ -64,8 +65,8 @@ template <typename Lanes> struct Values {
             maximum(minimum(splat(1.0f / kHalfExponents), scaled), floatsOf(splat(0x00800000u)));
         return truncateToInts(splat(255.0f * kHalfExponents) * unit + splat(0.5f));
     }
-    // Exponents move by 112, but stay at the two ends; what is out of range becomes the nearest normal
-    // number.
+    // The biases of the exponents differ by 112. Zeros and denormals keep the exponent 0, infinities and NaNs
+    // get 31 for 255; what is out of the range of halves becomes its nearest normal number.
     static Int halvesOfFloats(Int values) {
         const Int magnitude = values & splat(0x7FFFFFFFu);
         const Int shifted = shiftRight<13>(magnitude);
@@ -95,8 +96,9 @@ template <typename Lanes> struct Values {
 
 // ---- packed texels, one to a lane ----
 
-// One channel, which need not be shifted down to be scaled. No sum lies halfway between two whole numbers, so
-// that rounding to nearest gives what the codecs' truncation does.
+// One channel, scaled where it stands in the texel: the factor makes up for its place. No product lies
+// halfway between two whole numbers, so that rounding to nearest gives what the codecs' "add a half and
+// truncate" does.
 template <typename Lanes, typename From, typename To, unsigned kChannel>
 typename Lanes::Int repackChannel(typename Lanes::Int texels) {
     constexpr unsigned kWidth = From::kWidths[kChannel], kShift = From::kShifts[kChannel];
@@ -239,7 +241,7 @@ void halvesToSrgb(void* destination, const void* source, std::size_t groups, con
         });
 }
 
-// The kernels of a vector type, but for those of swizzles and tables.
+// The kernels of a class of lanes, but for those of swizzles and tables.
 template <typename Lanes> struct Kernels {
     using V = Values<Lanes>;
 

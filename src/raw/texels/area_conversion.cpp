@@ -12,7 +12,7 @@ const SurfaceFormatInfo& rowOf(const DecoderConfiguration* configuration) {
     return infoOf(formatOf(configuration));
 }
 
-// The functions for an area, of a row and of the codecs around it.
+// The functions of a format's row and of the codec around it, by the kind of area.
 template <typename Area> struct Functions;
 template <> struct Functions<Tile> {
     static constexpr auto kDecode = &SurfaceFormatInfo::decodeTile;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr double kExponent = static_cast<double>(0.41666666f);
 
-// exactPower before its last rounding.
+// What exactPower computes, before its last rounding to single precision.
 constexpr double powerOf(float base) {
     const std::uint32_t bits = std::bit_cast<std::uint32_t>(base);
     const bool upper = (bits & 0x7FFFFF) > 0x3504F3;

@@ -1,3 +1,4 @@
+// The sRGB encoder of runs for AVX2: eight floats at a time, by the pieces of srgb_run_table.h.
 #include "raw/texels/srgb_run_table.h"
 
 #if defined(__AVX2__)

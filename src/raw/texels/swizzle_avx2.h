@@ -1,4 +1,4 @@
-// The swizzle of wide machines.
+// Swizzles of 16 bytes at a time with AVX2.
 #pragma once
 
 #include <cstdint>

@@ -330,12 +330,12 @@ TEST(FastRsqrt, HasTwelveBitsAndTheSameOnesEverywhere) {
     for (int i = 0; i < 10000; ++i) {
         const float x =
             std::bit_cast<float>(0x00800000u + static_cast<std::uint32_t>(random() % 0x7F000000u));
-        const float root = fastRsqrt(x);
+        const float root = Simd::fastRsqrt(x);
         EXPECT_EQ(std::bit_cast<std::uint32_t>(root) & 0x7FF, 0u);
         EXPECT_LE(std::abs(double(root) * std::sqrt(double(x)) - 1.0), 1.01 / 8192);
     }
-    EXPECT_EQ(fastRsqrt(0.0f), std::numeric_limits<float>::infinity());
-    EXPECT_TRUE(std::isnan(fastRsqrt(-1.0f)) && std::isnan(fastRsqrt(std::nanf(""))));
+    EXPECT_EQ(Simd::fastRsqrt(0.0f), std::numeric_limits<float>::infinity());
+    EXPECT_TRUE(std::isnan(Simd::fastRsqrt(-1.0f)) && std::isnan(Simd::fastRsqrt(std::nanf(""))));
 }
 
 TEST(SrgbRun, HasTheBitsOfTheCurve) {
