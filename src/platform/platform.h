@@ -4,13 +4,20 @@
 // failure by false or kNoHandle, and lastErrorText then tells why, on the same thread.
 #pragma once
 
-#include "qor/texsmith/raw/allocator.h"
-
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 namespace qor::Texsmith::Platform {
+
+// Where scratch memory comes from: two plain functions and what they are called with. `m_allocate` may return
+// null; `m_release` is not called for null.
+struct Scratch {
+    void* m_context;
+    void* (*m_allocate)(void* context, unsigned long long size, unsigned long long alignment);
+    void (*m_release)(void* context, void* p);
+};
 
 // The system's text for this thread's last failed call, cut to `size` bytes with the terminator.
 void lastErrorText(char* buffer, std::size_t size);
@@ -25,6 +32,10 @@ using Handle = std::intptr_t;
 inline constexpr Handle kNoHandle = -1;
 Handle openFileToRead(const char* name);
 Handle openFileToWrite(const char* name); // read and write; made if it does not exist
+// As openFileToWrite, for a file of the program's own in a folder that others may write to: no link is
+// followed, a new file is for this user alone, and an old one must be a plain file of this user's, with this
+// name only, that others cannot write.
+Handle openPrivateFile(const char* name);
 bool closeFile(Handle file);
 bool getFileSize(Handle file, std::uint64_t* bytes);
 bool seekFile(Handle file, std::uint64_t position);
@@ -37,9 +48,9 @@ bool unmapView(void* view, std::uint64_t bytes);
 
 // URLs.
 bool isUrl(const char* name);
-bool escapeUrl(const char* url, std::string* escaped, const IAllocator& scratch);
+bool escapeUrl(const char* url, std::string* escaped, const Scratch& scratch);
 // The name of a local file with the contents of the URL; empty on failure.
-bool cacheUrl(const char* escapedUrl, std::string* path, const IAllocator& scratch);
+bool cacheUrl(const char* escapedUrl, std::string* path, const Scratch& scratch);
 
 // Whole files.
 bool copyFile(const char* from, const char* to); // overwrites
@@ -48,6 +59,8 @@ bool fileExists(const char* name);
 // Renames, in one step. Where it can, the file keeps the owner and the permissions of the one it replaces.
 bool replaceFile(const char* from, const char* to);
 bool deleteFile(const char* name);
+// Makes an empty file. False when anything has that name, a link to nowhere included.
+bool makeFile(const char* name);
 // Ends in a separator. False when it does not fit.
 bool getTemporaryDirectory(char* buffer, std::size_t size);
 
@@ -55,11 +68,12 @@ bool getTemporaryDirectory(char* buffer, std::size_t size);
 std::size_t toWide(const char* text, wchar_t* wide, std::size_t units);
 std::size_t toUtf8(const wchar_t* wide, char* text, std::size_t units);
 
-// The process-wide pool, made by the first call of startPool and never destroyed. `run(context)` must let no
-// exception out; guardedCall takes care of that.
+// The process-wide pool, made by the first call and never destroyed. `run(context)` must let no exception
+// out; guardedCall takes care of that. A child of fork gets a pool of its own; waiting for work of its
+// parent's returns at once there.
 using Work = struct PoolWork*;
-bool startPool();
-Work createWork(void (*run)(void* context), void* context); // null on failure
+bool startPool();                                           // false when no thread could be started
+Work createWork(void (*run)(void* context), void* context); // null without memory or threads
 void submitWork(Work work, unsigned runs);
 // Returns when every run submitted so far has returned. On a pool thread it runs queued runs of this work.
 void waitForWork(Work work);
@@ -67,10 +81,16 @@ void closeWork(Work work);
 void waitForAllWork();
 
 // Calls `body(context)` and absorbs what it throws and every fault of the operating system on this thread:
-// bad addresses, bad instructions, arithmetic traps, and on POSIX stack overflow. True when it returned.
+// bad addresses, bad instructions, arithmetic traps, and on POSIX stack overflow. True when it returned. The
+// end of a POSIX thread inside, by pthread_exit or cancellation, passes through. Faults outside such calls go
+// to whoever handled them before.
 bool guardedCall(void (*body)(void* context), void* context);
 
-// The system's event log, under a source name. Type is 1 error, 2 warning, 4 information.
+// Writes UTF-8 as the stream's console shows it, and as it is into everything else.
+void writeText(std::FILE* stream, const char* text);
+
+// The system's event log, under a source name. Type is 1 error, 2 warning, 4 information. Other threads may
+// report to a source while it is deregistered. A null source reaches no log.
 void* registerEventSource(const char* name);
 void deregisterEventSource(void* source);
 void reportEvent(void* source, int type, int code, const char* text);
@@ -94,7 +114,9 @@ struct ProcessorFeatures {
 };
 ProcessorFeatures getProcessorFeatures();
 
+// startSha1 comes once, before the first digest. Both are false when the system has no SHA-1 to give.
 inline constexpr std::size_t kSha1Bytes = 20;
-void sha1(const void* data, std::size_t bytes, std::uint8_t digest[kSha1Bytes]);
+bool startSha1();
+bool sha1(const void* data, std::size_t bytes, std::uint8_t digest[kSha1Bytes]);
 
 } // namespace qor::Texsmith::Platform

@@ -6,6 +6,7 @@
 #include "raw/configuration/default_job_manager.h"
 #include "raw/frame/never_destroyed.h"
 #include "raw/frame/out_of_memory.h"
+#include "raw/frame/system_report.h"
 
 namespace qor::Texsmith::Raw {
 
@@ -15,7 +16,15 @@ constexpr char kSourcePath[] = "raw\\job_manager";
 
 class ThreadpoolSingleton : public Singleton {
 private:
-    Error doInitialize() override { return Platform::startPool() ? kErrorNone : kErrorFailed; }
+    Error doInitialize() override {
+        if (Platform::startPool()) {
+            return kErrorNone;
+        }
+        toolsAssert(kSourcePath, __LINE__,
+                    "No thread of the pool could be started: %s. Jobs run on the threads that submit them.",
+                    SystemReport().c_str());
+        return kErrorFailed;
+    }
 };
 
 constinit NeverDestroyed<ThreadpoolSingleton> g_threadpool;
@@ -53,9 +62,6 @@ void runGuard(void* job) {
     Platform::guardedCall(&execute, &callback);
 }
 
-// What happens in a callback goes no further than this; the callback then counts as failed.
-void runOnPool(void* job) { Platform::guardedCall(&runGuard, job); }
-
 } // namespace
 
 // Never destroyed: static destructors of clients may still run jobs.
@@ -68,7 +74,14 @@ Error JobManager::submit(const Job* job) {
     if (!checkSubmitted(job, job != nullptr ? job->m_state.load() : kJobStateIdle)) {
         return kErrorFailed;
     }
-    return doSubmit(job);
+    // Before the first callback can make it complete.
+    unsigned state = kJobStateIdle;
+    const bool wasIdle = job->m_state.compare_exchange_strong(state, kJobStateRunning);
+    const Error submitted = doSubmit(job);
+    if (submitted != kErrorNone && wasIdle && job->m_nextCallbackId.load() == 0) {
+        job->m_state.store(kJobStateIdle); // a manager that started nothing
+    }
+    return submitted;
 }
 
 Error JobManager::stall(const Job* job) {
@@ -87,7 +100,6 @@ Error JobManager::submitAndStall(const Job* job) {
 }
 
 Error SerialJobManager::doSubmit(const Job* job) {
-    job->m_state.store(kJobStateRunning);
     for (int i = 0; i < job->getCallbacks(); ++i) {
         JobCallback callback(job);
         callback.Execute();
@@ -100,32 +112,37 @@ Error SerialJobManager::doStall() { return kErrorNone; }
 
 Error SerialJobManager::doStall(const Job*) { return kErrorNone; }
 
+// What happens in a callback goes no further than this; the callback then counts as failed.
+void ThreadpoolJobManager::runOnPool(void* job) {
+    if (!Platform::guardedCall(&runGuard, job)) {
+        static_cast<const Job*>(job)->completeIfAllReturned();
+    }
+}
+
+// A job submitted twice keeps its work object, so that one stall waits for all its runs. Where the pool has
+// no threads, or no memory for the work object, the calling thread does the work.
 Error ThreadpoolJobManager::doSubmit(const Job* job) {
-    const Error started = g_threadpool.m_object.initialize();
-    if (started != kErrorNone) {
-        return started;
+    void* const context = const_cast<Job*>(job);
+    const auto runs = static_cast<unsigned>(job->getCallbacks());
+    const bool hasPool = g_threadpool.m_object.initialize() == kErrorNone;
+    if (hasPool && job->m_work == nullptr) {
+        job->m_work = Platform::createWork(&runOnPool, context);
     }
-    // A job submitted twice keeps its work object, so that one stall waits for all its runs, and its state,
-    // which no run past the first submission's would set complete again.
-    if (job->m_work == nullptr) {
-        job->m_work = Platform::createWork(&runOnPool, const_cast<Job*>(job));
-        job->m_state.store(kJobStateRunning); // before the first run can set it complete
+    if (job->m_work != nullptr) {
+        Platform::submitWork(static_cast<Platform::Work>(job->m_work), runs);
+        return kErrorNone;
     }
-    if (job->m_work == nullptr) {
-        job->m_state.store(kJobStateIdle);
-        return kErrorFailed;
+    for (unsigned run = 0; run < runs; ++run) {
+        runOnPool(context);
     }
-    Platform::submitWork(static_cast<Platform::Work>(job->m_work),
-                         static_cast<unsigned>(job->getCallbacks()));
     return kErrorNone;
 }
 
 Error ThreadpoolJobManager::doStall() {
-    const Error started = g_threadpool.m_object.initialize();
-    if (started == kErrorNone) {
+    if (g_threadpool.m_object.initialize() == kErrorNone) {
         Platform::waitForAllWork();
     }
-    return started;
+    return kErrorNone;
 }
 
 // Waits for returned runs and not for the job's counters: a run touches the job until it returns.

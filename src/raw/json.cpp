@@ -1,5 +1,6 @@
 #include "qor/texsmith/raw/json.h"
 #include "raw/frame/check.h"
+#include "raw/text/fixed_text.h"
 
 #include <charconv>
 #include <cstdint>
@@ -36,13 +37,13 @@ bool isWholeNumber(double value) {
 }
 
 void writeNumber(double value, Writer* writer) {
-    char text[512];
+    char text[kFixedTextSize];
     if (isWholeNumber(value)) {
         std::snprintf(text, sizeof text, "%d", static_cast<int>(value));
+        writer->write(text);
     } else {
-        std::snprintf(text, sizeof text, "%f", value);
+        writer->write(writeFixed(value, text));
     }
-    writer->write(text);
 }
 
 void writeString(const Node& node, Writer* writer) {

@@ -2,12 +2,14 @@
 
 #include "qor/texsmith/raw/reflected_types.h"
 #include "raw/frame/check.h"
+#include "raw/text/fixed_text.h"
 
 #include <algorithm>
 #include <array>
 #include <cinttypes>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -27,10 +29,10 @@ struct TypeInfo {
 using Types = std::array<TypeInfo, kPropertyTypeCount>;
 
 constexpr void addGroup(Types& types, unsigned first, Kind kind, unsigned bytes) {
-    constexpr unsigned kPowers[] = {1, 2, 4, 8, 16}, kFew[] = {1, 2, 3, 4};
+    constexpr unsigned kPowers[] = {1, 2, 4, 8, 16}, kOneToFour[] = {1, 2, 3, 4};
     const unsigned rows = bytes == 1 ? 5 : bytes == 8 ? 2 : 4;
     for (unsigned row = 0; row < rows; ++row) {
-        types[first + row] = {kind, bytes, bytes == 4 ? kFew[row] : kPowers[row]};
+        types[first + row] = {kind, bytes, bytes == 4 ? kOneToFour[row] : kPowers[row]};
     }
 }
 
@@ -58,8 +60,29 @@ std::uint64_t loadWord(const std::uint8_t* from, unsigned bytes) {
     return word;
 }
 
-std::string decimalText(const TypeInfo& info, const std::uint8_t* element) {
-    char text[400];
+// What a format of at most 511 characters prints, while it is put together.
+class CutFormat {
+public:
+    void literal(std::string_view text) {
+        const std::size_t fits = std::min(text.size(), m_left);
+        m_printed += text.substr(0, fits);
+        m_left -= fits;
+    }
+    // One that the cut falls into prints nothing. `length` is that of the conversion in the format.
+    void conversion(std::size_t length, const char* value) {
+        m_printed += length <= m_left ? value : "";
+        m_left -= std::min(length, m_left);
+    }
+    const char* c_str() const { return m_printed.c_str(); }
+
+private:
+    std::size_t m_left = 511;
+    std::string m_printed;
+};
+
+// %u, %d, %llu and %lld.
+void addDecimal(CutFormat* format, const TypeInfo& info, const std::uint8_t* element) {
+    char text[24];
     const std::uint64_t word = loadWord(element, info.m_bytes);
     if (info.m_kind == Kind::kUnsigned) {
         std::snprintf(text, sizeof text, "%" PRIu64, word);
@@ -67,33 +90,36 @@ std::string decimalText(const TypeInfo& info, const std::uint8_t* element) {
         const unsigned unused = 64 - info.m_bytes * 8;
         std::snprintf(text, sizeof text, "%" PRId64, static_cast<std::int64_t>(word << unused) >> unused);
     }
-    return text;
+    format->conversion(info.m_bytes == 8 ? 4 : 2, text);
 }
 
-std::string hexadecimalText(const std::uint8_t* element, unsigned bytes) {
+// %02x, %04x, %08x and %016llx.
+void addHexadecimal(CutFormat* format, const std::uint8_t* element, unsigned bytes) {
     char text[20];
     std::snprintf(text, sizeof text, "%0*" PRIx64, static_cast<int>(bytes * 2), loadWord(element, bytes));
-    return text;
+    format->conversion(bytes == 8 ? 7 : 4, text);
 }
 
-std::string floatText(const std::uint8_t* element) {
+// %.6f
+void addFloat(CutFormat* format, const std::uint8_t* element) {
     float value;
     std::memcpy(&value, element, sizeof value);
-    char text[64];
-    std::snprintf(text, sizeof text, "%.6f", static_cast<double>(value));
-    return text;
+    char text[kFixedTextSize];
+    format->conversion(4, writeFixed(static_cast<double>(value), text));
 }
 
-std::string elementText(const TypeInfo& info, const std::uint8_t* element, bool isHexadecimal) {
+void addElement(CutFormat* format, const TypeInfo& info, const std::uint8_t* element, bool isHexadecimal) {
     switch (info.m_kind) {
-    case Kind::kBool:
-        return *element != 0 ? "true" : "false";
+    case Kind::kBool: // %s
+        return format->conversion(2, *element != 0 ? "true" : "false");
     case Kind::kFloat:
-        return floatText(element);
+        return addFloat(format, element);
     case Kind::k128: // the high half lies first
-        return hexadecimalText(element, 8) + hexadecimalText(element + 8, 8);
+        addHexadecimal(format, element, 8);
+        return addHexadecimal(format, element + 8, 8);
     default:
-        return isHexadecimal ? hexadecimalText(element, info.m_bytes) : decimalText(info, element);
+        return isHexadecimal ? addHexadecimal(format, element, info.m_bytes)
+                             : addDecimal(format, info, element);
     }
 }
 
@@ -109,14 +135,16 @@ void Property::print(char* buffer, unsigned size, const char** names) const {
     const char* const name =
         names != nullptr ? names[m_name] : ReflectedTypes::g_propertyName.valueToName(m_name);
     const TypeInfo& info = kTypes[m_type];
-    std::string text = std::string(name != nullptr ? name : "") + (info.m_count > 1 ? " [" : " ");
+    CutFormat format;
+    format.literal(name != nullptr ? name : "");
+    format.literal(info.m_count > 1 ? " [" : " ");
     for (unsigned i = 0; i < info.m_count; ++i) {
-        text += i > 0 ? ", " : "";
-        text += elementText(info, m_value + std::size_t{i} * info.m_bytes,
-                            m_format == kPropertyFormatHexadecimal);
+        format.literal(i > 0 ? ", " : "");
+        addElement(&format, info, m_value + std::size_t{i} * info.m_bytes,
+                   m_format == kPropertyFormatHexadecimal);
     }
-    text += info.m_count > 1 ? "]\n" : "\n";
-    std::snprintf(buffer, size, "%s", text.c_str());
+    format.literal(info.m_count > 1 ? "]\n" : "\n");
+    std::snprintf(buffer, size, "%s", format.c_str());
 }
 
 const Property* Properties::find(unsigned name) const {

@@ -41,6 +41,8 @@ TEST(Platform, Sha1GivesKnownDigests) {
     }
 }
 
+constexpr Platform::Scratch kScratch{nullptr, &Raw::defaultAllocate, &Raw::defaultRelease};
+
 std::wstring widen(const std::string& text) {
     std::wstring wide(Platform::toWide(text.c_str(), nullptr, 0) - 1, L'?');
     Platform::toWide(text.c_str(), wide.data(), wide.size() + 1);
@@ -114,12 +116,14 @@ TEST(Platform, FileUrlsAreFiles) {
     const TemporaryFile name("text");
     const std::string url = (name.name()[0] == '/' ? "FILE://localhost" : "FILE://localhost/") + name.name();
     std::string escaped;
-    ASSERT_TRUE(Platform::escapeUrl(url.c_str(), &escaped, g_mallocAllocator));
+    ASSERT_TRUE(Platform::escapeUrl(url.c_str(), &escaped, kScratch));
     EXPECT_EQ(escaped.find_first_of(" \xC3\xA9"), std::string::npos) << escaped;
     for (const std::string& text : {url, escaped}) {
         const Raw::MemoryMappedFile file(text.c_str(), Raw::kPermissionsReadOnly, g_mallocAllocator);
         EXPECT_EQ(std::string(file.begin, file.end), "text") << text;
     }
+    std::string path;
+    EXPECT_FALSE(Platform::cacheUrl((escaped + "%00.tga").c_str(), &path, kScratch));
 }
 
 // The last one is too long for some systems' calls together with any directory.
@@ -167,6 +171,29 @@ TEST(Platform, CopiesReplacesAndDeletesFiles) {
     EXPECT_FALSE(Platform::copyFile(a.c_str(), b.c_str()) || Platform::replaceFile(a.c_str(), b.c_str()));
     EXPECT_TRUE(Platform::fileExists(b.c_str()) && Platform::deleteFile(b.c_str()));
     EXPECT_FALSE(Platform::fileExists(b.c_str()) || Platform::deleteFile(b.c_str()));
+}
+
+bool isOpened(Platform::Handle file) { return file != Platform::kNoHandle && Platform::closeFile(file); }
+
+// What somebody else may have planted under the name of a file that the program makes for itself.
+TEST(Platform, FilesOfItsOwnFollowNoLinks) {
+    const TemporaryFile own, link, other("others");
+    EXPECT_TRUE(Platform::makeFile(own.c_str()));
+    EXPECT_FALSE(Platform::makeFile(own.c_str()));
+    EXPECT_TRUE(isOpened(Platform::openPrivateFile(own.c_str())));
+    EXPECT_EQ(other.read(), "others");
+    std::error_code error;
+    fs::create_hard_link(fs::u8path(other.name()), fs::u8path(link.name()), error);
+    if (!error) {
+        EXPECT_FALSE(isOpened(Platform::openPrivateFile(link.c_str())));
+        EXPECT_TRUE(Platform::deleteFile(link.c_str()));
+    }
+    fs::create_symlink(fs::u8path(other.name() + "x"), fs::u8path(link.name()), error); // to nowhere
+    if (!error) {
+        EXPECT_FALSE(isOpened(Platform::openPrivateFile(link.c_str())));
+        EXPECT_FALSE(Platform::makeFile(link.c_str()));
+        EXPECT_FALSE(Platform::fileExists((other.name() + "x").c_str()));
+    }
 }
 
 TEST(Platform, TheTemporaryDirectoryIsADirectory) {

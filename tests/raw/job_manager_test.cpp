@@ -11,6 +11,7 @@
 #include <functional>
 #include <new>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -188,6 +189,62 @@ TEST(JobManager, ExceptionsEndAtThePoolAndPassThroughTheSerialManager) {
         "the JobManager before letting this Job go out of scope.\n");
 }
 
+// A client's manager, which runs each job on a thread of its own.
+class ThreadJobManager : public JobManager {
+public:
+    bool m_refuses = false;
+
+private:
+    Error doSubmit(const Job* job) override {
+        if (m_refuses) {
+            return kErrorFailed;
+        }
+        m_thread = std::thread([job] {
+            for (int i = 0; i < job->getCallbacks(); ++i) {
+                JobCallback callback(job);
+                callback.Execute();
+            }
+        });
+        return kErrorNone;
+    }
+    Error doStall() override {
+        m_thread.join();
+        return kErrorNone;
+    }
+    Error doStall(const Job* job) override {
+        m_thread.join();
+        return job->allCallbacksSucceeded() ? kErrorNone : kErrorFailed;
+    }
+
+    std::thread m_thread;
+};
+
+TEST(JobManager, AClientsManagerMayRunJobsLater) {
+    const ReportRecorder recorder;
+    ThreadJobManager manager;
+    {
+        const TestJob job(4), other(4);
+        EXPECT_EQ(manager.submitAndStall(&job), kErrorNone);
+        manager.m_refuses = true;
+        EXPECT_EQ(manager.submit(&other), kErrorFailed); // which leaves it idle
+    }
+    EXPECT_TRUE(recorder.empty()) << recorder.texts();
+}
+
+TEST(JobManager, AFaultInAnEpilogueCompletesTheJob) {
+    const ReportRecorder recorder;
+    MappedMemory pages;
+    pages.resize(1);
+    pages.setPermissions(kPermissionsReadOnly);
+    {
+        TestJob job(4);
+        job.m_last = [&pages] { *static_cast<volatile std::uint8_t*>(pages.begin) = 1; };
+        EXPECT_EQ(defaultJobManager()->submit(&job), kErrorNone);
+        EXPECT_EQ(defaultJobManager()->stall(), kErrorNone);
+    }
+    EXPECT_TRUE(recorder.empty()) << recorder.texts();
+}
+
 TEST(JobManager, ACallbackWithoutMemoryIsReportedOnThePool) {
     const ReportRecorder recorder;
     const TestJob job(8, [](unsigned id) { return id == 3 ? throw std::bad_alloc() : kErrorNone; });
@@ -316,6 +373,23 @@ TEST(MulticoreMemcpy, CopiesTheWorkItemsAndNoMore) {
                 source.back() = 0;
                 ASSERT_EQ(destination, source) << manager.m_name << " " << perJob << " " << items;
             }
+        }
+    }
+}
+
+// What both regions have is copied, and nothing beyond.
+TEST(MulticoreMemcpy, CutsEveryShareToBothRegions) {
+    for (const Manager& manager : kManagers) {
+        for (const auto& [to, from] : {std::pair<unsigned, unsigned>{40, 90}, {90, 40}, {0, 90}}) {
+            Bytes source = pattern(100), destination(100, 0xEE), expected = destination;
+            std::copy_n(source.begin(), std::min(to, from), expected.begin());
+            MemoryRegion target = regionOf(destination), origin = regionOf(source);
+            target.end = target.begin + to;
+            origin.end = origin.begin + from;
+            const ReportRecorder recorder;
+            EXPECT_EQ(multicoreMemcpy(target, origin, 100, manager.m_manager), kErrorNone);
+            EXPECT_EQ(destination, expected) << manager.m_name << to;
+            EXPECT_NE(recorder.texts().find("can not copy more bytes"), std::string::npos);
         }
     }
 }

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -126,6 +128,36 @@ TEST(Json, WritesLinesWithAnIndentAndDropsWhatDoesNotFit) {
     const ReportRecorder reports;
     EXPECT_EQ(written(node, 5), "{\r\n  ");
     EXPECT_EQ(reports.assertions().front().m_text, "Assertion 'm_offset < m_size' failed.");
+}
+
+// Where a German locale is installed.
+TEST(Json, NumbersAreTheSameUnderEveryLocale) {
+    for (const char* name : {"de_DE.UTF-8", "de_DE", "German"}) {
+        if (std::setlocale(LC_NUMERIC, name) != nullptr) {
+            break;
+        }
+    }
+    char text[64];
+    std::snprintf(text, sizeof text, "%.1f", 0.5);
+    const bool isGerman = std::string(text) == "0,5";
+    Json::Node node(Raw::g_mallocAllocator);
+    EXPECT_EQ(readAndWritten("-12.25", node), "-12.250000");
+    Raw::Property{0, Raw::kPropertyTypeFloat, 0, {0, 0, 0xC0, 0x3F}}.print(text, sizeof text, nullptr);
+    EXPECT_STREQ(text, "TexelU 1.500000\n");
+    std::setlocale(LC_NUMERIC, "C");
+    if (!isGerman) {
+        GTEST_SKIP() << "no German locale is installed";
+    }
+}
+
+// A list of an odd capacity shrinks below half of it, too.
+TEST(Json, ListsShrinkBelowHalf) {
+    Json::NodeList list(Raw::g_mallocAllocator);
+    list.setSize(5);
+    list.setSize(3);
+    EXPECT_EQ(list.length(), 5 * sizeof(Json::Node*));
+    list.setSize(2);
+    EXPECT_EQ(list.length(), 2 * sizeof(Json::Node*));
 }
 
 TEST(Json, ChangesTypesAndPairs) {

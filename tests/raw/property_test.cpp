@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -46,6 +47,17 @@ TEST(Property, PrintsEachKindOfValue) {
     const char* names[] = {"50%d"};
     EXPECT_EQ(printed(list[0], 256, names), "50%d true\n");
     EXPECT_EQ(printed(list[0], 4), "Tex");
+    // Name and conversions make a format of 511 characters at most; half a conversion prints nothing.
+    char buffer[600];
+    for (const auto& [length, expected] :
+         {std::pair<unsigned, const char*>{500, " [1, 2, "}, {508, " ["}, {503, " [1, 2"}, {600, ""}}) {
+        const std::string longName(length, 'n');
+        names[0] = longName.c_str();
+        Raw::Properties words16;
+        words16.set(0, words);
+        words16[0].print(buffer, sizeof buffer, names);
+        EXPECT_EQ(buffer, longName.substr(0, 511) + expected) << length;
+    }
     for (unsigned name = 100; name < 120; ++name) {
         list.set(name, name);
     }

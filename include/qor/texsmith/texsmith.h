@@ -38,6 +38,7 @@
 #include "qor/texsmith/raw/reflected_types.h"
 #include "qor/texsmith/raw/reflection.h"
 #include "qor/texsmith/raw/reformat.h"
+#include "qor/texsmith/raw/sha1_hasher.h"
 #include "qor/texsmith/raw/singleton.h"
 #include "qor/texsmith/raw/statistics.h"
 #include "qor/texsmith/raw/text.h"

@@ -31,7 +31,8 @@ QOR_TEXSMITH_API bool toolsWarning(const char* file, int line, const char* forma
 // The default print slot: writes the report to the standard error stream and returns false.
 // Its fourth argument is a ready argument list; a call with values of its own is a crash by contract.
 QOR_TEXSMITH_API bool printfAssert(const char* file, int line, const char* format, ...);
-// A print slot that throws the formatted text as a `char*`, valid until the same thread has thrown four more.
+// A print slot that throws the formatted text as a `char*`, valid until the same thread has thrown four more;
+// also beyond the thread's end.
 QOR_TEXSMITH_API bool throwMessageWhenFalse(const char* file, int line, const char* format, ...);
 QOR_TEXSMITH_API bool throwMesssagWhenFalse(const char* file, int line, const char* format, ...);
 
@@ -45,12 +46,16 @@ template <class List> List passed(List list); // its result has the type of a li
 }
 
 // For a client's own print slot: formats the ready list that stands behind `format` in `arguments`, the
-// slot's own started list, into `size` bytes at `buffer`, terminated. Returns what vsnprintf returns.
+// slot's own started list, into `size` bytes at `buffer`, terminated. Returns what vsnprintf returns. May be
+// called again with the same list.
 inline int formatReadyList(char* buffer, std::size_t size, const char* format, va_list arguments) {
     va_list own;
     va_copy(own, arguments);
     auto ready = va_arg(own, decltype(Detail::passed(own)));
-    const int length = std::vsnprintf(buffer, size, format, ready);
+    va_list again; // where lists are passed by address, the ready one is the caller's
+    va_copy(again, ready);
+    const int length = std::vsnprintf(buffer, size, format, again);
+    va_end(again);
     va_end(own);
     return length;
 }

@@ -17,6 +17,7 @@ namespace qor::Texsmith::Platform {
 namespace {
 
 constexpr mode_t kNewFileMode = 0666; // the user's mask takes its part
+constexpr mode_t kPrivateFileMode = 0600;
 constexpr std::size_t kCopyChunk = 256 * 1024;
 
 // Closes at the end of the scope, and keeps the error of what went before.
@@ -105,6 +106,24 @@ bool reserveSpace(int file, off_t bytes, off_t oldBytes) {
     return error == 0;
 }
 
+// One writer at a time: who cut the file while another has it mapped would make that one fault. File systems
+// without locks go without.
+bool lockToWrite(int file) {
+    const auto lock = [file] { return ::flock(file, LOCK_EX | LOCK_NB); };
+    return retryInterrupted(lock) == 0 || errno != EWOULDBLOCK;
+}
+
+bool isPrivate(int file) {
+    constexpr mode_t kOthersMayWrite = S_IWGRP | S_IWOTH;
+    struct stat status;
+    if (fstat(file, &status) != 0) {
+        return false;
+    }
+    errno = EPERM;
+    return S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1 &&
+           (status.st_mode & kOthersMayWrite) == 0;
+}
+
 } // namespace
 
 Handle openFileToRead(const char* name) {
@@ -120,15 +139,14 @@ Handle openFileToRead(const char* name) {
     return file.release();
 }
 
-// One writer at a time: who cut the file while another has it mapped would make that one fault. File systems
-// without locks go without.
 Handle openFileToWrite(const char* name) {
     FileGuard file(openFile(name, O_RDWR | O_CREAT, kNewFileMode));
-    const auto lock = [&file] { return ::flock(file.get(), LOCK_EX | LOCK_NB); };
-    if (file.get() < 0 || (retryInterrupted(lock) != 0 && errno == EWOULDBLOCK)) {
-        return kNoHandle;
-    }
-    return file.release();
+    return file.get() >= 0 && lockToWrite(file.get()) ? file.release() : kNoHandle;
+}
+
+Handle openPrivateFile(const char* name) {
+    FileGuard file(openFile(name, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, kPrivateFileMode));
+    return file.get() >= 0 && isPrivate(file.get()) && lockToWrite(file.get()) ? file.release() : kNoHandle;
 }
 
 bool closeFile(Handle file) { return ::close(descriptor(file)) == 0; }
@@ -223,6 +241,11 @@ bool replaceFile(const char* from, const char* to) {
 }
 
 bool deleteFile(const char* name) { return unlink(name) == 0; }
+
+bool makeFile(const char* name) {
+    FileGuard file(openFile(name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, kNewFileMode));
+    return file.get() >= 0 && file.close();
+}
 
 bool getTemporaryDirectory(char* buffer, std::size_t size) {
     const char* directory = std::getenv("TMPDIR");

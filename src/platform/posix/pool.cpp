@@ -2,18 +2,25 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <condition_variable>
 #include <mutex>
 #include <new>
+#include <pthread.h>
 #include <system_error>
 #include <thread>
 
 namespace qor::Texsmith::Platform {
 
+namespace {
+class Pool;
+}
+
 // Referred to by its owner, by the queue while it stands there, and by every thread that runs it.
 struct PoolWork {
-    PoolWork(void (*run)(void*), void* context) : m_run(run), m_context(context) {}
+    PoolWork(Pool* pool, void (*run)(void*), void* context) : m_pool(pool), m_run(run), m_context(context) {}
 
+    Pool* const m_pool;
     void (*const m_run)(void* context);
     void* const m_context;
     std::atomic<unsigned> m_references{1};
@@ -67,18 +74,25 @@ bool claimRun(Work work) {
 // count at zero.
 class Pool {
 public:
-    bool start();
+    void start(unsigned threads);
+    bool hasThreads() const { return m_threads != 0; }
+    // Around a fork, so that the child finds the mutex in order.
+    void lock() { m_mutex.lock(); }
+    void unlock() { m_mutex.unlock(); }
     void submit(Work work, unsigned runs);
     void wait(Work work);
     void waitForAll();
 
 private:
+    bool startThread();
     void serve();
     Work nextWork(Lock& lock);
     Work frontOfQueue();
     void enqueue(Work work);
     void takeRuns(Work work, Lock& lock);
+    void countReturned(Work work, unsigned runs);
 
+    std::atomic<unsigned> m_threads{0};
     std::mutex m_mutex;
     std::condition_variable m_submitted;
     std::condition_variable m_allReturned;
@@ -88,16 +102,24 @@ private:
     std::uint64_t m_outstanding = 0;
 };
 
-bool Pool::start() {
-    const unsigned threads = std::max(2u, std::thread::hardware_concurrency());
-    unsigned started = 0;
-    try {
-        for (; started < threads; ++started) {
-            std::thread([this] { serve(); }).detach();
-        }
-    } catch (const std::system_error&) { // fewer threads will do
+// Fewer threads will do.
+void Pool::start(unsigned threads) {
+    while (m_threads < threads && startThread()) {
     }
-    return started != 0;
+}
+
+bool Pool::startThread() {
+    try {
+        ++m_threads;
+        std::thread([this] { serve(); }).detach();
+        return true;
+    } catch (const std::system_error& error) {
+        errno = error.code().value();
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+    }
+    --m_threads;
+    return false;
 }
 
 void Pool::submit(Work work, unsigned runs) {
@@ -145,6 +167,13 @@ void Pool::waitForAll() {
 }
 
 void Pool::serve() {
+    struct Replacement { // for a thread that a run ends, by cancellation or pthread_exit
+        Pool& m_pool;
+        ~Replacement() {
+            --m_pool.m_threads;
+            m_pool.startThread();
+        }
+    } const replacement{*this};
     t_isPoolThread = true;
     Lock lock(m_mutex);
     for (;;) {
@@ -192,13 +221,26 @@ void Pool::enqueue(Work work) {
 }
 
 void Pool::takeRuns(Work work, Lock& lock) {
+    struct Batch { // returns also when a run ends the thread
+        Pool& m_pool;
+        Work m_work;
+        Lock& m_lock;
+        unsigned m_runs;
+        ~Batch() {
+            m_lock.lock();
+            m_pool.countReturned(m_work, m_runs);
+            release(m_work);
+        }
+    } batch{*this, work, lock, 0};
     retain(work);
     lock.unlock();
-    unsigned runs = 0;
-    for (; claimRun(work); ++runs) {
+    while (claimRun(work)) {
+        ++batch.m_runs;
         work->m_run(work->m_context);
     }
-    lock.lock();
+}
+
+void Pool::countReturned(Work work, unsigned runs) {
     work->m_outstanding -= runs;
     m_outstanding -= runs;
     if (work->m_outstanding == 0 && work->m_waiters != 0) {
@@ -207,32 +249,80 @@ void Pool::takeRuns(Work work, Lock& lock) {
     if (m_outstanding == 0) {
         m_allReturned.notify_all();
     }
-    release(work);
 }
 
-// Leaked on purpose: its threads run until the process ends, past every static destructor.
-Pool& thePool() {
-    static Pool& pool = *new Pool;
-    return pool;
+// The present pool; null before it is first asked for, and again in a child of fork, which has none of its
+// parent's threads. Leaked on purpose: its threads run until the process ends, past every static destructor.
+constinit std::atomic<Pool*> g_pool{nullptr};
+constinit std::mutex g_makingPool;
+
+void beforeFork() {
+    g_makingPool.lock();
+    if (Pool* const pool = g_pool) {
+        pool->lock();
+    }
+}
+
+void afterForkInParent() {
+    if (Pool* const pool = g_pool) {
+        pool->unlock();
+    }
+    g_makingPool.unlock();
+}
+
+// The thread that forked may belong to the old pool, and goes on to serve it.
+void afterForkInChild() {
+    if (Pool* const pool = g_pool.exchange(nullptr)) {
+        pool->unlock();
+    }
+    g_makingPool.unlock();
+}
+
+Pool* makePool() {
+    const std::lock_guard lock(g_makingPool);
+    static const int s_registered = pthread_atfork(&beforeFork, &afterForkInParent, &afterForkInChild);
+    static_cast<void>(s_registered);
+    if (g_pool == nullptr) {
+        Pool* const pool = new (std::nothrow) Pool;
+        if (pool != nullptr) {
+            pool->start(std::max(2u, std::thread::hardware_concurrency()));
+        }
+        g_pool = pool;
+    }
+    return g_pool;
+}
+
+Pool* thePool() {
+    Pool* const pool = g_pool;
+    return pool != nullptr ? pool : makePool();
 }
 
 } // namespace
 
 bool startPool() {
-    static const bool s_started = thePool().start();
-    return s_started;
+    const Pool* const pool = thePool();
+    return pool != nullptr && pool->hasThreads();
 }
 
 Work createWork(void (*run)(void* context), void* context) {
-    return new (std::nothrow) PoolWork(run, context);
+    return startPool() ? new (std::nothrow) PoolWork(thePool(), run, context) : nullptr;
 }
 
-void submitWork(Work work, unsigned runs) { thePool().submit(work, runs); }
+void submitWork(Work work, unsigned runs) { work->m_pool->submit(work, runs); }
 
-void waitForWork(Work work) { thePool().wait(work); }
+// The threads of the parent's pool do not run here.
+void waitForWork(Work work) {
+    if (work->m_pool == g_pool) {
+        work->m_pool->wait(work);
+    }
+}
 
 void closeWork(Work work) { release(work); }
 
-void waitForAllWork() { thePool().waitForAll(); }
+void waitForAllWork() {
+    if (Pool* const pool = g_pool) {
+        pool->waitForAll();
+    }
+}
 
 } // namespace qor::Texsmith::Platform

@@ -85,7 +85,9 @@ void addTail(State& state, const std::uint8_t* rest, std::size_t restBytes, std:
 
 } // namespace
 
-void sha1(const void* data, std::size_t bytes, std::uint8_t digest[kSha1Bytes]) {
+bool startSha1() { return true; }
+
+bool sha1(const void* data, std::size_t bytes, std::uint8_t digest[kSha1Bytes]) {
     State state;
     const auto* position = static_cast<const std::uint8_t*>(data);
     std::size_t left = bytes;
@@ -96,6 +98,7 @@ void sha1(const void* data, std::size_t bytes, std::uint8_t digest[kSha1Bytes]) 
     for (int i = 0; i < 5; ++i) {
         storeBigEndian(state.m_words[i], digest + i * 4);
     }
+    return true;
 }
 
 } // namespace qor::Texsmith::Platform

@@ -4,8 +4,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <set>
+#include <string>
 #include <syslog.h>
 #include <time.h>
 #include <unistd.h>
@@ -41,9 +43,17 @@ void lastErrorText(char* buffer, std::size_t size) {
     std::snprintf(buffer, size, "%s", text);
 }
 
-void* registerEventSource(const char* name) { return strdup(name != nullptr ? name : ""); }
+void writeText(std::FILE* stream, const char* text) { std::fputs(text, stream); }
 
-void deregisterEventSource(void* source) { std::free(source); }
+// A name once for the process, and for good: another thread may be reporting under it at any time.
+void* registerEventSource(const char* name) {
+    static std::mutex s_mutex;
+    static auto& s_names = *new std::set<std::string>; // static destructors may still report
+    const std::lock_guard lock(s_mutex);
+    return const_cast<char*>(s_names.insert(name != nullptr ? name : "").first->c_str());
+}
+
+void deregisterEventSource(void*) {}
 
 // Without openlog: that would change the identity under which the client logs.
 void reportEvent(void* source, int type, int code, const char* text) {

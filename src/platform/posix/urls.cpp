@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace qor::Texsmith::Platform {
 
@@ -62,7 +63,7 @@ bool isUrl(const char* name) {
     return isLetter(*name) && p - name >= 2 && std::strncmp(p, "://", 3) == 0;
 }
 
-bool escapeUrl(const char* url, std::string* escaped, const IAllocator&) {
+bool escapeUrl(const char* url, std::string* escaped, const Scratch&) {
     static constexpr char kHex[] = "0123456789ABCDEF";
     escaped->clear();
     for (; *url != '\0'; ++url) {
@@ -77,7 +78,7 @@ bool escapeUrl(const char* url, std::string* escaped, const IAllocator&) {
 }
 
 // Files of this machine need no cache; nothing else can be fetched.
-bool cacheUrl(const char* escapedUrl, std::string* path, const IAllocator&) {
+bool cacheUrl(const char* escapedUrl, std::string* path, const Scratch&) {
     path->clear();
     if (!startsWithIgnoringCase(escapedUrl, kFileScheme)) {
         errno = EPROTONOSUPPORT;
@@ -91,7 +92,12 @@ bool cacheUrl(const char* escapedUrl, std::string* path, const IAllocator&) {
         errno = EHOSTUNREACH; // another machine's file
         return false;
     }
-    *path = unescape(rest);
+    std::string plain = unescape(rest);
+    if (plain.find('\0') != std::string::npos) {
+        errno = EINVAL; // the system would end the name there
+        return false;
+    }
+    *path = std::move(plain);
     return true;
 }
 

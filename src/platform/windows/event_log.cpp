@@ -21,6 +21,9 @@ void deregisterEventSource(void* source) {
 }
 
 void reportEvent(void* source, int type, int code, const char* text) {
+    if (source == nullptr) {
+        return;
+    }
     if (const EventSink sink = s_sink.load(); sink != nullptr) {
         sink(type, code, text);
         return;

@@ -59,6 +59,13 @@ bool replaceFile(const char* from, const char* to) {
 
 bool deleteFile(const char* name) { return DeleteFileW(widenName(name).c_str()) != 0; }
 
+bool makeFile(const char* name) {
+    HANDLE file = CreateFileW(widenName(name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                              FILE_ATTRIBUTE_NORMAL, nullptr);
+    closeIfOpen(file);
+    return file != INVALID_HANDLE_VALUE;
+}
+
 bool getTemporaryDirectory(char* buffer, std::size_t size) {
     wchar_t directory[MAX_PATH + 1] = {};
     const DWORD length = GetTempPathW(MAX_PATH + 1, directory);

@@ -8,11 +8,18 @@ namespace {
 
 HANDLE systemHandle(Handle handle) { return reinterpret_cast<HANDLE>(handle); }
 
-Handle openFile(const char* name, DWORD access, DWORD disposition) {
+Handle openFile(const char* name, DWORD access, DWORD disposition, DWORD flags = FILE_ATTRIBUTE_NORMAL) {
     const std::wstring wide = widenName(name);
-    HANDLE file = CreateFileW(wide.c_str(), access, FILE_SHARE_READ, nullptr, disposition,
-                              FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE file = CreateFileW(wide.c_str(), access, FILE_SHARE_READ, nullptr, disposition, flags, nullptr);
     return reinterpret_cast<Handle>(file); // kNoHandle is the system's own value for none
+}
+
+// Neither a link nor a second name of another file. The temporary folder itself is the user's own.
+bool isPrivate(HANDLE file) {
+    BY_HANDLE_FILE_INFORMATION status = {};
+    constexpr DWORD kForeign = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
+    return GetFileInformationByHandle(file, &status) != 0 && (status.dwFileAttributes & kForeign) == 0 &&
+           status.nNumberOfLinks == 1;
 }
 
 } // namespace
@@ -20,6 +27,17 @@ Handle openFile(const char* name, DWORD access, DWORD disposition) {
 Handle openFileToRead(const char* name) { return openFile(name, GENERIC_READ, OPEN_EXISTING); }
 
 Handle openFileToWrite(const char* name) { return openFile(name, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS); }
+
+Handle openPrivateFile(const char* name) {
+    const Handle file = openFile(name, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS,
+                                 FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT);
+    if (file == kNoHandle || isPrivate(systemHandle(file))) {
+        return file;
+    }
+    CloseHandle(systemHandle(file));
+    SetLastError(ERROR_ACCESS_DENIED);
+    return kNoHandle;
+}
 
 bool closeFile(Handle file) { return CloseHandle(systemHandle(file)) != 0; }
 

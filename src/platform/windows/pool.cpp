@@ -192,6 +192,26 @@ Group* exchangeGroup(Group* next) {
     return group;
 }
 
+PoolWork* memberWithRuns() {
+    PoolWork* work = s_pool.m_members;
+    while (work != nullptr && work->m_outstanding == 0) {
+        work = work->m_next;
+    }
+    return work;
+}
+
+// The members of the present group, one after another. Each may go as soon as its last run has returned.
+void waitForMembers() {
+    Lock lock;
+    while (PoolWork* const work = memberWithRuns()) {
+        ++work->m_references;
+        while (work->m_outstanding != 0) {
+            lock.sleep(&work->m_returned);
+        }
+        release(work);
+    }
+}
+
 } // namespace
 
 bool startPool() {
@@ -200,8 +220,9 @@ bool startPool() {
 }
 
 Work createWork(void (*run)(void* context), void* context) {
-    auto* const work = new PoolWork{run, context, nullptr, nullptr, nullptr, nullptr, {}, 0, 0, 1};
-    if (Use(work).get() == nullptr) {
+    auto* const work =
+        new (std::nothrow) PoolWork{run, context, nullptr, nullptr, nullptr, nullptr, {}, 0, 0, 1};
+    if (work == nullptr || Use(work).get() == nullptr) {
         delete work;
         return nullptr;
     }
@@ -251,6 +272,7 @@ void closeWork(Work work) {
 void waitForAllWork() {
     Group* const next = makeGroup();
     if (next == nullptr) {
+        waitForMembers();
         return;
     }
     Group* const group = exchangeGroup(next);

@@ -53,6 +53,21 @@ void lastErrorText(char* buffer, std::size_t size) {
     SetLastError(error);
 }
 
+// Bytes that go to a console are shown in its code page, wide text as it is.
+void writeText(std::FILE* stream, const char* text) {
+    HANDLE console = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+    DWORD mode = 0;
+    if (GetConsoleMode(console, &mode) == 0) {
+        std::fputs(text, stream);
+        return;
+    }
+    wchar_t wide[2048]; // no report is longer; and not from the heap, which may be what a report is about
+    const int units = MultiByteToWideChar(CP_UTF8, 0, text, -1, wide, 2048);
+    DWORD written = 0;
+    std::fflush(stream);
+    WriteConsoleW(console, wide, units > 0 ? static_cast<DWORD>(units - 1) : 0, &written, nullptr);
+}
+
 std::uint64_t getCounterFrequency() {
     LARGE_INTEGER frequency = {};
     QueryPerformanceFrequency(&frequency);

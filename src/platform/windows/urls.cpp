@@ -28,16 +28,20 @@ bool succeeded(HRESULT result) {
 // Wide characters from a client's allocator.
 class ScratchText {
 public:
-    ScratchText(const IAllocator& allocator, DWORD units)
-        : m_allocator(allocator),
-          m_text(static_cast<wchar_t*>(allocator.allocate(units * sizeof(wchar_t), alignof(wchar_t)))) {}
-    ~ScratchText() { m_allocator.release(m_text); }
+    ScratchText(const Scratch& scratch, DWORD units)
+        : m_scratch(scratch), m_text(static_cast<wchar_t*>(scratch.m_allocate(
+                                  scratch.m_context, units * sizeof(wchar_t), alignof(wchar_t)))) {}
+    ~ScratchText() {
+        if (m_text != nullptr) {
+            m_scratch.m_release(m_scratch.m_context, m_text);
+        }
+    }
     ScratchText(const ScratchText&) = delete;
     ScratchText& operator=(const ScratchText&) = delete;
     wchar_t* get() const { return m_text; }
 
 private:
-    IAllocator m_allocator;
+    Scratch m_scratch;
     wchar_t* m_text;
 };
 
@@ -74,7 +78,7 @@ std::string localName(const char* url) {
 
 bool isUrl(const char* name) { return PathIsURLW(widen(name).c_str()) != 0; }
 
-bool escapeUrl(const char* url, std::string* escaped, const IAllocator& scratch) {
+bool escapeUrl(const char* url, std::string* escaped, const Scratch& scratch) {
     const std::wstring wide = widen(url);
     wchar_t local[kLocalUnits];
     DWORD units = kLocalUnits;
@@ -92,8 +96,12 @@ bool escapeUrl(const char* url, std::string* escaped, const IAllocator& scratch)
     return succeeded(result);
 }
 
-bool cacheUrl(const char* escapedUrl, std::string* path, const IAllocator& scratch) {
+bool cacheUrl(const char* escapedUrl, std::string* path, const Scratch& scratch) {
     *path = localName(escapedUrl);
+    if (path->find('\0') != std::string::npos) {
+        path->clear(); // the system would end the name there
+        return succeeded(E_INVALIDARG);
+    }
     if (!path->empty() && fileExists(path->c_str())) {
         return true;
     }

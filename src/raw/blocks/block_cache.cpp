@@ -1,6 +1,7 @@
 #include "raw/blocks/block_cache.h"
 
 #include "platform/platform.h"
+#include "qor/texsmith/raw/sha1_hasher.h"
 
 #include <cstring>
 
@@ -32,7 +33,7 @@ BlockCache::BlockCache(const BlockCacheLayout& layout, const std::uint8_t* state
     if (name.empty()) {
         return;
     }
-    m_file.open(name.c_str(), kPermissionsReadWrite, allocator);
+    m_file.openPrivate(name.c_str());
     m_isValid = headerFits();
     if (!m_isValid) {
         m_file.resize(layout.fileBytes());
@@ -56,8 +57,10 @@ std::string BlockCache::fileName(const std::uint8_t* state, std::uint32_t stateB
     if (!Platform::getTemporaryDirectory(directory, sizeof directory)) {
         return {};
     }
-    std::uint8_t digest[Platform::kSha1Bytes];
-    Platform::sha1(state, stateBytes, digest);
+    std::uint8_t digest[Sha1Hasher::kDigestBytes];
+    if (Sha1Hasher::instance().hash(state, stateBytes, digest) != kErrorNone) {
+        return {};
+    }
     std::string name = directory;
     for (const std::uint8_t byte : digest) {
         name += kDigits[byte & 15];

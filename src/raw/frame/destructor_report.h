@@ -6,14 +6,20 @@
 
 namespace qor::Texsmith::Raw {
 
+// For destructors that let nothing out: what a callback throws is lost, but it has been called.
+template <class Body> void reportWithoutThrowing(Body body) noexcept {
+    try {
+        body();
+    } catch (...) {
+    }
+}
+
+// For destructors that may throw. The exception already under way tells more.
 template <class Body> void reportFromDestructor(Body body) {
     if (std::uncaught_exceptions() == 0) {
         body();
-        return;
-    }
-    try {
-        body();
-    } catch (...) { // the exception already under way tells more
+    } else {
+        reportWithoutThrowing(body);
     }
 }
 

@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <stdexcept>
-#include <utility>
 
 namespace qor::Texsmith::Raw {
 
@@ -50,7 +49,7 @@ constinit NeverDestroyed<WindowsLogHandler> g_defaultLogHandler;
 } // namespace
 
 // Gives the default handlers their event source for as long as the program's static objects live. After that
-// they still take reports, which then reach no event log.
+// they still take reports, which then reach no event log. Threads of the pool may report meanwhile.
 struct DefaultEventSources {
     DefaultEventSources() {
         g_defaultErrorHandler.m_object.m_source = Platform::registerEventSource(kEventSource);
@@ -93,12 +92,12 @@ WindowsErrorHandler::WindowsErrorHandler(const char* sourceName)
 
 WindowsErrorHandler::~WindowsErrorHandler() { deregister(); }
 
-void WindowsErrorHandler::deregister() { Platform::deregisterEventSource(std::exchange(m_source, nullptr)); }
+void WindowsErrorHandler::deregister() { Platform::deregisterEventSource(m_source.exchange(nullptr)); }
 
 void WindowsErrorHandler::doHandle(int code, const char* string) {
     checkNotNull(string, kSourcePath, "string must not be NULL.");
     const char* text = orEmpty(string);
-    std::fputs(text, stderr); // as it is: a file name in it may hold a percent sign
+    Platform::writeText(stderr, text); // as it is: a file name in it may hold a percent sign
     std::fflush(stderr);
     Platform::reportEvent(m_source, LogHandler::kTypeError, code, text);
     throw std::runtime_error(text);
@@ -109,7 +108,7 @@ WindowsLogHandler::WindowsLogHandler(const char* sourceName)
 
 WindowsLogHandler::~WindowsLogHandler() { deregister(); }
 
-void WindowsLogHandler::deregister() { Platform::deregisterEventSource(std::exchange(m_source, nullptr)); }
+void WindowsLogHandler::deregister() { Platform::deregisterEventSource(m_source.exchange(nullptr)); }
 
 void WindowsLogHandler::doReport(Type type, int code, const char* string) {
     checkNotNull(string, kSourcePath, "string must not be NULL.");

@@ -20,6 +20,8 @@ inline void formatReport(char (&buffer)[kReportSize], const char* format, Argume
     buffer[kReportSize - 1] = '\0';
 }
 
+// What printfAssert prints, on the standard error stream.
+void printAssertion(const char* file, int line, const char* message);
 // What the warning slot holds at first: prints "Warning:  " and the text on the standard output.
 void defaultWarningCallback(const char* file, int line, const char* format, ArgumentList* args);
 

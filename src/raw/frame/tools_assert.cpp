@@ -1,15 +1,37 @@
 #include "qor/texsmith/tools_assert.h"
 
+#include "platform/platform.h"
 #include "raw/frame/report_text.h"
 
+#include <atomic>
 #include <cstdio>
+#include <new>
 
 namespace qor::Texsmith::Raw {
+
+namespace {
+
+// On the stack: a report may be that there is no memory.
+template <class Value> void printLine(std::FILE* stream, const char* format, Value value) {
+    char line[kReportSize + 16];
+    std::snprintf(line, sizeof line, format, value);
+    Platform::writeText(stream, line);
+}
+
+} // namespace
+
+void printAssertion(const char* file, int line, const char* message) {
+    Platform::writeText(stderr, "\nAssertion failed:\n");
+    printLine(stderr, "   File:     %s\n", orEmpty(file));
+    printLine(stderr, "   Line:     %d\n", line);
+    printLine(stderr, "Message:  %s\n", message);
+    std::fflush(stderr);
+}
 
 void defaultWarningCallback(const char*, int, const char* format, ArgumentList* args) {
     char message[kReportSize];
     formatReport(message, format, args);
-    std::printf("Warning:  %s\n", message);
+    printLine(stdout, "Warning:  %s\n", message);
 }
 
 } // namespace qor::Texsmith::Raw
@@ -40,27 +62,43 @@ void reportFailure(const AssertSlots& slots, const char* file, int line, const c
     }
 }
 
-void printFailure(const char* file, int line, const char* message) {
-    std::fputs("\nAssertion failed:\n", stderr);
-    std::fprintf(stderr, "   File:     %s\n", orEmpty(file));
-    std::fprintf(stderr, "   Line:     %d\n", line);
-    std::fprintf(stderr, "Message:  %s\n", message);
-    std::fflush(stderr);
+// The thrown pointer must outlive the throwing frame, a few nested throws, and its thread. So each thread
+// that throws has a ring on the heap, which stays for good; there, since the system has few bytes for the
+// thread-local variables of a library that is loaded late.
+struct MessageRing {
+    static constexpr unsigned kMessages = 4;
+    char m_texts[kMessages][kReportSize];
+    unsigned m_next;
+    MessageRing* m_older; // keeps the rings of ended threads within reach of leak checkers
+};
+
+constinit MessageRing g_sharedRing = {}; // for threads that get no memory for their own
+constinit std::atomic<MessageRing*> g_newestRing{nullptr};
+constinit thread_local MessageRing* t_ring = nullptr;
+
+MessageRing* makeRing() {
+    auto* const ring = new (std::nothrow) MessageRing{};
+    if (ring == nullptr) {
+        return &g_sharedRing;
+    }
+    ring->m_older = g_newestRing.load();
+    while (!g_newestRing.compare_exchange_weak(ring->m_older, ring)) {
+    }
+    return ring;
 }
 
-// The thrown pointer must outlive the throwing frame, and a few nested throws.
 char* nextThrownMessage() {
-    constexpr unsigned kMessages = 4;
-    thread_local char messages[kMessages][kReportSize];
-    thread_local unsigned next = 0;
-    return messages[next++ % kMessages];
+    if (t_ring == nullptr) {
+        t_ring = makeRing();
+    }
+    return t_ring->m_texts[t_ring->m_next++ % MessageRing::kMessages];
 }
 
 // Both take the started list of a variadic function whose fourth argument is the ready list.
 bool printReadyList(const char* file, int line, const char* format, va_list arguments) {
     char message[kReportSize];
     qor::Texsmith::formatReadyList(message, sizeof message, orEmpty(format), arguments);
-    printFailure(file, line, message);
+    qor::Texsmith::Raw::printAssertion(file, line, message);
     return false;
 }
 

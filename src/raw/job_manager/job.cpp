@@ -4,6 +4,7 @@
 #include "raw/frame/check.h"
 #include "raw/frame/destructor_report.h"
 #include "raw/frame/shared_word.h"
+#include "raw/memory/check_copy.h"
 #include "raw/memory/row_stores.h"
 
 #include <algorithm>
@@ -106,6 +107,13 @@ void Job::releaseWork() const {
     }
 }
 
+// A fault in the epilogue leaves by a jump, past what would have done this.
+void Job::completeIfAllReturned() const {
+    if (allCallbacksCompleted()) {
+        m_state.store(kJobStateComplete, std::memory_order_release);
+    }
+}
+
 bool Job::allCallbacksCompleted() const {
     return m_completed.load(std::memory_order_acquire) == static_cast<unsigned>(m_callbacks);
 }
@@ -180,11 +188,9 @@ MemcpyJob::MemcpyJob(MemoryRegion destination, MemoryRegion source, unsigned wor
 Error MemcpyJob::doWorkItemsCallback(WorkItems items) const {
     const MemoryRegion destination = skip(m_destination, items.m_begin),
                        source = skip(m_source, items.m_begin);
-    const unsigned bytes = items.m_end - items.m_begin;
-    if (bytes > destination.length() || bytes > source.length()) {
-        return copy(destination, source, bytes); // which reports
-    }
-    copyRow(destination.begin, source.begin, bytes, storesFor(m_destination.length()));
+    const unsigned long long bytes = checkCopy(destination, source, items.m_end - items.m_begin);
+    copyRow(destination.begin, source.begin, static_cast<std::size_t>(bytes),
+            storesFor(m_destination.length()));
     return kErrorNone;
 }
 

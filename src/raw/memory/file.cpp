@@ -109,19 +109,24 @@ std::uint64_t File::write(const void* data, std::uint64_t size, std::uint64_t co
         return 0;
     }
     const auto position = static_cast<std::uint64_t>(m_position);
+    const auto* from = static_cast<const std::uint8_t*>(data);
     if (position + bytes > static_cast<std::uint64_t>(m_size)) {
+        const bool isOwn = m_region->contains(data); // and moves with the region
+        const std::uint8_t* const oldBegin = m_region->begin;
         const std::uint64_t end = extend(position + bytes);
         bytes = end > position ? end - position : 0;
+        if (isOwn && bytes != 0) {
+            from = m_region->begin + (from - oldBegin);
+        }
     }
     if (bytes != 0) {
-        std::memcpy(m_region->begin + position, data, static_cast<std::size_t>(bytes));
+        std::memmove(m_region->begin + position, from, static_cast<std::size_t>(bytes));
         m_position += static_cast<std::int64_t>(bytes);
     }
     return bytes;
 }
 
-// Returns the size that the file then has: less than asked for when it may not grow. A region that failed to
-// grow is cut short, and takes the position with it.
+// Returns the size that the file then has: less than asked for when it may not grow, or cannot.
 std::uint64_t File::extend(std::uint64_t size) {
     if (m_resizable != nullptr) {
         if (m_resizable->length() < size) {

@@ -45,7 +45,8 @@ Handle openToReadOrReport(const char* name) {
 }
 
 // The local file behind a URL; an empty name when it could not be had.
-std::string resolveUrl(const char* url, const IAllocator& scratch) {
+std::string resolveUrl(const char* url, const IAllocator& allocator) {
+    const Platform::Scratch scratch{allocator.m_context, allocator.m_allocate, allocator.m_release};
     std::string escaped;
     std::string path;
     checkNamed(Platform::escapeUrl(url, &escaped, scratch), __LINE__, "UrlEscapeW for \"%s\" failed: %s.",
@@ -67,37 +68,67 @@ MemoryMappedFile::MemoryMappedFile(const char* filename, Permissions permissions
 
 // A view has the bounds and no file, so its resize does nothing.
 MemoryMappedFile::MemoryMappedFile(const MemoryMappedFile& other)
-    : ResizableMemoryRegion(other), m_permissions(other.m_permissions), m_owner(false) {}
+    : ResizableMemoryRegion(other), m_permissions(other.m_permissions) {}
 
+MemoryMappedFile::MemoryMappedFile(MemoryMappedFile&& other) noexcept { swap(other); }
+
+// A view of this very mapping keeps it.
 MemoryMappedFile& MemoryMappedFile::operator=(const MemoryMappedFile& other) {
     if (this != &other) {
-        close();
-        ResizableMemoryRegion::operator=(other);
+        if (other.begin == nullptr || !m_view.contains(other)) {
+            close();
+        }
+        MemoryRegion::operator=(other);
         m_permissions = other.m_permissions;
-        m_owner = false;
     }
     return *this;
 }
 
-MemoryMappedFile::~MemoryMappedFile() noexcept(false) {
-    reportFromDestructor([this] { close(); });
+MemoryMappedFile& MemoryMappedFile::operator=(MemoryMappedFile&& other) noexcept {
+    MemoryMappedFile taken(std::move(other));
+    swap(taken);
+    return *this;
+}
+
+void MemoryMappedFile::swap(MemoryMappedFile& other) noexcept {
+    std::swap(static_cast<MemoryRegion&>(*this), static_cast<MemoryRegion&>(other));
+    std::swap(m_view, other.m_view);
+    std::swap(m_permissions, other.m_permissions);
+    std::swap(m_file, other.m_file);
+    std::swap(m_mapping, other.m_mapping);
+}
+
+MemoryMappedFile::~MemoryMappedFile() {
+    reportWithoutThrowing([this] { close(); });
 }
 
 void MemoryMappedFile::open(const char* filename, Permissions permissions, IAllocator allocator) {
     if (!checkNotNull(filename, kSourcePath, "filename must not be NULL.")) {
         return;
     }
+    const std::string name = filename; // it may lie in the region that goes
     close();
     m_permissions = permissions;
     if (permissions == kPermissionsReadWrite) {
-        openToWrite(filename);
+        mapOpened(Platform::openFileToWrite(name.c_str()), name.c_str());
     } else {
-        openToRead(filename, allocator);
+        openToRead(name.c_str(), allocator);
     }
 }
 
-void MemoryMappedFile::openToWrite(const char* filename) {
-    m_file = Platform::openFileToWrite(filename);
+void MemoryMappedFile::openPrivate(const char* filename) {
+    if (!checkNotNull(filename, kSourcePath, "filename must not be NULL.")) {
+        return;
+    }
+    const std::string name = filename;
+    close();
+    m_permissions = kPermissionsReadWrite;
+    mapOpened(Platform::openPrivateFile(name.c_str()), name.c_str());
+}
+
+// Right behind the call that opened the file to write, whose failure it reports.
+void MemoryMappedFile::mapOpened(std::intptr_t file, const char* filename) {
+    m_file = file;
     checkNamed(m_file != kNoHandle, __LINE__, "CreateFileW to write \"%s\" failed: %s.", filename);
     const std::uint64_t size = fileSize(m_file);
     if (size != 0) {
@@ -132,15 +163,12 @@ void MemoryMappedFile::mapResized(std::uint64_t size) {
 }
 
 void MemoryMappedFile::setView(void* view, std::uint64_t size) {
-    begin = static_cast<std::uint8_t*>(view);
-    end = begin + size;
+    m_view.begin = static_cast<std::uint8_t*>(view);
+    m_view.end = m_view.begin + size;
+    MemoryRegion::operator=(m_view);
 }
 
 void MemoryMappedFile::close() {
-    if (!std::exchange(m_owner, true)) {
-        begin = end = nullptr; // a view lets go of what is not its own
-        return;
-    }
     unmap();
     const Handle file = std::exchange(m_file, kNoHandle);
     if (file != kNoHandle && !Platform::closeFile(file)) {
@@ -149,8 +177,9 @@ void MemoryMappedFile::close() {
 }
 
 // Each field is cleared before the call that may report, so that a callback that throws leaves none stale.
+// A view lets go of what is not its own.
 void MemoryMappedFile::unmap() {
-    const MemoryRegion view = *this;
+    const MemoryRegion view = std::exchange(m_view, MemoryRegion());
     begin = end = nullptr;
     if (view.begin != nullptr) {
         checkHandle(Platform::unmapView(view.begin, view.length()), __LINE__,
@@ -163,22 +192,34 @@ void MemoryMappedFile::unmap() {
     }
 }
 
-bool MemoryMappedFile::setFileSize(unsigned long long bytes) {
-    return checkHandle(Platform::seekFile(m_file, bytes), __LINE__, "SetFilePointer of %p failed: %s.",
-                       asPointer(m_file)) &&
-           checkHandle(Platform::setEndOfFile(m_file), __LINE__, "SetEndOfFile of %p failed: %s.",
-                       asPointer(m_file));
+// A file that does not get its size, as on a full disk, is mapped again as it was.
+bool MemoryMappedFile::setFileSize(std::uint64_t bytes, std::uint64_t oldBytes) {
+    const bool isSought = Platform::seekFile(m_file, bytes);
+    if (isSought && Platform::setEndOfFile(m_file)) {
+        return true;
+    }
+    const SystemReport reason;
+    if (oldBytes != 0) {
+        m_mapping = Platform::createMapping(m_file, true);
+        if (void* const view = Platform::mapView(m_mapping, oldBytes, true)) {
+            setView(view, oldBytes);
+        }
+    }
+    toolsAssert(kSourcePath, __LINE__,
+                isSought ? "SetEndOfFile of %p failed: %s." : "SetFilePointer of %p failed: %s.",
+                asPointer(m_file), reason.c_str());
+    return false;
 }
 
-// Where the file does not get its size, as on a full disk, nothing is mapped: the region would reach past the
-// end of the file.
 void MemoryMappedFile::doResize(unsigned long long bytes) {
-    check(m_permissions == kPermissionsReadWrite, kSourcePath, "m_permissions == kPermissionsReadWrite");
-    if (m_file == kNoHandle) {
+    const bool mayWrite =
+        check(m_permissions == kPermissionsReadWrite, kSourcePath, "m_permissions == kPermissionsReadWrite");
+    if (!mayWrite || m_file == kNoHandle) {
         return;
     }
+    const std::uint64_t oldBytes = m_view.length();
     unmap();
-    if (!setFileSize(bytes) || bytes == 0) {
+    if (!setFileSize(bytes, oldBytes) || bytes == 0) {
         return;
     }
     checkHandle(Platform::seekFile(m_file, 0), __LINE__, "SetFilePointer of %p failed: %s.",

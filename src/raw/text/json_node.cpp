@@ -61,7 +61,7 @@ void NodeList::setSize(std::size_t count) {
     if (count > kMost || (count > before && !tryResize(std::max(2 * before, count) * sizeof(Node*)))) {
         throw std::bad_alloc();
     }
-    if (count < capacity() / 2) {
+    if (count < (capacity() + 1) / 2) {
         tryResize(count * sizeof(Node*)); // the slots may as well stay
     }
     if (capacity() > before) { // a client's allocator need not give zeros
@@ -72,7 +72,7 @@ void NodeList::setSize(std::size_t count) {
 
 Node::Node(IAllocator allocator) : m_type(kTypeNull), m_value{}, m_multiline(true), m_allocator(allocator) {}
 
-Node::~Node() noexcept(false) { deallocate(); }
+Node::~Node() { deallocate(); }
 
 void Node::deallocate() {
     const Type type = std::exchange(m_type, kTypeNull);

@@ -61,12 +61,9 @@ int UnhandledExceptionAbsorber::main(int argc, char** argv) {
     return absorbUnhandledCppExceptions(argc, argv);
 }
 
+// The call below absorbs both kinds. A catch of everything here would stop the end of a POSIX thread, too.
 int UnhandledExceptionAbsorber::absorbUnhandledCppExceptions(int argc, char** argv) {
-    try {
-        return absorbUnhandledOsExceptions(argc, argv);
-    } catch (...) {
-        return kAbsorbed;
-    }
+    return absorbUnhandledOsExceptions(argc, argv);
 }
 
 int UnhandledExceptionAbsorber::absorbUnhandledOsExceptions(int argc, char** argv) {

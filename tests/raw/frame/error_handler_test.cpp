@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -28,10 +29,12 @@ void listCallback(const char*, int, const char* format, ArgumentList* args) {
     }
 }
 
+// Formats twice, too.
 bool printCallback(const char* file, int line, const char* format, ...) {
     char text[1024];
     va_list arguments;
     va_start(arguments, format);
+    formatReadyList(text, sizeof text, format, arguments);
     formatReadyList(text, sizeof text, format, arguments);
     va_end(arguments);
     g_texts.push_back(std::string("print ") + file + ":" + std::to_string(line) + " " + text);
@@ -128,6 +131,14 @@ TEST_F(Reporting, ThrownMessagesOutliveTheirFrames) {
         }
     }
     EXPECT_EQ(Texts(thrown.begin(), thrown.end()), (Texts{"5 0 0.75", "5 1 0.75", "5 2 0.75", "5 3 0.75"}));
+    std::thread([&thrown] {
+        try {
+            report("another thread");
+        } catch (char* text) {
+            thrown.push_back(text);
+        }
+    }).join();
+    EXPECT_EQ(std::string(thrown.back()), "5 another thread 0.75");
 }
 
 // With itself installed the callback reports through itself, once for each null, and then the rest.
@@ -161,6 +172,20 @@ TEST_F(Reporting, WindowsErrorHandlerPrintsLogsAndThrows) {
     EXPECT_EQ(thrown, numbered("raw\\x line 7: 5 100%s%n 0.75"));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), thrown + "|still there");
     EXPECT_EQ(g_texts, (Texts{"event 1 c0d78000 " + thrown}));
+}
+
+// As it happens at the end of the process, when static objects go and threads of the pool still report.
+TEST_F(Reporting, AHandlerMayBeDeregisteredWhileOthersReport) {
+    Platform::setEventSink([](int, int, const char*) {});
+    auto* const source = Platform::registerEventSource("test");
+    EXPECT_EQ(Platform::registerEventSource("test") != nullptr, source != nullptr);
+    std::thread reporter([source] {
+        for (int i = 0; i < 1000; ++i) {
+            Platform::reportEvent(source, 1, 2, "text");
+        }
+    });
+    Platform::deregisterEventSource(source);
+    reporter.join();
 }
 
 TEST_F(Reporting, WindowsLogHandlerAssertsErrorsOnly) {

@@ -8,14 +8,17 @@
 #include "raw/rows/steps.h"
 #include "support/report_recorder.h"
 #include "support/surfaces.h"
+#include "support/temporary_file.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <string>
+#include <system_error>
 
 namespace {
 
@@ -235,6 +238,22 @@ TEST_F(ReformatCached, LeavesTheFileToWhoeverHasIt) {
         EXPECT_EQ(file().size(), (kSourceBytes + kResultBytes) * kRecords + 16 + state.size());
     }
     EXPECT_EQ(run(state), 0u);
+}
+
+// Another user may have put one there, to have a file of this user overwritten.
+TEST_F(ReformatCached, FollowsNoLink) {
+    const std::string state = "a state behind a link " + std::to_string(Platform::getProcessId());
+    m_file = Raw::BlockCache::fileName(bytesOf(state), static_cast<std::uint32_t>(state.size()));
+    const TestSupport::TemporaryFile other("not a cache");
+    std::error_code error;
+    std::filesystem::create_symlink(std::filesystem::u8path(other.name()), m_file, error);
+    if (error) {
+        GTEST_SKIP() << error.message();
+    }
+    const ReportRecorder recorder;
+    EXPECT_EQ(run(state), kRecords);
+    EXPECT_EQ(recorder.assertions().size(), 1u);
+    EXPECT_EQ(other.read(), "not a cache");
 }
 
 TEST_F(ReformatCached, ReportsWhatIsMissing) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 namespace {
@@ -119,9 +120,22 @@ TEST(File, AResizableRegionGrowsInStepsAndLosesTheSlack) {
 
     file.open(&memory, File::kModeBinary);
     file.seek(0, File::kOriginEnd);
-    EXPECT_EQ(file.write(block.data(), 1, block.size()), 0u); // the region fails to grow, and is gone
-    EXPECT_EQ(file.size(), 0);
-    EXPECT_EQ(file.getCharacter(), -1);
+    const ReportRecorder recorder;
+    EXPECT_EQ(file.write(block.data(), 1, block.size()), 0u); // the region fails to grow, and stays
+    EXPECT_EQ(file.size(), 9216);
+    EXPECT_EQ(recorder.assertions().size(), 1u);
+}
+
+TEST(File, WritesBytesOfItsOwnRegionThatMoves) {
+    AllocatedMemory memory;
+    memory.resize(8192);
+    std::memset(memory.begin, 'a', 8192);
+    File file;
+    file.open(&memory, File::kModeBinary);
+    file.seek(0, File::kOriginEnd);
+    EXPECT_EQ(file.write(memory.begin + 92, 1, 8100), 8100u);
+    file.close();
+    EXPECT_EQ(std::string(memory.begin, memory.end), std::string(16292, 'a'));
 }
 
 TEST(File, ReportsMisuse) {

@@ -129,6 +129,8 @@ TEST(Reflection, PatchesStructuresAndArrays) {
     fromText(kFour, bytes + 1, "[7, 6, 5, 4, 3, 2]");
     EXPECT_EQ(0, std::memcmp(bytes, "\x09\x07\x06\x05\x04", 5));
 
+    EXPECT_EQ(toText(kFour, bytes), "[\r\n    9, \r\n    7, \r\n    6, \r\n    5\r\n]");
+
     Raw::Modifiers modifiers;
     fromText(Types::g_gpuFormatModifiers, &modifiers,
              "{'Encode':{'Power':{'Y':3}, 'MADD':{'Add':{'w':-2}, 'Mul':{'Z':{'X':5}}}}}");
@@ -136,6 +138,15 @@ TEST(Reflection, PatchesStructuresAndArrays) {
     EXPECT_EQ(modifiers.m_decode.m_add[3], -2.0f);
     EXPECT_EQ(modifiers.m_decode.m_multiply[2][0], 5.0f);
     EXPECT_TRUE(modifiers.m_encode.isNop());
+    const std::string text = toText(Types::g_gpuFormatTransform, &modifiers);
+    EXPECT_EQ(
+        text.find(
+            "{\r\n    \"Madd\" : {\r\n        \"Mul\" : {\r\n            \"X\" : {\"X\" : 1, \"Y\" : 0"),
+        0u)
+        << text;
+    Raw::Transform back = {};
+    fromText(Types::g_gpuFormatTransform, &back, text);
+    EXPECT_EQ(0, std::memcmp(&back, &modifiers.m_decode, sizeof back));
 }
 
 } // namespace

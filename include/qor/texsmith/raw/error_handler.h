@@ -4,6 +4,8 @@
 #include "qor/texsmith/export.h"
 #include "qor/texsmith/tools_assert.h"
 
+#include <atomic>
+
 namespace qor::Texsmith::Raw {
 
 template <class T> union NeverDestroyed;
@@ -48,7 +50,7 @@ private:
     void deregister();
     void doHandle(int code, const char* string) override;
 
-    void* m_source = nullptr;
+    std::atomic<void*> m_source{nullptr};
 };
 
 // Puts the text into the event log. A text of type kTypeError also takes the road of toolsAssert.
@@ -66,7 +68,7 @@ private:
     void deregister();
     void doReport(Type type, int code, const char* string) override;
 
-    void* m_source = nullptr;
+    std::atomic<void*> m_source{nullptr};
 };
 
 // Point at library objects with the source name "VEX" at first. The pointed-at objects stay the caller's.

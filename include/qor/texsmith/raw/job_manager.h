@@ -68,6 +68,7 @@ private:
     void init(Configuration* configuration, unsigned callbacks);
     void clearCounters();
     void releaseWork() const;
+    void completeIfAllReturned() const;
     long allocateCallbackId() const;
     void handleResultOfCallback(long id, Error result) const;
 
@@ -167,6 +168,7 @@ private:
 // the operating system on a pool thread ends that callback, which counts as failed.
 class QOR_TEXSMITH_API ThreadpoolJobManager : public JobManager {
 private:
+    static void runOnPool(void* job);
     Error doSubmit(const Job* job) override;
     Error doStall() override;
     Error doStall(const Job* job) override;

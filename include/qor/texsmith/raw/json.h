@@ -47,7 +47,7 @@ private:
 class QOR_TEXSMITH_API Node {
 public:
     explicit Node(IAllocator allocator); // a Null
-    ~Node() noexcept(false);
+    ~Node();
     Node(const Node&) = delete; // copyFromNode copies
     Node& operator=(const Node&) = delete;
 
