@@ -113,11 +113,9 @@ template <SurfaceFormat kFormat> constexpr SurfaceFormatInfo colourBlocks(std::u
     row.decodeBlock = &ColourBlocks<kFormat>::decode;
     row.hardwareDecodeBlock = &ColourBlocks<kFormat>::hardwareDecode;
     row.decodeTile = &decodeTileByBlocks;
-    if constexpr (kHasEncoder<kFormat>) {
-        row.encodeBlock8 = &ColourBlocks<kFormat>::encodeBytes;
-        row.encodeBlock = &ColourBlocks<kFormat>::encode;
-        row.encodeTile = &ColourBlocks<kFormat>::encodeTile;
-    }
+    row.encodeBlock8 = &ColourBlocks<kFormat>::encodeBytes;
+    row.encodeBlock = &ColourBlocks<kFormat>::encode;
+    row.encodeTile = &ColourBlocks<kFormat>::encodeTile;
     return row;
 }
 
@@ -126,10 +124,8 @@ template <SurfaceFormat kFormat> constexpr SurfaceFormatInfo channelBlocks(std::
     row.decodeBlock = &ChannelBlocks<kFormat>::decode;
     row.hardwareDecodeBlock = &ChannelBlocks<kFormat>::decode;
     row.decodeTile = &decodeTileByBlocks;
-    if constexpr (kHasEncoder<kFormat>) {
-        row.encodeBlock = &ChannelBlocks<kFormat>::encode;
-        row.encodeTile = &encodeTileByBlocks;
-    }
+    row.encodeBlock = &ChannelBlocks<kFormat>::encode;
+    row.encodeTile = &encodeTileByBlocks;
     return row;
 }
 

@@ -28,7 +28,7 @@ TEST(Format, RowsFollowFromTheirNames) {
         const bool compressed = name[0] == 'B', byBlocks = name[0] == 'F';
         EXPECT_EQ(number, row.surfaceFormat);
         EXPECT_EQ(compressed ? 0x404 : 0x101, row.blockWidth << 8 | row.blockHeight);
-        const bool byBytes = number == 10 || (number >= 35 && number <= 37);
+        const bool byBytes = number == 10 || (number >= 35 && number <= 37) || number == 41;
         EXPECT_EQ(byBytes, row.encodeBlock8 != nullptr && row.decodeBlock8 != nullptr);
         EXPECT_EQ(compressed, row.decodeTexels == nullptr && row.encodeOne == nullptr);
         EXPECT_EQ(byBlocks, !compressed && row.encodeTile != g_surfaceFormatInfo[1].encodeTile);

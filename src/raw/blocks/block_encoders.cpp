@@ -5,6 +5,7 @@
 #include "raw/blocks/bc1_punch_through.h"
 #include "raw/blocks/bc4_encoder.h"
 #include "raw/blocks/bc6_encoder.h"
+#include "raw/blocks/bc7_encoder.h"
 #include "raw/blocks/block_alpha.h"
 #include "raw/blocks/block_preparation.h"
 #include "raw/blocks/block_runs.h"
@@ -32,19 +33,31 @@ ExternalEncode externalBc3(const EncoderConfiguration& configuration) {
     return table != nullptr ? table->m_encodeBc3 : nullptr;
 }
 
-// Hands the texels to an external encoder, as four bytes each with the configuration's channel type.
-void encodeOutside(ExternalEncode encode, std::uint8_t* destination, const ColorRGBA32F* block,
-                   const EncoderConfiguration& configuration, bool keepsAlpha) {
+bool hasExternalBc7(const EncoderConfiguration& configuration) {
+    const ExternalCompressor* table = configuration.m_externalCompressor;
+    return table != nullptr && table->m_encodeBc7 != nullptr && configuration.m_externalProfile != nullptr;
+}
+
+// Texels of four bytes with the configuration's channel type.
+Block8 toBytes(const ColorRGBA32F* block, const EncoderConfiguration& configuration) {
     Vex::DataFormat format = formatOf(&configuration);
     format.m_word = (format.m_word & ~0xFFu) | Vex::kSurfaceFormat8_8_8_8;
     VectorFloat texels[kTexelsPerBlock];
     std::memcpy(texels, block, sizeof texels);
     Block8 bytes;
     packedEncodeTexels(&bytes, texels, &format, kTexelsPerBlock);
+    return bytes;
+}
+
+ExternalSurface surfaceOf(const Block8& bytes) { return {bytes.m_texels[0], 4, 4, 16}; }
+
+void encodeOutside(ExternalEncode encode, std::uint8_t* destination, const ColorRGBA32F* block,
+                   const EncoderConfiguration& configuration, bool keepsAlpha) {
+    Block8 bytes = toBytes(block, configuration);
     for (auto& texel : bytes.m_texels) {
         texel[3] = keepsAlpha ? texel[3] : 0xFF;
     }
-    const ExternalSurface surface = {bytes.m_texels[0], 4, 4, 16};
+    const ExternalSurface surface = surfaceOf(bytes);
     encode(&surface, destination);
 }
 
@@ -83,6 +96,8 @@ void encodeUnpreparedBc2Alpha(std::uint8_t* destination, const ColorRGBA32F* blo
 // Runs are cut into groups that fit the stack, of a multiple of the eight blocks that the widest kernel
 // takes.
 constexpr std::size_t kRunBlocks = 16;
+// BC7 sorts the blocks of a run first, and wants enough of each kind to fill the lanes.
+constexpr std::size_t kBc7RunBlocks = 64;
 
 struct PreparedRun {
     ColorRGBA32F m_texels[kRunBlocks * kTexelsPerBlock];
@@ -186,6 +201,25 @@ void encodeBc3Run(std::uint8_t* destination, const ColorRGBA32F* source,
     }
 }
 
+void encodeBc7Prepared(std::uint8_t* destination, const ColorRGBA32F* source,
+                       const EncoderConfiguration& configuration, unsigned count) {
+    ColorRGBA32F prepared[kBc7RunBlocks * kTexelsPerBlock];
+    prepare(prepared, source, configuration, count);
+    encodeBc7Blocks(destination, prepared, count, configuration.m_effort);
+}
+
+void encodeBc7Run(std::uint8_t* destination, const ColorRGBA32F* source,
+                  const EncoderConfiguration& configuration, std::size_t count) {
+    if (hasExternalBc7(configuration)) {
+        encodeOneByOne<&encodeBc7Block, 16>(destination, source, configuration, count);
+        return;
+    }
+    for (std::size_t block = 0; block < count; block += kBc7RunBlocks) {
+        encodeBc7Prepared(destination + block * 16, source + block * kTexelsPerBlock, configuration,
+                          static_cast<unsigned>(std::min(kBc7RunBlocks, count - block)));
+    }
+}
+
 } // namespace
 
 void encodeBc1Block(std::uint8_t* destination, const ColorRGBA32F* source,
@@ -234,6 +268,18 @@ void encodeBc5Block(std::uint8_t* destination, const ColorRGBA32F* source,
     encodeBc4Channel(destination + 8, source, 1, configuration.isSigned());
 }
 
+void encodeBc7Block(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration) {
+    if (hasExternalBc7(configuration)) {
+        const Block8 bytes = toBytes(source, configuration);
+        const ExternalSurface surface = surfaceOf(bytes);
+        configuration.m_externalCompressor->m_encodeBc7(&surface, destination,
+                                                        configuration.m_externalProfile);
+        return;
+    }
+    encodeBc7Prepared(destination, source, configuration, 1);
+}
+
 EncodeBlockRun findBlockRunEncoder(Vex::SurfaceFormat format) {
     switch (format) {
     case Vex::kSurfaceFormatBc1:
@@ -248,6 +294,8 @@ EncodeBlockRun findBlockRunEncoder(Vex::SurfaceFormat format) {
         return &encodeOneByOne<&encodeBc5Block, 16>;
     case Vex::kSurfaceFormatBc6:
         return &encodeBc6Blocks;
+    case Vex::kSurfaceFormatBc7:
+        return &encodeBc7Run;
     default:
         return nullptr;
     }

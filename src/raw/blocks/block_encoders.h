@@ -1,4 +1,4 @@
-// Block encoders: 4 x 4 texels to blocks of BC1 to BC5.
+// Block encoders: 4 x 4 texels to blocks of BC1 to BC5 and BC7.
 //
 // Texels are in row order (index = 4 * row + column). All encoders of this room may run at once on different
 // blocks, write only their own output, allocate nothing but the population of searchBc1Pair, and take any
@@ -24,6 +24,8 @@ void encodeBc3Block(std::uint8_t* destination, const ColorRGBA32F* source,
 void encodeBc4Block(std::uint8_t* destination, const ColorRGBA32F* source,
                     const EncoderConfiguration& configuration);
 void encodeBc5Block(std::uint8_t* destination, const ColorRGBA32F* source,
+                    const EncoderConfiguration& configuration);
+void encodeBc7Block(std::uint8_t* destination, const ColorRGBA32F* source,
                     const EncoderConfiguration& configuration);
 
 } // namespace qor::Texsmith::Raw

@@ -24,7 +24,7 @@ DecodeBlockRun findHalfRunDecoder(Vex::SurfaceFormat format, bool isSigned);
 // `count` times 16 texels, block after block, to `count` blocks.
 using EncodeBlockRun = void (*)(std::uint8_t* destination, const ColorRGBA32F* source,
                                 const EncoderConfiguration& configuration, std::size_t count);
-// Bc1 to Bc6. Null for all other formats.
+// Bc1 to Bc7. Null for all other formats.
 EncodeBlockRun findBlockRunEncoder(Vex::SurfaceFormat format);
 
 } // namespace qor::Texsmith::Raw

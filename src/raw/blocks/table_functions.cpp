@@ -61,7 +61,7 @@ template <> struct Codec<Vex::kSurfaceFormatBc6> {
     static constexpr unsigned kLanes = 4;
 };
 template <> struct Codec<Vex::kSurfaceFormatBc7> {
-    static constexpr Encode kEncode = nullptr;
+    static constexpr Encode kEncode = &encodeBc7Block;
     static constexpr Decode8 kDecode = &decodeBc7Block;
 };
 

@@ -8,9 +8,6 @@
 
 namespace qor::Texsmith::Raw {
 
-// Whether blocks of a format can be made; the encoding functions of the others are null.
-template <Vex::SurfaceFormat kFormat> inline constexpr bool kHasEncoder = kFormat != Vex::kSurfaceFormatBc7;
-
 // Bc1, Bc2, Bc3 and Bc7, whose decoded texels are bytes. These are then converted as the format's channel
 // type says: sRGB is decoded here. The conversion of the hardware gives the first texel for all sixteen where
 // the type is sRGB, like every run that it decodes.

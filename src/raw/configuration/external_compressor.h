@@ -18,10 +18,9 @@ struct ExternalSurface {
 };
 
 using ExternalEncode = void (*)(const ExternalSurface* source, std::uint8_t* destination);
-
-// Rows of R, G, B, A halves. The profile is the configuration's.
-using ExternalEncodeBc6h = void (*)(const ExternalSurface* source, std::uint8_t* destination,
-                                    const ExternalCompressorProfile* profile);
+// The profile is the configuration's.
+using ExternalProfileEncode = void (*)(const ExternalSurface* source, std::uint8_t* destination,
+                                       const ExternalCompressorProfile* profile);
 
 // Null entries where the machine has no such compressor.
 struct ExternalCompressor {
@@ -30,7 +29,8 @@ struct ExternalCompressor {
     const ExternalCompressorProfile* m_bc6hProfiles[kExternalLevels];  // veryslow to veryfast
     const ExternalCompressorProfile* m_plainProfiles[kExternalLevels]; // slow to ultrafast
     const ExternalCompressorProfile* m_alphaProfiles[kExternalLevels]; // the same, for formats that use W
-    ExternalEncodeBc6h m_encodeBc6h = nullptr;
+    ExternalProfileEncode m_encodeBc6h = nullptr; // of R, G, B, A halves
+    ExternalProfileEncode m_encodeBc7 = nullptr;
 };
 
 } // namespace qor::Texsmith::Raw

@@ -66,7 +66,7 @@ void countAndEncode(const Raw::ExternalSurface* source, std::uint8_t* destinatio
         destination[i] = source->m_texels[i * 5 + i / 4 * source->m_pitch % 13];
     }
 }
-const Raw::ExternalCompressor kCounting = {&countAndEncode, nullptr, {}, {}, {}};
+const Raw::ExternalCompressor kCounting = {&countAndEncode, nullptr, {}, {}, {}, nullptr};
 
 template <typename Provider>
 Bytes reformatted(TestImage& pixels, const Vex::Texture& to, Raw::Configuration& configuration) {
