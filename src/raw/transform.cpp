@@ -1,6 +1,8 @@
 #include "qor/texsmith/raw/transform.h"
 
 #include "raw/frame/check.h"
+#include "simd/canonical_nan.h"
+#include "simd/lanes4.h"
 #include "simd/power.h"
 
 namespace qor::Texsmith::Raw {
@@ -10,6 +12,8 @@ constexpr char kSourcePath[] = "raw\\transform";
 constexpr Matrix kIdentity = {{{{1, 0, 0, 0}}, {{0, 1, 0, 0}}, {{0, 0, 1, 0}}, {{0, 0, 0, 1}}}};
 
 using Simd::Float4;
+
+Float4 canonical(Float4 a) { return Simd::canonical<Simd::Lanes4>(a); }
 
 bool allEqual(const VectorFloat& vector, float value) {
     return vector[0] == value && vector[1] == value && vector[2] == value && vector[3] == value;
@@ -46,6 +50,7 @@ struct Square {
 struct SquareRoot {
     Float4 operator()(Float4 v) const { return Simd::squareRoot(v); }
 };
+// Works on the bits of its input, so that those of a NaN decide what comes out.
 struct AnyPower {
     Float4 m_power;
     Float4 operator()(Float4 v) const {
@@ -71,7 +76,7 @@ void decodeRun(const Transform& transform, VectorFloat* texels, int count) {
         for (int i = 0; i < count; ++i) {
             VectorFloat raised;
             Simd::store(&raised, power(Simd::loadFloats(&texels[i])));
-            Simd::store(&texels[i], madd.apply(raised.m_lanes));
+            Simd::store(&texels[i], canonical(madd.apply(raised.m_lanes)));
         }
     });
 }
@@ -80,13 +85,13 @@ void encodeRun(const Transform& transform, VectorFloat* texels, int count) {
     const LoadedMadd madd(transform);
     withPower(transform.m_power, [&](auto power) {
         for (int i = 0; i < count; ++i) {
-            Simd::store(&texels[i], power(madd.apply(texels[i].m_lanes)));
+            Simd::store(&texels[i], canonical(power(canonical(madd.apply(texels[i].m_lanes)))));
         }
     });
 }
 
 VectorFloat multiplied(const VectorFloat& a, const VectorFloat& b) {
-    return {{a[0] * b[0], a[1] * b[1], a[2] * b[2], a[3] * b[3]}};
+    return Simd::canonical<Simd::Lanes4>({{a[0] * b[0], a[1] * b[1], a[2] * b[2], a[3] * b[3]}});
 }
 
 } // namespace
@@ -178,9 +183,9 @@ Madd composeMadd(const Madd& first, const Madd& then) {
     const LoadedMadd outer(then);
     Madd result;
     for (unsigned row = 0; row < 4; ++row) {
-        Simd::store(&result.m_multiply[row], outer.multiply(first.m_multiply[row].m_lanes));
+        Simd::store(&result.m_multiply[row], canonical(outer.multiply(first.m_multiply[row].m_lanes)));
     }
-    Simd::store(&result.m_add, outer.apply(first.m_add.m_lanes));
+    Simd::store(&result.m_add, canonical(outer.apply(first.m_add.m_lanes)));
     return result;
 }
 

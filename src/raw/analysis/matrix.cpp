@@ -1,7 +1,8 @@
 #include "qor/texsmith/raw/matrix.h"
 
+#include "simd/canonical_nan.h"
 #include "simd/fast_rsqrt.h"
-#include "simd/float4.h"
+#include "simd/lanes4.h"
 
 #include <cmath>
 
@@ -13,7 +14,7 @@ using Simd::Float4;
 template <typename Operation> Matrix eachRow(Operation operation) {
     Matrix result;
     for (unsigned row = 0; row < 4; ++row) {
-        Simd::store(&result[row], operation(row));
+        Simd::store(&result[row], Simd::canonical<Simd::Lanes4>(operation(row)));
     }
     return result;
 }
@@ -121,7 +122,7 @@ Matrix operator*(const Matrix& matrix, float scalar) {
 
 VectorFloat operator*(const Matrix& matrix, const VectorFloat& vector) {
     VectorFloat result;
-    Simd::store(&result, multiply(matrix, vector));
+    Simd::store(&result, Simd::canonical<Simd::Lanes4>(multiply(matrix, vector)));
     return result;
 }
 

@@ -3,6 +3,8 @@
 
 #include "raw/analysis/min_max_mean.h"
 #include "raw/analysis/range_and_sum_lanes.h"
+#include "simd/canonical_nan.h"
+#include "simd/lanes4.h"
 #include "simd/lanes4x2.h"
 
 #include <algorithm>
@@ -29,6 +31,7 @@ void MinMaxMean::Add(const VectorFloat& texel) {
         max[lane] = (texel[lane] > max[lane] ? texel[lane] : max[lane]) + 0.0f;
         sum[lane] += texel[lane];
     }
+    sum = Simd::canonical<Simd::Lanes4>(sum);
     ++count;
 }
 
@@ -40,12 +43,14 @@ void MinMaxMean::Add(const MinMaxMean& other) {
         max[lane] = std::max(max[lane], other.max[lane]);
         sum[lane] += other.sum[lane];
     }
+    sum = Simd::canonical<Simd::Lanes4>(sum);
     count += other.count;
 }
 
 VectorFloat MinMaxMean::Mean() const {
     const auto texels = static_cast<float>(count);
-    return {{sum[0] / texels, sum[1] / texels, sum[2] / texels, sum[3] / texels}};
+    return Simd::canonical<Simd::Lanes4>(
+        {{sum[0] / texels, sum[1] / texels, sum[2] / texels, sum[3] / texels}});
 }
 
 void addTiles(MinMaxMean& total, const Tile* tiles, unsigned count, AddRangeAndSum add) {
@@ -57,6 +62,7 @@ void addTiles(MinMaxMean& total, const Tile* tiles, unsigned count, AddRangeAndS
     std::copy_n(lanes.m_min, 4, total.min.m_lanes);
     std::copy_n(lanes.m_max, 4, total.max.m_lanes);
     std::copy_n(lanes.m_sum, 4, total.sum.m_lanes);
+    total.sum = Simd::canonical<Simd::Lanes4>(total.sum);
     total.count += 64 * count;
 }
 

@@ -2,7 +2,9 @@
 #include "raw/analysis/squared_error_lanes.h"
 
 #include "qor/texsmith/raw/comparison.h"
+#include "simd/canonical_nan.h"
 #include "simd/dispatch.h"
+#include "simd/lanes4.h"
 #include "simd/lanes4x2.h"
 
 #include <algorithm>
@@ -85,7 +87,7 @@ VectorFloat sumOf(const VectorFloat* a, const VectorFloat* b, unsigned count, Te
     }
     VectorFloat result;
     sums.fold(result.m_lanes);
-    return result;
+    return Simd::canonical<Simd::Lanes4>(result);
 }
 
 } // namespace

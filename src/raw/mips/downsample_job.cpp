@@ -5,7 +5,8 @@
 #include "raw/surfaces/extent.h"
 #include "raw/surfaces/tile_rows.h"
 #include "raw/texels/sides.h"
-#include "simd/float4.h"
+#include "simd/canonical_nan.h"
+#include "simd/lanes4.h"
 
 #include <algorithm>
 
@@ -284,7 +285,7 @@ void DownsampleWindowsJob::divideByCounts(float* sums, std::size_t pitch, unsign
         float* sum = sums + (row - y * kBlockSide) * pitch;
         for (const Window& window : m_columns) {
             const auto count = static_cast<float>(perColumn * window.size());
-            Simd::store(sum, Simd::loadFloats(sum) / Simd::splat(count));
+            Simd::store(sum, Simd::canonical<Simd::Lanes4>(Simd::loadFloats(sum) / Simd::splat(count)));
             sum += kFloatsPerTexel;
         }
     }

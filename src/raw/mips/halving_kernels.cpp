@@ -1,7 +1,8 @@
 #include "raw/mips/halving_kernels.h"
 
 #include "raw/texels/srgb_bytes.h"
-#include "simd/float4.h"
+#include "simd/canonical_nan.h"
+#include "simd/lanes4.h"
 
 #include <cstring>
 
@@ -50,6 +51,7 @@ struct FloatTexels {
     static Simd::Float4 load(const void* row, std::size_t x) {
         return Simd::loadFloats(static_cast<const float*>(row) + x * kLanes);
     }
+    static Simd::Float4 result(Simd::Float4 mean) { return Simd::canonical<Simd::Lanes4>(mean); }
 };
 
 // Straight from the tables, without a row of floats in between.
@@ -61,6 +63,7 @@ template <bool kSwapped> struct SrgbTexels {
         return Simd::makeFloats(colour(kSwapped ? 16 : 0), colour(8), colour(kSwapped ? 0 : 16),
                                 g_linearBytes.m_floats[bytes >> 24]);
     }
+    static Simd::Float4 result(Simd::Float4 mean) { return mean; } // never a NaN
 };
 
 template <typename Texels> Simd::Float4 sumOfSquare(const void* upper, const void* lower, std::size_t x) {
@@ -76,7 +79,7 @@ void halveTexels(float* destination, const void* const* rows, std::size_t count)
         if constexpr (kVolume) {
             sum = sum + sumOfSquare<Texels>(rows[2], rows[3], x);
         }
-        Simd::store(destination + x * kLanes, sum * scale);
+        Simd::store(destination + x * kLanes, Texels::result(sum * scale));
     }
 }
 
@@ -88,7 +91,8 @@ void halveTexelsInOrder(float* destination, const void* const* rows, std::size_t
         sum = sum + Texels::load(rows[0], 2 * x + 1);
         sum = sum + Texels::load(rows[1], 2 * x);
         sum = sum + Texels::load(rows[1], 2 * x + 1);
-        Simd::store(destination + x * kLanes, sum * Simd::splat(0.25f)); // exactly a division by the count
+        // Exactly a division by the count.
+        Simd::store(destination + x * kLanes, Texels::result(sum * Simd::splat(0.25f)));
     }
 }
 

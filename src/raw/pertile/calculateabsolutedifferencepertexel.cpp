@@ -1,7 +1,8 @@
 #include "qor/texsmith/raw/comparison.h"
 #include "raw/analysis/coded_tiles.h"
 #include "raw/frame/check.h"
-#include "simd/float4.h"
+#include "simd/canonical_nan.h"
+#include "simd/lanes4.h"
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -46,7 +47,7 @@ Error CalculateAbsoluteDifferencePerTexel::doPerTileCallback(unsigned, const Sur
     decodeTileOf(&b, *m_imageB, surfaceIndex, x, y, m_decoderB);
     for (unsigned i = 0; i < 64; ++i) {
         const Simd::Float4 difference = Simd::loadFloats(&a.m_texels[i]) - Simd::loadFloats(&b.m_texels[i]);
-        Simd::store(&a.m_texels[i], absolute(difference));
+        Simd::store(&a.m_texels[i], Simd::canonical<Simd::Lanes4>(absolute(difference)));
     }
     encodeTileTo(*m_destination, surfaceIndex, x, y, a, m_encoder);
     return kErrorNone;

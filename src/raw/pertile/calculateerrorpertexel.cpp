@@ -2,7 +2,9 @@
 #include "raw/analysis/coded_tiles.h"
 #include "raw/analysis/tile_decoder.h"
 #include "raw/frame/check.h"
+#include "simd/canonical_nan.h"
 #include "simd/dispatch.h"
+#include "simd/lanes4.h"
 
 #include <algorithm>
 #include <iterator>
@@ -17,6 +19,7 @@ void addTo(VectorFloat& sum, const VectorFloat& more) {
     for (unsigned lane = 0; lane < 4; ++lane) {
         sum[lane] += more[lane];
     }
+    sum = Simd::canonical<Simd::Lanes4>(sum);
 }
 
 bool checkArguments(const ElementProvider* imageA, const ElementProvider* imageB,

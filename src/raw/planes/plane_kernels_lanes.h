@@ -5,6 +5,7 @@
 #pragma once
 
 #include "raw/planes/plane_kernels.h"
+#include "simd/canonical_nan.h"
 
 #include <utility>
 
@@ -303,7 +304,7 @@ void transformPlanes(std::uint32_t* planes, const PlaneTransform& transform, std
             const auto pair = x * floatsOf(Lanes::loadInts(xs + i)) + y * floatsOf(Lanes::loadInts(ys + i));
             const auto sum =
                 pair + z * floatsOf(Lanes::loadInts(zs + i)) + w * floatsOf(Lanes::loadInts(ws + i));
-            store(to + i, sum + add);
+            store(to + i, Simd::canonical<Lanes>(sum + add));
         }
     }
 }
