@@ -29,7 +29,7 @@ struct ExternalCompressor {
     const ExternalCompressorProfile* m_bc6hProfiles[kExternalLevels];  // veryslow to veryfast
     const ExternalCompressorProfile* m_plainProfiles[kExternalLevels]; // slow to ultrafast
     const ExternalCompressorProfile* m_alphaProfiles[kExternalLevels]; // the same, for formats that use W
-    ExternalProfileEncode m_encodeBc6h = nullptr; // of R, G, B, A halves
+    ExternalProfileEncode m_encodeBc6h = nullptr;                      // of R, G, B, A halves
     ExternalProfileEncode m_encodeBc7 = nullptr;
 };
 

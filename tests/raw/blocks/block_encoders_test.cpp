@@ -77,9 +77,9 @@ Texels wildBlocks(unsigned blocks) {
 TEST(BlockEncoders, RunsAndBaseLineGiveTheBytesOfSingleBlocks) {
     constexpr unsigned kBlocks = 45;
     const Texels texels = wildBlocks(kBlocks);
-    for (const char* name : {"Bc1Unorm", "Bc1UnormNoAlpha", "Bc1UnormSrgbNoAlpha", "Bc2Unorm", "Bc2UnormSrgb",
-                             "Bc3Unorm", "Bc3UnormSrgb", "Bc4Unorm", "Bc4Snorm", "Bc5Unorm", "Bc5Snorm",
-                             "Bc7Unorm", "Bc7UnormSrgb"}) {
+    for (const char* name :
+         {"Bc1Unorm", "Bc1UnormNoAlpha", "Bc1UnormSrgbNoAlpha", "Bc2Unorm", "Bc2UnormSrgb", "Bc3Unorm",
+          "Bc3UnormSrgb", "Bc4Unorm", "Bc4Snorm", "Bc5Unorm", "Bc5Snorm", "Bc7Unorm", "Bc7UnormSrgb"}) {
         const EncoderConfiguration configuration = configurationOf(name);
         const SurfaceFormatInfo& row =
             getSurfaceFormatInfo(configuration.getTexture()->getDataFormat().getSurfaceFormat());
