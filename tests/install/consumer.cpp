@@ -1,12 +1,18 @@
+#define SNAN "the client's"
 #include <qor/texsmith/texsmith.h>
 
 #include <cstdio>
+
+static_assert(sizeof SNAN == sizeof "the client's", "the headers leave the client's macros alone");
 
 // consumer SOURCE DESTINATION
 int main(int argc, char** argv) {
     using namespace qor::Texsmith;
     if (argc != 3) {
         return 2;
+    }
+    if (getLibraryVersion() != QOR_TEXSMITH_VERSION) {
+        return 3;
     }
     setAssertCallback(&throwMessageWhenFalse);
     try {

@@ -39,6 +39,7 @@ if(TOOLCHAIN_FILE)
     run(${EMULATOR} ${prefix}/bin/texsmith.exe info ${WORK_DIR}/back.tga)
     return()
 endif()
+run(${WORK_DIR}/build/plugin_host ${WORK_DIR}/build/plugin.so)
 try_program(${WORK_DIR}/build/consumer_texsmith)
 try_program(${WORK_DIR}/build/consumer_texsmith_static)
 
@@ -54,6 +55,6 @@ execute_process(COMMAND ${PKG_CONFIG} --cflags --libs qortexsmith OUTPUT_VARIABL
     OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 separate_arguments(flags)
 get_filename_component(library_dir ${pc_dir} DIRECTORY)
-run(c++ -std=c++20 ${SOURCE_DIR}/tests/install/consumer.cpp -o ${WORK_DIR}/consumer_pc ${flags}
+run(c++ -std=c++17 ${SOURCE_DIR}/tests/install/consumer.cpp -o ${WORK_DIR}/consumer_pc ${flags}
     -Wl,-rpath,${library_dir})
 try_program(${WORK_DIR}/consumer_pc)

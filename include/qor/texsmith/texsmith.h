@@ -52,6 +52,7 @@
 #include "qor/texsmith/raw/vxf.h"
 #include "qor/texsmith/raw/wic.h"
 #include "qor/texsmith/tools_assert.h"
+#include "qor/texsmith/version.h"
 #include "qor/vex/buffer.h"
 #include "qor/vex/data_format.h"
 #include "qor/vex/texture.h"

@@ -2,8 +2,21 @@
 //
 // A failed check reports and then goes on: toolsAssert returns false, and the caller continues past it with
 // nothing read or written outside the memory it was given. Only a callback that throws ends the call; the
-// exception then leaves through the exported function. The slots are plain process-wide words without locks:
-// set them before work starts. Callbacks may be called from pool threads.
+// exception then leaves through the exported function, unless it was thrown on a thread of the pool, where it
+// ends the callback that reported.
+//
+// Three ways to listen:
+//
+//     setAssertCallback(&throwMessageWhenFalse);  // each failed check throws its text as a char*
+//     setAssertCallback(&Raw::assertCallback);    // each goes to g_errorHandler, which logs and throws
+//     setAssertCallback(&myListCallback);         // a function of the client's, told file, line and text
+//
+// `file` is the place of the report in the library's sources, such as "raw\\job_manager". Texts are UTF-8.
+// What was wrong with the caller's arguments comes through the assertion slots, what was wrong with a file's
+// contents through the warning slot.
+//
+// The slots are plain process-wide words without locks: set them before work starts. Callbacks may be called
+// from threads of the pool, several at once. A callback may report again, through itself.
 #pragma once
 
 #include <cstdarg>
@@ -21,10 +34,12 @@ using ListCallback = void (*)(const char* file, int line, const char* format, Ar
 // Declared with an ellipsis, but its fourth argument is the ready list itself: see formatReadyList.
 using PrintCallback = bool (*)(const char* file, int line, const char* format, ...);
 
-// Reports a failed check through the list slot if it is set, else through the print slot. Always false.
+// Reports a failed check through the list slot if it is set, else through the print slot; with neither, not
+// at all. `format` is that of printf; the text is cut to 1,023 bytes by all receivers of the library. Always
+// false.
 QOR_TEXSMITH_API bool toolsAssert(const char* file, int line, const char* format, ...)
     QOR_TEXSMITH_PRINTF(3, 4);
-// Reports bad data through the warning slot. Always true.
+// Reports bad data through the warning slot, which prints on the standard output at first. Always true.
 QOR_TEXSMITH_API bool toolsWarning(const char* file, int line, const char* format, ...)
     QOR_TEXSMITH_PRINTF(3, 4);
 

@@ -119,6 +119,7 @@ public:
     unsigned getNumComponents() const;
 
     friend constexpr bool operator==(DataFormat a, DataFormat b) { return a.m_word == b.m_word; }
+    friend constexpr bool operator!=(DataFormat a, DataFormat b) { return a.m_word != b.m_word; }
 };
 
 static_assert(sizeof(DataFormat) == 4);

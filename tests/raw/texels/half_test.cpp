@@ -82,7 +82,7 @@ TEST(Half, ArithmeticGoesThroughFloat) {
     half *= 2.0f;
     EXPECT_EQ(1.25f, static_cast<float>(half));
     EXPECT_EQ(-1.25f, static_cast<float>(-half));
-    EXPECT_TRUE((-half).IsNegative() && Half::SNAN().IsNAN() && Half::QNAN().IsNAN());
+    EXPECT_TRUE((-half).IsNegative() && Half::SignalingNAN().IsNAN() && Half::QNAN().IsNAN());
     EXPECT_EQ(-HUGE_VALF, static_cast<float>(Half::NegInf()));
     TestSupport::ReportRecorder recorder;
     Half::UnitTest();

@@ -1,11 +1,22 @@
 // IAllocator: where working memory comes from.
+//
+// A client that keeps account of memory, or has a heap of its own, gives two functions and a context:
+//
+//     void* allocate(void* context, unsigned long long size, unsigned long long alignment);
+//     void release(void* context, void* p);
+//     configuration.m_allocator = {&heap, &allocate, &release};
+//
+// `allocate` returns `size` bytes at a multiple of `alignment`, a power of two, or null when it has none: the
+// call that asked then fails with one report. Sizes are in bytes and may be 0. Both functions are called from
+// the threads that run the library's jobs, at the same time, and must be ready for it. Whether new memory is
+// zeroed is up to them; the library relies on it nowhere. They outlive everything allocated through them.
 #pragma once
 
 #include "qor/texsmith/export.h"
 
 namespace qor::Texsmith::Raw {
 
-// A value of three words, copied freely. Thread safety is that of the two functions.
+// A value of three words, copied freely. Both functions must be set.
 struct IAllocator {
     using Allocate = void* (*)(void* context, unsigned long long size, unsigned long long alignment);
     using Release = void (*)(void* context, void* p);
@@ -27,7 +38,9 @@ struct IAllocator {
     }
 };
 
-// Heap memory, filled with zero bytes. `context` is not used. Safe from any thread.
+// The library's own pair: heap memory, filled with zero bytes; null when there is none. `context` is not
+// used. Safe from any thread. What defaultAllocate gave goes back through defaultRelease only; null does
+// nothing.
 QOR_TEXSMITH_API void* defaultAllocate(void* context, unsigned long long size, unsigned long long alignment);
 QOR_TEXSMITH_API void defaultRelease(void* context, void* p);
 
@@ -40,12 +53,14 @@ namespace qor::Texsmith {
 
 using Raw::IAllocator;
 
-// Two process-wide allocators that a client may replace at start-up, before other threads use them.
+// Two process-wide allocators, g_mallocAllocator at first, that a client may replace at start-up, before
+// other threads use them. The library keeps them for its clients and takes nothing from them itself.
 QOR_TEXSMITH_API extern IAllocator g_systemAllocator;
 QOR_TEXSMITH_API extern IAllocator g_gpuMappedAllocator;
 
 QOR_TEXSMITH_API void setToolsSystemAllocator(IAllocator allocator);
 QOR_TEXSMITH_API void setToolsGpuMappedAllocator(IAllocator allocator);
+// Memory from the one or the other: `size` and `alignment` in bytes, null when there is none.
 QOR_TEXSMITH_API void* toolsSystemAllocate(unsigned size, unsigned alignment);
 QOR_TEXSMITH_API void toolsSystemRelease(void* p);
 QOR_TEXSMITH_API void* toolsGpuMappedAllocate(unsigned size, unsigned alignment);

@@ -1,7 +1,6 @@
 // Small integer helpers, and the one place that multiplies dimensions.
 #pragma once
 
-#include <bit>
 #include <cstdint>
 #include <limits>
 
@@ -16,10 +15,15 @@ constexpr unsigned divideRoundingUp(unsigned value, unsigned divisor) {
     return (value + divisor - 1) / divisor;
 }
 
-constexpr bool isPowerOfTwo(std::uint64_t value) { return std::has_single_bit(value); }
+constexpr bool isPowerOfTwo(std::uint64_t value) { return value != 0 && (value & (value - 1)) == 0; }
 
+// `value` is a power of two.
 constexpr unsigned log2OfPowerOfTwo(std::uint64_t value) {
-    return static_cast<unsigned>(std::countr_zero(value));
+    unsigned exponent = 0;
+    for (std::uint64_t rest = value; rest > 1; rest >>= 1) {
+        ++exponent;
+    }
+    return exponent;
 }
 
 // Product of sizes, or the largest 64-bit number when it does not fit.

@@ -1,4 +1,8 @@
 // File: a C-stream view of a region, so that readers of text formats work on memory.
+//
+// Positions and sizes are in bytes. A file on a MemoryRegion keeps its size; one on a ResizableMemoryRegion
+// grows as it is written, in steps of 8,192 bytes, and close cuts off what was not used. It has no lock and
+// belongs to one thread at a time. What is read, written or sought on a file that is not open does nothing.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -31,7 +35,8 @@ public:
     int getCharacter();
     // Clamped to 0..size.
     void seek(std::int64_t offset, Origin origin);
-    // Returns the bytes written, which are fewer than asked for only when the file may not grow.
+    // Returns the bytes written, which are fewer than asked for only when the file may not grow or cannot.
+    // `data` may lie in the file's own region.
     std::uint64_t write(const void* data, std::uint64_t size, std::uint64_t count);
     std::int64_t position() const { return m_position; }
     std::int64_t size() const { return m_size; }

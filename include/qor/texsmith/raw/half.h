@@ -6,10 +6,11 @@
 
 #include "qor/texsmith/export.h"
 
-#include <cmath>
 #include <cstdint>
 
-// Some C libraries have a macro of this name in <math.h>, which would take the place of Half::SNAN.
+// Some C libraries have a macro of this name in <math.h>, which would take the place of Half::SNAN. It comes
+// back below: where it is there, only SignalingNAN can be called.
+#pragma push_macro("SNAN")
 #undef SNAN
 
 namespace qor::Texsmith::Raw {
@@ -43,7 +44,8 @@ public:
     static Half PosInf() { return Half(static_cast<unsigned short>(0x7C00)); }
     static Half NegInf() { return Half(static_cast<unsigned short>(0xFC00)); }
     static Half QNAN() { return Half(static_cast<unsigned short>(0x7FFF)); }
-    static Half SNAN() { return Half(static_cast<unsigned short>(0x7DFF)); }
+    static Half SignalingNAN() { return Half(static_cast<unsigned short>(0x7DFF)); }
+    static Half SNAN() { return SignalingNAN(); }
 
     // The tables are constant: these three do nothing.
     static void InitializeTables() {}
@@ -68,3 +70,5 @@ private:
 static_assert(sizeof(Half) == 2);
 
 } // namespace qor::Texsmith::Raw
+
+#pragma pop_macro("SNAN")

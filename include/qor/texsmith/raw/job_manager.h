@@ -1,8 +1,30 @@
 // Jobs: work cut into at most 32 callbacks, run by a manager.
 //
+// A client derives from Job, gives it what it works on, and has it run:
+//
+//     class SumJob : public Raw::Job {
+//     public:
+//         SumJob(const float* values, unsigned count) : Job(0), m_values(values), m_count(count) {}
+//         mutable double m_sums[kMaxCallbacks] = {};
+//     private:
+//         Raw::Error doCallback(unsigned id) const override {
+//             const Raw::WorkItems mine = getWorkItems(id, m_count);
+//             for (unsigned i = mine.m_begin; i < mine.m_end; ++i) { m_sums[id] += m_values[i]; }
+//             return Raw::kErrorNone;
+//         }
+//         ...
+//     };
+//     SumJob job(values, count);
+//     Raw::Error error = configuration.m_jobManager->submitAndStall(&job);
+//
 // A job lives on the stack of the function that runs it, and its manager keeps no list. It goes from idle
-// through running to complete. Callbacks of one job may run at the same time, so they are const and write
-// only what they share on purpose. After stall returns, all their effects are visible to the caller.
+// through running to complete: submit takes it out of idle, the return of its last callback completes it.
+// Callbacks of one job may run at the same time, so they are const and write only what they share on purpose;
+// an accumulator for each callback, merged in doEpilogue, needs no lock. After stall returns, all their
+// effects are visible to the caller, and the job may go. A callback may run jobs of its own and wait for
+// them.
+//
+// In a child of fork the pool starts anew, and a job that its parent had submitted fails when it is stalled.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -18,7 +40,7 @@ struct Configuration;
 class JobManager;
 class JobCallback;
 
-// A half-open range of things for one callback.
+// A half-open range of things for one callback: m_begin is the first, m_end one past the last.
 struct WorkItems {
     unsigned m_begin = 0;
     unsigned m_end = 0;
@@ -35,8 +57,9 @@ public:
     // Reports when the job is still running, and waits for a pool that still runs it: stall first.
     virtual ~Job() noexcept(false);
 
-    int getCallbacks() const { return m_callbacks; }
+    int getCallbacks() const { return m_callbacks; } // 1 to kMaxCallbacks
     const char* getName() const { return m_name; }
+    // Of the run under way or, after it, of the last one. Succeeded: all returned kErrorNone.
     bool allCallbacksCompleted() const;
     bool allCallbacksSucceeded() const;
     // Returns a finished job to idle, so that it can be submitted again. Reports and does nothing when
@@ -61,8 +84,11 @@ private:
     friend class SerialJobManager;
     friend class ThreadpoolJobManager;
 
+    // Once for each id below getCallbacks(), in any order and on any thread. What is not kErrorNone, or
+    // leaves by an exception, makes the job fail; it stops no other callback.
     virtual Error doCallback(unsigned callbackId) const = 0;
-    // Runs once, on the thread of the last finisher, and only if every callback succeeded.
+    // Runs once, on the thread of the last finisher, and only if every callback succeeded. Its result is
+    // dropped.
     virtual Error doEpilogue() const { return kErrorNone; }
 
     void init(Configuration* configuration, unsigned callbacks);
@@ -138,15 +164,23 @@ private:
     mutable std::atomic<bool> m_equal;
 };
 
-// All operations report a null job. A job that did not succeed whole gives kErrorFailed, whatever the
-// callback's own code was.
+// Runs jobs. All operations report a null job. A job that did not succeed whole gives kErrorFailed, whatever
+// the callback's own code was. Any thread may use a manager; a job belongs to the one that submitted it.
+//
+// A manager of a client's own derives from this. Its doSubmit sees to it that as many JobCallback objects are
+// made for the job, executed and destroyed, one after another or at the same time, as getCallbacks() says,
+// now or later; both doStall return when that is done. When doSubmit fails before it has made any, the job is
+// idle again.
 class QOR_TEXSMITH_API JobManager {
 public:
     virtual ~JobManager() = default;
+    // Begins to run the job. A job that is not idle is reported, and runs again with empty shares.
     Error submit(const Job* job);
-    Error stall(const Job* job); // once per submission
+    // Waits for the job, once per submission. One that was never submitted is reported.
+    Error stall(const Job* job);
     // Everything submitted so far. Not from inside a callback. The jobs must not be stalled on again.
     Error stall();
+    // Both, when the first succeeds.
     Error submitAndStall(const Job* job);
 
 private:
@@ -164,8 +198,10 @@ private:
     Error doStall(const Job* job) override;
 };
 
-// Runs callbacks on one process-wide pool, made on first use and never destroyed. An exception or a fault of
-// the operating system on a pool thread ends that callback, which counts as failed.
+// Runs callbacks on one process-wide pool, made on first use and never destroyed: two threads or more, one
+// for each processor. An exception or a fault of the operating system on a pool thread ends that callback,
+// which counts as failed. Where no thread can be started, which is reported once, the thread that submits
+// does the work.
 class QOR_TEXSMITH_API ThreadpoolJobManager : public JobManager {
 private:
     static void runOnPool(void* job);
@@ -174,7 +210,8 @@ private:
     Error doStall(const Job* job) override;
 };
 
-// Copies `workItems` bytes on the manager of `configuration`. Reports null arguments.
+// Copies `workItems` bytes on the manager of `configuration`. What is more than a region holds is reported,
+// and what both have is copied. The regions must not overlap. Reports null arguments, and fails then.
 QOR_TEXSMITH_API Error multicoreMemcpy(MemoryRegion destination, MemoryRegion source, unsigned workItems,
                                        Configuration* configuration);
 QOR_TEXSMITH_API Error multicoreMemcpy(MemoryRegion destination, MemoryRegion source, unsigned workItems,

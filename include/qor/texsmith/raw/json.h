@@ -1,8 +1,19 @@
 // The library's own JSON tree: the text form of its descriptors.
 //
+//     Node node(g_mallocAllocator);
+//     node("Size")("Width").copyFromNumber(3);
+//     char text[1024];
+//     Writer writer;
+//     writer.init(text, sizeof text - 1);
+//     write(&node, &writer);
+//     text[writer.offset()] = 0;       // lines of {"Size" : {"Width" : 3}}
+//     Reader reader;
+//     reader.init(text, writer.offset(), g_mallocAllocator);
+//     read(&node, &reader);
+//
 // This is not a general-purpose parser. What it reads and writes differs from the standard on purpose, and
-// reader and writer are not each other's inverse: see read and write below. Trees, readers and writers belong
-// to one thread at a time.
+// reader and writer are not each other's inverse: see read and write below. Texts are bytes, as a rule UTF-8;
+// numbers are the same under every locale. Trees, readers and writers belong to one thread at a time.
 #pragma once
 
 #include "qor/texsmith/export.h"

@@ -1,4 +1,4 @@
-// Names and times.
+// Output names made from input names, comparison of names, and a stop watch.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -22,6 +22,7 @@ private:
 // nulls: 1.
 QOR_TEXSMITH_API int strcmpCaseInsensitive(const char* a, const char* b);
 
+// Measures the time since it was made or reset, by the system's counter that never goes back.
 class QOR_TEXSMITH_API Timer {
 public:
     Timer();

@@ -1,4 +1,4 @@
-// Wrappers of a tool's main function.
+// Wrappers of a tool's main function: one absorbs whatever goes wrong in it, one hands it UTF-8 arguments.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -9,7 +9,8 @@ struct _EXCEPTION_POINTERS;
 namespace qor::Texsmith::Raw {
 
 // Derive, override doMain and call main: a throw or a fault of the operating system inside the body gives -1,
-// with no message.
+// with no message; otherwise the body's result comes back. After a fault no destructor of what the body had
+// on its stack has run. `argc` and `argv` are handed on as they are.
 class QOR_TEXSMITH_API UnhandledExceptionAbsorber {
 public:
     virtual ~UnhandledExceptionAbsorber() = default;

@@ -1,6 +1,14 @@
 // Typed values with names, for reporting what a texel or surface holds.
 //
-// A property and a list belong to one thread at a time.
+//     Properties properties;
+//     provider.getTexel(&properties, &surfaceIndex, x, y);
+//     for (unsigned i = 0; i < properties.getCount(); ++i) {
+//         char line[256];
+//         properties[i].print(line, sizeof line, nullptr);     // "TexelXY [3, 4]\n"
+//     }
+//
+// A value is a bool, one of the numbers named below, or a few of them in a row; 16 bytes at most. Both
+// classes are plain values that own nothing. A property and a list belong to one thread at a time.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -54,17 +62,21 @@ public:
     unsigned m_format = 0; // a PropertyFormat
     std::uint8_t m_value[16] = {};
 
-    // The name, a blank, the value and a line feed, cut to `size` bytes with the terminator. Null names: the
-    // library's. A type that there is not is reported and prints nothing.
+    // The name, a blank, the value and a line feed, cut to `size` bytes with the terminator; several elements
+    // stand in square brackets. `names` is a table that m_name is an index of; null stands for the library's
+    // names. A name of some 500 characters cuts off what follows it. A type that there is not, and a format
+    // of 37 or more, are reported; the first prints nothing. A null buffer does nothing.
     void print(char* buffer, unsigned size, const char** names) const;
 };
 
+// Up to 16 properties, each of another name.
 class QOR_TEXSMITH_API Properties {
 public:
     static constexpr unsigned kMaxProperties = 16;
 
     void clear() { m_count = 0; }
     unsigned getCount() const { return m_count; }
+    // `index` is below getCount().
     const Property& operator[](unsigned index) const { return m_properties[index]; }
     // Null where no property has that name.
     const Property* find(unsigned name) const;

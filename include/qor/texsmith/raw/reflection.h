@@ -1,5 +1,12 @@
 // Plain structures in memory as data, so that one walker turns them into a tree of JSON nodes and back.
 //
+//     struct Size { std::uint32_t m_width, m_height; };
+//     constexpr StructConverter::Member kMembers[] = {{"Width", 0, &g_uint32Converter},
+//                                                     {"Height", 4, &g_uint32Converter}};
+//     constexpr StructConverter kSize(kMembers, 2, sizeof(Size));
+//     kSize.toJson(&node, &size);      // {"Width" : 3, "Height" : 4}
+//     kSize.fromJson(&size, &node);
+//
 // A converter knows the size of a thing, how to write it to a node and how to read it from one. Converters
 // are constant, hold no resources and own no tables; any number of threads may use one at once, on different
 // data. Nothing is reported: unknown keys and names, short lists and values of a wrong type are passed over,
@@ -11,6 +18,9 @@
 
 namespace qor::Texsmith::Raw::Reflection {
 
+// `data` is the thing's memory, of size() bytes at any alignment; the node stays the caller's. Writing makes
+// the node what the thing is, and needs memory: without it, std::bad_alloc is thrown. Reading changes no
+// node.
 class QOR_TEXSMITH_API Converter {
 public:
     unsigned size() const { return doSize(); } // of the thing, in bytes
@@ -35,6 +45,7 @@ private:
     virtual unsigned doSize() const = 0;
 };
 
+// A float, as a number: rounded to single precision when read.
 class QOR_TEXSMITH_API FloatConverter final : public Converter {
 private:
     void doFromJson(void* data, Json::Node* node) const override;

@@ -1,4 +1,7 @@
-// Base of the process-wide services that start once.
+// Base of the process-wide services that start once, such as the pool of threads.
+//
+// Derive, override doInitialize, and keep one object of static storage; whoever needs the service calls
+// initialize() first, each time.
 #pragma once
 
 #include "qor/texsmith/export.h"

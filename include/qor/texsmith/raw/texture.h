@@ -45,7 +45,11 @@ struct QOR_TEXSMITH_API SurfaceCount {
 
     SurfaceCount() = default;
     explicit SurfaceCount(const Vex::Texture& texture);
-    friend bool operator==(const SurfaceCount&, const SurfaceCount&) = default;
+    friend bool operator==(const SurfaceCount& a, const SurfaceCount& b) {
+        return a.arrayEntries == b.arrayEntries && a.faces == b.faces && a.mips == b.mips &&
+               a.fragments == b.fragments;
+    }
+    friend bool operator!=(const SurfaceCount& a, const SurfaceCount& b) { return !(a == b); }
 };
 
 // Depth slices of a mip: 1 unless the texture is a volume.

@@ -16,7 +16,14 @@ struct WicGuid {
     std::uint16_t m_data3;
     std::uint8_t m_data4[8];
 
-    friend constexpr bool operator==(const WicGuid&, const WicGuid&) = default;
+    friend constexpr bool operator==(const WicGuid& a, const WicGuid& b) {
+        bool isEqual = a.m_data1 == b.m_data1 && a.m_data2 == b.m_data2 && a.m_data3 == b.m_data3;
+        for (unsigned i = 0; i < sizeof a.m_data4; ++i) {
+            isEqual = isEqual && a.m_data4[i] == b.m_data4[i];
+        }
+        return isEqual;
+    }
+    friend constexpr bool operator!=(const WicGuid& a, const WicGuid& b) { return !(a == b); }
 };
 
 // clang-format off
