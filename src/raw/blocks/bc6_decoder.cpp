@@ -1,9 +1,11 @@
 #include "raw/blocks/bc6_decoder.h"
 
+#include "raw/blocks/bc6_decoder_avx2.h"
 #include "raw/blocks/bc6_tables.h"
 #include "raw/blocks/block_runs.h"
 #include "raw/blocks/bptc_tables.h"
 #include "raw/texels/sides.h"
+#include "simd/dispatch.h"
 
 #include <array>
 #include <bit>
@@ -195,6 +197,8 @@ void decodeRunToHalves(std::uint8_t* destination, std::size_t pitch, const std::
     }
 }
 
+const Bc6DecodersAvx2* wideDecoders() { return Simd::mayUseAvx2() ? getBc6DecodersAvx2() : nullptr; }
+
 } // namespace
 
 Bc6Fields unpackBc6(const std::uint8_t* source) {
@@ -229,12 +233,18 @@ DecodeBlockRun findFloatRunDecoder(Vex::SurfaceFormat format, bool isSigned) {
     if (format != Vex::kSurfaceFormatBc6) {
         return nullptr;
     }
+    if (const Bc6DecodersAvx2* wide = wideDecoders(); wide != nullptr) {
+        return isSigned ? wide->m_signedToFloats : wide->m_toFloats;
+    }
     return isSigned ? &decodeRunToFloats<true> : &decodeRunToFloats<false>;
 }
 
 DecodeBlockRun findHalfRunDecoder(Vex::SurfaceFormat format, bool isSigned) {
     if (format != Vex::kSurfaceFormatBc6) {
         return nullptr;
+    }
+    if (const Bc6DecodersAvx2* wide = wideDecoders(); wide != nullptr) {
+        return isSigned ? wide->m_signedToHalves : wide->m_toHalves;
     }
     return isSigned ? &decodeRunToHalves<true> : &decodeRunToHalves<false>;
 }

@@ -3,32 +3,12 @@
 #if defined(__AVX2__)
 
 #    include "raw/blocks/bc7_tables.h"
-
-#    include <immintrin.h>
-
-#    include <cstring>
+#    include "raw/blocks/bptc_avx2.h"
 
 namespace qor::Texsmith::Raw {
 namespace {
 
-constexpr unsigned kTexels = 16;
-constexpr std::uint8_t kNoByte = 0x80; // in the control of a shuffle: a zero
-
-// How to take fields of up to 8 bits out of a block into words: the two bytes that hold each, a factor that
-// moves the field to its place, and a mask.
-struct alignas(32) Fields {
-    std::uint8_t m_bytes[32];
-    std::uint16_t m_factors[16];
-    std::uint16_t m_masks[16];
-
-    // Bits at .. at + count - 1 of the block, to bits to .. to + count - 1 of word `word`.
-    constexpr void set(unsigned word, unsigned at, unsigned count, unsigned to) {
-        m_bytes[2 * word] = static_cast<std::uint8_t>(at / 8);
-        m_bytes[2 * word + 1] = static_cast<std::uint8_t>(at / 8 + 1 < 16 ? at / 8 + 1 : kNoByte);
-        m_factors[word] = static_cast<std::uint16_t>(1u << (to - at % 8));
-        m_masks[word] = static_cast<std::uint16_t>(((1u << count) - 1) << to);
-    }
-};
+using namespace BptcAvx2;
 
 // Where a mode keeps its endpoints. Words: four channels of a subset and of the next one; the first ends
 // stand in the low half, the second ones in the high half. The last subset is its own next one.
@@ -75,30 +55,6 @@ constexpr EndpointFields makeEndpointFields(unsigned number, unsigned firstSubse
 }
 template <unsigned kNumber, unsigned kSubset>
 constexpr EndpointFields kEndpointFields = makeEndpointFields(kNumber, kSubset);
-
-// The indices of 16 texels, of equal width: texels 0 to 7 become the words of the low half.
-constexpr Fields makeIndexFields(unsigned bits) {
-    Fields fields = {};
-    for (unsigned texel = 0; texel < kTexels; ++texel) {
-        fields.set(texel, texel * bits, bits, 16 - bits);
-    }
-    return fields;
-}
-template <unsigned kBits> constexpr Fields kIndexFields = makeIndexFields(kBits);
-
-struct alignas(16) Weights {
-    std::uint8_t m_weights[16];
-};
-constexpr Weights makeWeights(unsigned bits) {
-    Weights weights = {};
-    for (unsigned index = 0; index < 1u << bits; ++index) {
-        weights.m_weights[index] = bits == 2   ? kBptcWeights2[index]
-                                   : bits == 3 ? kBptcWeights3[index]
-                                               : kBptcWeights4[index];
-    }
-    return weights;
-}
-template <unsigned kBits> constexpr Weights kWeights = makeWeights(kBits);
 
 // Step i of a block works on texels 2i and 2i + 1 and, in the high half, 2i + 8 and 2i + 9; each has four
 // words, R to A.
@@ -168,37 +124,6 @@ constexpr Rotations makeRotations() {
 static_assert(kRed + 2 == kBlue && kGreen + 1 == kBlue);
 constexpr Rotations kRotations = makeRotations();
 
-__m256i load(const void* source) { return _mm256_load_si256(static_cast<const __m256i*>(source)); }
-__m256i loadTwice(const void* source) {
-    return _mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(source)));
-}
-
-struct Halves {
-    std::uint64_t m_low;
-    std::uint64_t m_high;
-
-    explicit Halves(const std::uint8_t* source) {
-        std::memcpy(&m_low, source, 8);
-        std::memcpy(&m_high, source + 8, 8);
-    }
-    // 0 to 63 bits; the field ends at or before the block's end.
-    template <unsigned kAt> std::uint64_t from() const {
-        if constexpr (kAt >= 64) {
-            return m_high >> (kAt - 64);
-        } else {
-            return m_low >> kAt | m_high << (64 - kAt);
-        }
-    }
-};
-
-__m256i take(__m256i block, const Fields& fields) {
-    const __m256i words = _mm256_shuffle_epi8(block, load(fields.m_bytes));
-    return _mm256_mullo_epi16(words, load(fields.m_factors));
-}
-__m256i takeMasked(__m256i block, const Fields& fields) {
-    return _mm256_and_si256(take(block, fields), load(fields.m_masks));
-}
-
 // In both halves: the first ends of two subsets, and twice what is missing to the second ends.
 struct Endpoints {
     __m256i m_first;
@@ -220,18 +145,6 @@ template <unsigned kNumber, unsigned kSubset> Endpoints endpointsOf(__m256i bloc
     const __m256i second = _mm256_permute2x128_si256(ends, ends, 0x11);
     const __m256i difference = _mm256_sub_epi16(second, first);
     return {first, _mm256_add_epi16(difference, difference)};
-}
-
-// Puts the top bit, a zero, to an anchor's index.
-template <unsigned kBits> std::uint64_t withTopBit(std::uint64_t indices, unsigned anchor) {
-    return indices + (indices & ~std::uint64_t{0} << (anchor * kBits + kBits - 1));
-}
-
-// Weights as words: texels 0 to 7, and 8 to 15 in the high half.
-template <unsigned kBits> __m256i weightsOf(std::uint64_t indices) {
-    const __m256i all = _mm256_set1_epi64x(static_cast<long long>(indices));
-    const __m256i words = _mm256_srli_epi16(take(all, kIndexFields<kBits>), 16 - kBits);
-    return _mm256_shuffle_epi8(loadTwice(kWeights<kBits>.m_weights), words);
 }
 
 // (64 * first + difference * weight + 32) >> 6, with the weight in the high byte.
@@ -290,7 +203,8 @@ template <unsigned kNumber> unsigned partitionOf(const Halves& halves) {
 template <unsigned kNumber> void decodeOneSubset(const Rows& rows, __m256i block, const Halves& halves) {
     constexpr unsigned kBits = kBc7Modes[kNumber].m_indexBits;
     const Endpoints ends = endpointsOf<kNumber, 0>(block);
-    const __m256i weights = weightsOf<kBits>(withTopBit<kBits>(halves.from<indicesAt(kNumber)>(), 0));
+    const __m256i weights =
+        weightsOf<kBits, kUpperAndLowerRows>(withTopBit<kBits>(halves.from<indicesAt(kNumber)>(), 0));
     __m256i texels[kSteps];
     for (unsigned step = 0; step < kSteps; ++step) {
         texels[step] = mix(ends, spread(weights, step));
@@ -303,8 +217,9 @@ template <unsigned kNumber> void decodeTwoSubsets(const Rows& rows, __m256i bloc
     const unsigned partition = partitionOf<kNumber>(halves);
     const Endpoints ends = endpointsOf<kNumber, 0>(block);
     const std::uint64_t indices = withTopBit<kBits>(halves.from<indicesAt(kNumber)>(), 0);
-    const __m256i weights = weightsOf<kBits>(withTopBit<kBits>(indices, kBc7SecondAnchors2[partition]));
-    const __m256i subsets = _mm256_set1_epi64x(2 * kBc7Partitions2[partition]);
+    const __m256i weights =
+        weightsOf<kBits, kUpperAndLowerRows>(withTopBit<kBits>(indices, kBc7SecondAnchors2[partition]));
+    const __m256i subsets = splat(2u * kBc7Partitions2[partition]);
     __m256i texels[kSteps];
     for (unsigned step = 0; step < kSteps; ++step) {
         const __m256i choice = _mm256_srlv_epi64(subsets, load(kStepTable.m_steps[step].m_partitionShifts));
@@ -320,8 +235,8 @@ template <unsigned kNumber> void decodeThreeSubsets(const Rows& rows, __m256i bl
     std::uint64_t indices = withTopBit<kBits>(halves.from<indicesAt(kNumber)>(), 0);
     indices = withTopBit<kBits>(indices, kAnchors3.m_lower[partition]);
     indices = withTopBit<kBits>(indices, kAnchors3.m_upper[partition]);
-    const __m256i weights = weightsOf<kBits>(indices);
-    const __m256i subsets = _mm256_set1_epi64x(2 * static_cast<long long>(kBc7Partitions3[partition]));
+    const __m256i weights = weightsOf<kBits, kUpperAndLowerRows>(indices);
+    const __m256i subsets = splat(2 * std::uint64_t{kBc7Partitions3[partition]});
     __m256i texels[kSteps];
     for (unsigned step = 0; step < kSteps; ++step) {
         const __m256i choice = _mm256_srlv_epi64(subsets, load(kStepTable.m_steps[step].m_partitionShifts3));
@@ -340,11 +255,13 @@ template <unsigned kNumber> void decodeTwoIndexSets(const Rows& rows, __m256i bl
     constexpr unsigned kFirstCount = kTexels * kFirst - 1, kAt = indicesAt(kNumber);
     const std::uint64_t firstMask = (std::uint64_t{1} << kFirstCount) - 1;
     const Endpoints ends = endpointsOf<kNumber, 0>(block);
-    __m256i colours = weightsOf<kFirst>(withTopBit<kFirst>(halves.from<kAt>() & firstMask, 0));
-    __m256i alphas = weightsOf<kSecond>(withTopBit<kSecond>(halves.from<kAt + kFirstCount>(), 0));
+    __m256i colours =
+        weightsOf<kFirst, kUpperAndLowerRows>(withTopBit<kFirst>(halves.from<kAt>() & firstMask, 0));
+    __m256i alphas =
+        weightsOf<kSecond, kUpperAndLowerRows>(withTopBit<kSecond>(halves.from<kAt + kFirstCount>(), 0));
     if constexpr (kMode.m_selectionBits != 0) {
         constexpr unsigned kSelectionAt = kNumber + 1 + kMode.m_rotationBits;
-        const __m256i swaps = _mm256_set1_epi64x(-static_cast<long long>(halves.m_low >> kSelectionAt & 1));
+        const __m256i swaps = splat(0 - (halves.m_low >> kSelectionAt & 1));
         const __m256i change = _mm256_and_si256(_mm256_xor_si256(colours, alphas), swaps);
         colours = _mm256_xor_si256(colours, change);
         alphas = _mm256_xor_si256(alphas, change);
