@@ -10,8 +10,6 @@ namespace {
 
 using namespace BptcAvx2;
 
-struct ThisBuild;
-
 constexpr unsigned kRows = 4;
 constexpr std::uint16_t kHalfOne = 0x3C00, kLeastNormal = 0x400, kSignBit = 0x8000;
 
@@ -131,7 +129,7 @@ template <unsigned kNumber, bool kSigned> __m256i endpointsOf(const Halves& halv
     constexpr Bc6Mode kMode = kBc6ModeTable[kNumber];
     constexpr const EndpointConstants& kAll = kConstants<kNumber, kSigned>;
     std::uint64_t stored[4];
-    Bc6EndpointBits<ThisBuild, kNumber>::take(stored, halves.m_low, halves.m_high);
+    Bc6EndpointBits<Avx2Build, kNumber>::take(stored, halves.m_low, halves.m_high);
     __m256i ends = _mm256_setr_epi64x(static_cast<long long>(stored[0]), static_cast<long long>(stored[1]),
                                       static_cast<long long>(stored[2]), static_cast<long long>(stored[3]));
     if constexpr (!kMode.isDirect()) {
@@ -232,11 +230,11 @@ void decodeMode(const Rows& rows, const Halves& halves) {
     constexpr unsigned kBits = kMode.indexBits(), kAt = kMode.indicesAt();
     const __m256i pairs = _mm256_shuffle_epi8(endpointsOf<kNumber, kSigned>(halves), load(kPairing.m_bytes));
     const __m256i first = _mm256_permute2x128_si256(pairs, pairs, 0x00);
-    std::uint64_t indices = withTopBit<kBits>(halves.from<kAt>(), 0);
+    std::uint64_t indices = withAnchorBit<Avx2Build, kBits>(halves.from<kAt>(), 0);
     __m256i second = first, subsets = first;
     if constexpr (kMode.m_subsets == 2) {
         const unsigned partition = static_cast<unsigned>(halves.m_high >> 13) & 31;
-        indices = withTopBit<kBits>(indices, kBc7SecondAnchors2[partition]);
+        indices = withAnchorBit<Avx2Build, kBits>(indices, kBc7SecondAnchors2[partition]);
         second = _mm256_permute2x128_si256(pairs, pairs, 0x11);
         subsets = splat(kBc7Partitions2[partition]);
     }

@@ -2,6 +2,7 @@
 
 #include "raw/blocks/bc7_decoder_avx2.h"
 #include "raw/blocks/bc7_tables.h"
+#include "raw/blocks/bptc_indices.h"
 #include "raw/texels/sides.h"
 #include "simd/dispatch.h"
 
@@ -13,6 +14,8 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 static_assert(std::endian::native == std::endian::little);
+
+struct BaseLineBuild;
 
 // A pixel's four channels, spread over the words of 64 bits, so that all of them are mixed at once.
 using Channels = std::uint64_t;
@@ -60,11 +63,6 @@ private:
 
 template <unsigned kBits> constexpr unsigned weightOf(unsigned index) {
     return kBits == 2 ? kBptcWeights2[index] : kBits == 3 ? kBptcWeights3[index] : kBptcWeights4[index];
-}
-
-// Indices of equal width: puts the top bit, a zero, to an anchor.
-template <unsigned kBits> constexpr std::uint64_t withTopBit(std::uint64_t indices, unsigned anchor) {
-    return indices + (indices & ~std::uint64_t{0} << (anchor * kBits + kBits - 1));
 }
 
 template <Bc7Mode kMode> class Endpoints {
@@ -134,16 +132,17 @@ void store(std::uint8_t* destination, std::size_t pitch, const std::uint32_t* pi
 // The indices behind `bits`, all of the same width. Each anchor's place counts the bits of those below it.
 template <Bc7Mode kMode> std::uint64_t indicesOf(const BitStream& bits, unsigned partition) {
     constexpr unsigned kBits = kMode.m_indexBits;
-    const std::uint64_t indices = withTopBit<kBits>(bits.rest(), 0);
+    const std::uint64_t indices = withAnchorBit<BaseLineBuild, kBits>(bits.rest(), 0);
     if constexpr (kMode.m_subsets == 1) {
         return indices;
     }
     const unsigned second = bc7AnchorOf(kMode.m_subsets, partition, 1);
     if constexpr (kMode.m_subsets == 2) {
-        return withTopBit<kBits>(indices, second);
+        return withAnchorBit<BaseLineBuild, kBits>(indices, second);
     }
     const unsigned third = bc7AnchorOf(kMode.m_subsets, partition, 2);
-    return withTopBit<kBits>(withTopBit<kBits>(indices, std::min(second, third)), std::max(second, third));
+    return withAnchorBit<BaseLineBuild, kBits>(
+        withAnchorBit<BaseLineBuild, kBits>(indices, std::min(second, third)), std::max(second, third));
 }
 
 template <Bc7Mode kMode> void decodeSubsets(std::uint8_t* destination, std::size_t pitch, BitStream bits) {
@@ -182,8 +181,8 @@ void decodeTwoIndexSets(std::uint8_t* destination, std::size_t pitch, BitStream 
     for (unsigned index = 0; index < 1u << kSecond; ++index) {
         second[index] = endpoints.mixOf(0, weightOf<kSecond>(index)) & ~firstMask;
     }
-    std::uint64_t firsts = withTopBit<kFirst>(bits.take(kTexelsPerBlock * kFirst - 1), 0);
-    std::uint64_t seconds = withTopBit<kSecond>(bits.rest(), 0);
+    std::uint64_t firsts = withAnchorBit<BaseLineBuild, kFirst>(bits.take(kTexelsPerBlock * kFirst - 1), 0);
+    std::uint64_t seconds = withAnchorBit<BaseLineBuild, kSecond>(bits.rest(), 0);
     std::uint32_t pixels[kTexelsPerBlock];
     for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel, firsts >>= kFirst, seconds >>= kSecond) {
         pixels[texel] = first[firsts & ((1u << kFirst) - 1)] | second[seconds & ((1u << kSecond) - 1)];

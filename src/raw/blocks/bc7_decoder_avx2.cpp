@@ -203,8 +203,8 @@ template <unsigned kNumber> unsigned partitionOf(const Halves& halves) {
 template <unsigned kNumber> void decodeOneSubset(const Rows& rows, __m256i block, const Halves& halves) {
     constexpr unsigned kBits = kBc7Modes[kNumber].m_indexBits;
     const Endpoints ends = endpointsOf<kNumber, 0>(block);
-    const __m256i weights =
-        weightsOf<kBits, kUpperAndLowerRows>(withTopBit<kBits>(halves.from<indicesAt(kNumber)>(), 0));
+    const __m256i weights = weightsOf<kBits, kUpperAndLowerRows>(
+        withAnchorBit<Avx2Build, kBits>(halves.from<indicesAt(kNumber)>(), 0));
     __m256i texels[kSteps];
     for (unsigned step = 0; step < kSteps; ++step) {
         texels[step] = mix(ends, spread(weights, step));
@@ -216,9 +216,9 @@ template <unsigned kNumber> void decodeTwoSubsets(const Rows& rows, __m256i bloc
     constexpr unsigned kBits = kBc7Modes[kNumber].m_indexBits;
     const unsigned partition = partitionOf<kNumber>(halves);
     const Endpoints ends = endpointsOf<kNumber, 0>(block);
-    const std::uint64_t indices = withTopBit<kBits>(halves.from<indicesAt(kNumber)>(), 0);
-    const __m256i weights =
-        weightsOf<kBits, kUpperAndLowerRows>(withTopBit<kBits>(indices, kBc7SecondAnchors2[partition]));
+    const std::uint64_t indices = withAnchorBit<Avx2Build, kBits>(halves.from<indicesAt(kNumber)>(), 0);
+    const __m256i weights = weightsOf<kBits, kUpperAndLowerRows>(
+        withAnchorBit<Avx2Build, kBits>(indices, kBc7SecondAnchors2[partition]));
     const __m256i subsets = splat(2u * kBc7Partitions2[partition]);
     __m256i texels[kSteps];
     for (unsigned step = 0; step < kSteps; ++step) {
@@ -232,9 +232,9 @@ template <unsigned kNumber> void decodeThreeSubsets(const Rows& rows, __m256i bl
     constexpr unsigned kBits = kBc7Modes[kNumber].m_indexBits;
     const unsigned partition = partitionOf<kNumber>(halves);
     const Endpoints ends = endpointsOf<kNumber, 0>(block), third = endpointsOf<kNumber, 2>(block);
-    std::uint64_t indices = withTopBit<kBits>(halves.from<indicesAt(kNumber)>(), 0);
-    indices = withTopBit<kBits>(indices, kAnchors3.m_lower[partition]);
-    indices = withTopBit<kBits>(indices, kAnchors3.m_upper[partition]);
+    std::uint64_t indices = withAnchorBit<Avx2Build, kBits>(halves.from<indicesAt(kNumber)>(), 0);
+    indices = withAnchorBit<Avx2Build, kBits>(indices, kAnchors3.m_lower[partition]);
+    indices = withAnchorBit<Avx2Build, kBits>(indices, kAnchors3.m_upper[partition]);
     const __m256i weights = weightsOf<kBits, kUpperAndLowerRows>(indices);
     const __m256i subsets = splat(2 * std::uint64_t{kBc7Partitions3[partition]});
     __m256i texels[kSteps];
@@ -255,10 +255,10 @@ template <unsigned kNumber> void decodeTwoIndexSets(const Rows& rows, __m256i bl
     constexpr unsigned kFirstCount = kTexels * kFirst - 1, kAt = indicesAt(kNumber);
     const std::uint64_t firstMask = (std::uint64_t{1} << kFirstCount) - 1;
     const Endpoints ends = endpointsOf<kNumber, 0>(block);
-    __m256i colours =
-        weightsOf<kFirst, kUpperAndLowerRows>(withTopBit<kFirst>(halves.from<kAt>() & firstMask, 0));
-    __m256i alphas =
-        weightsOf<kSecond, kUpperAndLowerRows>(withTopBit<kSecond>(halves.from<kAt + kFirstCount>(), 0));
+    __m256i colours = weightsOf<kFirst, kUpperAndLowerRows>(
+        withAnchorBit<Avx2Build, kFirst>(halves.from<kAt>() & firstMask, 0));
+    __m256i alphas = weightsOf<kSecond, kUpperAndLowerRows>(
+        withAnchorBit<Avx2Build, kSecond>(halves.from<kAt + kFirstCount>(), 0));
     if constexpr (kMode.m_selectionBits != 0) {
         constexpr unsigned kSelectionAt = kNumber + 1 + kMode.m_rotationBits;
         const __m256i swaps = splat(0 - (halves.m_low >> kSelectionAt & 1));

@@ -2,6 +2,7 @@
 // files that are compiled for AVX2.
 #pragma once
 
+#include "raw/blocks/bptc_indices.h"
 #include "raw/blocks/bptc_tables.h"
 
 #include <immintrin.h>
@@ -10,6 +11,8 @@
 #include <cstring>
 
 namespace qor::Texsmith::Raw::BptcAvx2 {
+
+struct Avx2Build; // for templates that other builds share
 
 inline constexpr unsigned kTexels = 16;
 inline constexpr std::uint8_t kNoByte = 0x80; // in the control of a shuffle: a zero
@@ -95,11 +98,6 @@ constexpr Weights makeWeights(unsigned bits) {
     return weights;
 }
 template <unsigned kBits> inline constexpr Weights kWeights = makeWeights(kBits);
-
-// Puts the top bit, a zero, to an anchor's index.
-template <unsigned kBits> std::uint64_t withTopBit(std::uint64_t indices, unsigned anchor) {
-    return indices + (indices & ~std::uint64_t{0} << (anchor * kBits + kBits - 1));
-}
 
 // The weights of 16 texels, as words.
 template <unsigned kBits, const TexelOrder& kOrder> __m256i weightsOf(std::uint64_t indices) {
