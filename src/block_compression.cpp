@@ -1,3 +1,4 @@
+// Blocks decoded one at a time, and single pixels to and from any format, for the classic interface.
 #include "qor/texsmith/block_compression.h"
 
 #include "raw/blocks/bc6_decoder.h"
@@ -84,6 +85,7 @@ CpuBlockDecoder::CpuBlockDecoder(DataFormat format)
     texture.setDataFormat(format);
     m_configuration.setTexture(&texture);
     m_configuration.m_bc6Quality.setFromQuality(kDefaultBc6Quality);
+    m_configuration.m_bc6Quality.reservedCount = m_isSigned ? 1 : 0; // the word that tells of signed formats
     const Decoder& decoder = isBlockFormat ? kDecoders[m_formatIndex] : kNoDecoder;
     m_outputType = decoder.m_outputType;
     m_decode = decoder.m_decode;
@@ -107,7 +109,7 @@ const std::uint8_t* CpuBlockDecoder::decode(void* decompressedData,
 
 const std::uint8_t* blockDecompress(ColorRGBA32F* output, const std::uint8_t* compressedData,
                                     CpuBlockDecoder* decoder, bool remapSigned) {
-    if (decoder == nullptr) {
+    if (!checkNotNull(decoder, kSourcePath, "decoder must not be NULL.")) {
         return nullptr;
     }
     if (decoder->m_outputType == CpuBlockDecoder::kOutputTypeFloats) {

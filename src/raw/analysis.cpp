@@ -1,3 +1,4 @@
+// The door to measures of one surface and comparisons of two: checks arguments and runs the passes as jobs.
 #include "qor/texsmith/raw/comparison.h"
 #include "qor/texsmith/raw/matrix.h"
 #include "qor/texsmith/raw/statistics.h"
@@ -76,22 +77,16 @@ Error findAxes(const ElementProvider* source, Madd* fromPca, Configuration* conf
     return kErrorNone;
 }
 
-// `format` with the select of one channel replaced.
-Vex::DataFormat withSelect(Vex::DataFormat format, unsigned channel, Vex::TextureChannel select) {
-    const unsigned shift = 12 + 3 * channel;
-    return {(format.m_word & ~(7u << shift)) | select << shift};
-}
-
-Vex::DataFormat withConstants(Vex::DataFormat format, const ConstantCounts& counts,
-                              unsigned long long pixels) {
-    for (unsigned channel = 0; channel < 4; ++channel) {
+// Of a surface without texels nothing can be said.
+void selectConstants(ElementProvider* source, const ConstantCounts& counts) {
+    const unsigned long long pixels = source->getPixels();
+    for (unsigned channel = 0; channel < 4 && pixels != 0; ++channel) {
         if (counts.m_zeros[channel] == pixels) {
-            format = withSelect(format, channel, Vex::kTextureChannel0);
+            source->setChannelSelect(channel, Vex::kTextureChannel0);
         } else if (counts.m_ones[channel] == pixels) {
-            format = withSelect(format, channel, Vex::kTextureChannel1);
+            source->setChannelSelect(channel, Vex::kTextureChannel1);
         }
     }
-    return format;
 }
 
 bool checkSourcesAndSettings(const ElementProvider* sourceA, const ElementProvider* sourceB,
@@ -99,6 +94,14 @@ bool checkSourcesAndSettings(const ElementProvider* sourceA, const ElementProvid
     const bool hasA = checkNotNull(sourceA, kSourcePath, "sourceA must not be NULL.");
     const bool hasB = checkNotNull(sourceB, kSourcePath, "sourceB must not be NULL.");
     return checkJobManager(configuration, kSourcePath) && hasA && hasB;
+}
+
+bool checkAlike(const ElementProvider* a, const ElementProvider* b, const char* message) {
+    const bool areAlike = dimensionsAndFormatAreIdentical(a, b);
+    if (!areAlike) {
+        toolsAssert(kSourcePath, __LINE__, message);
+    }
+    return areAlike;
 }
 
 } // namespace
@@ -152,7 +155,7 @@ Error markConstantChannels(ElementProvider* source, Configuration* configuration
     ConstantsPerTexel perTexel(&counts, source, configuration);
     const Error error = runOverTiles(source, &perTexel, configuration);
     if (error == kErrorNone) {
-        source->setDataFormat(withConstants(source->getDataFormat(), counts, source->getPixels()));
+        selectConstants(source, counts);
     }
     return error;
 }
@@ -165,7 +168,8 @@ Error compare(VectorFloat* result, const ElementProvider* sourceA, const Element
     if (!hasResult || !hasSources || !hasCalculator) {
         return kErrorFailed;
     }
-    if (!dimensionsAreIdentical(sourceA, sourceB)) {
+    const bool areAlike = dimensionsAreIdentical(sourceA, sourceB);
+    if (!areAlike) {
         toolsAssert(kSourcePath, __LINE__, "sourceA and sourceB must have the same dimensions.");
     }
     *result = {};
@@ -176,7 +180,7 @@ Error compare(VectorFloat* result, const ElementProvider* sourceA, const Element
     CalculateErrorPerTexel perTexel(&summary, sourceA, sourceB, configuration, calculator);
     const Error error = runOverTiles(sourceA, &perTexel, configuration);
     *result = summary.Mean();
-    return error;
+    return areAlike ? error : kErrorFailed;
 }
 
 Error getAbsoluteDifference(ElementProvider* destination, const ElementProvider* sourceA,
@@ -186,15 +190,13 @@ Error getAbsoluteDifference(ElementProvider* destination, const ElementProvider*
     if (!hasDestination || !hasSources) {
         return kErrorFailed;
     }
-    if (!dimensionsAndFormatAreIdentical(destination, sourceA)) {
-        toolsAssert(kSourcePath, __LINE__,
-                    "destination and sourceA must have the same dimensions and format.");
-    }
-    if (!dimensionsAndFormatAreIdentical(sourceA, sourceB)) {
-        toolsAssert(kSourcePath, __LINE__, "sourceA and sourceB must have the same dimensions and format.");
-    }
+    const bool isLikeA =
+        checkAlike(destination, sourceA, "destination and sourceA must have the same dimensions and format.");
+    const bool areAlike =
+        checkAlike(sourceA, sourceB, "sourceA and sourceB must have the same dimensions and format.");
     CalculateAbsoluteDifferencePerTexel perTexel(destination, sourceA, sourceB, configuration);
-    return runOverTiles(sourceA, &perTexel, configuration);
+    const Error error = runOverTiles(sourceA, &perTexel, configuration);
+    return isLikeA && areAlike ? error : kErrorFailed;
 }
 
 } // namespace qor::Texsmith::Raw

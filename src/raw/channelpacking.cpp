@@ -1,3 +1,4 @@
+// The door to the packing of surfaces into channels, and back.
 #include "qor/texsmith/raw/channel_packing.h"
 #include "raw/configuration/check_configuration.h"
 
@@ -25,7 +26,8 @@ Error channelpack(ElementProvider* destination, ElementProvider** sources, int s
         return kErrorFailed;
     }
     ChannelPackPerTile perTile(destination, sources, sourceCount, configuration);
-    return runOver(destination, &perTile, configuration);
+    const Error error = runOver(destination, &perTile, configuration);
+    return perTile.areAlike() ? error : kErrorFailed;
 }
 
 Error channelunpack(ElementProvider** destinations, int destinationCount, ElementProvider* source,
@@ -39,7 +41,8 @@ Error channelunpack(ElementProvider** destinations, int destinationCount, Elemen
         return kErrorFailed;
     }
     ChannelUnpackPerTile perTile(destinations, destinationCount, source, configuration);
-    return runOver(source, &perTile, configuration);
+    const Error error = runOver(source, &perTile, configuration);
+    return perTile.areAlike() ? error : kErrorFailed;
 }
 
 } // namespace qor::Texsmith::Raw

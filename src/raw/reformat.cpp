@@ -1,3 +1,4 @@
+// The door to changes of format: chooses between a copy, stored bytes and floats, by tiles or by blocks.
 #include "qor/texsmith/raw/reformat.h"
 
 #include "raw/frame/check.h"
@@ -28,20 +29,27 @@ Error runOverTiles(const ElementProvider* source, PerTile* perTile, Configuratio
 template <typename CrunchyJob>
 Error reformatInGroups(const ElementProvider* source, ElementProvider* destination,
                        Configuration* configuration, unsigned a, unsigned b) {
-    if (!checkReformatArguments(source, destination, configuration, kSourcePath) ||
-        !ReformatBlockJob::canReformat(source, destination)) {
+    if (!ReformatBlockJob::canReformat(source, destination)) {
         return kErrorFailed;
     }
     CrunchyJob job(source, destination, configuration, a, b);
     return configuration->m_jobManager->submitAndStall(&job);
 }
 
-} // namespace
+// Asks for mip 1 of the destination, which reports that there is none.
+bool checkHasMip1(const ElementProvider& destination) {
+    return destination.getBlocksTall(1) != 0 && destination.getSurfaceCount().mips > 1;
+}
 
-Error reformat(const ElementProvider* source, ElementProvider* destination, Configuration* configuration) {
-    if (!checkReformatArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
+bool checkGroups(const ElementProvider& destination, unsigned a, unsigned b) {
+    const bool isBc1 = check(destination.getDataFormat().getSurfaceFormat() == Vex::kSurfaceFormatBc1,
+                             kSourcePath, "destination is BC1");
+    const bool fit = check(ReformatMipCrunchyJob::groupsFit(a, b), kSourcePath, "a * b >= 1 && a * b <= 4");
+    return checkHasMip1(destination) && isBc1 && fit;
+}
+
+Error reformatAlike(const ElementProvider* source, ElementProvider* destination,
+                    Configuration* configuration) {
     const bool keepsValues = transformsNothing(*source, *destination, *configuration);
     if (keepsValues && source->getDataFormat() == destination->getDataFormat()) {
         return copy(destination, source, configuration);
@@ -57,12 +65,20 @@ Error reformat(const ElementProvider* source, ElementProvider* destination, Conf
     return runOverTiles(source, &perTile, configuration);
 }
 
+} // namespace
+
+Error reformat(const ElementProvider* source, ElementProvider* destination, Configuration* configuration) {
+    const ReformatChecks checks = checkReformatArguments(source, destination, configuration, kSourcePath);
+    return checks.m_canWork ? checks.resultOf(reformatAlike(source, destination, configuration))
+                            : kErrorFailed;
+}
+
 int reformatCached(const ElementProvider* source, ElementProvider* destination, Configuration* configuration,
                    const unsigned char* state, int stateLength) {
     const bool hasPointers = checkReformatPointers(source, destination, configuration, kSourcePath);
     const bool hasState = checkNotNull(state, kSourcePath, "state must not be NULL.");
-    const bool canWork = checkReformatWork(source, destination, configuration, kSourcePath);
-    if (!hasPointers || !hasState || !canWork || stateLength < 0 ||
+    const ReformatChecks checks = checkReformatWork(source, destination, configuration, kSourcePath);
+    if (!hasPointers || !hasState || !checks.m_canWork || stateLength < 0 ||
         !ReformatBlockJob::canReformat(source, destination)) {
         return static_cast<int>(kErrorFailed);
     }
@@ -71,17 +87,24 @@ int reformatCached(const ElementProvider* source, ElementProvider* destination, 
     if (error == kErrorNone) {
         job.sealCache();
     }
-    return static_cast<int>(error);
+    return static_cast<int>(checks.resultOf(error));
 }
 
 Error reformatCrunchy(const ElementProvider* source, ElementProvider* destination,
                       Configuration* configuration, unsigned a, unsigned b) {
-    return reformatInGroups<ReformatCrunchyJob>(source, destination, configuration, a, b);
+    const ReformatChecks checks = checkReformatArguments(source, destination, configuration, kSourcePath);
+    return checks.m_canWork ? checks.resultOf(reformatInGroups<ReformatCrunchyJob>(source, destination,
+                                                                                   configuration, a, b))
+                            : kErrorFailed;
 }
 
 Error reformatMipCrunchy(const ElementProvider* source, ElementProvider* destination,
                          Configuration* configuration, unsigned a, unsigned b) {
-    return reformatInGroups<ReformatMipCrunchyJob>(source, destination, configuration, a, b);
+    const ReformatChecks checks = checkReformatArguments(source, destination, configuration, kSourcePath);
+    if (!checks.m_canWork || !checkGroups(*destination, a, b)) {
+        return kErrorFailed;
+    }
+    return checks.resultOf(reformatInGroups<ReformatMipCrunchyJob>(source, destination, configuration, a, b));
 }
 
 } // namespace qor::Texsmith::Raw

@@ -1,3 +1,4 @@
+// One surface's tiler behind one interface: linear, 1d or 2d, as its tile mode asks for.
 #include "qor/texsmith/raw/tilers.h"
 
 #include "qor/texsmith/tools_assert.h"

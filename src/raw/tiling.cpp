@@ -1,3 +1,4 @@
+// The door to the tiling of whole images: as a job, or mip by mip on the calling thread.
 #include "raw/tiles/tiling.h"
 
 #include "raw/configuration/check_configuration.h"
@@ -86,6 +87,9 @@ Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* config
     if (isEmpty(*image)) {
         return kErrorNone;
     }
+    if (!checkHasRoom(*image->getVexTexture(), kSourcePath)) {
+        return kErrorFailed;
+    }
     if (singleThreaded != 0) {
         return moveImage(
             *image, *tiled,
@@ -104,6 +108,9 @@ Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configur
     }
     if (isEmpty(*image)) {
         return kErrorNone;
+    }
+    if (!checkHasRoom(*image->getVexTexture(), kSourcePath)) {
+        return kErrorFailed;
     }
     if (singleThreaded != 0) {
         return moveImage(*image, *tiled, &GpuAddress::tileSurface);

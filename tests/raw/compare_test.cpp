@@ -260,18 +260,19 @@ TEST(Compare, WrongArgumentsAreReported) {
     expect(Raw::channelunpack(providers, 5, nullptr, nullptr), "raw\\channelpacking",
            "source must not be NULL.\nconfiguration must not be NULL.\n"
            "Assertion 'destinations > 0 && destinations <= 4' failed.\n");
-    TestImage small(makeFlat("R8Unorm", 8, 8)), large(makeFlat("R8Unorm", 9, 8));
+    TestImage small(makeFlat("R8Unorm", 8, 8)), large(makeFlat("R8Unorm", 9, 8), 7);
     Configuration configuration;
     providers[0] = &large;
-    EXPECT_EQ(Raw::channelpack(&small, providers, 1, &configuration), Raw::kErrorNone);
-    EXPECT_EQ(Raw::channelunpack(providers, 1, &small, &configuration), Raw::kErrorNone);
+    EXPECT_EQ(Raw::channelpack(&small, providers, 1, &configuration), Raw::kErrorFailed);
+    EXPECT_EQ(Raw::channelunpack(providers, 1, &small, &configuration), Raw::kErrorFailed);
+    EXPECT_EQ(large.bytes()[9 * 7 + 7], small.bytes()[8 * 7 + 7]); // what fits is converted
     EXPECT_EQ(recorder.texts(), "source 0 and destination must have the same dimensions.\n"
                                 "destination 0 and source must have the same dimensions.\n");
     recorder.clear();
     VectorFloat mean;
     const Raw::StandardSquaredErrorCalculator standard;
-    EXPECT_EQ(Raw::compare(&mean, &large, &small, &configuration, &standard), Raw::kErrorNone);
-    EXPECT_EQ(Raw::getAbsoluteDifference(&small, &large, &small, &configuration), Raw::kErrorNone);
+    EXPECT_EQ(Raw::compare(&mean, &large, &small, &configuration, &standard), Raw::kErrorFailed);
+    EXPECT_EQ(Raw::getAbsoluteDifference(&small, &large, &small, &configuration), Raw::kErrorFailed);
     EXPECT_EQ(recorder.texts(), "sourceA and sourceB must have the same dimensions.\n"
                                 "imageA and imageB must have the same dimensions.\n"
                                 "destination and sourceA must have the same dimensions and format.\n"

@@ -239,8 +239,9 @@ TEST(Reformat, WorksInPlace) {
 TEST(Reformat, ReportsAndFails) {
     Raw::Configuration configuration;
     const ReportRecorder reports;
-    TestImage image(makeFlat("R8G8B8A8Unorm", 8, 8)), smaller(makeFlat("B8G8R8A8Unorm", 4, 4));
-    EXPECT_EQ(Raw::reformat(&image, &smaller, &configuration), Raw::kErrorNone);
+    TestImage image(makeFlat("R8G8B8A8Unorm", 8, 8)), smaller(makeFlat("B8G8R8A8Unorm", 4, 4), 7);
+    EXPECT_EQ(Raw::reformat(&image, &smaller, &configuration), Raw::kErrorFailed);
+    EXPECT_EQ(smaller.bytes(), TestImage(smaller.getTexture(), 0).bytes());
     configuration.m_jobManager = nullptr;
     EXPECT_EQ(Raw::reformat(nullptr, &image, &configuration), Raw::kErrorFailed);
     EXPECT_EQ(Raw::reformat(&image, nullptr, nullptr), Raw::kErrorFailed);

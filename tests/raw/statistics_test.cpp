@@ -264,6 +264,102 @@ TEST(Statistics, ConstantChannelsAreMarked) {
     }
 }
 
+// Two faces of a cube, one of 1 and one of 2 in X. The hidden ones hold what would change every measure.
+TEST(Statistics, LeaveOutWhatTheViewHides) {
+    Vex::Texture texture =
+        makeTexture({"", Vex::kTextureTypeCubemap, 16, 16, 1, 2, 0, 0}, formatNamed("R32G32B32A32Float"));
+    texture.setMipLevelRange(1, 1);
+    texture.setArrayView(2, 3);
+    TestImage image(texture), other(texture);
+    Texels texels(image.bytes().size() / 16, VectorFloat{{-9, -9, -9, -9}});
+    setTexels(image, texels);
+    for (const unsigned face : {2u, 3u}) {
+        const Raw::SurfaceIndex index = {0, 0, face, 1, 0, 0, 0};
+        const auto surface = reinterpret_cast<VectorFloat*>(image.getMemoryRegion(&index).begin);
+        std::fill_n(surface, 64, VectorFloat{{static_cast<float>(face) - 1, 1, 0, 0.5f}});
+    }
+    std::fill(texels.begin(), texels.end(), VectorFloat{{2, 1, 0, 0.5f}});
+    setTexels(other, texels);
+    onEachRoad(image, 7, [&](const auto& provider, Configuration& configuration) {
+        Raw::MinMaxMean range;
+        EXPECT_EQ(Raw::getMinMaxMean(&provider, &range, &configuration), Raw::kErrorNone);
+        EXPECT_TRUE(range.count == 128 && range.Mean()[0] == 1.5f && range.min[1] == 1 && range.max[1] == 1);
+        EXPECT_EQ(fastHistogramOf(provider, configuration).count, 128u);
+        Madd fromPca, toPca;
+        EXPECT_EQ(Raw::getPca(&provider, &fromPca, &toPca, &configuration), Raw::kErrorNone);
+        EXPECT_TRUE(equal(fromPca.m_multiply[0], VectorFloat{{1, 0, 0, 0}}));
+        VectorFloat mean;
+        const Raw::StandardSquaredErrorCalculator standard;
+        EXPECT_EQ(Raw::compare(&mean, &provider, &other, &configuration, &standard), Raw::kErrorNone);
+        EXPECT_TRUE(equal(mean, VectorFloat{{0.5f, 0, 0, 0}}));
+    });
+    Configuration configuration;
+    ASSERT_EQ(Raw::markConstantChannels(&image, &configuration), Raw::kErrorNone);
+    const Vex::DataFormat format = image.getDataFormat();
+    EXPECT_TRUE(
+        format.getChannel(0) == Vex::kTextureChannelX && format.getChannel(1) == Vex::kTextureChannel1 &&
+        format.getChannel(2) == Vex::kTextureChannel0 && format.getChannel(3) == Vex::kTextureChannelW);
+    texture.setDataFormat(format);
+    EXPECT_TRUE(equal<Vex::Texture>(*image.getVexTexture(), texture)); // the view is kept
+    texture.setArrayView(3, 2);
+    TestImage nothing(texture);
+    ASSERT_EQ(Raw::markConstantChannels(&nothing, &configuration), Raw::kErrorNone);
+    EXPECT_EQ(nothing.getDataFormat(), format);
+}
+
+// A constant stands for what is stored, before modifiers and transforms.
+TEST(Statistics, ConstantChannelsAreThoseOfTheStoredValues) {
+    TestImage image(makeFloats(8, 8));
+    setTexels(image, Texels(64, VectorFloat{{0, 1, 0.5f, 0.5f}}));
+    Raw::Modifiers modifiers;
+    modifiers.m_decode.m_add = {{1, -1, 0.5f, 0}};
+    image.setModifiers(modifiers);
+    Configuration configuration;
+    configuration.m_decoderConfiguration.m_transform.m_add = {{0, 0, 0, -0.5f}};
+    ASSERT_EQ(Raw::markConstantChannels(&image, &configuration), Raw::kErrorNone);
+    const Vex::DataFormat format = image.getDataFormat();
+    EXPECT_TRUE(
+        format.getChannel(0) == Vex::kTextureChannel0 && format.getChannel(1) == Vex::kTextureChannel1 &&
+        format.getChannel(2) == Vex::kTextureChannelZ && format.getChannel(3) == Vex::kTextureChannelW);
+}
+
+// A NaN makes a mean that is no number, infinity a range: such channels stay, and the others are spread.
+TEST(Statistics, RenormalizeKeepsChannelsThatAreNoNumbers) {
+    for (const auto scheme : {Raw::RenormalizationChannels, Raw::RenormalizationPca}) {
+        for (const float fraction : {1.0f, 0.9f}) {
+            for (const bool shares : {false, true}) {
+                TestImage image(makeFloats(8, 8)), destination(makeFlat("Bc3Unorm", 8, 8));
+                Texels texels(64, VectorFloat{{1, NAN, 0, 4}});
+                for (std::size_t i = 0; i < 32; ++i) {
+                    texels[i] = {{3, 0, 0, 8}};
+                }
+                texels[7][2] = INFINITY;
+                setTexels(image, texels);
+                Configuration configuration;
+                configuration.m_encoderConfiguration.m_renormalizeFlag = shares;
+                Raw::renormalize(&image, &destination, &configuration, scheme, fraction);
+                const Raw::Transform& decode = destination.getModifiers().m_decode;
+                const Raw::Transform& encode = destination.getModifiers().m_encode;
+                for (const unsigned lane : {1u, 2u}) {
+                    EXPECT_TRUE(decode.m_multiply[lane][lane] == 1 && decode.m_add[lane] == 0);
+                    EXPECT_TRUE(encode.m_multiply[lane][lane] == 1 && encode.m_add[lane] == 0);
+                }
+                if (fraction == 1.0f) {
+                    EXPECT_TRUE(decode.m_multiply == Raw::MatrixScale({{2, 1, 1, 4}}) &&
+                                equal(decode.m_add, VectorFloat{{1, 0, 0, 4}}));
+                    EXPECT_TRUE(encode.m_multiply == Raw::MatrixScale({{0.5f, 1, 1, 0.25f}}) &&
+                                equal(encode.m_add, VectorFloat{{-0.5f, 0, 0, -1}}));
+                }
+            }
+        }
+    }
+    TestImage none(makeFloats(8, 8)), destination(makeFlat("R8G8B8A8Unorm", 8, 8));
+    setTexels(none, Texels(64, VectorFloat{{NAN, NAN, NAN, NAN}})); // an inverted range
+    Configuration configuration;
+    Raw::renormalize(&none, &destination, &configuration, Raw::RenormalizationPca, 0.5f);
+    EXPECT_TRUE(destination.getModifiers().m_decode.isNop() && destination.getModifiers().m_encode.isNop());
+}
+
 // Stored in eight bits after renormalisation, values come back within half a step of their range, and a
 // little for the arithmetic.
 TEST(Statistics, RenormalizedSurfacesKeepTheirValues) {

@@ -293,6 +293,31 @@ TEST(LinearGeneral, HasItsOwnOffsetAndSize) {
     EXPECT_EQ(size, 104u * 4 * 5);
 }
 
+// All its surfaces would lie at offset 0.
+TEST(LinearGeneral, HasRoomForOneSurface) {
+    for (const Vex::Texture& texture :
+         {flat(8, 8, 1, 2, kR8, 31), flat(8, 8, 3, 1, kR8, 31), volume(8, 8, 2, 1, kR8, 31)}) {
+        TestImage image(texture, 1);
+        Bytes tiled(4096, 0xA5);
+        const Bytes before = image.bytes();
+        for (const int road : {0, 2}) {
+            const ReportRecorder reports;
+            EXPECT_EQ(move(road, image, tiled, true), kErrorFailed);
+            EXPECT_EQ(move(road, image, tiled, false), kErrorFailed);
+            EXPECT_EQ(reports.assertions().size(), 2u) << reports.texts();
+        }
+        const ReportRecorder reports;
+        Texture provided;
+        static_cast<Vex::Texture&>(provided) = texture;
+        provided.m_memoryRegion.build(tiled.data(), 4096);
+        const TextureElementProvider provider(&provided);
+        EXPECT_EQ(reports.assertions().size(), 1u) << reports.texts();
+        Configuration configuration;
+        copy(&provider, &image, &configuration);
+        EXPECT_TRUE(tiled == Bytes(4096, 0xA5) && image.bytes() == before);
+    }
+}
+
 TEST(TilingRoads, AllGiveTheSameMemoryAndTheSameImage) {
     std::vector<Vex::Texture> textures;
     for (const Vex::DataFormat format : {kR8, kR8G8B8A8, kR16G16B16A16, kR32G32B32, kBc1}) {

@@ -27,10 +27,10 @@ public:
 
     std::uint32_t m_formatIndex; // 0 = BC1 to 6 = BC7
     std::uint32_t m_bytesPerBlock;
-    bool m_isSigned;
-    Raw::EncoderConfiguration m_configuration;
-    std::int32_t m_outputType;
-    Decode m_decode; // null for formats that are not block compressed
+    bool m_isSigned;                           // the channel type is SNorm
+    Raw::EncoderConfiguration m_configuration; // of the format; its BC6 settings tell of signed formats too
+    std::int32_t m_outputType;                 // an OutputType
+    Decode m_decode;                           // null for formats that are not block compressed
 
     // A format that is not block compressed is reported, and makes a decoder that is not initialized.
     explicit CpuBlockDecoder(DataFormat format);
@@ -43,7 +43,7 @@ public:
 
 // Decodes one block to 16 floats, and returns where the next one begins, or null as decode does.
 // `remapSigned` maps signed formats of bytes to 0..1; BC4 and BC5 go by g_normalizationPolicy alone, and BC6
-// gives its values as they are.
+// gives its values as they are. A null decoder is reported as the other null pointers are.
 QOR_TEXSMITH_API const std::uint8_t* blockDecompress(ColorRGBA32F* output, const std::uint8_t* compressedData,
                                                      CpuBlockDecoder* decoder, bool remapSigned);
 

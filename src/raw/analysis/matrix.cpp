@@ -1,3 +1,4 @@
+// Products, inverses and rotations of 4 x 4 matrices.
 #include "qor/texsmith/raw/matrix.h"
 
 #include "simd/canonical_nan.h"

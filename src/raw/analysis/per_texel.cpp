@@ -37,6 +37,9 @@ Error PerTexel::doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfa
     if (info.decodeTile == nullptr) {
         return kErrorFailed;
     }
+    if (m_elementProvider->surfaceIsOutside(surfaceIndex)) {
+        return kErrorNone;
+    }
     Tile stored = {}, texels = {};
     m_elementProvider->getTile(surfaceIndex, &stored, x, y);
     decodeTileAndModify(&texels, &stored, packedPitchInBytes(info, 8), &m_decoderConfiguration);
@@ -48,6 +51,7 @@ Error PerTexel::doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfa
 OpenSurface PerTexel::doOpenSurface(const SurfaceIndex* surfaceIndex) const {
     OpenSurface surface;
     if (m_elementProvider != nullptr && TileDecoder::canDecode(m_decoderConfiguration)) {
+        surface.m_isHidden = m_elementProvider->surfaceIsOutside(surfaceIndex);
         surface.m_source = m_elementProvider->getElementRows(surfaceIndex);
         surface.m_hasRows = surface.m_source.m_memory != nullptr;
     }
@@ -57,6 +61,9 @@ OpenSurface PerTexel::doOpenSurface(const SurfaceIndex* surfaceIndex) const {
 unsigned PerTexel::doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex,
                                   const OpenSurface& surface, unsigned y) const {
     const unsigned mip = surfaceIndex->mip;
+    if (surface.m_isHidden) {
+        return m_elementProvider->getTilesWide(mip);
+    }
     if (!surface.m_hasRows || y * 8 + 8 > m_elementProvider->getPixelsTall(mip)) {
         return 0;
     }

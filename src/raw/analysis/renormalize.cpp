@@ -40,18 +40,34 @@ Bins trim(const std::uint32_t (&bins)[256], std::uint64_t budget) {
     return left;
 }
 
-Error trimRange(MinMax* range, const ElementProvider* source, Configuration* configuration, float fraction) {
+// What there is of each channel. One whose mean or range is no finite number, or whose range is inverted,
+// keeps its values.
+struct Measured {
+    MinMax m_range;
+    bool m_isUsable[4];
+
+    explicit Measured(const MinMaxMean& measured) : m_range{measured.min, measured.max} {
+        const VectorFloat mean = measured.Mean();
+        for (unsigned lane = 0; lane < 4; ++lane) {
+            m_isUsable[lane] = std::isfinite(mean[lane]) && extent(lane) >= 0 && std::isfinite(extent(lane));
+        }
+    }
+    float extent(unsigned lane) const { return m_range.max[lane] - m_range.min[lane]; }
+};
+
+Error trimRange(Measured* measured, const ElementProvider* source, Configuration* configuration,
+                float fraction) {
     Histogram histogram;
-    const Error error = getHistogram(source, &histogram, range, configuration);
+    const Error error = getHistogram(source, &histogram, &measured->m_range, configuration);
     if (error != kErrorNone) {
         return error;
     }
-    const std::uint64_t budget = budgetOf(source->getPixels(), fraction);
+    const std::uint64_t budget = budgetOf(histogram.count, fraction);
     for (unsigned lane = 0; lane < 4; ++lane) {
         const Bins left = trim(histogram.m_bins[lane], budget);
-        const float lowest = range->min[lane], extent = range->max[lane] - lowest;
-        range->min[lane] = static_cast<float>(left.m_low) * kBinToUnit * extent + lowest;
-        range->max[lane] = static_cast<float>(left.m_high) * kBinToUnit * extent + lowest;
+        const float lowest = measured->m_range.min[lane], extent = measured->extent(lane);
+        measured->m_range.min[lane] = static_cast<float>(left.m_low) * kBinToUnit * extent + lowest;
+        measured->m_range.max[lane] = static_cast<float>(left.m_high) * kBinToUnit * extent + lowest;
     }
     return kErrorNone;
 }
@@ -63,47 +79,53 @@ bool sharesColourBlocks(Vex::SurfaceFormat format) {
 }
 
 // Each of the colour channels keeps its centre and gets the widest extent.
-void widenColours(MinMax* range) {
+void widenColours(Measured* measured) {
     float extent = 0;
     for (unsigned lane = 0; lane < 3; ++lane) {
-        extent = std::max(extent, range->max[lane] - range->min[lane]);
+        extent = std::max(extent, measured->m_isUsable[lane] ? measured->extent(lane) : 0);
     }
+    MinMax& range = measured->m_range;
     for (unsigned lane = 0; lane < 3; ++lane) {
-        const float centre = (range->min[lane] + range->max[lane]) * 0.5f;
-        range->min[lane] = centre - extent * 0.5f;
-        range->max[lane] = centre + extent * 0.5f;
+        const float centre = (range.min[lane] + range.max[lane]) * 0.5f;
+        range.min[lane] = centre - extent * 0.5f;
+        range.max[lane] = centre + extent * 0.5f;
     }
 }
 
-bool isFinite(const MinMax& range) {
-    bool finite = true;
-    for (unsigned lane = 0; lane < 4; ++lane) {
-        finite = finite && std::isfinite(range.max[lane] - range.min[lane]);
+// Axes and the way back to the texels, as the configuration's transform reads them. Where the mean is no
+// finite number there are no axes, and the channels are taken as they are.
+Error findAxes(Madd* fromPca, Madd* toPca, const ElementProvider* source, Configuration* configuration) {
+    const Error error = getPca(source, fromPca, toPca, configuration);
+    if (!std::all_of(fromPca->m_add.m_lanes, fromPca->m_add.m_lanes + 4,
+                     [](float lane) { return std::isfinite(lane); })) {
+        fromPca->Init();
+        toPca->Init();
     }
-    return finite;
+    return error;
 }
 
-Error measure(MinMax* range, const ElementProvider* source, Configuration* configuration, float fraction) {
-    MinMaxMean measured;
-    const Error error = getMinMaxMean(source, &measured, configuration);
-    *range = {measured.min, measured.max};
-    return error == kErrorNone && fraction < 1.0f ? trimRange(range, source, configuration, fraction) : error;
-}
-
-// Back and forth between the measured range and that of the destination's channel type; the identity where
-// either is without end.
+// Back and forth between the measured range and that of the destination's channel type. A channel keeps the
+// identity where it is not usable, and where the type's range is without end.
 struct Remapping {
     Madd m_measuredToType, m_typeToMeasured;
 
-    Remapping(const MinMax& measured, Vex::TextureChannelType type) {
+    Remapping(const Measured& measured, Vex::TextureChannelType type) {
         MinMax whole;
         getChannelTypeRange(&whole.min, &whole.max, type);
-        m_measuredToType.Init();
-        m_typeToMeasured.Init();
-        if (isFinite(measured) && isFinite(whole)) {
-            m_measuredToType = maddFromRangeToRange(measured, whole);
-            m_typeToMeasured = maddFromRangeToRange(whole, measured);
+        m_measuredToType = maddFromRangeToRange(measured.m_range, whole);
+        m_typeToMeasured = maddFromRangeToRange(whole, measured.m_range);
+        for (unsigned lane = 0; lane < 4; ++lane) {
+            if (!measured.m_isUsable[lane] || !std::isfinite(whole.max[lane] - whole.min[lane])) {
+                keepLane(m_measuredToType, lane);
+                keepLane(m_typeToMeasured, lane);
+            }
         }
+    }
+
+private:
+    static void keepLane(Madd& madd, unsigned lane) {
+        madd.m_multiply[lane][lane] = 1;
+        madd.m_add[lane] = 0;
     }
 };
 
@@ -126,22 +148,26 @@ void renormalize(const ElementProvider* source, ElementProvider* destination, Co
     fromPca.Init();
     toPca.Init();
     if (scheme == RenormalizationPca) {
-        if (getPca(source, &fromPca, &toPca, configuration) != kErrorNone) {
+        if (findAxes(&fromPca, &toPca, source, configuration) != kErrorNone) {
             return;
         }
         Madd& transform = configuration->m_decoderConfiguration.m_transform;
         transform = composeMadd(transform, toPca);
     }
-    MinMax range;
-    if (measure(&range, source, configuration, fraction) != kErrorNone) {
+    MinMaxMean whole;
+    if (getMinMaxMean(source, &whole, configuration) != kErrorNone) {
+        return;
+    }
+    Measured measured(whole);
+    if (fraction < 1.0f && trimRange(&measured, source, configuration, fraction) != kErrorNone) {
         return;
     }
     const Vex::DataFormat format = destination->getDataFormat();
     if (configuration->m_encoderConfiguration.m_renormalizeFlag &&
         sharesColourBlocks(format.getSurfaceFormat())) {
-        widenColours(&range);
+        widenColours(&measured);
     }
-    const Remapping remapping(range, format.getTextureChannelType());
+    const Remapping remapping(measured, format.getTextureChannelType());
     Modifiers modifiers;
     modifiers.m_decode.Init(composeMadd(remapping.m_typeToMeasured, fromPca));
     modifiers.m_encode.Init(composeMadd(toPca, remapping.m_measuredToType));

@@ -9,6 +9,8 @@ namespace qor::Texsmith::Raw {
 
 namespace {
 
+constexpr char kSourcePath[] = "raw\\elementprovider\\textureelementprovider";
+
 // A strip as a region of its surface. Elements that share bytes, rows that are no whole number of elements
 // apart, and providers whose format was exchanged are left to the road by tiles.
 struct StripMove {
@@ -34,7 +36,7 @@ struct StripMove {
 
 TextureElementProvider::TextureElementProvider(const Texture* texture) {
     setupAsTexture(texture);
-    if (texture == nullptr) {
+    if (texture == nullptr || !checkHasRoom(*texture, kSourcePath)) {
         return;
     }
     const unsigned slices = std::min(texture->getLastArraySlice() + 1, kSlices);

@@ -34,6 +34,10 @@ struct ReformatMipCrunchyJob::Group {
     unsigned m_left, m_top; // in blocks of mip 1
 };
 
+bool ReformatMipCrunchyJob::groupsFit(unsigned down, unsigned across) {
+    return down != 0 && across != 0 && std::uint64_t{down} * across * kEntriesPerBlock <= kMaxBlocksPerGroup;
+}
+
 Error ReformatMipCrunchyJob::doPerSurfaceCallback(unsigned callbackId,
                                                   const SurfaceIndex* surfaceIndex) const {
     if (surfaceIndex->mip == 0) {
@@ -47,11 +51,6 @@ Error ReformatMipCrunchyJob::doPerSurfaceCallback(unsigned callbackId,
 Error ReformatMipCrunchyJob::doGroupRows(unsigned callbackId, const SurfaceIndex& mip0) const {
     const unsigned tall = destination().getBlocksTall(1), wide = destination().getBlocksWide(1);
     const unsigned down = groupBlocksDown(), across = groupBlocksAcross();
-    const bool fits =
-        down != 0 && across != 0 && std::uint64_t{down} * across * kEntriesPerBlock <= kMaxBlocksPerGroup;
-    if (!fits || destination().getSurfaceCount().mips < 2) {
-        return kErrorFailed;
-    }
     const unsigned rows = tall / down, rowsAtOnce = down % 2 == 0 ? 1 : 2;
     const WorkItems items = getWorkItems(callbackId, (rows + rowsAtOnce - 1) / rowsAtOnce);
     SurfaceIndex mip1 = mip0;

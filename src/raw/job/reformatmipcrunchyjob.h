@@ -11,7 +11,10 @@ namespace qor::Texsmith::Raw {
 
 class ReformatMipCrunchyJob final : public ReformatCrunchyJob {
 public:
+    // The destination is BC1 with two mips or more, and the groups fit.
     using ReformatCrunchyJob::ReformatCrunchyJob;
+
+    static bool groupsFit(unsigned down, unsigned across);
 
 private:
     struct Group;

@@ -60,12 +60,32 @@ bool checkArguments(const ElementProvider* source, const ElementProvider* destin
            TexelWriter::canWrite(destination->getDataFormat());
 }
 
+// Whether the provider has such a surface, in its array view or not. The depth slice may be left out.
+bool checkExists(const ElementProvider& provider, const SurfaceIndex& index, bool hasDepth,
+                 const char* condition) {
+    const SurfaceCount count = provider.getSurfaceCount();
+    const bool exists = index.mip < count.mips && index.arrayEntry < count.arrayEntries &&
+                        index.face < count.faces && index.fragment < count.fragments &&
+                        (!hasDepth || index.depth < getDepthOfMip(provider.getTexture(), index.mip));
+    return check(exists, kSourcePath, condition);
+}
+
+bool checkSurfaces(const DownsampleSurfaces& surfaces, bool sourceHasDepth) {
+    const bool hasSource = checkExists(*surfaces.m_source, surfaces.m_sourceIndex, sourceHasDepth,
+                                       "sourceIndex is a surface of source");
+    return checkExists(*surfaces.m_destination, surfaces.m_destinationIndex, true,
+                       "destinationIndex is a surface of destination") &&
+           hasSource;
+}
+
 template <typename DownsampleJobType>
 Error run(const DownsampleSurfaces& surfaces, const Configuration& configuration,
           const ElementRows& copyFrom = {}, const ElementRows& copyTo = {}) {
     Configuration limited = configuration;
+    const unsigned most = configuration.m_callbacksPerJob != 0 ? configuration.m_callbacksPerJob
+                                                               : static_cast<unsigned>(Job::kMaxCallbacks);
     limited.m_callbacksPerJob =
-        callbacksFor(*surfaces.m_destination, surfaces.m_destinationIndex.mip, configuration);
+        std::clamp(callbacksWorth(*surfaces.m_destination, surfaces.m_destinationIndex.mip), 1u, most);
     DownsampleJobType job(surfaces, &limited);
     job.alsoCopy(copyFrom, copyTo);
     return resultOfJob(configuration.m_jobManager->submitAndStall(&job), configuration);
@@ -108,13 +128,10 @@ Error resultOfJob(Error error, const Configuration& configuration) {
     return error != kErrorNone && isAborted(configuration) ? kErrorAborted : error;
 }
 
-unsigned callbacksFor(const ElementProvider& destination, unsigned mip, const Configuration& configuration) {
+unsigned callbacksWorth(const ElementProvider& destination, unsigned mip) {
     const Extent extent = pixelsOf(destination.getTexture(), mip);
-    const unsigned worth =
-        destination.getDataFormat().isBlockCompressedFormat() ? kMinTexelsInBlocks : kMinTexels;
-    const unsigned most = configuration.m_callbacksPerJob != 0 ? configuration.m_callbacksPerJob
-                                                               : static_cast<unsigned>(Job::kMaxCallbacks);
-    return std::clamp(extent.m_wide * extent.m_tall / worth, 1u, most);
+    return extent.m_wide * extent.m_tall /
+           (destination.getDataFormat().isBlockCompressedFormat() ? kMinTexelsInBlocks : kMinTexels);
 }
 
 int surfaceDownsample2d(ElementProvider* source, SurfaceIndex sourceIndex, ElementProvider* destination,
@@ -123,6 +140,9 @@ int surfaceDownsample2d(ElementProvider* source, SurfaceIndex sourceIndex, Eleme
         return static_cast<int>(kErrorFailed);
     }
     const DownsampleSurfaces surfaces = {source, sourceIndex, destination, destinationIndex};
+    if (!checkSurfaces(surfaces, true)) {
+        return static_cast<int>(kErrorFailed);
+    }
     return static_cast<int>(run2d(choosePath(surfaces), surfaces, *configuration));
 }
 
@@ -147,10 +167,13 @@ int surfaceDownsample3d(ElementProvider* source, SurfaceIndex sourceIndex, Eleme
     if (!checkArguments(source, destination, configuration)) {
         return static_cast<int>(kErrorFailed);
     }
+    DownsampleSurfaces surfaces = {source, sourceIndex, destination, destinationIndex};
+    if (!checkSurfaces(surfaces, false)) {
+        return static_cast<int>(kErrorFailed);
+    }
     const unsigned sourceDepth = depthOf(*source, sourceIndex);
     const unsigned depth = depthOf(*destination, destinationIndex);
-    sourceIndex.depth = windowUnder(destinationIndex.depth, sourceDepth, depth).m_begin;
-    const DownsampleSurfaces surfaces = {source, sourceIndex, destination, destinationIndex};
+    surfaces.m_sourceIndex.depth = windowUnder(destinationIndex.depth, sourceDepth, depth).m_begin;
     switch (sourceDepth == 2 * depth ? choosePath(surfaces) : Path::kSlow) {
     case Path::kFast:
         return static_cast<int>(run<Downsample3dFastJob>(surfaces, *configuration));

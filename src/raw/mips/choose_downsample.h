@@ -11,8 +11,8 @@ bool isAborted(const Configuration& configuration);
 // failure.
 Error resultOfJob(Error error, const Configuration& configuration);
 
-// How many callbacks it takes to make a mip of `destination`: no more than its texels are worth.
-unsigned callbacksFor(const ElementProvider& destination, unsigned mip, const Configuration& configuration);
+// How many callbacks the texels of a mip of `destination` keep busy, 0 included.
+unsigned callbacksWorth(const ElementProvider& destination, unsigned mip);
 
 // Makes mip 1 of a flat `destination` from mip 0 of `source` and copies the latter to mip 0 of `destination`
 // in the same pass. False, and nothing done, where that is not to be had: the two differ in how they store

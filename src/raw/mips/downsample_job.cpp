@@ -1,6 +1,5 @@
 #include "raw/mips/downsample_job.h"
 
-#include "qor/texsmith/raw/memory_region.h"
 #include "raw/frame/check.h"
 #include "raw/surfaces/extent.h"
 #include "raw/surfaces/tile_rows.h"
@@ -29,6 +28,25 @@ SurfaceIndex sliceAfter(SurfaceIndex index, unsigned slices) {
 
 unsigned slicesOf(bool isVolume) { return isVolume ? 2 : 1; }
 
+// Memory to work in, for the life of the object; null when it was not to be had.
+class Floats {
+public:
+    Floats(const IAllocator& allocator, std::size_t count)
+        : m_allocator(allocator),
+          m_memory(count != 0 ? allocator.allocate(count * sizeof(float), kAlignment) : nullptr) {}
+    ~Floats() { m_allocator.release(m_memory); }
+    Floats(const Floats&) = delete;
+    Floats& operator=(const Floats&) = delete;
+
+    float* get() const { return static_cast<float*>(m_memory); }
+
+private:
+    static constexpr unsigned kAlignment = 256;
+
+    const IAllocator& m_allocator;
+    void* m_memory;
+};
+
 } // namespace
 
 DownsampleJob::DownsampleJob(const DownsampleSurfaces& surfaces, Configuration* configuration)
@@ -47,15 +65,18 @@ Error DownsampleJob::doCallback(unsigned callbackId) const {
 
 Error DownsampleJob::doPerBlockRowsCallback(unsigned, const SurfaceIndex*, unsigned begin,
                                             unsigned end) const {
-    if (!check(end >= begin, kSourcePath, "workItems.m_end >= workItems.m_begin") || begin == end) {
+    if (!check(end >= begin, kSourcePath, "workItems.m_end >= workItems.m_begin")) {
+        return kErrorFailed;
+    }
+    if (begin == end) {
         return kErrorNone;
     }
-    AllocatedMemory memory(m_allocator);
-    const std::size_t bytes = doCountFloats() * sizeof(float);
-    if (bytes != 0) {
-        memory.resize(bytes);
-    }
-    if (memory.length() < bytes) {
+    const std::size_t count = doCountFloats();
+    const Floats floats(m_allocator, count);
+    if (count != 0 && floats.get() == nullptr) {
+        if (!m_hasReported.test_and_set(std::memory_order_relaxed)) {
+            toolsAssert(kSourcePath, __LINE__, "there is no memory to make a mip in.");
+        }
         return kErrorFailed;
     }
     for (unsigned y = begin; y < end; ++y) {
@@ -63,7 +84,7 @@ Error DownsampleJob::doPerBlockRowsCallback(unsigned, const SurfaceIndex*, unsig
             return kErrorAborted;
         }
         copySourceOf(y);
-        doBlockRow(y, reinterpret_cast<float*>(memory.begin));
+        doBlockRow(y, floats.get());
     }
     return kErrorNone;
 }

@@ -6,6 +6,7 @@
 #include "raw/mips/halving_kernels.h"
 #include "raw/mips/texel_rows.h"
 
+#include <atomic>
 #include <vector>
 
 namespace qor::Texsmith::Raw {
@@ -47,6 +48,7 @@ private:
     ElementRows m_copyFrom;
     ElementRows m_copyTo;
     IAllocator m_allocator;
+    mutable std::atomic_flag m_hasReported; // that there is no memory to work in
 };
 
 // Exact halves, in stored bytes.

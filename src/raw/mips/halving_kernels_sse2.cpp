@@ -1,3 +1,4 @@
+// The halving of bytes with SSE2.
 #include "raw/mips/halving_kernels.h"
 
 #if !defined(TEXSMITH_SCALAR) && (defined(__SSE2__) || defined(_M_X64))

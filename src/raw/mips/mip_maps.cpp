@@ -1,3 +1,4 @@
+// Mip chains, level after level: which surface each mip is made from, and by how many threads.
 #include "qor/texsmith/raw/mip_maps.h"
 
 #include "qor/texsmith/raw/per_tile.h"
@@ -15,7 +16,8 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\mips\\mip_maps";
 
-constexpr unsigned kFewCallbacks = 2;
+constexpr unsigned kFewCallbacks = 2; // for so few, whole mips are left to one callback
+constexpr char kNoMsaa[] = "can't make mips for an MSAA texture.";
 constexpr std::uint32_t kCarriedBitsOfRegister6 = 0xFFFFF;
 
 class MipMaker {
@@ -55,7 +57,7 @@ private:
         }
         SurfaceIndex index = top;
         for (index.mip = madeTwo ? 2 : 1; index.mip < m_mips && error == kErrorNone; ++index.mip) {
-            if (callbacksFor(*m_destination, index.mip, *m_configuration) <= kFewCallbacks) {
+            if (callbacksWorth(*m_destination, index.mip) <= kFewCallbacks) {
                 const LastMipsJob rest(*this, index);
                 return resultOfJob(m_configuration->m_jobManager->submitAndStall(&rest), *m_configuration);
             }
@@ -132,7 +134,7 @@ private:
     ElementProvider* m_source;
     ElementProvider* m_destination;
     Configuration* m_configuration;
-    volatile unsigned* m_progress;
+    volatile unsigned* m_progress; // written by this thread, or by the one callback of the last mips
     unsigned m_mips;
     bool m_isVolume;
     bool m_copies; // the top level is copied as it is stored
@@ -153,17 +155,37 @@ bool isMsaa(const Vex::Texture& texture) {
     return type == Vex::kTextureType2dMsaa || type == Vex::kTextureType2dArrayMsaa;
 }
 
+bool checkSamples(const ElementProvider& provider) {
+    const bool hasOne = provider.getFragments() == 1 && !isMsaa(provider.getTexture());
+    if (!hasOne) {
+        toolsAssert(kSourcePath, __LINE__, kNoMsaa);
+    }
+    return hasOne;
+}
+
+// The source must show no texels of the destination's memory, which is about to be given away.
+bool checkApart(const ElementProvider& source, const ReallocatableImage& destination) {
+    const SurfaceIndex first;
+    const std::uint8_t* rows = source.getElementRows(&first).m_memory;
+    const bool areApart =
+        &source != &destination && (rows == nullptr || !destination.getMemoryRegion().contains(rows));
+    if (!areApart) {
+        toolsAssert(kSourcePath, __LINE__, "source and destination must not be the same image.");
+    }
+    return areApart;
+}
+
 } // namespace
 
 int reallocateAndAddMips(ElementProvider* source, ReallocatableImage* destination, Vex::DataFormat format) {
     const bool hasSource = checkNotNull(source, kSourcePath, "source must not be NULL.");
     const bool hasDestination = checkNotNull(destination, kSourcePath, "destination must not be NULL.");
-    if (!hasSource || !hasDestination) {
-        return kErrorNone;
+    if (!hasSource || !hasDestination || !checkApart(*source, *destination)) {
+        return kErrorNone; // as the interface has it, whatever was reported
     }
     Vex::Texture texture;
     if (isMsaa(source->getTexture())) {
-        toolsAssert(kSourcePath, __LINE__, "can't make mips for an MSAA texture.");
+        toolsAssert(kSourcePath, __LINE__, kNoMsaa);
     } else {
         texture = withMips(source->getTexture(), format);
     }
@@ -184,6 +206,9 @@ int makeMipMaps(ElementProvider* source, ElementProvider* destination, Configura
                     "source and destination must have same dimensions, except for mips");
         return static_cast<int>(kErrorFailed); // there is nothing sensible to fill
     }
+    if (!checkSamples(*source) || !checkSamples(*destination)) {
+        return static_cast<int>(kErrorFailed);
+    }
     unsigned own = 0;
     const MipMaker maker(source, destination, configuration, progress != nullptr ? progress : &own);
     return static_cast<int>(maker.run());
@@ -195,6 +220,11 @@ int makeMipMaps(ElementProvider* source, ElementProvider* destination, Configura
 
 int makeMipMaps(ElementProvider* source, ReallocatableImage* destination, Vex::DataFormat format,
                 Configuration* configuration, volatile unsigned* progress) {
+    if (source != nullptr && destination != nullptr) {
+        if (!checkSamples(*source) || !checkApart(*source, *destination)) {
+            return static_cast<int>(kErrorFailed);
+        }
+    }
     reallocateAndAddMips(source, destination, format);
     return makeMipMaps(source, destination, configuration, progress);
 }

@@ -1,3 +1,4 @@
+// The pass that compares the stored elements of two surfaces.
 #include "qor/texsmith/raw/comparison.h"
 #include "raw/frame/check.h"
 

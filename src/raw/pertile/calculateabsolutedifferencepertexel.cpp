@@ -1,3 +1,4 @@
+// The pass that writes how far the texels of two surfaces are apart.
 #include "qor/texsmith/raw/comparison.h"
 #include "raw/analysis/coded_tiles.h"
 #include "raw/frame/check.h"

@@ -1,3 +1,4 @@
+// The pass that sums up the errors between two surfaces, mip by mip.
 #include "qor/texsmith/raw/comparison.h"
 #include "raw/analysis/coded_tiles.h"
 #include "raw/analysis/tile_decoder.h"
@@ -26,11 +27,15 @@ bool checkArguments(const ElementProvider* imageA, const ElementProvider* imageB
                     const Configuration* configuration) {
     const bool hasA = checkNotNull(imageA, kSourcePath, "imageA must not be NULL.");
     const bool hasB = checkNotNull(imageB, kSourcePath, "imageB must not be NULL.");
-    const bool hasSettings = checkNotNull(configuration, kSourcePath, "configuration must not be NULL.");
-    if (hasA && hasB && !dimensionsAreIdentical(imageA, imageB)) {
+    return checkNotNull(configuration, kSourcePath, "configuration must not be NULL.") && hasA && hasB;
+}
+
+bool checkDimensions(const ElementProvider* imageA, const ElementProvider* imageB) {
+    const bool agree = imageA == nullptr || imageB == nullptr || dimensionsAreIdentical(imageA, imageB);
+    if (!agree) {
         toolsAssert(kSourcePath, __LINE__, "imageA and imageB must have the same dimensions.");
     }
-    return hasA && hasB && hasSettings;
+    return agree;
 }
 
 // The errors of whole tiles in memory. The standard metric has wide kernels; all others are asked.
@@ -100,6 +105,7 @@ CalculateErrorPerTexel::CalculateErrorPerTexel(ErrorSummary* destination, const 
     : m_destination(destination), m_imageA(imageA), m_imageB(imageB), m_calculator(calculator) {
     const bool hasDestination = checkNotNull(destination, kSourcePath, "destination must not be NULL.");
     const bool hasArguments = checkArguments(imageA, imageB, configuration);
+    m_areAlike = checkDimensions(imageA, imageB);
     const bool hasCalculator = checkNotNull(calculator, kSourcePath, "calculator must not be NULL.");
     m_isUsable = hasDestination && hasArguments && hasCalculator;
     if (m_isUsable) {
@@ -118,6 +124,9 @@ Error CalculateErrorPerTexel::doPerTileCallback(unsigned callbackId, const Surfa
                                                 unsigned x, unsigned y) const {
     if (!m_isUsable || surfaceIndex->mip >= ErrorSummary::kMaxMips) {
         return kErrorFailed;
+    }
+    if (m_imageA->surfaceIsOutside(surfaceIndex)) {
+        return kErrorNone;
     }
     Tile a, b;
     decodeTileOf(&a, *m_imageA, surfaceIndex, x, y, m_decoderA);
@@ -149,8 +158,8 @@ void CalculateErrorPerTexel::addTile(unsigned callbackId, unsigned mip, unsigned
 // Opens where both have rows in memory, of one size.
 OpenSurface CalculateErrorPerTexel::doOpenSurface(const SurfaceIndex* surfaceIndex) const {
     OpenSurface surface;
-    if (m_isUsable && surfaceIndex->mip < ErrorSummary::kMaxMips &&
-        dimensionsAreIdentical(m_imageA, m_imageB)) {
+    if (m_isUsable && m_areAlike && surfaceIndex->mip < ErrorSummary::kMaxMips) {
+        surface.m_isHidden = m_imageA->surfaceIsOutside(surfaceIndex);
         surface.m_source = m_imageA->getElementRows(surfaceIndex);
         surface.m_destination = m_imageB->getElementRows(surfaceIndex);
         surface.m_hasRows = surface.m_source.m_memory != nullptr && surface.m_destination.m_memory != nullptr;
@@ -161,6 +170,9 @@ OpenSurface CalculateErrorPerTexel::doOpenSurface(const SurfaceIndex* surfaceInd
 unsigned CalculateErrorPerTexel::doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex,
                                                 const OpenSurface& surface, unsigned y) const {
     const unsigned mip = surfaceIndex->mip;
+    if (surface.m_isHidden) {
+        return m_imageA->getTilesWide(mip);
+    }
     if (!surface.m_hasRows || y * 8 + 8 > m_imageA->getPixelsTall(mip)) {
         return 0;
     }

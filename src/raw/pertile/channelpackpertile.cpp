@@ -1,3 +1,4 @@
+// The pass that puts the first channels of several surfaces together.
 #include "qor/texsmith/raw/channel_packing.h"
 #include "raw/analysis/coded_tiles.h"
 #include "raw/frame/check.h"
@@ -7,22 +8,20 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\pertile\\channelpackpertile";
 
-bool checkSource(const ElementProvider* source, const ElementProvider* destination, int number) {
-    if (!checkNotNull(source, kSourcePath, "source must not be NULL.")) {
-        return false;
-    }
-    if (!dimensionsAreIdentical(source, destination)) {
+bool checkDimensions(const ElementProvider* source, const ElementProvider* destination, int number) {
+    const bool agree = dimensionsAreIdentical(source, destination);
+    if (!agree) {
         toolsAssert(kSourcePath, __LINE__, "source %d and destination must have the same dimensions.",
                     number);
     }
-    return canDecodeTiles(*source);
+    return agree;
 }
 
 } // namespace
 
 ChannelPackPerTile::ChannelPackPerTile(ElementProvider* destination, ElementProvider** sources,
                                        int sourceCount, Configuration* configuration)
-    : m_destination(destination), m_sources{}, m_sourceCount(0) {
+    : m_destination(destination), m_sources{}, m_sourceCount(0), m_areAlike(true) {
     const bool hasDestination = checkNotNull(destination, kSourcePath, "destination must not be NULL.");
     const bool hasSources = checkNotNull(sources, kSourcePath, "source must not be NULL.");
     const bool hasSettings = checkNotNull(configuration, kSourcePath, "configuration must not be NULL.");
@@ -34,7 +33,9 @@ ChannelPackPerTile::ChannelPackPerTile(ElementProvider* destination, ElementProv
     m_encoder = encoderFor(*destination, configuration->m_encoderConfiguration);
     bool isUsable = canEncodeTiles(*destination);
     for (int i = 0; i < sourceCount; ++i) {
-        if (checkSource(sources[i], destination, i)) {
+        if (checkNotNull(sources[i], kSourcePath, "source must not be NULL.")) {
+            m_areAlike = checkDimensions(sources[i], destination, i) && m_areAlike;
+            isUsable = isUsable && canDecodeTiles(*sources[i]);
             m_sources[i] = sources[i];
             m_decoders[i] = decoderFor(*sources[i], configuration->m_decoderConfiguration);
         } else {

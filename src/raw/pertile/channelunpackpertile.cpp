@@ -1,3 +1,4 @@
+// The pass that takes the channels of a surface apart.
 #include "qor/texsmith/raw/channel_packing.h"
 #include "raw/analysis/coded_tiles.h"
 #include "raw/frame/check.h"
@@ -7,22 +8,20 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\pertile\\channelunpackpertile";
 
-bool checkDestination(const ElementProvider* destination, const ElementProvider* source, int number) {
-    if (!checkNotNull(destination, kSourcePath, "destination must not be NULL.")) {
-        return false;
-    }
-    if (!dimensionsAreIdentical(destination, source)) {
+bool checkDimensions(const ElementProvider* destination, const ElementProvider* source, int number) {
+    const bool agree = dimensionsAreIdentical(destination, source);
+    if (!agree) {
         toolsAssert(kSourcePath, __LINE__, "destination %d and source must have the same dimensions.",
                     number);
     }
-    return canEncodeTiles(*destination);
+    return agree;
 }
 
 } // namespace
 
 ChannelUnpackPerTile::ChannelUnpackPerTile(ElementProvider** destinations, int destinationCount,
                                            ElementProvider* source, Configuration* configuration)
-    : m_destinations{}, m_source(source), m_destinationCount(0) {
+    : m_destinations{}, m_source(source), m_destinationCount(0), m_areAlike(true) {
     const bool hasDestinations = checkNotNull(destinations, kSourcePath, "destination must not be NULL.");
     const bool hasSource = checkNotNull(source, kSourcePath, "source must not be NULL.");
     const bool hasSettings = checkNotNull(configuration, kSourcePath, "configuration must not be NULL.");
@@ -34,7 +33,9 @@ ChannelUnpackPerTile::ChannelUnpackPerTile(ElementProvider** destinations, int d
     m_decoder = decoderFor(*source, configuration->m_decoderConfiguration);
     bool isUsable = canDecodeTiles(*source);
     for (int i = 0; i < destinationCount; ++i) {
-        if (checkDestination(destinations[i], source, i)) {
+        if (checkNotNull(destinations[i], kSourcePath, "destination must not be NULL.")) {
+            m_areAlike = checkDimensions(destinations[i], source, i) && m_areAlike;
+            isUsable = isUsable && canEncodeTiles(*destinations[i]);
             m_destinations[i] = destinations[i];
             m_encoders[i] = encoderFor(*destinations[i], configuration->m_encoderConfiguration);
         } else {

@@ -1,3 +1,4 @@
+// The pass that counts zeros and ones in each channel.
 #include "qor/texsmith/raw/statistics.h"
 #include "raw/frame/check.h"
 
@@ -14,7 +15,10 @@ constexpr char kSourcePath[] = "raw\\pertile\\constantspertexel";
 ConstantsPerTexel::ConstantsPerTexel(ConstantCounts* destination, const ElementProvider* source,
                                      Configuration* configuration)
     : PerTexel(source, configuration), m_destination(destination) {
-    checkNotNull(destination, kSourcePath, "destination must not be NULL.");
+    if (!checkNotNull(destination, kSourcePath, "destination must not be NULL.")) {
+        refuse();
+    }
+    leaveOutTransforms();
 }
 
 Error ConstantsPerTexel::doPrologue(unsigned) const {

@@ -1,3 +1,4 @@
+// The pass that sums up the covariance of the channels.
 #include "qor/texsmith/raw/matrix.h"
 #include "qor/texsmith/raw/statistics.h"
 #include "raw/frame/check.h"
@@ -16,7 +17,9 @@ constexpr char kSourcePath[] = "raw\\pertile\\covariancepertexel";
 CovariancePerTexel::CovariancePerTexel(Matrix* destination, const VectorFloat& centre,
                                        const ElementProvider* source, Configuration* configuration)
     : PerTexel(source, configuration), m_destination(destination), m_centre(centre) {
-    checkNotNull(destination, kSourcePath, "destination must not be NULL.");
+    if (!checkNotNull(destination, kSourcePath, "destination must not be NULL.")) {
+        refuse();
+    }
 }
 
 Error CovariancePerTexel::doPrologue(unsigned) const {

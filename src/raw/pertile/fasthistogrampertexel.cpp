@@ -1,3 +1,4 @@
+// The pass that counts bytes in bins of 16 bits, and those bins.
 #include "qor/texsmith/raw/statistics.h"
 #include "raw/analysis/round_to_bytes_lanes.h"
 #include "raw/analysis/tile_kernels.h"

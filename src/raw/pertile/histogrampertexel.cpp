@@ -1,3 +1,4 @@
+// The pass that counts the values of a range in bins, and those bins.
 #include "qor/texsmith/raw/statistics.h"
 #include "raw/frame/check.h"
 #include "simd/float4.h"
@@ -32,7 +33,9 @@ void Histogram::Add(const Histogram& other) {
 HistogramPerTexel::HistogramPerTexel(Histogram* destination, const MinMax& range,
                                      const ElementProvider* source, Configuration* configuration)
     : PerTexel(source, configuration), m_destination(destination) {
-    checkNotNull(destination, kSourcePath, "destination must not be NULL.");
+    if (!checkNotNull(destination, kSourcePath, "destination must not be NULL.")) {
+        refuse();
+    }
     const Madd toUnit = maddFromRange(range);
     for (unsigned lane = 0; lane < 4; ++lane) {
         m_scale[lane] = toUnit.m_multiply[lane][lane];

@@ -1,3 +1,4 @@
+// The pass that finds range and mean.
 #include "qor/texsmith/raw/statistics.h"
 #include "raw/analysis/min_max_mean.h"
 #include "raw/analysis/range_and_sum_lanes.h"
@@ -23,7 +24,9 @@ AddRangeAndSum chooseKernel() {
 MinMaxMeanPerTexel::MinMaxMeanPerTexel(MinMaxMean* destination, const ElementProvider* source,
                                        Configuration* configuration)
     : PerTexel(source, configuration), m_destination(destination) {
-    checkNotNull(destination, kSourcePath, "destination must not be NULL.");
+    if (!checkNotNull(destination, kSourcePath, "destination must not be NULL.")) {
+        refuse();
+    }
 }
 
 Error MinMaxMeanPerTexel::doPrologue(unsigned) const {

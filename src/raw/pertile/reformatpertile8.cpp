@@ -19,7 +19,7 @@ constexpr char kSourcePath[] = "raw\\pertile\\reformatpertile8";
 ReformatPerTile8::ReformatPerTile8(const ElementProvider* source, const ElementProvider* destination,
                                    const Configuration* configuration)
     : m_source(source), m_destination(destination) {
-    if (!checkReformatArguments(source, destination, configuration, kSourcePath)) {
+    if (!checkReformatArguments(source, destination, configuration, kSourcePath).m_canWork) {
         return;
     }
     m_decoder = configuration->m_decoderConfiguration;

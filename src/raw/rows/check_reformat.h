@@ -16,22 +16,32 @@ inline bool checkReformatPointers(const ElementProvider* source, const ElementPr
     return hasSource && hasDestination && hasConfiguration;
 }
 
-// What follows the pointers. False without a job manager; differing dimensions are only reported.
-inline bool checkReformatWork(const ElementProvider* source, const ElementProvider* destination,
-                              const Configuration* configuration, const char* file) {
+struct ReformatChecks {
+    bool m_canWork;  // else nothing is done
+    bool m_areAlike; // in dimensions: else what fits is converted, and the call fails all the same
+
+    Error resultOf(Error work) const { return m_areAlike ? work : kErrorFailed; }
+};
+
+// What follows the pointers.
+inline ReformatChecks checkReformatWork(const ElementProvider* source, const ElementProvider* destination,
+                                        const Configuration* configuration, const char* file) {
     const bool hasManager =
         configuration != nullptr && checkNotNull(configuration->m_jobManager, file, kNeedsJobManager);
-    if (source != nullptr && destination != nullptr && !dimensionsAreIdentical(source, destination)) {
+    const bool areAlike =
+        source == nullptr || destination == nullptr || dimensionsAreIdentical(source, destination);
+    if (!areAlike) {
         toolsAssert(file, __LINE__, "source and destination must have the same dimensions.");
     }
-    return hasManager;
+    return {hasManager, areAlike};
 }
 
-inline bool checkReformatArguments(const ElementProvider* source, const ElementProvider* destination,
-                                   const Configuration* configuration, const char* file) {
+inline ReformatChecks checkReformatArguments(const ElementProvider* source,
+                                             const ElementProvider* destination,
+                                             const Configuration* configuration, const char* file) {
     const bool hasPointers = checkReformatPointers(source, destination, configuration, file);
-    const bool canWork = checkReformatWork(source, destination, configuration, file);
-    return hasPointers && canWork;
+    const ReformatChecks checks = checkReformatWork(source, destination, configuration, file);
+    return {hasPointers && checks.m_canWork, checks.m_areAlike};
 }
 
 } // namespace qor::Texsmith::Raw

@@ -49,6 +49,13 @@ void ElementProvider::setTextureChannelType(Vex::TextureChannelType type) {
     static_cast<Vex::Texture&>(m_texture) = changeChannelType(m_texture, type);
 }
 
+void ElementProvider::setChannelSelect(unsigned channel, Vex::TextureChannel select) {
+    if (check(channel < 4, kSourcePath, "channel < 4")) {
+        const unsigned shift = 12 + 3 * channel; // each select has three bits
+        m_texture.setDataFormat({(getDataFormat().m_word & ~(7u << shift)) | select << shift});
+    }
+}
+
 void ElementProvider::doSetupAsVexTexture(const Vex::Texture*) {}
 
 void ElementProvider::setupAsVexTexture(const Vex::Texture* texture) {

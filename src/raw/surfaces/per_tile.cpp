@@ -71,13 +71,13 @@ unsigned PerTile::doLeadingTiles(unsigned, const SurfaceIndex*, const OpenSurfac
 }
 
 PerTileJob::PerTileJob(const ElementProvider* elementProvider, PerTile* perTile, Configuration* configuration)
-    : PerSurfaceJob(elementProvider, configuration), m_chain{}, m_length(0) {
+    : PerSurfaceJob(elementProvider, configuration), m_chain{}, m_length(0), m_isWhole(false) {
     init(&perTile, 1);
 }
 
 PerTileJob::PerTileJob(const ElementProvider* elementProvider, PerTile** chain, Configuration* configuration,
                        unsigned length)
-    : PerSurfaceJob(elementProvider, configuration), m_chain{}, m_length(0) {
+    : PerSurfaceJob(elementProvider, configuration), m_chain{}, m_length(0), m_isWhole(false) {
     init(chain, length);
 }
 
@@ -90,12 +90,19 @@ void PerTileJob::init(PerTile** chain, unsigned length) {
                     "maximum length of PerTile chain is %d but a chain of %d was attempted",
                     static_cast<int>(kMaxChain), static_cast<int>(length));
     }
+    m_isWhole = length <= kMaxChain;
     for (unsigned i = 0; i < length && i < kMaxChain; ++i) {
         if (checkNotNull(chain[i], kSourcePath, "perTile must not be NULL.")) {
             m_chain[m_length++] = chain[i];
             chain[i]->prologue(static_cast<unsigned>(getCallbacks()));
+        } else {
+            m_isWhole = false;
         }
     }
+}
+
+Error PerTileJob::doCallback(unsigned callbackId) const {
+    return m_isWhole ? PerSurfaceJob::doCallback(callbackId) : kErrorFailed;
 }
 
 Error PerTileJob::doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const {

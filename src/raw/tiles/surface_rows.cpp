@@ -22,6 +22,17 @@ bool isLinearGeneral(const Vex::Texture& texture) {
     return texture.getTileMode() == Vex::kTileModeLinearGeneral;
 }
 
+bool checkHasRoom(const Vex::Texture& texture, const char* sourcePath) {
+    const SurfaceCount count(texture);
+    const bool hasOne = count.mips == 1 && count.arrayEntries <= 1 && count.faces == 1 &&
+                        count.fragments == 1 && getDepthOfMip(texture, 0) == 1;
+    if (isLinearGeneral(texture) && !hasOne) {
+        toolsAssert(sourcePath, __LINE__, "a texture in the linear general tile mode must have one surface.");
+        return false;
+    }
+    return true;
+}
+
 int computeSurfaceOffsetAndSize(std::uint64_t* offset, std::uint64_t* size, const Vex::Texture* texture,
                                 unsigned mip, unsigned arraySlice) {
     if (offset == nullptr || size == nullptr) {

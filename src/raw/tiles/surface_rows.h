@@ -16,6 +16,8 @@ bool hasNoTexels(const Vex::Texture& texture);
 unsigned sliceOf(const SurfaceIndex& surfaceIndex, const SurfaceCount& count);
 // A texture whose tile mode field is all ones lies in rows, padded to 8 elements, at offset 0.
 bool isLinearGeneral(const Vex::Texture& texture);
+// Such a texture has room for one surface. Reports one that has more.
+bool checkHasRoom(const Vex::Texture& texture, const char* sourcePath);
 // Where one mip of one slice lies; 0 and 0 for an invalid format. The size of a linear general surface is a
 // rule of thumb that forgets blocks, slices and fragments: what may be touched is what a tiler says.
 int computeSurfaceOffsetAndSize(std::uint64_t* offset, std::uint64_t* size, const Vex::Texture* texture,

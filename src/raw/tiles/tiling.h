@@ -16,7 +16,8 @@ TilingMode tilingModeFromParameters(const GpuAddress::TilingParameters* paramete
 
 // Move all surfaces of an image into tiled memory and back, through a job on the configuration's manager, or
 // on this thread when `singleThreaded` is not 0. Surfaces that do not lie in `tiled` fail; an image without
-// bytes does not.
+// bytes does not. One of several surfaces in the linear general tile mode is reported and fails: they would
+// all lie at offset 0.
 Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* configuration, int singleThreaded);
 Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, int singleThreaded);
 

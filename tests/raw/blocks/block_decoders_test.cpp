@@ -258,8 +258,12 @@ TEST(BlockCompression, ReportsWhatItCannotDecode) {
                                "compressedData  pointer is NULL.\n"
                                "decompressedData  pointer is NULL.\n"
                                "decompressedData  pointer is NULL.\n"
-                               "Invalid/unsupported output format 5\n");
+                               "Invalid/unsupported output format 5\ndecoder must not be NULL.\n");
     EXPECT_EQ(reports.assertions()[0].m_file, "block_compression");
+    for (const unsigned type : {0u, 1u}) { // UNorm, SNorm
+        const CpuBlockDecoder bc6({0xFAC028 | type << 8});
+        EXPECT_EQ(bc6.m_configuration.m_bc6Quality.reservedCount, static_cast<int>(type));
+    }
 }
 
 // A pixel of 0.5 in red and what is stored for it, under each policy, and what comes back.

@@ -270,8 +270,11 @@ TEST(MipMaps, MakeTheDescriptorOfTheSource) {
         const int error =
             Raw::makeMipMaps(&source, &made, formatNamed("R16Unorm"), &configuration, &progress);
         if (isMsaa) {
-            EXPECT_EQ(reports.assertions().at(0).m_text, "can't make mips for an MSAA texture.");
+            TestImage sameShape(source.getTexture());
             EXPECT_NE(error, 0);
+            EXPECT_NE(Raw::makeMipMaps(&source, &sameShape, &configuration), 0);
+            EXPECT_EQ(reports.texts(), "can't make mips for an MSAA texture.\n"
+                                       "can't make mips for an MSAA texture.\n");
             continue;
         }
         EXPECT_EQ(error, 0) << shape.m_name << reports.texts();
@@ -340,6 +343,75 @@ TEST(MipMaps, ReportWhatTheyCannotUse) {
     Raw::makeMipMaps(&image, &other, &configuration);
     EXPECT_EQ(reports.assertions().at(0).m_text,
               "source and destination must have same dimensions, except for mips");
+    reports.clear();
+    Raw::MemoryMappedImage chain;
+    ASSERT_EQ(Raw::makeMipMaps(&image, &chain, formatNamed("R8Unorm"), &configuration), 0);
+    const Raw::SurfaceIndex top;
+    Raw::AsSurfaceElementProvider view(&chain, &top);
+    Raw::ElementProvider* const sources[] = {&chain, &view};
+    for (Raw::ElementProvider* const source : sources) {
+        reports.clear();
+        EXPECT_NE(Raw::makeMipMaps(source, &chain, formatNamed("R16Unorm"), &configuration), 0);
+        EXPECT_EQ(reports.texts(), "source and destination must not be the same image.\n");
+        EXPECT_EQ(chain.getDataFormat(), formatNamed("R8Unorm"));
+    }
+}
+
+TEST(MipMaps, AreMadeOfSurfacesThatExist) {
+    TestImage source(makeVolume("R8Unorm", 8, 8, 4, 1), 1), made(makeVolume("R8Unorm", 4, 4, 2, 1));
+    Configuration configuration = settings();
+    const std::vector<std::uint8_t> before = made.bytes();
+    for (const Raw::SurfaceIndex index : {at(0, 2), at(0, 0xFFFFFFFF), at(1), at(31)}) {
+        const ReportRecorder reports;
+        EXPECT_NE(Raw::surfaceDownsample3d(&source, {}, &made, index, &configuration), 0);
+        EXPECT_NE(
+            Raw::surfaceDownsample2d(&source, index.mip == 0 ? at(0, 4) : index, &made, {}, &configuration),
+            0);
+        EXPECT_EQ(reports.texts(), "Assertion 'destinationIndex is a surface of destination' failed.\n"
+                                   "Assertion 'sourceIndex is a surface of source' failed.\n");
+    }
+    EXPECT_EQ(made.bytes(), before);
+}
+
+TEST(MipMaps, WithoutMemoryToWorkInReportOnce) {
+    TestImage source(makeFlat("R8Unorm", 1022, 1022), 1);
+    Raw::MemoryMappedImage made;
+    Raw::ThreadpoolJobManager pool;
+    Configuration configuration = settings(&pool);
+    configuration.m_allocator.m_allocate = [](void*, unsigned long long, unsigned long long) -> void* {
+        return nullptr;
+    };
+    ReportRecorder reports;
+    EXPECT_NE(Raw::makeMipMaps(&source, &made, formatNamed("Bc4Unorm"), &configuration), 0);
+    EXPECT_EQ(reports.texts(), "there is no memory to make a mip in.\n");
+}
+
+// Counts the jobs that more than one thread may work on.
+class CountingManager : public Raw::JobManager {
+public:
+    unsigned m_shared = 0;
+
+private:
+    Raw::Error doSubmit(const Raw::Job* job) override {
+        m_shared += job->getCallbacks() > 1 ? 1 : 0;
+        return m_serial.submit(job);
+    }
+    Raw::Error doStall() override { return m_serial.stall(); }
+    Raw::Error doStall(const Raw::Job* job) override { return m_serial.stall(job); }
+
+    Raw::SerialJobManager m_serial;
+};
+
+TEST(MipMaps, AreSharedOutWhateverTheNumberOfCallbacks) {
+    TestImage source(makeFlat("R8G8B8A8Unorm", 1024, 1024), 1);
+    for (const unsigned callbacks : {2u, 32u}) {
+        Raw::MemoryMappedImage made;
+        CountingManager manager;
+        Configuration configuration = settings(&manager);
+        configuration.m_callbacksPerJob = callbacks;
+        ASSERT_EQ(Raw::makeMipMaps(&source, &made, source.getDataFormat(), &configuration), 0);
+        EXPECT_EQ(manager.m_shared, 2u) << callbacks; // mips 0 with 1, and 2
+    }
 }
 
 } // namespace

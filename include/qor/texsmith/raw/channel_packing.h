@@ -1,7 +1,9 @@
 // Channels apart and together: surfaces of one channel into the channels of one surface, and back.
 //
-// All surfaces have the same dimensions; others are reported. Formats may differ: texels are decoded and
-// encoded. Null arguments are reported, and the call then fails.
+// All surfaces have the same dimensions. Where they differ, that is reported, what fits is converted, and the
+// call returns kErrorFailed. Formats may differ: texels are decoded and encoded, and a format without a
+// decoder or an encoder fails the call. Null arguments and a number of surfaces that is not 1 to 4 are
+// reported; nothing is written then, and the call returns kErrorFailed. All arguments stay the caller's.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -18,6 +20,7 @@ public:
 
     ChannelPackPerTile(ElementProvider* destination, ElementProvider** sources, int sourceCount,
                        Configuration* configuration);
+    bool areAlike() const { return m_areAlike; } // in dimensions
 
 private:
     Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
@@ -28,6 +31,7 @@ private:
     const ElementProvider* m_sources[kMaximumSources];
     DecoderConfiguration m_decoders[kMaximumSources];
     int m_sourceCount; // 0: not usable
+    bool m_areAlike;   // in dimensions
 };
 
 // All channels of destination i become channel i of the source: grey where the destination has several.
@@ -37,6 +41,7 @@ public:
 
     ChannelUnpackPerTile(ElementProvider** destinations, int destinationCount, ElementProvider* source,
                          Configuration* configuration);
+    bool areAlike() const { return m_areAlike; } // in dimensions
 
 private:
     Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
@@ -47,6 +52,7 @@ private:
     const ElementProvider* m_source;
     DecoderConfiguration m_decoder;
     int m_destinationCount; // 0: not usable
+    bool m_areAlike;        // in dimensions
 };
 
 // 1 to 4 sources.

@@ -1,8 +1,13 @@
 // How far two surfaces are apart: errors by a choice of metrics, differences as a surface, equality of bytes.
 //
-// The two have the same width, height, depth, mips, array entries and faces; anything else is reported, and
-// what one lacks then counts as zeros. Texels count as the providers' modifiers and the configuration's
-// transforms make them. Results do not depend on the number of threads.
+// The two have the same width, height, depth, mips, array entries, faces and view; anything else is reported,
+// what one lacks then counts as zeros, and the functions return kErrorFailed when they are done. (A class
+// reports it too, and works all the same.) Surfaces outside the array view and the range of mips hold no
+// texels and do not count. Texels count as the providers' modifiers and the configuration's transforms make
+// them. Results do not depend on the number of threads.
+//
+// Null arguments are reported, and the functions return kErrorFailed; so does a format without a decoder, or
+// a destination without an encoder. All arguments stay the caller's and must not be changed during a call.
 //
 // The lanes of the channel types UInt, SInt and UBInt hold integers. Errors and differences of such surfaces
 // are taken as if they were the bits of floats, and mean little: reformat to floats first. Equality compares
@@ -110,6 +115,7 @@ private:
     DecoderConfiguration m_decoderA;
     DecoderConfiguration m_decoderB;
     bool m_isUsable;
+    bool m_areAlike; // in dimensions
     mutable ErrorSummary m_slots[Job::kMaxCallbacks];
 };
 
@@ -153,14 +159,16 @@ private:
     mutable std::atomic<bool> m_areEqual; // only ever cleared; an early way out for the other callbacks
 };
 
-// The mean squared error per channel over all texels of all surfaces, all mips together. A provider compared
-// with itself gives zeros without being read.
+// The mean squared error per channel over all texels of all surfaces in view, all mips together; zeros where
+// there are none. A provider compared with itself gives zeros without being read. PSNR in dB for a peak p is
+// 10 * log10(p * p / error).
 QOR_TEXSMITH_API Error compare(VectorFloat* result, const ElementProvider* sourceA,
                                const ElementProvider* sourceB, Configuration* configuration,
                                const SquaredErrorCalculator* calculator);
 
 // Writes |a - b|, texel by texel. `sourceA` and `sourceB` have the same dimensions and format, and
-// `destination` those of `sourceA`; others are reported, and used all the same.
+// `destination` those of `sourceA`; others are reported, used all the same, and the call returns
+// kErrorFailed.
 QOR_TEXSMITH_API Error getAbsoluteDifference(ElementProvider* destination, const ElementProvider* sourceA,
                                              const ElementProvider* sourceB, Configuration* configuration);
 

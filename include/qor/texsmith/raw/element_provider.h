@@ -107,6 +107,13 @@ public:
     // These rewrite the registers and leave the storage as it is.
     void setDataFormat(Vex::DataFormat format);
     void setTextureChannelType(Vex::TextureChannelType type);
+    // Replaces what channel 0 to 3 (X, Y, Z, W) selects. Unlike the two above it keeps all else of the
+    // registers, the array view and the tile mode among them.
+    void setChannelSelect(unsigned channel, Vex::TextureChannel select);
+
+    // Whether the surface exists and lies in the array view and the range of mips: others hold no texels.
+    bool surfaceIsInside(const SurfaceIndex* surfaceIndex) const;
+    bool surfaceIsOutside(const SurfaceIndex* surfaceIndex) const { return !surfaceIsInside(surfaceIndex); }
 
     // The part of the surface that a block or tile covers, in elements.
     void calculateSurfaceRegionForBlock(GpuAddress::SurfaceRegion* region, const SurfaceIndex* surfaceIndex,
@@ -125,8 +132,6 @@ protected:
                              unsigned y) const;
 
     bool isCompressed() const { return getDataFormat().isBlockCompressedFormat(); }
-    bool surfaceIsInside(const SurfaceIndex* surfaceIndex) const;
-    bool surfaceIsOutside(const SurfaceIndex* surfaceIndex) const { return !surfaceIsInside(surfaceIndex); }
     bool pixelIsInside(const SurfaceIndex* surfaceIndex, unsigned x, unsigned y) const;
     bool pixelIsOutside(const SurfaceIndex* i, unsigned x, unsigned y) const {
         return !pixelIsInside(i, x, y);

@@ -54,7 +54,8 @@ private:
 struct OpenSurface {
     ElementRows m_source;
     ElementRows m_destination;
-    bool m_hasRows = false; // false: tile by tile
+    bool m_hasRows = false;  // false: tile by tile
+    bool m_isHidden = false; // outside the view: there is nothing to measure
 };
 
 // Work on one tile, apart from the job, so that several can run in one pass. Lives on the stack of the
@@ -95,12 +96,13 @@ public:
     static constexpr unsigned kMaxChain = 16;
 
     PerTileJob(const ElementProvider* elementProvider, PerTile* perTile, Configuration* configuration);
-    // A chain above 16 is reported and cut. Null entries are reported and left out.
+    // A chain above 16 is reported, and so are null entries; the callbacks of such a job fail.
     PerTileJob(const ElementProvider* elementProvider, PerTile** chain, Configuration* configuration,
                unsigned length);
 
 private:
     void init(PerTile** chain, unsigned length);
+    Error doCallback(unsigned callbackId) const override;
     Error doPerSurfaceCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex) const override;
     Error doEpilogue() const override;
     Error walkRow(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface* surfaces,
@@ -117,11 +119,13 @@ private:
 
     PerTile* m_chain[kMaxChain];
     unsigned m_length;
+    bool m_isWhole; // nothing of the chain was left out
 };
 
 // Decoded texels, in row order: 64 at once for a whole tile, one at a time where a tile overhangs the
 // surface. The provider's modifiers and the configuration's decoder take part. Where the provider has its
-// rows in memory the tiles are decoded from there, in the same order.
+// rows in memory the tiles are decoded from there, in the same order. Surfaces outside the provider's array
+// view and range of mips have no texels and are passed over.
 class QOR_TEXSMITH_API PerTexel : public PerTile {
 public:
     PerTexel(const ElementProvider* elementProvider, Configuration* configuration);
@@ -129,6 +133,10 @@ public:
 protected:
     ~PerTexel() = default;
     const ElementProvider* getElementProvider() const { return m_elementProvider; }
+    // For the constructors of those that want texels as they are stored: neither modifiers nor transforms.
+    void leaveOutTransforms() { m_decoderConfiguration.m_transform.Init(); }
+    // For the constructors of those that cannot work: all callbacks fail.
+    void refuse() { m_elementProvider = nullptr; }
     Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
                             unsigned y) const override;
     OpenSurface doOpenSurface(const SurfaceIndex* surfaceIndex) const override;

@@ -9,8 +9,9 @@ namespace qor::Texsmith::Raw {
 
 // Converts the whole contents of `source` into the format, channel type and swizzle of `destination`, which
 // has the same dimensions. Equal formats without transforms are copied; formats with eight-bit blocks and
-// equal channel types go by stored bytes; all others through floats. Null arguments, a null job manager and
-// differing dimensions are reported. kErrorFailed for a format that cannot be read or written.
+// equal channel types go by stored bytes; all others through floats. Null arguments and a null job manager
+// are reported, and so are differing dimensions, where what fits is converted; kErrorFailed then, and for a
+// format that cannot be read or written. The same holds for the functions below.
 QOR_TEXSMITH_API Error reformat(const ElementProvider* source, ElementProvider* destination,
                                 Configuration* configuration);
 
@@ -30,8 +31,9 @@ QOR_TEXSMITH_API Error reformatCrunchy(const ElementProvider* source, ElementPro
 
 // For BC1 without alpha: rectangles of `a` blocks down and `b` across of mip 1 share one pair of endpoints
 // with the blocks of mip 0 over them, which a lossless compression afterwards gains from. Blocks of the two
-// mips that whole rectangles leave over at the right and the bottom are not written. kErrorFailed unless a *
-// b is 1 to 4, and for a destination with one mip, which is also reported.
+// mips that whole rectangles leave over at the right and the bottom are not written. A destination that is
+// not BC1 or has one mip is reported, and so is a * b that is not 1 to 4: nothing is written then, and the
+// call returns kErrorFailed.
 QOR_TEXSMITH_API Error reformatMipCrunchy(const ElementProvider* source, ElementProvider* destination,
                                           Configuration* configuration, unsigned a, unsigned b);
 

@@ -1,11 +1,12 @@
 // Measures of a surface: range, mean, histograms, principal axes, constant channels; and the change of its
 // range of values that follows from them.
 //
-// All run as jobs over every texel of every surface of a provider: all mips, array entries, faces, slices and
-// fragments. Texels count as the provider's modifiers and the configuration's decoder transform make them;
-// those beyond the edges of a surface do not count. Each callback of a job has an accumulator of its own;
-// they are merged in the order of the callbacks, so that a result does not depend on the number of threads.
-// It may depend, in the last bits of sums, on the number of callbacks.
+// All run as jobs over every texel of every surface that a provider shows: all mips, array entries, faces,
+// slices and fragments within its array view and its range of mips. Texels count as the provider's modifiers
+// and the configuration's decoder transform make them; those beyond the edges of a surface do not count. Each
+// callback of a job has an accumulator of its own; they are merged in the order of the callbacks, so that a
+// result does not depend on the number of threads. It may depend, in the last bits of sums, on the number of
+// callbacks.
 //
 // The lanes of the channel types UInt, SInt and UBInt hold integers, which are measured as if they were the
 // bits of floats: reformat such a surface first.
@@ -20,7 +21,10 @@
 //     configuration.m_jobManager->submitAndStall(&job);
 //
 // They are large (up to 128 KiB of accumulators) and belong on the stack of the function that runs the job.
-// Null arguments are reported; the functions then return kErrorFailed, and a class fails its callbacks.
+// Null arguments are reported; the functions then return kErrorFailed, and a class fails its callbacks. A
+// format without a decoder fails as well. Providers and configurations stay the caller's and are kept for as
+// long as an object or a call lives; neither may be changed meanwhile. Accumulators are the job's own, so
+// that one provider may be measured by several calls at once.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -35,12 +39,13 @@
 
 namespace qor::Texsmith::Raw {
 
-// A lane whose value is a NaN is left out of min and max, and makes the sum a NaN.
+// Range and sum of texels, per channel. A lane whose value is a NaN is left out of min and max, and makes the
+// sum a NaN.
 struct QOR_TEXSMITH_API MinMaxMean {
     VectorFloat min;
     VectorFloat max;
     VectorFloat sum;
-    std::uint32_t count;
+    std::uint32_t count; // texels
 
     // `max` deliberately starts at the least positive normal float, 1.17549435e-38: of values that are all
     // below it, that is what is reported.
@@ -78,7 +83,7 @@ struct QOR_TEXSMITH_API FastHistogram {
     void Add(const FastHistogram& other);
 };
 
-// How many texels have a channel that is exactly 0, and exactly 1.
+// For each channel, how many texels are exactly 0, and how many exactly 1.
 struct ConstantCounts {
     std::uint32_t m_zeros[4];
     std::uint32_t m_ones[4];
@@ -86,6 +91,7 @@ struct ConstantCounts {
 
 static_assert(sizeof(MinMaxMean) == 64 && sizeof(Histogram) == 4100 && sizeof(FastHistogram) == 2096);
 
+// The pass behind getMinMaxMean. Writes `destination` when all callbacks have succeeded.
 class QOR_TEXSMITH_API MinMaxMeanPerTexel final : public PerTexel {
 public:
     MinMaxMeanPerTexel(MinMaxMean* destination, const ElementProvider* source, Configuration* configuration);
@@ -121,6 +127,8 @@ private:
     mutable Slot m_slots[Job::kMaxCallbacks];
 };
 
+// Counts values as they are stored: neither the provider's modifiers nor the configuration's transform take
+// part, because a constant in a format stands before both.
 class QOR_TEXSMITH_API ConstantsPerTexel final : public PerTexel {
 public:
     ConstantsPerTexel(ConstantCounts* destination, const ElementProvider* source,
@@ -153,7 +161,7 @@ private:
     mutable Histogram m_slots[Job::kMaxCallbacks];
 };
 
-// The result is fetched after the job, and is not merged by it.
+// Bins of the values 0 to 1. The result is fetched after the job, and is not merged by it.
 class QOR_TEXSMITH_API FastHistogramPerTexel final : public PerTexel {
 public:
     FastHistogramPerTexel(const ElementProvider* source, Configuration* configuration);
@@ -169,24 +177,28 @@ private:
     mutable FastHistogram m_slots[Job::kMaxCallbacks];
 };
 
+// `destMinMaxMean` takes the result, which is that of no texels when the call fails. Where the view shows no
+// surface it counts no texels, and that is no failure.
 QOR_TEXSMITH_API Error getMinMaxMean(const ElementProvider* source, MinMaxMean* destMinMaxMean,
                                      Configuration* configuration);
 // `srcHistogram` takes the result; `srcMinMax` is the range of the bins, as HistogramPerTexel has it.
 QOR_TEXSMITH_API Error getHistogram(const ElementProvider* source, Histogram* srcHistogram,
                                     const MinMax* srcMinMax, Configuration* configuration);
 
-// The principal axes of the texels, by four rounds of power iteration with deflation. fromPca maps
-// coordinates along the axes to texels: row k of its matrix is axis k, of length one, the axis of most
-// variance first, and its offset is the mean. toPca maps texels to coordinates. Rows of axes without variance
-// are zero: fromPca then gives back only what toPca kept, and for a surface of one value all four rows and
-// the offset of toPca are zero.
+// The principal axes of the texels, by power iteration with deflation: eight rounds for each of the four
+// axes, which start from the extent of the values. fromPca maps coordinates along the axes to texels: row k
+// of its matrix is axis k, of length one, the axis of most variance first, and its offset is the mean. toPca
+// maps texels to coordinates. Rows of axes without variance are zero: fromPca then gives back only what toPca
+// kept, and for a surface of one value all four rows and the offset of toPca are zero. Where the mean of a
+// channel is no finite number there are no axes, and the offsets are no numbers either.
 //
 // Changes the decoder transform of `configuration` while it runs, and restores it however it ends.
 QOR_TEXSMITH_API Error getPca(const ElementProvider* elementProvider, Madd* fromPca, Madd* toPca,
                               Configuration* configuration);
 
 // Finds channels that are 0, or 1, in every texel, and makes the format of `source` say so: their selects
-// become the constants. The texels stay as they are.
+// become the constants. What counts is what is stored, before modifiers and transforms. All else of the
+// descriptor and the texels stay as they are, and so does the format where the view shows no texel.
 QOR_TEXSMITH_API Error markConstantChannels(ElementProvider* source, Configuration* configuration);
 
 enum RenormalizationScheme : std::uint32_t {
@@ -199,9 +211,14 @@ enum RenormalizationScheme : std::uint32_t {
 // and sets the modifiers of `destination`, so that a reformat into it stores the spread values and a read
 // from it gives the original ones. Moves no texels.
 //
+// A channel whose mean or range is no finite number, or of which no texel has a value, keeps its values; so
+// do all channels where the type's range is that of all floats. RenormalizationPca takes the channels for
+// themselves where the mean of one of them is no finite number.
+//
 // A `fraction` below 1 keeps that part of the texels and lets the others be clamped. With
 // m_renormalizeFlag of the encoder, and a destination of BC1, BC2, BC3, BC6 or BC7, red, green and blue share
-// one range. Where the type's range is that of all floats the values stay as they are.
+// one range. After a failure, which is reported where an argument is at fault, the modifiers are as they
+// were.
 //
 // Changes the decoder transform of `configuration` while it runs, and restores it however it ends.
 QOR_TEXSMITH_API void renormalize(const ElementProvider* source, ElementProvider* destination,

@@ -18,8 +18,11 @@ enum TilingMode : unsigned {
     kTilingModeNone = 3
 };
 
-// One surface's tiler, whatever its tile mode. Region operations are read-only on the object and may run in
-// parallel on disjoint regions. Pitches are in elements. Statuses are those of GpuAddress.
+// One surface's tiler, whatever its tile mode: made for one mip of one slice, then used for any number of
+// regions. It holds no memory of the caller's, is copied freely, and leaves a null texture or target without
+// a mode after a report. Regions count elements, `m_left` to `m_right` and so on, half-open. Region
+// operations are read-only on the object and may run in parallel on disjoint regions. Pitches are in
+// elements. Statuses are those of GpuAddress.
 class QOR_TEXSMITH_API Tilers {
 public:
     Tilers();
