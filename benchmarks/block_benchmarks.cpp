@@ -1,9 +1,9 @@
 #include "block_benchmarks.h"
 
 #include "photographs.h"
-#include "qor/texsmith/raw/job_manager.h"
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/image.h"
+#include "qor/texsmith/raw/job_manager.h"
 #include "qor/texsmith/raw/reformat.h"
 #include "ratio_reporter.h"
 #include "raw/blocks/bc1_group.h"
