@@ -5,9 +5,6 @@
 #include "raw/blocks/bc7_decoder.h"
 #include "raw/blocks/block_decoders.h"
 #include "raw/frame/check.h"
-#include "raw/texels/codec.h"
-#include "simd/float4.h"
-#include "vex/surface_formats.h"
 
 #include <cstring>
 
@@ -129,121 +126,6 @@ const std::uint8_t* blockDecompress(ColorRGBA32F* output, const std::uint8_t* co
                                            : &fromSignedByte);
     }
     return next;
-}
-
-// The codes of single pixels.
-namespace {
-
-using Raw::SurfaceFormatInfo;
-using Simd::Float4;
-
-// Under policy 0 planes hold normalised values, whatever the format calls its channels.
-Vex::TextureChannelType normalizedType(Vex::TextureChannelType type) {
-    switch (type) {
-    case Vex::kTextureChannelTypeUScaled:
-    case Vex::kTextureChannelTypeUInt:
-    case Vex::kTextureChannelTypeSrgb:
-    case Vex::kTextureChannelTypeUBNormNoZero:
-    case Vex::kTextureChannelTypeUBInt:
-    case Vex::kTextureChannelTypeUBScaled:
-        return Vex::kTextureChannelTypeUNorm;
-    case Vex::kTextureChannelTypeSScaled:
-    case Vex::kTextureChannelTypeSInt:
-        return Vex::kTextureChannelTypeSNormNoZero;
-    default:
-        return type;
-    }
-}
-
-DataFormat formatUnder(NormalizationPolicy policy, DataFormat format) {
-    const Vex::TextureChannelType type = format.getTextureChannelType();
-    const bool isSrgb = type == Vex::kTextureChannelTypeSrgb;
-    const Vex::TextureChannelType plain = isSrgb ? Vex::kTextureChannelTypeUNorm : type;
-    const std::uint32_t used = policy == kNormalizationPolicyUnit ? normalizedType(type) : plain;
-    return {(format.m_word & ~0xF00u) | used << 8};
-}
-
-bool holdsBothSigns(Vex::TextureChannelType type) {
-    return type == Vex::kTextureChannelTypeSNorm || type == Vex::kTextureChannelTypeSNormNoZero ||
-           type == Vex::kTextureChannelTypeUBNorm || type == Vex::kTextureChannelTypeUBNormNoZero;
-}
-
-// What happens to the values beside the row's own conversion.
-enum Conversion { kConversionNone, kConversionRemap, kConversionInteger };
-
-Conversion conversionUnder(NormalizationPolicy policy, Vex::TextureChannelType type) {
-    if (policy == kNormalizationPolicyUnit) {
-        return holdsBothSigns(type) ? kConversionRemap : kConversionNone;
-    }
-    const bool isInteger = type == Vex::kTextureChannelTypeUInt || type == Vex::kTextureChannelTypeSInt;
-    return isInteger ? kConversionInteger : kConversionNone;
-}
-
-bool isDefined(NormalizationPolicy policy) {
-    return policy == kNormalizationPolicyUnit || policy == kNormalizationPolicyAsItIs;
-}
-
-template <Conversion kConversion>
-void encodePixel(const PixelEncoder& code, void* destination, const VectorFloat& pixel) {
-    VectorFloat value = pixel;
-    if constexpr (kConversion == kConversionRemap) {
-        Simd::store(&value, Simd::loadFloats(&pixel) * Simd::splat(2.0f) - Simd::splat(1.0f));
-    } else if constexpr (kConversion == kConversionInteger) {
-        Simd::store(&value, roundToInts(Simd::loadFloats(&pixel)));
-    }
-    code.m_info.encodeTexels(destination, &value, &code.m_format, 1);
-}
-
-template <Conversion kConversion> VectorFloat decodePixel(const PixelDecoder& code, const void* source) {
-    VectorFloat value = {};
-    code.m_info.decodeTexels(&value, source, &code.m_format, 1);
-    if constexpr (kConversion == kConversionRemap) {
-        Simd::store(&value, Simd::loadFloats(&value) * Simd::splat(0.5f) + Simd::splat(0.5f));
-    } else if constexpr (kConversion == kConversionInteger) {
-        Simd::store(&value, toFloats(Simd::loadInts(&value)));
-    }
-    return value;
-}
-
-constexpr PixelEncoder::Encode kPixelEncoders[] = {
-    &encodePixel<kConversionNone>, &encodePixel<kConversionRemap>, &encodePixel<kConversionInteger>};
-constexpr PixelDecoder::Decode kPixelDecoders[] = {
-    &decodePixel<kConversionNone>, &decodePixel<kConversionRemap>, &decodePixel<kConversionInteger>};
-
-} // namespace
-
-PixelEncoder::PixelEncoder(DataFormat format) : m_format{}, m_info{}, m_encode(nullptr) {
-    const NormalizationPolicy policy = g_normalizationPolicy;
-    if (!isDefined(policy)) {
-        return;
-    }
-    m_format = formatUnder(policy, format);
-    m_info = Raw::getSurfaceFormatInfo(m_format.getSurfaceFormat());
-    if (m_info.encodeTexels != nullptr) {
-        m_encode = kPixelEncoders[conversionUnder(policy, m_format.getTextureChannelType())];
-    }
-}
-
-void PixelEncoder::encode(void* destination, const VectorFloat& pixel) const {
-    if (m_encode != nullptr) {
-        m_encode(*this, destination, pixel);
-    }
-}
-
-PixelDecoder::PixelDecoder(DataFormat format) : m_format{}, m_info{}, m_decode(nullptr) {
-    const NormalizationPolicy policy = g_normalizationPolicy;
-    if (!isDefined(policy)) {
-        return;
-    }
-    m_format = formatUnder(policy, format);
-    m_info = Raw::getSurfaceFormatInfo(m_format.getSurfaceFormat());
-    if (m_info.decodeTexels != nullptr) {
-        m_decode = kPixelDecoders[conversionUnder(policy, m_format.getTextureChannelType())];
-    }
-}
-
-VectorFloat PixelDecoder::decode(const void* source) const {
-    return m_decode != nullptr ? m_decode(*this, source) : VectorFloat{};
 }
 
 } // namespace qor::Texsmith

@@ -61,6 +61,8 @@ bool replaceFile(const char* from, const char* to);
 bool deleteFile(const char* name);
 // Makes an empty file. False when anything has that name, a link to nowhere included.
 bool makeFile(const char* name);
+// As fopen does. Null on failure.
+std::FILE* openStream(const char* name, const char* mode);
 // Ends in a separator. False when it does not fit.
 bool getTemporaryDirectory(char* buffer, std::size_t size);
 

@@ -1,13 +1,14 @@
-// The classic way to decode blocks, and single pixels between floats and a format.
+// The classic way to encode and decode blocks. Single pixels stand in per_pixel_codes.h.
 #pragma once
 
 #include "qor/texsmith/export.h"
+#include "qor/texsmith/image.h"
 #include "qor/texsmith/raw/configuration.h"
-#include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/normalization_policy.h"
 #include "qor/texsmith/raw/vector_math.h"
 #include "qor/vex/data_format.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace qor::Texsmith {
@@ -47,32 +48,48 @@ public:
 QOR_TEXSMITH_API const std::uint8_t* blockDecompress(ColorRGBA32F* output, const std::uint8_t* compressedData,
                                                      CpuBlockDecoder* decoder, bool remapSigned);
 
-// Encodes single pixels to an uncompressed format, as g_normalizationPolicy said when the object was made.
-// Under 0 the pixel is normalised, and signed formats store v * 2 - 1; under 1 values pass as they are, and
-// integers are rounded. Formats without texels, and any other policy, encode nothing.
-class QOR_TEXSMITH_API PixelEncoder {
+// Encodes rows of blocks of a classic picture. Values go to the encoders as the planes hold them, through the
+// sRGB curve where the format or the picture's sRGB modes say so. Positions beyond the right or bottom edge
+// deliberately repeat the block's first texel.
+//
+// Holds no mutable state: threads may encode different rows at once. Neither the picture nor the destination
+// is owned.
+class QOR_TEXSMITH_API CpuBlockEncoder {
 public:
-    using Encode = void (*)(const PixelEncoder& code, void* destination, const VectorFloat& pixel);
+    using ReadChannel = float (*)(const float* base, std::size_t index);
 
-    DataFormat m_format; // with the channel type that the policy makes of it
-    Raw::SurfaceFormatInfo m_info;
-    Encode m_encode;
+    bool m_hasOpacityThreshold; // BC1 of a picture that asks for transparency
+    ReadChannel m_readChannel[4];
+    const float* m_channelData[4]; // never null: channels without pixels point at a zero
+    const Image* m_image;
+    std::uint8_t* m_destination;
+    std::uint32_t m_formatIndex; // 0 = BC1 to 6 = BC7
+    std::uint32_t m_bytesPerBlock;
+    bool m_isSigned;
+    Raw::EncoderConfiguration m_configuration;
+    std::size_t m_channelStride[4]; // floats from one pixel to the next; 0 for constants
 
-    explicit PixelEncoder(DataFormat format);
-    void encode(void* destination, const VectorFloat& pixel) const;
-};
+    // Another format than BC1 to BC7, and a picture with too few planes, are reported; the first encodes
+    // nothing then, the second takes zeros.
+    CpuBlockEncoder(std::uint8_t* destination, const Image* image, DataFormat format);
 
-// The way back. Gives zeros where the encoder encodes nothing.
-class QOR_TEXSMITH_API PixelDecoder {
-public:
-    using Decode = VectorFloat (*)(const PixelDecoder& code, const void* source);
+    // Encodes one block, and returns m_bytesPerBlock. An invalid format index is reported, and writes
+    // nothing.
+    unsigned encode(void* destination, const ColorRGBA32F block[16]) const;
+    // Encodes the rows of blocks from `firstBlockRow` to before `endBlockRow`, and returns where they begin.
+    std::uint8_t* compressPixels(unsigned firstBlockRow, unsigned endBlockRow) const;
+    void encodeRows(unsigned firstBlockRow, unsigned endBlockRow) const {
+        compressPixels(firstBlockRow, endBlockRow);
+    }
+    // The block whose first texel is (x, y), as 16 texels of four floats. Zeros when (x, y) lies outside.
+    void GetBlockRGBA(float* out, unsigned x, unsigned y) const;
+    unsigned getNumberOfRows() const; // of blocks
 
-    DataFormat m_format;
-    Raw::SurfaceFormatInfo m_info;
-    Decode m_decode;
-
-    explicit PixelDecoder(DataFormat format);
-    VectorFloat decode(const void* source) const;
+private:
+    void initChannels(std::uint32_t channelType);
+    bool isPacked() const;
+    void gatherBlocks(ColorRGBA32F* texels, unsigned x, unsigned y, unsigned count) const;
+    void encodeRun(std::uint8_t* destination, const ColorRGBA32F* texels, unsigned count) const;
 };
 
 } // namespace qor::Texsmith

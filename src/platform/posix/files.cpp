@@ -247,6 +247,8 @@ bool makeFile(const char* name) {
     return file.get() >= 0 && file.close();
 }
 
+std::FILE* openStream(const char* name, const char* mode) { return std::fopen(name, mode); }
+
 bool getTemporaryDirectory(char* buffer, std::size_t size) {
     const char* directory = std::getenv("TMPDIR");
     if (directory == nullptr || *directory == '\0') {

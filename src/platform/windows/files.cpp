@@ -66,6 +66,10 @@ bool makeFile(const char* name) {
     return file != INVALID_HANDLE_VALUE;
 }
 
+std::FILE* openStream(const char* name, const char* mode) {
+    return _wfopen(widenName(name).c_str(), widen(mode).c_str());
+}
+
 bool getTemporaryDirectory(char* buffer, std::size_t size) {
     wchar_t directory[MAX_PATH + 1] = {};
     const DWORD length = GetTempPathW(MAX_PATH + 1, directory);
