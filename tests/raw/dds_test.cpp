@@ -451,7 +451,7 @@ TEST(Dds, NullArgumentsAreReported) {
     const ReportRecorder recorder;
     Configuration withoutManager;
     withoutManager.m_jobManager = nullptr;
-    const Image* image = nullptr;
+    const Raw::Image* image = nullptr;
     ReallocatableImage* destination = nullptr;
     EXPECT_EQ(convertFromDds(nullptr, destination, nullptr), kErrorFailed);
     EXPECT_EQ(convertToDds(image, nullptr, 9, &withoutManager), kErrorFailed);

@@ -167,7 +167,7 @@ Vex::Texture randomDescriptor(Random& random) {
 }
 
 // An image whose memory ends where it likes.
-class BoundedImage : public Image {
+class BoundedImage : public Raw::Image {
 public:
     BoundedImage(const Vex::Texture& texture, Bytes& bytes) : m_region(regionOf(bytes)) {
         m_memoryRegion = &m_region;

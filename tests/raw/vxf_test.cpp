@@ -231,11 +231,11 @@ TEST(Vxf, AnImageOfTheSameShapeTakesTheTexelsInTheTileModeOfTheFile) {
     AllocatedMemory memory;
     ASSERT_EQ(convertToVxf(&image, &memory, &configuration), kErrorNone);
     setUp(&back, make2d(70, 70));
-    EXPECT_EQ(convertFromVxf(&memory, static_cast<Image*>(&back), &configuration), kErrorNone);
+    EXPECT_EQ(convertFromVxf(&memory, static_cast<Raw::Image*>(&back), &configuration), kErrorNone);
     EXPECT_EQ(bytesOf(back), bytesOf(image));
     const ReportRecorder recorder;
     setUp(&back, make2d(71, 70));
-    convertFromVxf(&memory, static_cast<Image*>(&back), &configuration);
+    convertFromVxf(&memory, static_cast<Raw::Image*>(&back), &configuration);
     EXPECT_EQ(recorder.texts(),
               "source and destination must have the same dimensions and Vex::SurfaceFormat.\n");
 }
