@@ -5,6 +5,7 @@
 #if defined(TEXSMITH_FILE_BENCHMARKS)
 #    include "file_benchmarks.h"
 #endif
+#include "classic_benchmarks.h"
 #include "measure_benchmarks.h"
 #include "mip_benchmarks.h"
 #include "ratio_reporter.h"
@@ -27,6 +28,7 @@ int main(int argc, char** argv) {
     Bench::registerSurfaceBenchmarks();
     Bench::registerMipBenchmarks();
     Bench::registerMeasureBenchmarks();
+    Bench::registerClassicBenchmarks();
 #if defined(TEXSMITH_BLOCK_BENCHMARKS)
     Bench::registerBlockBenchmarks();
 #endif

@@ -1,11 +1,12 @@
 // Resampling of classic pictures: a table of weights for each direction, and one pass for each.
 //
-// Passes work on planes of contiguous floats, eight sums at a time, each over its samples in order.
+// Sums are made eight and more at a time, each over its samples in order.
 #include "qor/texsmith/image_helper.h"
 
 #include "qor/texsmith/raw/job_manager.h"
 #include "raw/frame/check.h"
 #include "raw/frame/out_of_memory.h"
+#include "simd/float4.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,6 +18,7 @@ namespace {
 
 constexpr char kSourcePath[] = "image_helper";
 constexpr unsigned kLanes = 8;
+constexpr unsigned kBandRows = 32; // of the destination
 
 // The samples of one position of the destination, and their weights.
 struct Contribution {
@@ -114,18 +116,10 @@ void addProducts(float* sums, const float* samples, float weight, std::size_t co
     }
 }
 
-// Rows of planes, contiguous: row r of plane p begins at float (p * rows + r) * width.
-struct PlaneRows {
-    std::unique_ptr<float[]> m_floats;
-    std::size_t m_width = 0;
-    std::size_t m_rows = 0;
-    float* row(std::size_t plane, std::size_t y) const {
-        return m_floats.get() + (plane * m_rows + y) * m_width;
-    }
-};
+using Floats = std::unique_ptr<float[]>;
 
-PlaneRows makeRows(std::size_t width, std::size_t rows, std::size_t planes) {
-    return {std::make_unique_for_overwrite<float[]>(width * rows * planes), width, rows};
+Floats makeFloats(std::size_t rows, std::size_t width) {
+    return std::make_unique_for_overwrite<float[]>(rows * width);
 }
 
 // Eight rows of samples side by side: sample j of row l at j * 8 + l. Rows that are neighbours in memory, as
@@ -146,52 +140,66 @@ void gatherLanes(float* lanes, const float* const (&rows)[kLanes], const std::si
     }
 }
 
-// One direction of rows: `planes` planes of `rows` rows, taken in bands of eight (row, plane) pairs.
-void resampleAcross(const PlaneRows& result, const Image& source, unsigned planes, const WeightTable& table,
-                    JobManager* jobManager, Raw::Error* error) {
-    const unsigned width = source.getWidth(), lines = source.getHeight() * planes;
-    const unsigned bands = lines / kLanes + (lines % kLanes != 0 ? 1 : 0);
-    *error = forRange(bands, jobManager, [&](unsigned begin, unsigned end) {
-        const auto lanes = std::make_unique_for_overwrite<float[]>(std::size_t{width} * kLanes);
-        for (unsigned band = begin; band < end; ++band) {
-            const float* rows[kLanes];
-            std::size_t strides[kLanes];
-            float* results[kLanes];
-            for (unsigned l = 0; l < kLanes; ++l) {
-                const unsigned line = std::min(band * kLanes + l, lines - 1); // a short band repeats its last
-                const Image::PlanePixels pixels = source.getPlanePixels(line % planes);
-                rows[l] = pixels.m_first + std::size_t{line / planes} * width * pixels.m_stride;
-                strides[l] = pixels.m_stride;
-                results[l] = result.row(line % planes, line / planes);
-            }
-            gatherLanes(lanes.get(), rows, strides, width);
-            for (std::size_t x = 0; x < result.m_width; ++x) {
-                const Contribution& entry = table[x];
-                float sums[kLanes] = {};
-                for (int j = entry.m_first; j <= entry.m_last; ++j) {
-                    addProducts(sums, lanes.get() + static_cast<unsigned>(j) * kLanes,
-                                entry.m_weights[j - entry.m_first], kLanes);
-                }
-                for (unsigned l = 0; l < kLanes; ++l) {
-                    results[l][x] = sums[l];
-                }
-            }
-        }
-    });
+void sumLanes(float (&sums)[kLanes], const float* lanes, const Contribution& entry) {
+    Simd::Float4 low = Simd::splat(0.0f), high = low;
+    const float* samples = lanes + static_cast<unsigned>(entry.m_first) * kLanes;
+    for (int n = 0; n <= entry.m_last - entry.m_first; ++n, samples += kLanes) {
+        const Simd::Float4 weight = Simd::splat(entry.m_weights[n]);
+        low = low + Simd::loadFloats(samples) * weight;
+        high = high + Simd::loadFloats(samples + 4) * weight;
+    }
+    Simd::store(sums, low);
+    Simd::store(sums + 4, high);
 }
 
-void storeRow(Image* destination, unsigned plane, unsigned y, const float* row) {
-    float* pixels = destination->getWritablePixels(plane);
-    if (pixels != nullptr) {
-        const std::size_t stride = destination->getPixelStride(), width = destination->getWidth();
-        float* first = pixels + std::size_t{y} * width * stride;
+// Across: rows `begin` to before `end` of all planes, eight (row, plane) pairs at a time, into rows of
+// `width` at `result`, the planes of a row one after another. `lanes` has room for eight rows of samples.
+void resampleAcross(float* result, std::size_t width, float* lanes, const Image& source, unsigned begin,
+                    unsigned end, unsigned planes, const WeightTable& table) {
+    const unsigned lines = (end - begin) * planes;
+    for (unsigned first = 0; first < lines; first += kLanes) {
+        const float* rows[kLanes];
+        std::size_t strides[kLanes];
+        float* results[kLanes];
+        for (unsigned l = 0; l < kLanes; ++l) {
+            const unsigned line = std::min(first + l, lines - 1); // too few lines repeat the last
+            const Image::PlanePixels pixels = source.getPlanePixels(line % planes);
+            const std::size_t row = begin + line / planes;
+            rows[l] = pixels.m_first + row * source.getWidth() * pixels.m_stride;
+            strides[l] = pixels.m_stride;
+            results[l] = result + line * width;
+        }
+        gatherLanes(lanes, rows, strides, source.getWidth());
         for (std::size_t x = 0; x < width; ++x) {
-            first[x * stride] = row[x];
+            float sums[kLanes];
+            sumLanes(sums, lanes, table[x]);
+            for (unsigned l = 0; l < kLanes; ++l) {
+                results[l][x] = sums[l];
+            }
         }
     }
 }
 
-// The other directions: a row of the result is a sum of whole rows. `rowOf(plane, j)` is sample row j.
+// Row y of every plane, which stand one after another at `rows`.
+void storeRows(Image* destination, unsigned y, const float* rows, unsigned planes) {
+    const std::size_t width = destination->getWidth(), stride = destination->getPixelStride();
+    float* targets[Image::kMaxPlanes];
+    const float* sources[Image::kMaxPlanes];
+    unsigned count = 0;
+    for (unsigned plane = 0; plane < planes; ++plane) {
+        if (float* pixels = destination->getWritablePixels(plane); pixels != nullptr) {
+            targets[count] = pixels + y * width * stride;
+            sources[count++] = rows + plane * width;
+        }
+    }
+    for (std::size_t x = 0; x < width; ++x) {
+        for (unsigned p = 0; p < count; ++p) {
+            targets[p][x * stride] = sources[p][x];
+        }
+    }
+}
+
+// The other directions: a row of the result is a sum of whole rows, of which `rowOf(j)` is sample j.
 template <typename RowOf>
 void sumRows(float* row, std::size_t width, const Contribution& entry, const RowOf& rowOf) {
     std::fill_n(row, width, 0.0f);
@@ -220,33 +228,39 @@ template <typename Picture> Extent extentOf(const Picture& picture) {
     return {picture.getWidth(), picture.getHeight(), picture.getNumPlanes()};
 }
 
-// Across and down, into planes of the destination's size.
-Raw::Error resample(PlaneRows* result, const Image& source, const Extent& to, unsigned planes,
-                    const WeightTable& across, const WeightTable& down, JobManager* jobManager) {
-    const PlaneRows between = makeRows(to.m_width, source.getHeight(), planes);
-    *result = makeRows(to.m_width, to.m_height, planes);
-    Raw::Error error = Raw::kErrorNone;
-    resampleAcross(between, source, planes, across, jobManager, &error);
-    if (error != Raw::kErrorNone) {
-        return error;
-    }
-    return forRange(to.m_height, jobManager, [&](unsigned begin, unsigned end) {
-        for (unsigned y = begin; y < end; ++y) {
-            for (unsigned plane = 0; plane < planes; ++plane) {
-                sumRows(result->row(plane, y), to.m_width, down[y],
-                        [&](unsigned j) { return between.row(plane, j); });
+// Across and down, band by band, so that what lies between the two stays in the caches. Calls
+// `store(y, rows)` for each row of the result, with its planes one after another.
+template <typename Store>
+Raw::Error resample(const Image& source, const Extent& to, unsigned planes, const WeightTable& across,
+                    const WeightTable& down, JobManager* jobManager, const Store& store) {
+    const unsigned bands = to.m_height / kBandRows + (to.m_height % kBandRows != 0 ? 1 : 0);
+    return forRange(bands, jobManager, [&](unsigned firstBand, unsigned endBand) {
+        const Floats lanes = makeFloats(kLanes, source.getWidth()), result = makeFloats(planes, to.m_width);
+        Floats between;
+        std::size_t room = 0;
+        for (unsigned band = firstBand; band < endBand; ++band) {
+            const unsigned begin = band * kBandRows, end = std::min(begin + kBandRows, to.m_height);
+            unsigned first = source.getHeight(), last = 0;
+            for (unsigned y = begin; y < end; ++y) {
+                first = std::min(first, static_cast<unsigned>(down[y].m_first));
+                last = std::max(last, static_cast<unsigned>(down[y].m_last));
+            }
+            const std::size_t rows = std::size_t{last - first + 1} * planes;
+            if (rows > room) {
+                between = makeFloats(rows, to.m_width);
+                room = rows;
+            }
+            resampleAcross(between.get(), to.m_width, lanes.get(), source, first, last + 1, planes, across);
+            for (unsigned y = begin; y < end; ++y) {
+                for (unsigned plane = 0; plane < planes; ++plane) {
+                    sumRows(result.get() + plane * to.m_width, to.m_width, down[y], [&](unsigned j) {
+                        return between.get() + (std::size_t{j - first} * planes + plane) * to.m_width;
+                    });
+                }
+                store(y, result.get());
             }
         }
     });
-}
-
-void storePlanes(Image* destination, const PlaneRows& rows, unsigned planes) {
-    for (unsigned y = 0; y < destination->getHeight(); ++y) {
-        for (unsigned plane = 0; plane < planes; ++plane) {
-            storeRow(destination, plane, y, rows.row(plane, y));
-        }
-    }
-    destination->deleteRawData();
 }
 
 // The planes that both have; none when there is no destination.
@@ -272,11 +286,11 @@ void ImageHelper::resizeImage(const Image& source, Image* destination, const Fil
         const Extent to = extentOf(*destination);
         const WeightTable across(source.getWidth(), to.m_width, filter);
         const WeightTable down(source.getHeight(), to.m_height, filter);
-        PlaneRows rows;
-        const Raw::Error error = resample(&rows, source, to, planes, across, down, jobManager);
-        if (error == Raw::kErrorNone) {
-            storePlanes(destination, rows, planes);
-        }
+        const std::unique_ptr<Image> ownSource(&source == destination ? source.clone() : nullptr);
+        const Raw::Error error =
+            resample(ownSource != nullptr ? *ownSource : source, to, planes, across, down, jobManager,
+                     [&](unsigned y, const float* rows) { storeRows(destination, y, rows, planes); });
+        destination->deleteRawData();
         return error;
     });
 }
@@ -294,22 +308,25 @@ void ImageHelper::resizeImage(const VolumeImage& source, VolumeImage* destinatio
         const WeightTable across(source.getWidth(), to.m_width, filter);
         const WeightTable down(source.getHeight(), to.m_height, filter);
         const WeightTable inDepth(source.getDepth(), destination->getDepth(), filter);
-        std::vector<PlaneRows> slices(source.getDepth());
+        std::vector<Floats> slices(source.getDepth());
+        const std::size_t rowFloats = std::size_t{to.m_width} * planes;
         for (unsigned z = 0; z < source.getDepth(); ++z) {
-            const Raw::Error error =
-                resample(&slices[z], *source.getSlice(z), to, planes, across, down, jobManager);
+            float* slice = (slices[z] = makeFloats(to.m_height, rowFloats)).get();
+            const Raw::Error error = resample(
+                *source.getSlice(z), to, planes, across, down, jobManager,
+                [&](unsigned y, const float* rows) { std::copy_n(rows, rowFloats, slice + y * rowFloats); });
             if (error != Raw::kErrorNone) {
                 return error;
             }
         }
-        const PlaneRows rows = makeRows(to.m_width, to.m_height, planes);
+        const Floats result = makeFloats(1, rowFloats);
         for (unsigned z = 0; z < destination->getDepth(); ++z) {
-            for (unsigned line = 0; line < to.m_height * planes; ++line) {
-                const unsigned y = line / planes, plane = line % planes;
-                sumRows(rows.row(plane, y), to.m_width, inDepth[z],
-                        [&](unsigned j) { return slices[j].row(plane, y); });
+            for (unsigned y = 0; y < to.m_height; ++y) {
+                sumRows(result.get(), rowFloats, inDepth[z],
+                        [&](unsigned j) { return slices[j].get() + y * rowFloats; });
+                storeRows(destination->getSlice(z), y, result.get(), planes);
             }
-            storePlanes(destination->getSlice(z), rows, planes);
+            destination->getSlice(z)->deleteRawData();
         }
         return Raw::Error(Raw::kErrorNone);
     });

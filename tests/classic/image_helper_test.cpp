@@ -129,6 +129,10 @@ TEST(ResizeImage, KeepsPixelsAtEqualSizeAndAveragesPairs) {
     ImageHelper::resizeImage(source, &same, kBox);
     EXPECT_EQ(rowOf(source, 5, 2), rowOf(same, 5, 2));
     ImageHelper::resizeImage(source, &half, kBox);
+    ImageHelper::resizeImage(same, &same, kLanczos); // onto itself
+    Image sharper(8, 8, 3);
+    ImageHelper::resizeImage(source, &sharper, kLanczos);
+    EXPECT_EQ(rowOf(sharper, 4, 0), rowOf(same, 4, 0));
     const std::vector<float> a = rowOf(source, 2, 1), b = rowOf(source, 3, 1);
     EXPECT_EQ(rowOf(half, 1, 1)[2], (a[4] * 0.5f + a[5] * 0.5f) * 0.5f + (b[4] * 0.5f + b[5] * 0.5f) * 0.5f);
 }
