@@ -287,6 +287,25 @@ TEST_F(ToolTest, MipsReachTheFileAndCompareFindsTheChangedTexel) {
     expectFailure(run("convert --mips a.vxf b.tga"), "only .vxf and .dds files hold mips");
 }
 
+// Black and white average to 188 in light, which sRGB formats ask for, and to 128 as numbers.
+TEST_F(ToolTest, ResizesInLightWhereTheFormatIsSrgb) {
+    const std::string black(3, '\0'), white(3, '\xFF');
+    std::string header(18, '\0');
+    header[2] = 2; // true colours, 2 x 2, 24 bits
+    header[12] = header[14] = 2;
+    header[16] = 24;
+    writeFile(file("checks.tga"), header + black + white + white + black);
+    for (const auto& [format, stored] :
+         {std::pair{"R8G8B8A8UnormSrgb", "bc bc bc"}, std::pair{"R8G8B8A8Unorm", "80 80 80"}}) {
+        ASSERT_TRUE(run(std::string("convert checks.tga large.vxf --format ") + format).m_succeeded);
+        const Outcome outcome = run("convert large.vxf small.vxf --resize 1x1 --filter box");
+        ASSERT_TRUE(outcome.m_succeeded) << outcome.m_errors;
+        const std::string texel = run("texel small.vxf 0 0").m_output;
+        EXPECT_NE(texel.find(stored), std::string::npos) << texel;
+    }
+    expectFailure(run("convert checks.tga small.vxf --resize 1x"), "--resize takes a size");
+}
+
 TEST_F(ToolTest, StatsTellRangeMeanAndConstants) {
     const unsigned char pixels[] = {0, 10, 200, 0, 30, 100}; // blue, green, red
     std::string bytes = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 1, 0, 24, 0};

@@ -30,7 +30,8 @@ constexpr Command kCommands[] = {
 };
 
 constexpr char kUsage[] =
-    "usage: texsmith convert [--mips] [--format NAME] [--dds-version 9|10]\n"
+    "usage: texsmith convert [--resize WxH [--filter box|triangle|cubic|lanczos]] [--mips]\n"
+    "                        [--format NAME] [--dds-version 9|10]\n"
     "                        SOURCE DESTINATION-OR-EXTENSION\n"
     "       texsmith compare [--heatmap PICTURE] [--fail-psnr DB] A B\n"
     "       texsmith formats\n"
@@ -41,6 +42,9 @@ constexpr char kUsage[] =
     "\n"
     "convert  writes SOURCE (a file or URL) as another type of file. A destination that\n"
     "         begins with a dot, such as .vxf, stands for SOURCE with that extension.\n"
+    "         --resize makes every face and slice of the largest level that size, by a\n"
+    "         lanczos filter unless --filter says another: in light where the picture's\n"
+    "         format is sRGB, and otherwise of its numbers.\n"
     "         --mips adds smaller levels down to one texel. --format stores the texels in\n"
     "         that format, such as Bc1UnormNoAlpha, or given as JSON. A DDS file gets the\n"
     "         classic header where that can name the format, unless --dds-version says.\n"

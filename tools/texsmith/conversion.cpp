@@ -141,7 +141,7 @@ Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
                           const Wishes& wishes, Configuration* configuration) {
     const Raw::FileType from = Raw::getFileTypeFromExtension(sourceName.c_str());
     const Raw::FileType to = Raw::getFileTypeFromExtension(destinationName.c_str());
-    const bool changesTexels = wishes.m_mips || wishes.m_format || wishes.m_ddsVersion;
+    const bool changesTexels = wishes.m_size || wishes.m_mips || wishes.m_format || wishes.m_ddsVersion;
     if (!changesTexels && (to != kDds || from == kDds)) {
         return Raw::convertWithResult(source, sourceName.c_str(), destination, destinationName.c_str(),
                                       configuration);
@@ -150,6 +150,9 @@ Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
     const Raw::Error error = Raw::loadWithResult(image.get(), source, sourceName.c_str(), configuration, 0);
     if (error != Raw::kErrorNone) {
         return error;
+    }
+    if (wishes.m_size) {
+        image = resized(*image, *wishes.m_size, wishes.m_filter, configuration);
     }
     image = wishes.m_mips ? withMips(std::move(image), configuration) : std::move(image);
     image = wishes.m_format ? inFormat(std::move(image), *wishes.m_format, configuration) : std::move(image);

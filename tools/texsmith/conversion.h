@@ -1,5 +1,7 @@
-// The steps of a conversion: load, add mips, change the format, write.
+// The steps of a conversion: load, resize, add mips, change the format, write.
 #pragma once
+
+#include "resizing.h"
 
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/memory_region.h"
@@ -11,6 +13,8 @@
 namespace Tool {
 
 struct Wishes {
+    std::optional<Size> m_size;
+    std::string m_filter = "lanczos";
     bool m_mips = false;
     std::optional<qor::Vex::DataFormat> m_format;
     std::optional<unsigned> m_ddsVersion; // 9 or 10

@@ -70,6 +70,16 @@ void convertFile(const std::string& source, const std::string& destination, cons
 Wishes wishesOf(const Options& options) {
     Wishes wishes;
     wishes.m_mips = options.has("--mips");
+    if (options.has("--resize")) {
+        wishes.m_size = readSize(options.value("--resize"));
+    }
+    if (options.has("--filter")) {
+        wishes.m_filter = options.value("--filter");
+        checkFilter(wishes.m_filter);
+        if (!wishes.m_size) {
+            throw UsageFailure("--filter goes with --resize");
+        }
+    }
     if (options.has("--format")) {
         wishes.m_format = findFormat(options.value("--format"));
     }
@@ -86,7 +96,7 @@ Wishes wishesOf(const Options& options) {
 } // namespace
 
 void convertCommand(Arguments arguments) {
-    const Options options(arguments, {"--mips"}, {"--format", "--dds-version"});
+    const Options options(arguments, {"--mips"}, {"--format", "--dds-version", "--resize", "--filter"});
     if (options.names().size() != 2) {
         throw UsageFailure("convert takes a source and a destination; see texsmith --help");
     }
@@ -94,7 +104,7 @@ void convertCommand(Arguments arguments) {
     const std::string source = options.names()[0];
     const std::string destination = resolveDestination(source, options.names()[1]);
     checkWishes(wishes, destination);
-    const bool changesNothing = !wishes.m_mips && !wishes.m_format && !wishes.m_ddsVersion;
+    const bool changesNothing = !wishes.m_size && !wishes.m_mips && !wishes.m_format && !wishes.m_ddsVersion;
     if (changesNothing && isAlreadyThere(source, destination)) {
         return;
     }

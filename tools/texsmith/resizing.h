@@ -1,0 +1,28 @@
+// Pictures in another size.
+#pragma once
+
+#include "qor/texsmith/raw/configuration.h"
+#include "qor/texsmith/raw/image.h"
+
+#include <memory>
+#include <string>
+
+namespace Tool {
+
+struct Size {
+    unsigned m_width = 0;
+    unsigned m_height = 0;
+};
+
+// "256x128". Throws UsageFailure for anything else, and for sizes that no texture has.
+Size readSize(const std::string& text);
+// Throws UsageFailure for a name other than box, triangle, cubic and lanczos.
+void checkFilter(const std::string& name);
+
+// All faces and slices of the largest mip in that size, in the format of the picture: in light where that is
+// sRGB, and otherwise of the numbers.
+std::unique_ptr<qor::Texsmith::Raw::MemoryMappedImage>
+resized(const qor::Texsmith::Raw::MemoryMappedImage& picture, Size size, const std::string& filter,
+        qor::Texsmith::Configuration* configuration);
+
+} // namespace Tool
