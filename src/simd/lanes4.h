@@ -3,27 +3,27 @@
 // A kernel that is a template over a class of lanes, `Lanes`, stands in a header whose name ends in _lanes.h
 // and is instantiated with Lanes4 and, in a file compiled for AVX2, with Avx2::Lanes8. Both classes have
 //
-//     Float, Int           vectors of floats and of 32-bit integers
-//     kCount               how many lanes these have
-//     splat(value)         one float, or one unsigned number, in all lanes
-//     laneNumbers()        0, 1, 2 ...
-//     loadFloats, loadInts as many floats or integers as there are lanes, of any alignment
-//     loadBytes, loadWords bytes or 16-bit words, each widened to a lane
-//     storeBytes, storeWords  back, for lanes that fit
-//     repeatFloats, repeatInts  four of them, over and over
-//     lookUp(table, places)  one entry of a table for each lane
-//     loadTexels, storeTexels  between texels of four floats and one vector for each channel
-//     shiftCount(bits)     for shifts by a number that is known at run time only
+//     Float, Int                vectors of floats and of 32-bit integers
+//     kCount                    how many lanes these have
+//     splat(value)              one float, or one unsigned number, in all lanes
+//     laneNumbers()             0, 1, 2 ...
+//     shiftCount(bits)          for shifts by a number that is known at run time only
+//     loadFloats, loadInts      as many as there are lanes, of any alignment
+//     loadBytes, loadWords      bytes or 16-bit words, each widened to a lane
+//     storeBytes, storeWords    back, for lanes that fit
+//     repeatFloats, repeatInts  four numbers, over and over
+//     lookUp(table, places)     one entry of a table for each lane
+//     loadTexels, storeTexels   between texels of four floats and one vector for each channel
 //
 // and all else is a function or operator beside the vectors, found by their type:
 //
-//     + - * / squareRoot absolute minimum maximum           of floats
-//     + - * & | ^ ~ shiftLeft shiftRight shiftRightSigned minimumSigned maximumSigned   of integers
-//     less lessOrEqual equal greaterSigned                  masks: all ones where it holds
-//     select(mask, a, b) anyLane allLanes laneBits          what masks are for
-//     bitsOf floatsOf toFloats truncateToInts roundToInts   between the kinds
-//     shuffle<x, y, z, w>                                   within each group of four lanes
-//     transpose sumOfLanes packBytes packWords store
+//     of floats    + - * / squareRoot absolute minimum maximum
+//     of integers  + - * & | ^ ~ shiftLeft shiftRight shiftRightSigned minimumSigned maximumSigned
+//     to masks     less lessOrEqual equal greaterSigned: all ones in the lanes where it holds
+//     of masks     select(mask, a, b) anyLane allLanes laneBits
+//     conversions  bitsOf floatsOf toFloats truncateToInts roundToInts
+//     over lanes   shuffle<x, y, z, w> (within each group of four) transpose sumOfLanes
+//     to memory    store packBytes packWords
 //
 // float4_scalar.h defines each. Every operation gives the same bits in every class, except for the payload of
 // a NaN that arithmetic makes: minimum and maximum give the second operand when either is a NaN, and of two
