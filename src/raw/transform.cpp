@@ -91,7 +91,7 @@ void encodeRun(const Transform& transform, VectorFloat* texels, int count) {
 }
 
 VectorFloat multiplied(const VectorFloat& a, const VectorFloat& b) {
-    return Simd::canonical<Simd::Lanes4>({{a[0] * b[0], a[1] * b[1], a[2] * b[2], a[3] * b[3]}});
+    return Simd::canonical<Simd::Lanes4>(VectorFloat{{a[0] * b[0], a[1] * b[1], a[2] * b[2], a[3] * b[3]}});
 }
 
 } // namespace

@@ -50,7 +50,7 @@ void MinMaxMean::Add(const MinMaxMean& other) {
 VectorFloat MinMaxMean::Mean() const {
     const auto texels = static_cast<float>(count);
     return Simd::canonical<Simd::Lanes4>(
-        {{sum[0] / texels, sum[1] / texels, sum[2] / texels, sum[3] / texels}});
+        VectorFloat{{sum[0] / texels, sum[1] / texels, sum[2] / texels, sum[3] / texels}});
 }
 
 void addTiles(MinMaxMean& total, const Tile* tiles, unsigned count, AddRangeAndSum add) {
