@@ -298,33 +298,4 @@ TEST(Helpers, FilesAreComparedByName) {
     EXPECT_FALSE(recorder.assertions().empty());
 }
 
-TEST(Helpers, NullArgumentsAreReportedInOrder) {
-    const ReportRecorder recorder;
-    EXPECT_EQ(load(nullptr, nullptr, nullptr, nullptr, 0), kFailed);
-    EXPECT_EQ(load(nullptr, nullptr, nullptr), kFailed);
-    EXPECT_EQ(save(nullptr, nullptr, nullptr, nullptr), kFailed);
-    EXPECT_EQ(save(nullptr, nullptr, nullptr), kFailed);
-    EXPECT_EQ(convert(nullptr, nullptr, nullptr, nullptr, nullptr), kFailed);
-    EXPECT_EQ(convert(nullptr, nullptr, nullptr), kFailed);
-    const char* const none = nullptr;
-    EXPECT_EQ(areBitwiseEqual(nullptr, nullptr, nullptr, nullptr, nullptr), kFailed);
-    EXPECT_EQ(areBitwiseEqual(none, none, nullptr), kFailed);
-    EXPECT_EQ(compare(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), kFailed);
-    EXPECT_EQ(compare(nullptr, none, none, nullptr, nullptr), kFailed);
-    std::istringstream names(
-        "destination source extension configuration destination filenameOrUrl configuration "
-        "source destination extension configuration source filename configuration "
-        "source sourceExtension destination destinationExtension configuration "
-        "sourceFilenameOrUrl destinationFilenameOrExtension configuration "
-        "sourceA sourceAExtension sourceB sourceBExtension configuration "
-        "sourceAFilenameOrUrl sourceBFilenameOrUrl configuration "
-        "mse sourceA sourceAExtension sourceB sourceBExtension configuration "
-        "mse sourceAFilenameOrUrl sourceBFilenameOrUrl configuration");
-    std::string expected;
-    for (std::string name; names >> name;) {
-        expected += name + " must not be NULL.\n";
-    }
-    EXPECT_EQ(recorder.texts(), expected);
-}
-
 } // namespace

@@ -394,20 +394,6 @@ TEST(MulticoreMemcpy, CutsEveryShareToBothRegions) {
     }
 }
 
-TEST(MulticoreMemcpy, ReportsAMissingConfigurationOrManager) {
-    const ReportRecorder recorder;
-    Configuration empty = configurationOf(nullptr);
-    EXPECT_EQ(multicoreMemcpy({}, {}, 0, static_cast<Configuration*>(nullptr)), kErrorFailed);
-    EXPECT_EQ(areBitwiseEqual(MemoryRegion(), MemoryRegion(), nullptr), kErrorFailed);
-    EXPECT_EQ(multicoreMemcpy({}, {}, 0, &empty), kErrorFailed);
-    EXPECT_EQ(multicoreMemcpy({}, {}, 0, static_cast<JobManager*>(nullptr)), kErrorFailed);
-    EXPECT_EQ(areBitwiseEqual(MemoryRegion(), MemoryRegion(), &empty), kErrorFailed);
-    const std::string noManager =
-        "configuration->m_jobManager parameter must not be NULL - this function runs jobs.\n";
-    EXPECT_EQ(recorder.texts(), "configuration must not be NULL.\nconfiguration must not be NULL.\n" +
-                                    noManager + noManager + noManager);
-}
-
 TEST(AreBitwiseEqual, FindsOneDifferentByteAnywhere) {
     const ReportRecorder recorder;
     for (const Manager& manager : kManagers) {

@@ -1,3 +1,4 @@
+#include "support/hooked_manager.h"
 #include "support/measures.h"
 #include "support/report_recorder.h"
 
@@ -213,29 +214,15 @@ TEST(Statistics, PcaOfOneValueHasNoAxes) {
     EXPECT_TRUE(equal(fromPca.m_add, VectorFloat{{0.5f, -2, 0, 1}}) && dot(toPca.m_add, toPca.m_add) == 0);
 }
 
-// Lets the first jobs through and throws on the next.
-class ThrowingManager : public Raw::JobManager {
-public:
-    explicit ThrowingManager(int jobs) : m_jobs(jobs) {}
-
-private:
-    Raw::Error doSubmit(const Raw::Job* job) override {
-        if (m_jobs-- == 0) {
-            throw std::runtime_error("no more jobs");
-        }
-        return m_serial.submit(job);
-    }
-    Raw::Error doStall() override { return m_serial.stall(); }
-    Raw::Error doStall(const Raw::Job* job) override { return m_serial.stall(job); }
-
-    Raw::SerialJobManager m_serial;
-    int m_jobs;
-};
-
 TEST(Statistics, TheTransformIsGivenBackWhenAJobThrows) {
     Cloud cloud;
     for (int jobs = 0; jobs < 10; ++jobs) { // eight of them find axes
-        ThrowingManager manager(jobs);
+        int left = jobs;
+        HookedManager manager([&left](const Raw::Job&) {
+            if (left-- == 0) {
+                throw std::runtime_error("no more jobs");
+            }
+        });
         Configuration configuration;
         configuration.m_jobManager = &manager;
         configuration.m_callbacksPerJob = 1;
@@ -440,28 +427,6 @@ TEST(Matrix, ProductsRotationsAndInversesAgree) {
     const VectorFloat next = Raw::MatrixRotation({{1, 1, 1, 0}}, 2.0943952f) * VectorFloat{{1, 2, 4, 0}};
     EXPECT_NEAR(next[0], 4, 2e-3);
     EXPECT_NEAR(next[1], 1, 2e-3);
-}
-
-TEST(Statistics, MissingArgumentsAreReported) {
-    ReportRecorder recorder;
-    const auto expect = [&recorder](Raw::Error error, const char* texts) {
-        EXPECT_EQ(error, Raw::kErrorFailed);
-        EXPECT_EQ(recorder.texts(), texts);
-        EXPECT_EQ(recorder.assertions().at(0).m_file, "raw\\analysis");
-        recorder.clear();
-    };
-    const std::string settings = "configuration must not be NULL.\n", source = "source must not be NULL.\n";
-    expect(Raw::getMinMaxMean(nullptr, nullptr, nullptr),
-           (source + "destMinMaxMean must not be NULL.\n" + settings).c_str());
-    expect(Raw::getHistogram(nullptr, nullptr, nullptr, nullptr),
-           (source + "srcHistogram must not be NULL.\nsrcMinMax must not be NULL.\n" + settings).c_str());
-    expect(
-        Raw::getPca(nullptr, nullptr, nullptr, nullptr),
-        ("elementProvider must not be NULL.\nfromPca must not be NULL.\ntoPca must not be NULL.\n" + settings)
-            .c_str());
-    expect(Raw::markConstantChannels(nullptr, nullptr), (source + settings).c_str());
-    Raw::renormalize(nullptr, nullptr, nullptr, Raw::RenormalizationPca, 1);
-    expect(Raw::kErrorFailed, (source + "destination must not be NULL.\n" + settings).c_str());
 }
 
 } // namespace

@@ -143,16 +143,5 @@ TEST(Madd, RangesMapLaneByLane) {
     expectEqual({{15, 1, 0, 3}}, texel);
 }
 
-TEST(Transform, ReportsNullArguments) {
-    TestSupport::ReportRecorder recorder;
-    const Transform transform = withPower(1, 1, 1, 1);
-    transform.Decode(static_cast<VectorFloat*>(nullptr), 1);
-    transform.Encode(static_cast<Block*>(nullptr));
-    transform.Decode(static_cast<Tile*>(nullptr));
-    EXPECT_EQ("vectorFloat must not be NULL.\nblock must not be NULL.\ntile must not be NULL.\n",
-              recorder.texts());
-    EXPECT_EQ("raw\\transform", recorder.assertions().front().m_file);
-}
-
 } // namespace
 } // namespace qor::Texsmith::Raw

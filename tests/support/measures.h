@@ -48,28 +48,6 @@ inline Texels exactTexels(std::size_t count, unsigned seed) {
     return texels;
 }
 
-// Hides the rows of another provider.
-class TilesOnly : public Raw::ElementProvider {
-public:
-    explicit TilesOnly(const Raw::ElementProvider& provider) : m_provider(provider) {
-        setupAsVexTexture(provider.getVexTexture());
-        setModifiers(provider.getModifiers());
-    }
-
-private:
-    void doGetBlock(const Index* index, Raw::Block* block, unsigned x, unsigned y) const override {
-        m_provider.getBlock(index, block, x, y);
-    }
-    void doGetTile(const Index* index, Raw::Tile* tile, unsigned x, unsigned y) const override {
-        m_provider.getTile(index, tile, x, y);
-    }
-    void doPutTile(const Index* index, const Raw::Tile* tile, unsigned x, unsigned y) const override {
-        m_provider.putTile(index, tile, x, y);
-    }
-
-    const Raw::ElementProvider& m_provider;
-};
-
 // Calls `use(provider, configuration)` for the image and for its tiles alone, with and without wide kernels,
 // on this thread and on the pool.
 template <typename Use> void onEachRoad(const Raw::ElementProvider& image, unsigned callbacks, Use use) {

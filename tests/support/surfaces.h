@@ -4,6 +4,7 @@
 #include "qor/texsmith/texsmith.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <random>
@@ -95,9 +96,39 @@ private:
     Raw::MemoryRegion m_region;
 };
 
-// The three grains under one name.
+// A derived class that does not vouch for its rows hands out neither rows nor strips.
+struct ImageByTiles : TestImage {
+    using TestImage::TestImage;
+};
+
 using Provider = Raw::ElementProvider;
 using Index = Raw::SurfaceIndex;
+
+// Shows another provider tile by tile, without its rows and strips, and counts what is written.
+class TilesOnly : public Provider {
+public:
+    explicit TilesOnly(const Provider& provider) : m_provider(provider) {
+        setupAsVexTexture(provider.getVexTexture());
+        setModifiers(provider.getModifiers());
+    }
+    mutable std::atomic<unsigned> m_puts{0};
+
+private:
+    void doGetBlock(const Index* index, Raw::Block* block, unsigned x, unsigned y) const override {
+        m_provider.getBlock(index, block, x, y);
+    }
+    void doGetTile(const Index* index, Raw::Tile* tile, unsigned x, unsigned y) const override {
+        m_provider.getTile(index, tile, x, y);
+    }
+    void doPutTile(const Index* index, const Raw::Tile* tile, unsigned x, unsigned y) const override {
+        ++m_puts;
+        m_provider.putTile(index, tile, x, y);
+    }
+
+    const Provider& m_provider;
+};
+
+// The three grains under one name.
 template <typename Buffer> constexpr auto kGet = &Provider::getElement;
 template <> inline constexpr auto kGet<Raw::Block> = &Provider::getBlock;
 template <> inline constexpr auto kGet<Raw::Tile> = &Provider::getTile;

@@ -3,7 +3,6 @@
 #include "qor/texsmith/raw/normalization_policy.h"
 #include "raw/blocks/bc1_group.h"
 #include "raw/blocks/bc4_encoder.h"
-#include "raw/blocks/bc4_kernels.h"
 #include "raw/blocks/block_alpha.h"
 #include "raw/blocks/block_decoders.h"
 #include "raw/blocks/block_preparation.h"
@@ -237,34 +236,6 @@ TEST(BlockEncoders, Bc4FitIsNearTheBestPair) {
         best += least;
     }
     EXPECT_LE(found, best * std::pow(10.0, 0.1));
-}
-
-TEST(BlockEncoders, Bc4KernelsGiveWhatTheScalarOneGives) {
-    std::mt19937 random(4);
-    const Bc4Mode mode = {
-        {64, 0, 51, 38, 26, 13, 0, 0}, {0, 64, 13, 26, 38, 51, 0, 0}, {0, 0, 0, 0, 0, 0, -8128, 8128}};
-    const Bc4Kernels& expected = *bc4KernelsScalar();
-    for (const Bc4Kernels* kernels : {bc4KernelsSse2(), Simd::mayUseAvx2() ? bc4KernelsAvx2() : nullptr}) {
-        for (unsigned round = 0; kernels != nullptr && round < 500; ++round) {
-            const auto end = [&] { return static_cast<std::int16_t>(random() % 255 - 127); };
-            const Bc4Endpoints ends[2] = {{end(), end()}, {-127, 127}};
-            Bc4Values values;
-            for (std::int16_t& value : values.m_texels) {
-                value = static_cast<std::int16_t>(round == 0 ? -8128 : random() % 16257 - 8128);
-            }
-            std::uint32_t errors[2][2];
-            std::uint16_t codes[2][16];
-            expected.m_errors(values, mode, ends, 2, errors[0]);
-            kernels->m_errors(values, mode, ends, 2, errors[1]);
-            expected.m_codes(values, mode, ends[0], codes[0]);
-            kernels->m_codes(values, mode, ends[0], codes[1]);
-            const Bc4Sums sums[2] = {expected.m_sums(values, mode, ends[0]),
-                                     kernels->m_sums(values, mode, ends[0])};
-            EXPECT_EQ(0, std::memcmp(errors[0], errors[1], sizeof errors[0]));
-            EXPECT_EQ(0, std::memcmp(codes[0], codes[1], sizeof codes[0]));
-            EXPECT_EQ(0, std::memcmp(&sums[0], &sums[1], sizeof sums[0]));
-        }
-    }
 }
 
 TEST(BlockEncoders, Bc4KeepsConstantAndTwoValuedBlocks) {

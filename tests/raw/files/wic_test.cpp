@@ -31,20 +31,4 @@ TEST(Codecs, OfOtherMachinesAreMissedInOneVoice) {
     EXPECT_TRUE(recorder.assertions().empty());
 }
 
-TEST(Codecs, NullArgumentsAreReported) {
-    ReportRecorder recorder;
-    const std::string texts =
-        "source must not be NULL.\ndestination must not be NULL.\nconfiguration must not be "
-        "NULL.\n";
-    const auto expectReports = [&](Raw::Error error) {
-        EXPECT_EQ(error, Raw::kErrorFailed);
-        EXPECT_EQ(recorder.texts(), texts);
-        recorder.clear();
-    };
-    expectReports(Raw::convertFromPng(nullptr, nullptr, nullptr));
-    expectReports(Raw::convertToPng(nullptr, nullptr, nullptr));
-    expectReports(Raw::convertFromWic(nullptr, nullptr, nullptr, Raw::g_wicGuidBmp, 0));
-    expectReports(Raw::convertToWic(nullptr, nullptr, nullptr, Raw::g_wicGuidBmp));
-}
-
 } // namespace

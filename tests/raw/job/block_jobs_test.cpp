@@ -26,14 +26,9 @@ using namespace TestSupport;
 using namespace qor::Texsmith;
 using Bytes = std::vector<std::uint8_t>;
 
-// Hands out neither rows nor strips: all goes tile by tile.
-struct TilesOnly : TestImage {
-    using TestImage::TestImage;
-};
-
-class StripsOnly final : public TilesOnly {
+class StripsOnly final : public TestImage {
 public:
-    using TilesOnly::TilesOnly;
+    using TestImage::TestImage;
 
 private:
     const std::type_info* doGetRowsClass() const override { return &typeid(StripsOnly); }
@@ -109,7 +104,7 @@ TEST(BlockRows, GiveWhatTheStepsOfATileGive) {
                     TestImage source(makeFlat(from, width, height), width + pairs);
                     source.setModifiers(modifiers);
                     const Vex::Texture result = makeFlat(to, width, height);
-                    const Bytes expected = reformatted<TilesOnly>(source, result, configuration);
+                    const Bytes expected = reformatted<ImageByTiles>(source, result, configuration);
                     EXPECT_TRUE(expected == reformatted<TestImage>(source, result, configuration) &&
                                 expected == reformatted<StripsOnly>(source, result, configuration))
                         << from << " to " << to << ", " << width << ", " << variant;
@@ -254,18 +249,6 @@ TEST_F(ReformatCached, FollowsNoLink) {
     EXPECT_EQ(run(state), kRecords);
     EXPECT_EQ(recorder.assertions().size(), 1u);
     EXPECT_EQ(other.read(), "not a cache");
-}
-
-TEST_F(ReformatCached, ReportsWhatIsMissing) {
-    const ReportRecorder recorder;
-    EXPECT_NE(Raw::reformatMipCrunchy(nullptr, nullptr, nullptr, 1, 1), Raw::kErrorNone);
-    EXPECT_EQ(recorder.assertions().size(), 3u);
-    m_configuration.m_jobManager = nullptr;
-    EXPECT_NE(Raw::reformatCached(&m_source, nullptr, &m_configuration, nullptr, 1), 0);
-    EXPECT_EQ(recorder.assertions().at(3).m_text, "destination must not be NULL.");
-    EXPECT_EQ(recorder.assertions().at(4).m_text, "state must not be NULL.");
-    EXPECT_EQ(recorder.assertions().at(4).m_file, "raw\\reformat");
-    EXPECT_EQ(recorder.assertions().at(5).m_text.rfind("configuration->m_jobManager", 0), 0u);
 }
 
 // Block (x, y) of a picture of bytes as floats; false outside.

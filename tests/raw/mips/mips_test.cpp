@@ -1,6 +1,7 @@
 #include "qor/texsmith/texsmith.h"
 #include "raw/mips/choose_downsample.h"
 #include "raw/mips/downsample_window.h"
+#include "support/hooked_manager.h"
 #include "support/report_recorder.h"
 #include "support/surfaces.h"
 
@@ -30,11 +31,6 @@ Configuration settings(Raw::JobManager* manager = nullptr) {
 Vex::Texture makeVolume(const char* format, unsigned width, unsigned height, unsigned depth, unsigned mips) {
     return makeTexture({"", Vex::kTextureType3d, width, height, depth, mips, 0, 0}, formatNamed(format));
 }
-
-// An image that shows only its tiles and blocks, no rows.
-struct BlockwiseImage : TestImage {
-    using TestImage::TestImage;
-};
 
 // The left half of a wider surface, whose right half is somebody else's.
 class LeftHalf : public TestImage {
@@ -162,7 +158,7 @@ TEST(MipMaps, AreTheSameBitsOnEveryRoad) {
         for (const auto make : {&evenFlat, &oddFlat, &twiceOdd, &evenVolume, &oddVolume}) {
             const Vex::Texture shape = make(format, 1), chain = make(format, 3);
             TestImage source(shape, 5);
-            BlockwiseImage blockwise(shape, 5), byBlocks(chain);
+            ImageByTiles blockwise(shape, 5), byBlocks(chain);
             TestImage byRows(chain), shared(chain);
             Configuration one = settings(), many = settings(&pool);
             one.m_callbacksPerJob = 1;
@@ -286,24 +282,6 @@ TEST(MipMaps, MakeTheDescriptorOfTheSource) {
     }
 }
 
-// Sets the abort word once it has run some jobs.
-class AbortingManager : public Raw::JobManager {
-public:
-    explicit AbortingManager(int jobs) : m_jobs(jobs) {}
-    volatile unsigned m_word = 0;
-
-private:
-    Raw::Error doSubmit(const Raw::Job* job) override {
-        m_word = m_jobs-- <= 0 ? 1 : 0;
-        return m_serial.submit(job);
-    }
-    Raw::Error doStall() override { return m_serial.stall(); }
-    Raw::Error doStall(const Raw::Job* job) override { return m_serial.stall(job); }
-
-    Raw::SerialJobManager m_serial;
-    int m_jobs;
-};
-
 TEST(MipMaps, StopWithTheirOwnErrorAndKeepWhatIsDone) {
     for (const char* format : {"R8G8B8A8Unorm", "R8G8B8A8Uint"}) {
         TestImage source(makeFlat("R8G8B8A8Unorm", 512, 256), 7);
@@ -312,9 +290,11 @@ TEST(MipMaps, StopWithTheirOwnErrorAndKeepWhatIsDone) {
         ASSERT_EQ(Raw::makeMipMaps(&source, &whole, formatNamed(format), &configuration), 0);
         for (const int jobs : {0, 1}) {
             Raw::MemoryMappedImage made;
-            AbortingManager manager(jobs);
+            volatile unsigned abort = 0;
+            int left = jobs;
+            HookedManager manager([&](const Raw::Job&) { abort = left-- <= 0 ? 1 : 0; });
             Configuration stopped = settings(&manager);
-            stopped.m_abort = &manager.m_word;
+            stopped.m_abort = &abort;
             unsigned progress = 0;
             EXPECT_EQ(Raw::makeMipMaps(&source, &made, formatNamed(format), &stopped, &progress),
                       static_cast<int>(Raw::kErrorAborted));
@@ -333,13 +313,6 @@ TEST(MipMaps, ReportWhatTheyCannotUse) {
     TestImage image(makeFlat("R8Unorm", 8, 8)), other(makeFlat("R8Unorm", 8, 4, 2));
     ReportRecorder reports;
     Configuration configuration = settings();
-    Raw::ElementProvider* none = nullptr;
-    EXPECT_NE(Raw::makeMipMaps(none, none, nullptr), 0);
-    EXPECT_EQ(Raw::reallocateAndAddMips(none, nullptr, {}), 0);
-    EXPECT_EQ(reports.texts(), "source must not be NULL.\ndestination must not be NULL.\n"
-                               "configuration must not be NULL.\n"
-                               "source must not be NULL.\ndestination must not be NULL.\n");
-    reports.clear();
     Raw::makeMipMaps(&image, &other, &configuration);
     EXPECT_EQ(reports.assertions().at(0).m_text,
               "source and destination must have same dimensions, except for mips");
@@ -386,31 +359,16 @@ TEST(MipMaps, WithoutMemoryToWorkInReportOnce) {
     EXPECT_EQ(reports.texts(), "there is no memory to make a mip in.\n");
 }
 
-// Counts the jobs that more than one thread may work on.
-class CountingManager : public Raw::JobManager {
-public:
-    unsigned m_shared = 0;
-
-private:
-    Raw::Error doSubmit(const Raw::Job* job) override {
-        m_shared += job->getCallbacks() > 1 ? 1 : 0;
-        return m_serial.submit(job);
-    }
-    Raw::Error doStall() override { return m_serial.stall(); }
-    Raw::Error doStall(const Raw::Job* job) override { return m_serial.stall(job); }
-
-    Raw::SerialJobManager m_serial;
-};
-
 TEST(MipMaps, AreSharedOutWhateverTheNumberOfCallbacks) {
     TestImage source(makeFlat("R8G8B8A8Unorm", 1024, 1024), 1);
     for (const unsigned callbacks : {2u, 32u}) {
         Raw::MemoryMappedImage made;
-        CountingManager manager;
+        unsigned shared = 0; // jobs that more than one thread may work on
+        HookedManager manager([&](const Raw::Job& job) { shared += job.getCallbacks() > 1 ? 1u : 0u; });
         Configuration configuration = settings(&manager);
         configuration.m_callbacksPerJob = callbacks;
         ASSERT_EQ(Raw::makeMipMaps(&source, &made, source.getDataFormat(), &configuration), 0);
-        EXPECT_EQ(manager.m_shared, 2u) << callbacks; // mips 0 with 1, and 2
+        EXPECT_EQ(shared, 2u) << callbacks; // mips 0 with 1, and 2
     }
 }
 

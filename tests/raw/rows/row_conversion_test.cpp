@@ -3,79 +3,22 @@
 #include "raw/texels/srgb.h"
 #include "raw/texels/srgb_bytes.h"
 #include "simd/dispatch.h"
-#include "support/bit_patterns.h"
+#include "support/conversions.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <iomanip>
 #include <numeric>
 
 namespace qor::Texsmith::Raw {
 namespace {
 
-using TestSupport::bitsOf;
-using TestSupport::floatOf;
-using TestSupport::RandomBits;
-using Bytes = std::vector<std::uint8_t>;
+using namespace TestSupport;
+using TestSupport::stepsBetween;
 
-constexpr std::uint32_t kXyzw = 0xFAC000;
 // Those with kernels for their pairs: 8_8_8_8 UNorm and sRGB, 2_10_10_10, 5_6_5, halves, floats.
 constexpr std::uint32_t kFrequent[] = {0x00A, 0x90A, 0x009, 0x010, 0x70C, 0x70E};
-
-unsigned bytesPerElement(Vex::DataFormat format) {
-    return g_surfaceFormatInfo[format.getSurfaceFormat()].bytesPerElement;
-}
-
-Vex::DataFormat withSwizzle(std::uint32_t word, RandomBits& random) {
-    return {random.word() % 4 == 0 ? word | kXyzw : word | (random.word() & 0xFFF000)};
-}
-
-TileConversion stepsBetween(Vex::DataFormat from, Vex::DataFormat to) {
-    Vex::Texture source, destination;
-    source.setDataFormat(from);
-    destination.setDataFormat(to);
-    DecoderConfiguration decoder;
-    EncoderConfiguration encoder;
-    decoder.setTexture(&source);
-    encoder.setTexture(&destination);
-    return TileConversion(decoder, encoder);
-}
-
-// All 16-bit words in turn where a channel or an element has that size, floats of all kinds for 32-bit
-// channels, and random bits else.
-Bytes elementsOf(Vex::DataFormat format, std::size_t count, RandomBits& random) {
-    const SurfaceFormatInfo& row = g_surfaceFormatInfo[format.getSurfaceFormat()];
-    Bytes elements(count * row.bytesPerElement);
-    random.fill(elements.data(), elements.size());
-    if (row.bitsPerChannel[0] == 32) {
-        for (std::size_t at = 0; at < elements.size(); at += 4) {
-            const std::uint32_t lane = random.lane();
-            std::memcpy(&elements[at], &lane, 4);
-        }
-    } else if (row.bitsPerChannel[0] == 16 || row.bytesPerElement == 2) {
-        for (std::size_t at = 0; at < elements.size(); at += 2) {
-            const std::uint16_t word = static_cast<std::uint16_t>(at / 2 * 0x9E37);
-            std::memcpy(&elements[at], &word, 2);
-        }
-    }
-    return elements;
-}
-
-// By tiles, the last one filled up.
-Bytes byTiles(const TileConversion& steps, Bytes elements, std::size_t count) {
-    const unsigned from = bytesPerElement(steps.decoder().getTexture()->getDataFormat());
-    const unsigned to = bytesPerElement(steps.encoder().getTexture()->getDataFormat());
-    const std::size_t tiles = (count + 63) / 64;
-    elements.resize(tiles * 64 * from);
-    Bytes converted(tiles * 64 * to);
-    for (std::size_t tile = 0; tile < tiles; ++tile) {
-        steps.convert(&converted[tile * 64 * to], to * 8, &elements[tile * 64 * from], from * 8);
-    }
-    converted.resize(count * to);
-    return converted;
-}
 
 // Runs `make()`'s conversion with all instruction sets and stores, on runs that begin at every element of an
 // aligned vector and, where the length is odd, end with the allocation, where the sanitizer watches.
@@ -139,22 +82,6 @@ std::vector<std::uint32_t> allFormats() {
     return formats;
 }
 
-// Matrices that add NaNs, denormals and infinities of several lanes, and each kind of power.
-TileConversion withTransform(const TileConversion& steps, unsigned kind) {
-    static constexpr float kPowers[] = {1, 1, 1, 2, 0.5f, 2.2f};
-    DecoderConfiguration decoder = steps.decoder();
-    EncoderConfiguration encoder = steps.encoder();
-    Transform transform;
-    transform.Init();
-    transform.m_multiply = {{{{0.5f, 1, 0, 3}}, {{-1, 2, 0.1f, 0}}, {{0, 0.25f, 1, 7}}, {{1, 0, 1.5f, -1}}}};
-    transform.m_add = {{0.25f, -1, 0, 0.5f}};
-    const float power = kPowers[kind % std::size(kPowers)];
-    transform.m_power = {{power, power, power, power}};
-    decoder.m_transform = kind % 3 != 1 ? transform : decoder.m_transform;
-    encoder.m_transform = kind % 3 != 2 ? transform : encoder.m_transform;
-    return TileConversion(decoder, encoder);
-}
-
 TEST(RowConversion, GivesTheBitsOfTheStepsForAllPairsOfFormatsPlainAndTransformed) {
     constexpr std::size_t kCount = 43;
     RandomBits random;
@@ -166,8 +93,11 @@ TEST(RowConversion, GivesTheBitsOfTheStepsForAllPairsOfFormatsPlainAndTransforme
         const Bytes source = elementsOf(from, kCount, random);
         for (const std::uint32_t second : formats) {
             const Vex::DataFormat to = withSwizzle(second, random);
-            const TileConversion plain = stepsBetween(from, to);
-            for (const TileConversion& steps : {plain, withTransform(plain, turn)}) {
+            constexpr float kPowers[] = {1, 1, 1, 2, 0.5f, 2.2f};
+            const Transform none = noTransform(), some = someTransform(kPowers[turn % std::size(kPowers)]);
+            const TileConversion transformed =
+                stepsBetween(from, to, turn % 3 != 1 ? some : none, turn % 3 != 2 ? some : none);
+            for (const TileConversion& steps : {stepsBetween(from, to), transformed}) {
                 Simd::allowAvx2(++turn / 2 % 2 != 0);
                 Bytes result(kCount * bytesPerElement(to));
                 RowConversion(steps).convert(result.data(), source.data(), kCount, RowStores::kCached);

@@ -203,18 +203,4 @@ TEST(MemoryMappedImage, CopiesBorrowAndPointAtThemselves) {
     EXPECT_EQ(assigned.getMemoryRegion().begin[0], 1);
 }
 
-TEST(AreBitwiseEqual, ComparesTheBytesOfImages) {
-    Raw::Configuration configuration;
-    TestImage a(makeFlat("R16Uint", 33, 9), 3), b(makeFlat("R16Uint", 33, 9), 3);
-    EXPECT_EQ(Raw::areBitwiseEqual(&a, &b, &configuration), Raw::kErrorNone);
-    b.bytes().back() ^= 1;
-    EXPECT_EQ(Raw::areBitwiseEqual(&a, &b, &configuration), Raw::kErrorFailed);
-    const ReportRecorder reports;
-    const TestImage other(makeFlat("R16Sint", 33, 9), 3);
-    EXPECT_EQ(Raw::areBitwiseEqual(&a, &other, &configuration),
-              Raw::kErrorFailed); // though the bytes are equal
-    EXPECT_EQ(reports.texts(), "Images a and b are not bitwise comparable for equality, because dimensions "
-                               "and/or format are different.\n");
-}
-
 } // namespace

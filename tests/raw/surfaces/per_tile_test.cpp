@@ -106,28 +106,11 @@ TEST(PerTileJob, RunsAChainOfAtMostSixteen) {
     EXPECT_EQ(reports.texts(), "elementProvider must not be NULL.\nperTile must not be NULL.\n");
 }
 
-// Writes tile by tile, even where there are rows.
-class TileCopy : public Raw::PerTile {
-public:
-    TileCopy(const Provider& to, const Provider& from) : m_to(to), m_from(from) {}
-
-private:
-    Error doPerTileCallback(unsigned, const Index* index, unsigned x, unsigned y) const override {
-        Raw::Tile tile;
-        m_from.getTile(index, &tile, x, y);
-        m_to.putTile(index, &tile, x, y);
-        return Raw::kErrorNone;
-    }
-
-    const Provider& m_to;
-    const Provider& m_from;
-};
-
 TEST(PerTileJob, PassesOfAChainSeeWhatEarlierOnesWrote) {
     TestImage first(makeFlat("R8Unorm", 29, 21), 1), second(makeFlat("R8Unorm", 29, 21)),
         third(makeFlat("R8Unorm", 29, 21));
-    TileCopy byTiles(second, first);
-    Raw::CopyPerTile byRows(&second, &first), reader(&third, &second);
+    TilesOnly firstTiles(first), secondTiles(second);
+    Raw::CopyPerTile byTiles(&secondTiles, &firstTiles), byRows(&second, &first), reader(&third, &second);
     for (Raw::PerTile* writer : std::initializer_list<Raw::PerTile*>{&byTiles, &byRows}) {
         second.bytes().assign(second.bytes().size(), 0);
         third.bytes().assign(third.bytes().size(), 0);
