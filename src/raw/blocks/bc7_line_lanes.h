@@ -45,7 +45,7 @@ template <typename Lanes, int kSubsets> struct Membership {
         }
     };
     OfTexel at(unsigned texel) const {
-        OfTexel masks;
+        OfTexel masks = {}; // of one subset nothing is asked
         const Int bit = Lanes::splat(1u << texel);
         for (int i = 0; i + 1 < kSubsets; ++i) {
             masks.m_isIn[i] = equal(m_words[i] & bit, bit);
