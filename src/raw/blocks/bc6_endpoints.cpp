@@ -84,39 +84,15 @@ unsigned bitsOfBc6Difference(std::int64_t code, std::int64_t other) {
     return static_cast<unsigned>(std::bit_width(magnitude + (magnitude >> 4))) + 1;
 }
 
-void quantiseBc6(const Bc6Positions& positions, const Bc6Mode& mode, bool isSigned, Bc6Numbers* numbers) {
+void quantiseBc6(const Bc6Codes& codes, const Bc6Mode& mode, bool isSigned, Bc6Numbers* numbers) {
     const Scale scale(mode.m_endpointBits, isSigned);
     for (unsigned end = 0; end < mode.endpoints(); ++end) {
         for (unsigned channel = 0; channel < 3; ++channel) {
-            const Rounded rounded = roundCode(toBc6Code(positions[end][channel], isSigned), scale, isSigned);
+            const Rounded rounded = roundCode(codes[end][channel], scale, isSigned);
             numbers->m_numbers[end][channel] = rounded.m_number;
             numbers->m_steps[end][channel] = rounded.m_step;
         }
     }
-}
-
-bool isBc6NumberInRange(std::int32_t number, unsigned bits, bool isSigned) {
-    const std::int32_t mask = (1 << bits) - 1;
-    return isSigned ? number >= -1 - (mask >> 1) && number <= mask >> 1 : number >= 0 && number <= mask;
-}
-
-bool isBc6DeltaInRange(std::int32_t number, std::int32_t first, unsigned bits) {
-    return isBc6NumberInRange(number - first, bits, true);
-}
-
-std::int32_t widenBc6(std::int32_t number, unsigned bits, bool isSigned) {
-    const std::int32_t magnitude = std::abs(number);
-    const std::int32_t top = (1 << (isSigned ? bits - 1 : bits)) - 1, topCode = isSigned ? 0x7FFF : 0xFFFF;
-    std::int32_t code = magnitude;
-    if (bits < 16 && magnitude != 0) {
-        code = magnitude >= top ? topCode : (magnitude * 2 + 1) << (15 - bits);
-    }
-    return number < 0 ? -code : code;
-}
-
-std::int32_t decodeBc6Code(std::int32_t code, bool isSigned) {
-    const std::int32_t magnitude = isSigned ? std::abs(code) * 31 >> 5 : code * 31 >> 6;
-    return code < 0 ? -magnitude : magnitude;
 }
 
 } // namespace qor::Texsmith::Raw

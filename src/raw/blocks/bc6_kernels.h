@@ -29,7 +29,8 @@ struct Bc6Format {
 // By channel and texel.
 struct Bc6Planes {
     alignas(32) float m_position[3][kBc6Texels];
-    alignas(32) float m_weight[3][kBc6Texels];          // difference of error by difference of position
+    alignas(32) float m_weight[3][kBc6Texels]; // difference of error by difference of position
+    alignas(32) float m_squaredWeight[3][kBc6Texels];
     alignas(32) float m_target[3][kBc6Texels];          // what a decoded value is compared with
     alignas(32) std::int32_t m_exponent[3][kBc6Texels]; // of the half, -14 for the least ones
     alignas(32) std::uint32_t m_pattern[3][kBc6Texels]; // the half, rounded
@@ -44,27 +45,29 @@ struct Bc6Estimates {
     alignas(32) float m_axis[2][3][kRoom];
 };
 
-// The texels of one subset in row order, one in each lane. Lanes behind them are not present.
+// The texels of one subset in row order. What lies behind them is any numbers.
 struct Bc6Subset {
     unsigned m_count;
-    std::uint8_t m_texels[kBc6Texels];
+    const std::uint8_t* m_texels;
     alignas(32) float m_position[3][kBc6Texels];
     alignas(32) float m_squaredWeight[3][kBc6Texels];
     alignas(32) float m_target[3][kBc6Texels];
-    alignas(32) std::uint32_t m_present[kBc6Texels];  // all ones or zero
     alignas(32) std::uint32_t m_topIndex[kBc6Texels]; // the highest that the texel may take
-    unsigned m_anchor;                                // lane of the texel whose index lacks the top bit
 };
 
-// Two positions for each channel.
-struct Bc6Line {
-    float m_ends[2][3];
+// For up to eight entries: the ends of their lines in positions, by subset, end and channel, turned so that
+// the anchors take low indices; and the squared error that indices leave, before the ends are rounded.
+struct Bc6Fits {
+    static constexpr unsigned kRoom = 8;
+    alignas(32) float m_error[kRoom];
+    alignas(32) float m_ends[2][2][3][kRoom];
 };
 
-// A pair of quantised endpoints: as 16-bit codes that the decoder interpolates, and what these decode to.
-struct Bc6Ends {
-    float m_code[2][3];
-    float m_decoded[2][3];
+// A pair of quantised endpoints, and for each component another number: as 16-bit codes that the decoder
+// interpolates, and what these decode to. Bit channel + 3 * end of a mask chooses the other number.
+struct Bc6Choices {
+    float m_code[2][3][2];
+    float m_decoded[2][3][2];
 };
 
 struct Bc6Rule {
@@ -80,15 +83,15 @@ struct Bc6Rule {
 struct Bc6Kernels {
     void (*m_prepare)(const ColorRGBA32F* block, Bc6Format format, Bc6Planes* planes);
     void (*m_estimate)(const Bc6Planes& planes, Bc6Estimates* estimates);
-    // The ends between which the indices serve the subset best. Turned so that the anchor takes a low index.
-    void (*m_fit)(const Bc6Subset& subset, const float (&mean)[3], const float (&axis)[3], unsigned indexBits,
-                  Bc6Line* line);
-    // The squared error for each of `count` pairs of ends.
-    void (*m_evaluate)(const Bc6Subset& subset, const Bc6Rule& rule, const Bc6Ends* ends, unsigned count,
-                       float* errors);
-    // Writes 16 indices, in the subset's order.
-    void (*m_findIndices)(const Bc6Subset& subset, const Bc6Rule& rule, const Bc6Ends& ends,
-                          std::uint8_t* indices);
+    // At most eight entries.
+    void (*m_fit)(const Bc6Planes& planes, const Bc6Estimates& estimates, const std::uint8_t* entries,
+                  unsigned count, Bc6Fits* fits);
+    // The squared error for the choice of mask 0, and its indices: 16, in the subset's order.
+    float (*m_evaluate)(const Bc6Subset& subset, const Bc6Rule& rule, const Bc6Choices& choices,
+                        std::uint8_t* indices);
+    // The squared errors for `count` masks. Both arrays have room for a multiple of eight.
+    void (*m_evaluateSteps)(const Bc6Subset& subset, const Bc6Rule& rule, const Bc6Choices& choices,
+                            const std::uint8_t* masks, unsigned count, float* errors);
 };
 
 // Those of the widest instruction set that may be used now. All give the same bits.

@@ -1,5 +1,4 @@
-// The kernels of bc6_kernels.h for any class of lanes. Sums over texels fold 16 lanes in halves, whatever the
-// width, so that all classes give the same bits.
+// The kernels of bc6_kernels.h for any class of lanes. The order of all sums is the same for every width.
 #pragma once
 
 #include "raw/blocks/bc6_estimate_lanes.h"
@@ -13,7 +12,7 @@ namespace qor::Texsmith::Raw {
 template <typename Lanes> struct Bc6Lanes {
     static constexpr Bc6Kernels makeKernels() {
         return {&Bc6Prepare<Lanes>::prepare, &Bc6Estimate<Lanes>::estimate, &Bc6Fit<Lanes>::fit,
-                &Bc6Evaluate<Lanes>::evaluate, &Bc6Evaluate<Lanes>::findIndices};
+                &Bc6Evaluate<Lanes>::evaluate, &Bc6Evaluate<Lanes>::evaluateSteps};
     }
 };
 

@@ -51,7 +51,9 @@ private:
         constexpr std::uint32_t kStepOfField0 = 127 - 15 - 10; // the float exponent of 2^(field - 25)
         const Float step = floatsOf(shiftLeft<23>(field + Lanes::splat(kStepOfField0)));
         store(&planes->m_position[channel][at], position);
-        store(&planes->m_weight[channel][at], byValue ? step : Lanes::splat(1.0f));
+        const Float weight = byValue ? step : Lanes::splat(1.0f);
+        store(&planes->m_weight[channel][at], weight);
+        store(&planes->m_squaredWeight[channel][at], weight * weight);
         store(&planes->m_target[channel][at], byValue ? value : position);
         store(&planes->m_exponent[channel][at], field - Lanes::splat(15u));
         store(&planes->m_pattern[channel][at], half | (sign & Lanes::splat(0x8000u)));

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <limits>
 
 namespace qor::Texsmith::Raw {
@@ -29,39 +28,6 @@ float power(float base, float exponent) {
     store(result, Simd::exp2Approximately(logarithm * Simd::splat(exponent)));
     return result[0];
 }
-
-// Errors are compared with the best one by a curve that is flatter for large ones. The two branches meet.
-class Cutoff {
-public:
-    Cutoff(float factor, float scale)
-        : m_factor(factor), m_inverseScale(1.0f / scale), m_bend(power(1.0f / scale, 1.937984585762024f)) {}
-
-    bool drops(float error, float best) const {
-        if (m_factor >= 1.0f && error <= best) {
-            return false;
-        }
-        return best < kNoError && compress(error) > m_factor * compress(best);
-    }
-
-private:
-    float m_factor, m_inverseScale, m_bend;
-
-    float compress(float error) const {
-        return error < m_bend ? error : power(error, 0.484f) * m_inverseScale;
-    }
-};
-
-// For blocks of small and of large exponent spread.
-struct Cutoffs {
-    Cutoff m_partition[2];
-    Cutoff m_mode[2];
-
-    explicit Cutoffs(const Bc6QualitySettings& quality)
-        : m_partition{{quality.partitionCutoffSmooth, quality.partitionScaleSmooth},
-                      {quality.partitionCutoffWide, quality.partitionScaleWide}},
-          m_mode{{quality.modeCutoffSmooth, quality.modeScaleSmooth},
-                 {quality.modeCutoffWide, quality.modeScaleWide}} {}
-};
 
 std::uint16_t maskOf(unsigned entry, unsigned subset) {
     const std::uint16_t second = entry == kBc6WholeBlock ? 0 : kBc7Partitions2[entry];
@@ -88,59 +54,91 @@ int squaredSpread(const Bc6Planes& planes, std::uint16_t mask) {
     return sum;
 }
 
-void gather(const Bc6Planes& planes, unsigned entry, unsigned index, Bc6Subset* subset) {
-    const std::uint16_t mask = maskOf(entry, index);
-    const std::uint32_t top = entry == kBc6WholeBlock ? 15 : 7;
-    subset->m_count = 0;
-    for (unsigned texel = 0; texel < kBc6Texels; ++texel) {
-        if ((mask >> (15 - texel) & 1) == 0) {
-            continue;
-        }
-        const unsigned lane = subset->m_count++;
-        const bool isAnchor = texel == anchorOf(entry, index);
-        subset->m_anchor = isAnchor ? lane : subset->m_anchor;
-        subset->m_texels[lane] = static_cast<std::uint8_t>(texel);
-        subset->m_topIndex[lane] = isAnchor ? top >> 1 : top;
-        subset->m_present[lane] = 0xFFFFFFFF;
-        for (unsigned channel = 0; channel < 3; ++channel) {
-            const float weight = planes.m_weight[channel][texel];
-            subset->m_position[channel][lane] = planes.m_position[channel][texel];
-            subset->m_squaredWeight[channel][lane] = weight * weight;
-            subset->m_target[channel][lane] = planes.m_target[channel][texel];
+// The texels of each entry's subsets, in row order.
+struct TexelLists {
+    std::uint8_t m_texels[kBc6Entries][2][kBc6Texels];
+    std::uint8_t m_counts[kBc6Entries][2];
+};
+
+constexpr TexelLists makeTexelLists() {
+    TexelLists lists = {};
+    for (unsigned entry = 0; entry < kBc6Entries; ++entry) {
+        for (unsigned texel = 0; texel < kBc6Texels; ++texel) {
+            const unsigned subset = entry == kBc6WholeBlock ? 0 : subsetOfTwo(entry, texel);
+            lists.m_texels[entry][subset][lists.m_counts[entry][subset]++] = static_cast<std::uint8_t>(texel);
         }
     }
-    for (unsigned lane = subset->m_count; lane < kBc6Texels; ++lane) {
-        subset->m_topIndex[lane] = subset->m_present[lane] = 0;
+    return lists;
+}
+constexpr TexelLists kTexelLists = makeTexelLists();
+
+void gather(const Bc6Planes& planes, unsigned entry, unsigned index, Bc6Subset* subset) {
+    const std::uint32_t top = entry == kBc6WholeBlock ? 15 : 7;
+    const unsigned anchor = anchorOf(entry, index);
+    subset->m_count = kTexelLists.m_counts[entry][index];
+    subset->m_texels = kTexelLists.m_texels[entry][index];
+    for (unsigned lane = 0; lane < kBc6Texels; ++lane) { // those behind the last one repeat texel 0
+        const unsigned texel = subset->m_texels[lane];
+        subset->m_topIndex[lane] = texel == anchor ? top >> 1 : top;
         for (unsigned channel = 0; channel < 3; ++channel) {
-            subset->m_position[channel][lane] = subset->m_target[channel][lane] = 0.0f;
-            subset->m_squaredWeight[channel][lane] = 1.0f;
+            subset->m_position[channel][lane] = planes.m_position[channel][texel];
+            subset->m_squaredWeight[channel][lane] = planes.m_squaredWeight[channel][texel];
+            subset->m_target[channel][lane] = planes.m_target[channel][texel];
         }
     }
 }
 
-Bc6Ends endsOf(const std::int32_t (*numbers)[3], const Bc6Mode& mode, bool isSigned) {
-    Bc6Ends ends;
+// The numbers of a subset, and those a step further.
+Bc6Choices choicesOf(const Bc6Numbers& numbers, unsigned subset, const Bc6Mode& mode, bool isSigned) {
+    Bc6Choices choices;
     for (unsigned end = 0; end < 2; ++end) {
         for (unsigned channel = 0; channel < 3; ++channel) {
-            const std::int32_t code = widenBc6(numbers[end][channel], mode.m_endpointBits, isSigned);
-            ends.m_code[end][channel] = static_cast<float>(code);
-            ends.m_decoded[end][channel] = static_cast<float>(decodeBc6Code(code, isSigned));
+            std::int32_t number = numbers.m_numbers[2 * subset + end][channel];
+            for (unsigned other = 0; other < 2; ++other) {
+                const std::int32_t code = widenBc6(number, mode.m_endpointBits, isSigned);
+                choices.m_code[end][channel][other] = static_cast<float>(code);
+                choices.m_decoded[end][channel][other] = static_cast<float>(decodeBc6Code(code, isSigned));
+                number += numbers.m_steps[2 * subset + end][channel];
+            }
         }
     }
-    return ends;
+    return choices;
 }
+
+// Sets of steps are masks with bit channel + 3 * end; sets of these are words with a bit for each mask.
+struct StepSets {
+    std::uint64_t m_around[64]; // those with one step more
+    std::uint64_t
+        m_withWays[3][16]; // by which of the four ways a channel may go: neither end, one, the other, both
+};
+
+constexpr StepSets makeStepSets() {
+    StepSets sets = {};
+    for (unsigned mask = 0; mask < 64; ++mask) {
+        for (unsigned bit = 1; bit < 64; bit *= 2) {
+            sets.m_around[mask] |= (mask & bit) == 0 ? std::uint64_t{1} << (mask | bit) : 0;
+        }
+        for (unsigned channel = 0; channel < 3; ++channel) {
+            const unsigned way = (mask >> channel & 1) | (mask >> (channel + 2) & 2);
+            for (unsigned ways = 0; ways < 16; ++ways) {
+                sets.m_withWays[channel][ways] |= std::uint64_t{ways >> way & 1} << mask;
+            }
+        }
+    }
+    return sets;
+}
+constexpr StepSets kStepSets = makeStepSets();
 
 struct Candidate {
     unsigned m_mode;
     unsigned m_entry;
-    std::int32_t m_numbers[4][3];
+    Bc6Numbers m_numbers;
 };
 
 class Search {
 public:
     Search(const ColorRGBA32F* block, const Bc6Plan& plan, const Bc6Kernels& kernels, Bc6Effort* effort)
-        : m_plan(plan), m_kernels(kernels), m_effort(effort), m_cutoffs(plan.m_quality),
-          m_bestError(kNoError), m_best{} {
+        : m_plan(plan), m_kernels(kernels), m_effort(effort), m_bestError(kNoError), m_best{} {
         kernels.m_prepare(block, plan.m_format, &m_planes);
     }
 
@@ -156,9 +154,10 @@ private:
     const Bc6Plan& m_plan;
     const Bc6Kernels& m_kernels;
     Bc6Effort* m_effort;
-    const Cutoffs m_cutoffs;
     Bc6Planes m_planes;
     Bc6Estimates m_estimates;
+    std::uint64_t m_keys[kBc6Entries]; // estimates, and below them the entries from 1 on
+    std::uint64_t m_lastKey = 0;       // of the entries in batches so far
     float m_bestError;
     Candidate m_best;
 
@@ -166,7 +165,8 @@ private:
     unsigned m_entry, m_subsetCount;
     bool m_isWide;
     Bc6Subset m_subsets[2];
-    float m_errors[2]; // of the subsets, for the numbers last tried
+    Bc6Choices m_choices[2]; // of the subsets, for the numbers last tried
+    float m_errors[2];
 
     bool isSigned() const { return m_plan.m_format.m_isSigned; }
 
@@ -206,25 +206,51 @@ private:
     // From the lowest estimate up; of equals the lowest entry first.
     void walkEntries() {
         m_kernels.m_estimate(m_planes, &m_estimates);
-        std::uint64_t keys[kBc6Entries];
         for (unsigned entry = 0; entry < kBc6Entries; ++entry) {
-            keys[entry] =
-                std::uint64_t{std::bit_cast<std::uint32_t>(m_estimates.m_error[entry])} << 8 | entry;
+            m_keys[entry] =
+                std::uint64_t{std::bit_cast<std::uint32_t>(m_estimates.m_error[entry])} << 8 | (entry + 1);
         }
         const bool allSmooth = squaredSpread(m_planes, 0xFFFF) < 25;
-        std::uint64_t previous = 0;
-        for (unsigned tried = 0; tried < m_plan.m_entryLimit; ++tried) {
-            std::uint64_t* least = std::min_element(keys, keys + kBc6Entries);
-            const unsigned entry = *least & 0xFF;
-            holds(*least >= previous, "fChiSqr_est >= fChiSqr_est_prev", __LINE__);
-            previous = *least;
-            *least = ~std::uint64_t{0};
-            m_isWide = !allSmooth && !isSmooth(entry);
-            if (m_cutoffs.m_partition[m_isWide].drops(m_estimates.m_error[entry], m_bestError)) {
-                return;
+        float previous = 0.0f;
+        for (unsigned walked = 0; walked < m_plan.m_entryLimit;) {
+            Batch batch;
+            fillBatch(std::min(m_plan.m_entryLimit - walked, Bc6Fits::kRoom), &batch);
+            for (unsigned i = 0; i < batch.m_count; ++i, ++walked) {
+                const float estimate = m_estimates.m_error[batch.m_entries[i]];
+                holds(estimate >= previous, "fChiSqr_est >= fChiSqr_est_prev", __LINE__);
+                previous = estimate;
+                m_isWide = !allSmooth && !isSmooth(batch.m_entries[i]);
+                if (m_plan.m_partitionCutoffs[m_isWide].drops(estimate, m_bestError)) {
+                    return;
+                }
+                walkModes(batch, i);
             }
-            walkModes(entry);
         }
+    }
+
+    // The next entries, and their lines.
+    struct Batch {
+        std::uint8_t m_entries[Bc6Fits::kRoom];
+        unsigned m_count = 0;
+        Bc6Fits m_fits;
+    };
+
+    void fillBatch(unsigned count, Batch* batch) {
+        std::uint64_t least[Bc6Fits::kRoom];
+        for (const std::uint64_t key : m_keys) {
+            if (key > m_lastKey && (batch->m_count < count || key < least[count - 1])) {
+                unsigned at = batch->m_count < count ? batch->m_count++ : count - 1;
+                for (; at > 0 && least[at - 1] > key; --at) {
+                    least[at] = least[at - 1];
+                }
+                least[at] = key;
+            }
+        }
+        for (unsigned i = 0; i < batch->m_count; ++i) {
+            batch->m_entries[i] = static_cast<std::uint8_t>((least[i] & 0xFF) - 1);
+            m_lastKey = least[i];
+        }
+        m_kernels.m_fit(m_planes, m_estimates, batch->m_entries, batch->m_count, &batch->m_fits);
     }
 
     bool isSmooth(unsigned entry) const {
@@ -240,53 +266,44 @@ private:
         }
     }
 
-    void walkModes(unsigned entry) {
+    // An entry whose line is no better than the best block so far, before its ends are rounded, is left out.
+    void walkModes(const Batch& batch, unsigned at) {
         ++m_effort->m_entries;
-        openEntry(entry);
-        Bc6Positions positions = {};
-        for (unsigned subset = 0; subset < m_subsetCount; ++subset) {
-            fit(subset, &positions[2 * subset]);
+        if (batch.m_fits.m_error[at] >= m_bestError) {
+            return;
+        }
+        openEntry(batch.m_entries[at]);
+        Bc6Codes codes = {};
+        for (unsigned end = 0; end < 2 * m_subsetCount; ++end) {
+            for (unsigned channel = 0; channel < 3; ++channel) {
+                const float position = batch.m_fits.m_ends[end / 2][end % 2][channel][at];
+                codes[end][channel] = toBc6Code(toBc6Position(position, isSigned()), isSigned());
+            }
         }
         unsigned needs[3];
         for (unsigned channel = 0; channel < 3; ++channel) {
-            needs[channel] = bitsNeeded(positions, channel);
+            needs[channel] = bitsNeeded(codes, channel);
         }
         if (m_subsetCount == 1) {
-            walkModesOfOneSubset(positions, *std::max_element(needs, needs + 3));
+            walkModesOfOneSubset(codes, *std::max_element(needs, needs + 3));
         } else {
-            walkModesOfTwoSubsets(positions, needs);
+            walkModesOfTwoSubsets(codes, needs);
         }
     }
 
-    void fit(unsigned subset, std::int32_t (*positions)[3]) {
-        float mean[3], axis[3];
-        for (unsigned channel = 0; channel < 3; ++channel) {
-            mean[channel] = m_estimates.m_mean[subset][channel][m_entry];
-            axis[channel] = m_estimates.m_axis[subset][channel][m_entry];
-        }
-        Bc6Line line;
-        m_kernels.m_fit(m_subsets[subset], mean, axis, m_subsetCount == 1 ? 4 : 3, &line);
-        for (unsigned end = 0; end < 2; ++end) {
-            for (unsigned channel = 0; channel < 3; ++channel) {
-                positions[end][channel] = toBc6Position(line.m_ends[end][channel], isSigned());
-            }
-        }
-    }
-
-    unsigned bitsNeeded(const Bc6Positions& positions, unsigned channel) const {
-        const std::int64_t first = toBc6Code(positions[0][channel], isSigned());
+    unsigned bitsNeeded(const Bc6Codes& codes, unsigned channel) const {
         unsigned bits = 0;
         for (unsigned end = 1; end < 2 * m_subsetCount; ++end) {
-            bits = std::max(bits, bitsOfBc6Difference(toBc6Code(positions[end][channel], isSigned()), first));
+            bits = std::max(bits, bitsOfBc6Difference(codes[end][channel], codes[0][channel]));
         }
         return bits;
     }
 
     // The need has some to spare: the next finer mode is tried too, and holds where its differences fit.
-    void walkModesOfOneSubset(const Bc6Positions& positions, unsigned need) {
+    void walkModesOfOneSubset(const Bc6Codes& codes, unsigned need) {
         unsigned mode = need < 5 ? 13 : need < 13 ? 12 : need < 15 ? 11 : 10;
         for (mode = std::min(mode + 1, 13u); mode >= 10; --mode) {
-            if (tryMode(mode, positions)) {
+            if (tryMode(mode, codes) != Tried::OutOfRange) {
                 return;
             }
         }
@@ -301,48 +318,61 @@ private:
         return true;
     }
 
-    // The finest first. Of modes with as many bits the lowest one that holds.
-    void walkModesOfTwoSubsets(const Bc6Positions& positions, const unsigned (&needs)[3]) {
+    // The finest first, and coarser ones for as long as they are better. Of modes with as many bits the
+    // lowest one that holds.
+    void walkModesOfTwoSubsets(const Bc6Codes& codes, const unsigned (&needs)[3]) {
         for (unsigned next = 10; next > 0;) {
             const unsigned bits = kBc6ModeTable[next - 1].m_endpointBits;
             unsigned chosen = kBc6Modes;
             for (; next > 0 && kBc6ModeTable[next - 1].m_endpointBits == bits; --next) {
                 chosen = hasRoom(kBc6ModeTable[next - 1], needs) ? next - 1 : chosen;
             }
-            if (chosen != kBc6Modes) {
-                tryMode(chosen, positions);
+            if (chosen != kBc6Modes && tryMode(chosen, codes) == Tried::Worse) {
+                return;
             }
         }
     }
 
-    float evaluate(unsigned subset, const Bc6Ends* ends, unsigned count, float* errors) {
-        m_effort->m_evaluations += count;
-        m_kernels.m_evaluate(m_subsets[subset], rule(), ends, count, errors);
-        return errors[0];
+    float evaluate(unsigned subset, const Bc6Choices& choices, std::uint8_t* indices) {
+        ++m_effort->m_evaluations;
+        return m_kernels.m_evaluate(m_subsets[subset], rule(), choices, indices);
     }
 
-    // False where the mode cannot hold the rounded numbers.
-    bool tryMode(unsigned number, const Bc6Positions& positions) {
+    void evaluateSteps(unsigned subset, const Bc6Choices& choices, const std::uint8_t* masks, unsigned count,
+                       float* errors) {
+        m_effort->m_evaluations += count;
+        m_kernels.m_evaluateSteps(m_subsets[subset], rule(), choices, masks, count, errors);
+    }
+
+    enum class Tried { OutOfRange, Worse, Better };
+
+    // Whether the rounded numbers fit the mode, and are better than what was best before.
+    Tried tryMode(unsigned number, const Bc6Codes& codes) {
         const Bc6Mode& mode = kBc6ModeTable[number];
         Bc6Numbers numbers;
-        quantiseBc6(positions, mode, isSigned(), &numbers);
+        quantiseBc6(codes, mode, isSigned(), &numbers);
         if (!areInRange(numbers.m_numbers, mode)) {
-            return false;
+            return Tried::OutOfRange;
         }
         ++m_effort->m_modes;
+        std::uint8_t indices[kBc6Texels];
         float error = 0.0f;
         for (unsigned subset = 0; subset < m_subsetCount; ++subset) {
-            const Bc6Ends ends = endsOf(&numbers.m_numbers[2 * subset], mode, isSigned());
-            error += evaluate(subset, &ends, 1, &m_errors[subset]);
+            m_choices[subset] = choicesOf(numbers, subset, mode, isSigned());
+            m_errors[subset] = evaluate(subset, m_choices[subset], indices);
+            error += m_errors[subset];
+            if (error > m_bestError && m_plan.m_modeCutoffs[m_isWide].drops(error, m_bestError)) {
+                return Tried::Worse; // and the other subset can only add to it
+            }
         }
         const float bestBefore = m_bestError;
         keepIfBetter(number, numbers, error);
-        if (m_plan.m_quality.searchDepth > 0 && !m_cutoffs.m_mode[m_isWide].drops(error, bestBefore)) {
+        if (m_plan.m_quality.searchDepth > 0 && !m_plan.m_modeCutoffs[m_isWide].drops(error, bestBefore)) {
             const int depth = error < m_plan.m_quality.refineBelow ? 1 : m_plan.m_quality.searchDepth;
             searchAround(mode, depth, &numbers);
             keepIfBetter(number, numbers, m_subsetCount == 1 ? m_errors[0] : m_errors[0] + m_errors[1]);
         }
-        return true;
+        return error < bestBefore ? Tried::Better : Tried::Worse;
     }
 
     void keepIfBetter(unsigned mode, const Bc6Numbers& numbers, float error) {
@@ -350,22 +380,29 @@ private:
             m_bestError = error;
             m_best.m_mode = mode;
             m_best.m_entry = m_entry;
-            std::memcpy(m_best.m_numbers, numbers.m_numbers, sizeof m_best.m_numbers);
+            m_best.m_numbers = numbers;
         }
     }
 
-    bool areInRange(const std::int32_t (&numbers)[4][3], const Bc6Mode& mode) const {
-        for (unsigned end = 0; end < mode.endpoints(); ++end) {
-            for (unsigned channel = 0; channel < 3; ++channel) {
-                const std::int32_t number = numbers[end][channel];
-                if (!isBc6NumberInRange(number, mode.m_endpointBits, isSigned()) ||
-                    (end > 0 && !mode.isDirect() &&
-                     !isBc6DeltaInRange(number, numbers[0][channel], mode.m_deltaBits[channel]))) {
-                    return false;
-                }
-            }
+    // For one channel of all endpoints.
+    bool isInRange(const std::int32_t (&numbers)[4], unsigned channel, const Bc6Mode& mode) const {
+        bool holds = isBc6NumberInRange(numbers[0], mode.m_endpointBits, isSigned());
+        for (unsigned end = 1; end < mode.endpoints(); ++end) {
+            holds &= isBc6NumberInRange(numbers[end], mode.m_endpointBits, isSigned());
+            holds &=
+                mode.isDirect() || isBc6DeltaInRange(numbers[end], numbers[0], mode.m_deltaBits[channel]);
         }
-        return true;
+        return holds;
+    }
+
+    bool areInRange(const std::int32_t (&numbers)[4][3], const Bc6Mode& mode) const {
+        bool holds = true;
+        for (unsigned channel = 0; channel < 3; ++channel) {
+            const std::int32_t ends[4] = {numbers[0][channel], numbers[1][channel], numbers[2][channel],
+                                          numbers[3][channel]};
+            holds &= isInRange(ends, channel, mode);
+        }
+        return holds;
     }
 
     void searchAround(const Bc6Mode& mode, int depth, Bc6Numbers* numbers) {
@@ -378,90 +415,119 @@ private:
         }
     }
 
-    // The components of a subset whose rounding has another side.
-    struct Directions {
-        unsigned m_count = 0;
-        std::uint8_t m_end[6], m_channel[6];
+    // Bit `mask` tells whether a set of steps, with bit channel + 3 * end, may be taken: all have another
+    // side, and the mode holds what they lead to.
+    using Allowed = std::uint64_t;
 
-        Directions(const Bc6Numbers& numbers, unsigned subset) {
-            for (unsigned end = 2 * subset; end < 2 * subset + 2; ++end) {
-                for (unsigned channel = 0; channel < 3; ++channel) {
-                    if (numbers.m_steps[end][channel] != 0) {
-                        m_end[m_count] = static_cast<std::uint8_t>(end);
-                        m_channel[m_count++] = static_cast<std::uint8_t>(channel);
-                    }
-                }
+    Allowed allowedSteps(const Bc6Numbers& numbers, const Bc6Mode& mode, unsigned subset) const {
+        Allowed allowed = ~Allowed{0};
+        for (unsigned channel = 0; channel < 3; ++channel) {
+            unsigned ways = 0;
+            for (unsigned taken = 0; taken < 4; ++taken) {
+                ways |= static_cast<unsigned>(mayTake(taken, numbers, mode, subset, channel)) << taken;
+            }
+            allowed &= kStepSets.m_withWays[channel][ways];
+        }
+        return allowed;
+    }
+
+    bool mayTake(unsigned taken, const Bc6Numbers& numbers, const Bc6Mode& mode, unsigned subset,
+                 unsigned channel) const {
+        std::int32_t ends[4] = {};
+        bool exists = true;
+        for (unsigned end = 0; end < mode.endpoints(); ++end) {
+            const bool moves = end / 2 == subset && (taken >> end % 2 & 1) != 0;
+            const int step = moves ? numbers.m_steps[end][channel] : 0;
+            ends[end] = numbers.m_numbers[end][channel] + step;
+            exists &= !moves || step != 0;
+        }
+        return exists && isInRange(ends, channel, mode);
+    }
+
+    static void take(unsigned mask, unsigned subset, Bc6Numbers* numbers) {
+        for (unsigned bit = 0; bit < 6; ++bit) {
+            if ((mask >> bit & 1) != 0) {
+                const unsigned end = 2 * subset + bit / 3;
+                numbers->m_numbers[end][bit % 3] += numbers->m_steps[end][bit % 3];
             }
         }
+    }
 
-        void apply(unsigned mask, Bc6Numbers* numbers) const {
-            for (unsigned i = 0; i < m_count; ++i) {
-                if ((mask >> i & 1) != 0) {
-                    numbers->m_numbers[m_end[i]][m_channel[i]] += numbers->m_steps[m_end[i]][m_channel[i]];
-                }
+    void searchAllSteps(const Bc6Mode& mode, unsigned subset, Bc6Numbers* numbers) {
+        const Allowed allowed = allowedSteps(*numbers, mode, subset);
+        std::uint8_t masks[64] = {};
+        unsigned count = 0;
+        for (Allowed rest = allowed & ~Allowed{1}; rest != 0; rest &= rest - 1) {
+            masks[count++] = static_cast<std::uint8_t>(std::countr_zero(rest));
+        }
+        float errors[64];
+        evaluateSteps(subset, m_choices[subset], masks, count, errors);
+        unsigned best = 0;
+        for (unsigned i = 0; i < count; ++i) {
+            if (errors[i] < m_errors[subset]) {
+                m_errors[subset] = errors[i];
+                best = masks[i];
+            }
+        }
+        take(best, subset, numbers);
+    }
+
+    // Sets of steps in the order of a search in breadth, each once.
+    class Queue {
+    public:
+        explicit Queue(Allowed allowed) : m_open(allowed & ~Allowed{1}) { pushAround(0); }
+
+        // The sets that have one more step.
+        void pushAround(unsigned mask) {
+            for (Allowed next = m_open & kStepSets.m_around[mask]; next != 0; next &= next - 1) {
+                push(static_cast<std::uint8_t>(std::countr_zero(next)));
+            }
+            m_open &= ~kStepSets.m_around[mask];
+        }
+        unsigned size() const { return static_cast<std::uint8_t>(m_end - m_start); }
+        std::uint8_t pop() { return m_masks[m_start++]; }
+
+    private:
+        Allowed m_open; // not yet pushed
+        std::uint8_t m_masks[256];
+        std::uint8_t m_start = 0, m_end = 0; // wrap
+
+        void push(std::uint8_t mask) {
+            if (holds(size() < 0xFF, "(uint8_t)(iDirQueueEnd - iDirQueueStart) < 0xFF", __LINE__)) {
+                m_masks[m_end++] = mask;
             }
         }
     };
 
-    // The error of a subset with some steps taken; none where they leave the mode's ranges.
-    float errorOf(unsigned mask, const Directions& directions, const Bc6Numbers& numbers, const Bc6Mode& mode,
-                  unsigned subset) {
-        Bc6Numbers stepped = numbers;
-        directions.apply(mask, &stepped);
-        if (!areInRange(stepped.m_numbers, mode)) {
-            return kNoError;
-        }
-        const Bc6Ends ends = endsOf(&stepped.m_numbers[2 * subset], mode, isSigned());
-        float error;
-        return evaluate(subset, &ends, 1, &error);
-    }
-
-    void searchAllSteps(const Bc6Mode& mode, unsigned subset, Bc6Numbers* numbers) {
-        const Directions directions(*numbers, subset);
-        unsigned bestMask = 0;
-        for (unsigned mask = 1; mask < 1u << directions.m_count; ++mask) {
-            const float error = errorOf(mask, directions, *numbers, mode, subset);
-            if (error < m_errors[subset]) {
-                m_errors[subset] = error;
-                bestMask = mask;
-            }
-        }
-        directions.apply(bestMask, numbers);
-    }
-
-    // Sets of steps by their size. The first that improves becomes the origin of a new search.
+    // The first set that improves becomes the origin of a new search, with the same steps.
     void searchByBreadth(const Bc6Mode& mode, unsigned subset, Bc6Numbers* numbers) {
-        const Directions directions(*numbers, subset);
-        std::uint8_t queue[256];
-        std::uint8_t start = 0, end = 0; // wrap
-        std::uint64_t seen = 1;
-        const auto push = [&](unsigned mask) {
-            if ((seen >> mask & 1) == 0 &&
-                holds(static_cast<std::uint8_t>(end - start) < 0xFF,
-                      "(uint8_t)(iDirQueueEnd - iDirQueueStart) < 0xFF", __LINE__)) {
-                seen |= std::uint64_t{1} << mask;
-                queue[end++] = static_cast<std::uint8_t>(mask);
+        while (searchOnceByBreadth(mode, subset, numbers)) {
+        }
+    }
+
+    bool searchOnceByBreadth(const Bc6Mode& mode, unsigned subset, Bc6Numbers* numbers) {
+        constexpr unsigned kAtOnce = 8;
+        const Allowed allowed = allowedSteps(*numbers, mode, subset);
+        Queue queue(allowed);
+        while (queue.size() > 0) {
+            std::uint8_t masks[kAtOnce] = {};
+            unsigned count = 0;
+            while (count < kAtOnce && queue.size() > 0) {
+                masks[count++] = queue.pop();
             }
-        };
-        const auto pushNext = [&](unsigned mask) {
-            for (unsigned i = 0; i < directions.m_count; ++i) {
-                push(mask | 1u << i);
-            }
-        };
-        pushNext(0);
-        while (start != end) {
-            const unsigned mask = queue[start++];
-            const float error = errorOf(mask, directions, *numbers, mode, subset);
-            if (error < m_errors[subset]) {
-                m_errors[subset] = error;
-                directions.apply(mask, numbers);
-                start = end;
-                seen = 1;
-                pushNext(0);
-            } else if (error != kNoError) {
-                pushNext(mask);
+            float errors[kAtOnce];
+            evaluateSteps(subset, m_choices[subset], masks, count, errors);
+            for (unsigned i = 0; i < count; ++i) {
+                if (errors[i] < m_errors[subset]) {
+                    m_errors[subset] = errors[i];
+                    take(masks[i], subset, numbers);
+                    m_choices[subset] = choicesOf(*numbers, subset, mode, isSigned());
+                    return true;
+                }
+                queue.pushAround(masks[i]);
             }
         }
+        return false;
     }
 
     Bc6Result makeResult() {
@@ -473,8 +539,7 @@ private:
         result.m_partition = m_subsetCount == 1 ? 0 : m_best.m_entry;
         for (unsigned subset = 0; subset < m_subsetCount; ++subset) {
             std::uint8_t indices[kBc6Texels];
-            const Bc6Ends ends = endsOf(&m_best.m_numbers[2 * subset], mode, isSigned());
-            m_kernels.m_findIndices(m_subsets[subset], rule(), ends, indices);
+            evaluate(subset, choicesOf(m_best.m_numbers, subset, mode, isSigned()), indices);
             for (unsigned lane = 0; lane < m_subsets[subset].m_count; ++lane) {
                 result.m_indices[m_subsets[subset].m_texels[lane]] = indices[lane];
             }
@@ -487,9 +552,10 @@ private:
         for (unsigned end = 0; end < mode.endpoints(); ++end) {
             for (unsigned channel = 0; channel < 3; ++channel) {
                 const bool isDelta = end > 0 && !mode.isDirect();
-                const std::int32_t first = isDelta ? m_best.m_numbers[0][channel] : 0;
+                const std::int32_t first = isDelta ? m_best.m_numbers.m_numbers[0][channel] : 0;
                 const unsigned bits = isDelta ? mode.m_deltaBits[channel] : mode.m_endpointBits;
-                const std::int32_t word = (m_best.m_numbers[end][channel] - first) & ((1 << bits) - 1);
+                const std::int32_t word =
+                    (m_best.m_numbers.m_numbers[end][channel] - first) & ((1 << bits) - 1);
                 result->m_words[3 * end + channel] = static_cast<std::uint16_t>(word);
             }
         }
@@ -498,8 +564,30 @@ private:
 
 } // namespace
 
+Bc6Cutoff::Bc6Cutoff(float factor, float scale)
+    : m_factor(factor), m_inverseScale(1.0f / scale), m_bend(power(1.0f / scale, 1.937984585762024f)) {}
+
+bool Bc6Cutoff::drops(float error, float best) const {
+    if (best == kNoError || (m_factor >= 1.0f && error <= best)) {
+        return false;
+    }
+    return compress(error) > m_factor * compress(best);
+}
+
+// The two branches meet at the bend.
+float Bc6Cutoff::compress(float error) const {
+    return error < m_bend ? error : power(error, 0.484f) * m_inverseScale;
+}
+
 Bc6Plan makeBc6Plan(const EncoderConfiguration& configuration) {
-    return {configuration.m_bc6Quality, {configuration.isSigned(), Bc6Metric::Values}, kBc6Entries};
+    const Bc6QualitySettings& quality = configuration.m_bc6Quality;
+    return {{{quality.partitionCutoffSmooth, quality.partitionScaleSmooth},
+             {quality.partitionCutoffWide, quality.partitionScaleWide}},
+            {{quality.modeCutoffSmooth, quality.modeScaleSmooth},
+             {quality.modeCutoffWide, quality.modeScaleWide}},
+            quality,
+            {configuration.isSigned(), Bc6Metric::Values},
+            kBc6Entries};
 }
 
 Bc6Result searchBc6Block(const ColorRGBA32F* block, const Bc6Plan& plan, const Bc6Kernels& kernels,

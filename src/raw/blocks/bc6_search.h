@@ -8,8 +8,26 @@
 
 namespace qor::Texsmith::Raw {
 
+// Errors are compared with the best one on a curve that is flatter for large ones.
+class Bc6Cutoff {
+public:
+    Bc6Cutoff(float factor, float scale);
+    // Whether the error exceeds the best one, on the curve, by more than the factor. Never before there is
+    // one.
+    bool drops(float error, float best) const;
+
+private:
+    float m_factor;
+    float m_inverseScale;
+    float m_bend; // below it the curve is straight
+
+    float compress(float error) const;
+};
+
 // How hard to search, from the settings of a configuration.
 struct Bc6Plan {
+    Bc6Cutoff m_partitionCutoffs[2]; // for blocks of small and of large exponent spread
+    Bc6Cutoff m_modeCutoffs[2];
     Bc6QualitySettings m_quality;
     Bc6Format m_format;
     unsigned m_entryLimit; // of the 33 ways to part a block

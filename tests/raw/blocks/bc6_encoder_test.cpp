@@ -96,28 +96,20 @@ float clamped(float value, bool isSigned) {
     return limited > least ? limited : least;
 }
 
-// The texels of a subset in row order, folded in halves: the order in which the encoder adds.
+// Of the texels of a mask in row order, each added up by itself: the order in which the encoder adds.
 float squaredError(const Texels& texels, const Oracle::HalfTexels& decoded, std::uint16_t mask,
                    bool isSigned) {
-    std::array<float, 16> errors = {};
-    unsigned lane = 0;
+    float sum = 0.0f;
     for (unsigned i = 0; i < 16; ++i) {
-        if ((mask >> (15 - i) & 1) != 0) {
-            const float source[3] = {texels[i].r, texels[i].g, texels[i].b};
-            float error = 0.0f;
-            for (unsigned c = 0; c < 3; ++c) {
-                const float difference = valueOfHalf(decoded[i][c]) - clamped(source[c], isSigned);
-                error += difference * difference;
-            }
-            errors[lane++] = error;
+        const float source[3] = {texels[i].r, texels[i].g, texels[i].b};
+        float error = 0.0f;
+        for (unsigned c = 0; c < 3; ++c) {
+            const float difference = valueOfHalf(decoded[i][c]) - clamped(source[c], isSigned);
+            error += difference * difference;
         }
+        sum += (mask >> (15 - i) & 1) != 0 ? error : 0.0f;
     }
-    for (unsigned half = 8; half > 0; half /= 2) {
-        for (unsigned i = 0; i < half; ++i) {
-            errors[i] += errors[i + half];
-        }
-    }
-    return errors[0];
+    return sum;
 }
 
 TEST(Bc6Encoder, GivesBackEveryHalfOfAConstantBlock) {

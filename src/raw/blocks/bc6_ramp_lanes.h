@@ -10,10 +10,6 @@ template <typename Lanes> struct Bc6Sums {
     using Int = typename Lanes::Int;
     static constexpr unsigned kVectors = kBc6Texels / Lanes::kCount;
 
-    static Float present(const Bc6Subset& subset, unsigned at, Float value) {
-        return floatsOf(bitsOf(value) & Lanes::loadInts(&subset.m_present[at]));
-    }
-
     // Folds the upper half onto the lower one until one lane is left.
     static float fold(const Float (&parts)[kVectors]) {
         if constexpr (kVectors == 4) {
@@ -23,22 +19,23 @@ template <typename Lanes> struct Bc6Sums {
             return sumOfLanes(parts[0] + parts[1]);
         }
     }
-
-    // Of `term(at)` over the lanes of the subset that are present.
-    template <typename Term> static float sum(const Bc6Subset& subset, Term term) {
-        Float parts[kVectors];
-        for (unsigned i = 0; i < kVectors; ++i) {
-            const unsigned at = i * Lanes::kCount;
-            parts[i] = at < subset.m_count ? present(subset, at, term(at)) : Lanes::splat(0.0f);
-        }
-        return fold(parts);
-    }
 };
 
-// Which index is nearest to a place on the line, in 128ths from end to end, and how far along it lies.
-template <typename Lanes, unsigned kIndexBits> struct Bc6Ramp {
+// Which index is nearest to a place on the line, in 128ths from end to end, and how far along it lies. The
+// width of the indices may differ from lane to lane.
+template <typename Lanes> class Bc6Ramp {
     using Float = typename Lanes::Float;
     using Int = typename Lanes::Int;
+
+public:
+    // In all lanes.
+    explicit Bc6Ramp(unsigned indexBits) : Bc6Ramp(Lanes::splat(indexBits == 4 ? 0xFFFFFFFFu : 0u)) {}
+
+    // A mask of the lanes with indices of four bits; the others have three.
+    explicit Bc6Ramp(Int isFour)
+        : m_slope(pick(isFour, 4.0f, 9.0f)), m_top(pick(isFour, 15.0f / 128.0f, 7.0f / 128.0f)),
+          m_offset(pick(isFour, 75.0f / 128.0f, 69.0f / 128.0f)), m_quarterOffset(isFour & Lanes::splat(2u)) {
+    }
 
     // Whole 128ths, ties to even. What is not a number is 0.
     static Float roundPlace(Float place) {
@@ -48,27 +45,25 @@ template <typename Lanes, unsigned kIndexBits> struct Bc6Ramp {
     }
 
     // In 64ths: 4 i + (i + 2) / 4 and 9 i + i / 4 are the published weights.
-    static Float weight(Int index) { return toFloats(index) * Lanes::splat(kSlope) + quarter(index); }
+    Float weight(Int index) const { return toFloats(index) * m_slope + toFloats(quarter(index)); }
 
     // The nearest index, the higher one of two: a first guess that is at most one too high, less one where
     // the place lies below the middle between the guess and the index before it.
-    static Int nearest(Float place) {
-        const Int guess =
-            truncateToInts(place * Lanes::splat(kTop / 128.0f) + Lanes::splat(kOffset / 128.0f));
+    Int nearest(Float place) const {
+        const Int guess = truncateToInts(place * m_top + m_offset);
         const Int before = guess - Lanes::splat(1u);
-        const Float middle =
-            (toFloats(guess) + toFloats(before)) * Lanes::splat(kSlope) + quarter(guess) + quarter(before);
+        const Float middle = toFloats(guess + before) * m_slope + toFloats(quarter(guess) + quarter(before));
         return guess + less(place, middle);
     }
 
 private:
-    static constexpr float kSlope = kIndexBits == 4 ? 4.0f : 9.0f;
-    static constexpr float kTop = kIndexBits == 4 ? 15.0f : 7.0f;
-    static constexpr float kOffset = kIndexBits == 4 ? 75.0f : 69.0f;
+    Float m_slope, m_top, m_offset;
+    Int m_quarterOffset;
 
-    static Float quarter(Int index) {
-        return toFloats(shiftRightSigned<2>(index + Lanes::splat(kIndexBits == 4 ? 2u : 0u)));
+    static Float pick(Int mask, float a, float b) {
+        return floatsOf(select(mask, bitsOf(Lanes::splat(a)), bitsOf(Lanes::splat(b))));
     }
+    Int quarter(Int index) const { return shiftRightSigned<2>(index + m_quarterOffset); }
 };
 
 } // namespace qor::Texsmith::Raw
