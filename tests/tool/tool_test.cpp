@@ -256,6 +256,17 @@ TEST_F(ToolTest, DdsKeepsTheFormatUnlessTheVersionIsForced) {
     expectFailure(run(start + " a.vxf --dds-version 9"), "--dds-version is for .dds files");
 }
 
+TEST_F(ToolTest, QualityReachesTheEncoderOfHalves) {
+    const std::string start = "convert --format Bc6Uf16 " + quoted(sample("moon.tga"));
+    ASSERT_TRUE(run(start + " plain.vxf").m_succeeded);
+    ASSERT_TRUE(run(start + " one.vxf --quality 1").m_succeeded);
+    ASSERT_TRUE(run(start + " low.vxf --quality 0.3").m_succeeded);
+    EXPECT_EQ(readFile(file("plain.vxf")), readFile(file("one.vxf")));
+    EXPECT_NE(readFile(file("plain.vxf")), readFile(file("low.vxf")));
+    expectFailure(run(start + " a.vxf --quality -1"), "--quality is a number from 0 on, and not '-1'");
+    expectFailure(run(start + " a.vxf --quality good"), "--quality is a number from 0 on");
+}
+
 TEST_F(ToolTest, MipsReachTheFileAndCompareFindsTheChangedTexel) {
     std::string changed = readFile(sample("moon.tga"));
     const unsigned wide =

@@ -18,6 +18,7 @@ struct Wishes {
     bool m_mips = false;
     std::optional<qor::Vex::DataFormat> m_format;
     std::optional<unsigned> m_ddsVersion; // 9 or 10
+    std::optional<float> m_quality;       // of BC6H
 };
 
 // Throws UsageFailure for a name that no format has, and for formats without texels.

@@ -10,6 +10,7 @@
 #include "qor/texsmith/raw/helpers.h"
 #include "qor/texsmith/raw/memory_region.h"
 
+#include <cstdlib>
 #include <string>
 
 namespace Tool {
@@ -49,6 +50,9 @@ std::string fileToReplace(const std::string& source, const std::string& destinat
 void convertFile(const std::string& source, const std::string& destination, const std::string& written,
                  const Wishes& wishes) {
     Configuration configuration;
+    if (wishes.m_quality) {
+        configuration.m_encoderConfiguration.m_bc6Quality.setFromQuality(*wishes.m_quality);
+    }
     Raw::Error error = Raw::kErrorFailed;
     const std::string* atWork = &source;
     try {
@@ -65,6 +69,15 @@ void convertFile(const std::string& source, const std::string& destination, cons
     if (error != Raw::kErrorNone || !firstReport().empty()) {
         throwFileFailure(*atWork, error);
     }
+}
+
+float qualityOf(const std::string& text) {
+    char* end = nullptr;
+    const float value = std::strtof(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || !(value >= 0.0f)) {
+        throw UsageFailure("--quality is a number from 0 on, and not '" + text + "'");
+    }
+    return value;
 }
 
 Wishes wishesOf(const Options& options) {
@@ -90,13 +103,17 @@ Wishes wishesOf(const Options& options) {
         }
         wishes.m_ddsVersion = version == "9" ? 9 : 10;
     }
+    if (options.has("--quality")) {
+        wishes.m_quality = qualityOf(options.value("--quality"));
+    }
     return wishes;
 }
 
 } // namespace
 
 void convertCommand(Arguments arguments) {
-    const Options options(arguments, {"--mips"}, {"--format", "--dds-version", "--resize", "--filter"});
+    const Options options(arguments, {"--mips"},
+                          {"--format", "--dds-version", "--resize", "--filter", "--quality"});
     if (options.names().size() != 2) {
         throw UsageFailure("convert takes a source and a destination; see texsmith --help");
     }

@@ -579,15 +579,37 @@ float Bc6Cutoff::compress(float error) const {
     return error < m_bend ? error : power(error, 0.484f) * m_inverseScale;
 }
 
-Bc6Plan makeBc6Plan(const EncoderConfiguration& configuration) {
-    const Bc6QualitySettings& quality = configuration.m_bc6Quality;
+namespace {
+
+Bc6Plan planOf(const Bc6QualitySettings& quality, Bc6Format format) {
     return {{{quality.partitionCutoffSmooth, quality.partitionScaleSmooth},
              {quality.partitionCutoffWide, quality.partitionScaleWide}},
             {{quality.modeCutoffSmooth, quality.modeScaleSmooth},
              {quality.modeCutoffWide, quality.modeScaleWide}},
             quality,
-            {configuration.isSigned(), Bc6Metric::Values},
+            format,
             kBc6Entries};
+}
+
+// Errors in half bits count dark and bright texels alike. Trying all sets of steps once finds as much as a
+// search in breadth with its restarts.
+Bc6Plan bestPlan(bool isSigned) {
+    Bc6QualitySettings quality = {};
+    quality.partitionCutoffSmooth = quality.partitionCutoffWide = 1.4f;
+    quality.partitionScaleSmooth = quality.partitionScaleWide = 56.0f;
+    quality.modeCutoffSmooth = quality.modeCutoffWide = 1.1f;
+    quality.modeScaleSmooth = quality.modeScaleWide = 20.0f;
+    quality.searchDepth = 1;
+    return planOf(quality, {isSigned, Bc6Metric::Positions});
+}
+
+} // namespace
+
+Bc6Plan makeBc6Plan(const EncoderConfiguration& configuration) {
+    const bool isSigned = configuration.isSigned();
+    const bool isBest =
+        configuration.m_effort == kEncoderEffortHigh || configuration.m_effort == kEncoderEffortBest;
+    return isBest ? bestPlan(isSigned) : planOf(configuration.m_bc6Quality, {isSigned, Bc6Metric::Values});
 }
 
 Bc6Result searchBc6Block(const ColorRGBA32F* block, const Bc6Plan& plan, const Bc6Kernels& kernels,
