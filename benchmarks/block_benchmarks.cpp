@@ -107,6 +107,29 @@ void addEncoder(const std::string& name, const char* format, const std::string& 
         });
 }
 
+// BC6H by effort and quality. Photographs of bytes, so that the peer has the same blocks.
+void addBc6Encoder() {
+    struct Level {
+        const char* m_name;
+        Raw::EncoderEffort m_effort;
+        float m_quality;
+    };
+    for (const Level& level :
+         {Level{"fast", Raw::kEncoderEffortFast, 1.0f}, Level{"best", Raw::kEncoderEffortBest, 1.0f},
+          Level{"quality 0.3", Raw::kEncoderEffortNormal, 0.3f},
+          Level{"quality 1", Raw::kEncoderEffortNormal, 1.0f},
+          Level{"quality 6", Raw::kEncoderEffortNormal, 6.0f}}) {
+        Raw::EncoderConfiguration configuration = configurationOf("Bc6Uf16");
+        configuration.m_effort = level.m_effort;
+        configuration.m_bc6Quality.setFromQuality(level.m_quality);
+        addBoth(std::string("blocks/BC6H ") + level.m_name, "blocks/BC1 peer",
+                [=](const PhotographBlocks& blocks, std::uint8_t* destination) {
+                    Raw::findBlockRunEncoder(Vex::kSurfaceFormatBc6)(destination, blocks.m_texels.data(),
+                                                                     configuration, blocks.m_count);
+                });
+    }
+}
+
 void addBc3() {
     add("blocks/BC3 peer", "", [](const PhotographBlocks& blocks, std::uint8_t* destination) {
         for (unsigned i = 0; i < blocks.m_count; ++i) {
@@ -289,6 +312,7 @@ void registerBlockBenchmarks() {
     addBc4AndBc5();
     addDecoder("blocks/decode BC1", "Bc1UnormNoAlpha");
     addDecoder("blocks/decode BC3", "Bc3Unorm");
+    addBc6Encoder();
     addBc6AndBc7Decoders();
     addSurfaces();
 }

@@ -116,7 +116,8 @@ Digests computeDigests() {
         for (int index = 0; index < getNamedDataFormatCount(); ++index) {
             const NamedDataFormat format = getNamedDataFormat(index);
             const SurfaceFormatInfo& info = getSurfaceFormatInfo(format.m_dataFormat.getSurfaceFormat());
-            if (info.bytesPerElement != 0 && info.encodeTexels != nullptr) {
+            const bool isBc6 = format.m_dataFormat.getSurfaceFormat() == Vex::kSurfaceFormatBc6;
+            if (info.bytesPerElement != 0 && (info.encodeTexels != nullptr || isBc6)) {
                 sample.addFormat(format);
             }
         }

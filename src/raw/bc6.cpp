@@ -2,6 +2,7 @@
 #include "raw/blocks/bc6_encoder.h"
 
 #include "raw/blocks/bc6_bit_writer.h"
+#include "raw/blocks/bc6_group.h"
 #include "raw/blocks/bc6_search.h"
 #include "raw/blocks/bptc_tables.h"
 #include "raw/configuration/external_compressor.h"
@@ -54,6 +55,19 @@ Bc6Result search(const ColorRGBA32F* block, const Bc6Plan& plan, const Bc6Kernel
 
 void pack(std::uint8_t* destination, const Bc6Result& result) {
     packBc6(destination, result.m_mode, result.m_words, result.m_indices, result.m_partition);
+}
+
+void encodeRun(std::uint8_t* destination, const ColorRGBA32F* source,
+               const EncoderConfiguration& configuration, std::size_t count) {
+    const Bc6Kernels& kernels = bc6Kernels();
+    if (configuration.m_effort == kEncoderEffortFast) {
+        encodeBc6Groups(destination, source, configuration.isSigned(), kernels, count);
+        return;
+    }
+    const Bc6Plan plan = makeBc6Plan(configuration);
+    for (std::size_t i = 0; i < count; ++i) {
+        pack(destination + 16 * i, search(source + kTexelsPerBlock * i, plan, kernels));
+    }
 }
 
 bool hasExternalEncoder(const EncoderConfiguration& configuration) {
@@ -148,7 +162,7 @@ unsigned searchBc6(std::uint16_t (&encodedEndpoints)[kBc6Words], std::uint8_t (&
 
 void encodeBc6(std::uint8_t* destination, const ColorRGBA32F* block,
                const EncoderConfiguration& configuration) {
-    pack(destination, search(block, makeBc6Plan(configuration), bc6Kernels()));
+    encodeRun(destination, block, configuration, 1);
 }
 
 void encodeBc6Block(std::uint8_t* destination, const ColorRGBA32F* source,
@@ -158,15 +172,12 @@ void encodeBc6Block(std::uint8_t* destination, const ColorRGBA32F* source,
 
 void encodeBc6Blocks(std::uint8_t* destination, const ColorRGBA32F* source,
                      const EncoderConfiguration& configuration, std::size_t count) {
-    const bool goesOutside = hasExternalEncoder(configuration);
-    const Bc6Plan plan = makeBc6Plan(configuration);
-    const Bc6Kernels& kernels = bc6Kernels();
-    for (std::size_t i = 0; i < count; ++i, destination += 16, source += kTexelsPerBlock) {
-        if (goesOutside) {
-            encodeOutside(destination, source, configuration);
-        } else {
-            pack(destination, search(source, plan, kernels));
+    if (hasExternalEncoder(configuration)) {
+        for (std::size_t i = 0; i < count; ++i) {
+            encodeOutside(destination + 16 * i, source + kTexelsPerBlock * i, configuration);
         }
+    } else {
+        encodeRun(destination, source, configuration, count);
     }
 }
 

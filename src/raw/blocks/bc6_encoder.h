@@ -30,7 +30,8 @@ void encodeBc6Block(std::uint8_t* destination, const ColorRGBA32F* source,
 void encodeBc6Blocks(std::uint8_t* destination, const ColorRGBA32F* source,
                      const EncoderConfiguration& configuration, std::size_t count);
 
-// Searches and packs one block.
+// One block: searched and packed, or with the fast effort taken in one piece and without a search, which
+// neither logs nor counts.
 void encodeBc6(std::uint8_t* destination, const ColorRGBA32F* block,
                const EncoderConfiguration& configuration);
 

@@ -78,6 +78,18 @@ std::int64_t toBc6Code(std::int32_t position, bool isSigned) {
     return position < 0 ? -code : code;
 }
 
+std::int32_t bc6NumberOfHalf(std::uint32_t pattern, bool isSigned) {
+    const auto magnitude = static_cast<std::int32_t>(pattern & 0x7FFF);
+    if (!isSigned) {
+        return (magnitude * 64 + 63) / 31;
+    }
+    if (pattern >= 0xFC00) {
+        return -32768;
+    }
+    const std::int32_t number = (magnitude * 32 + 31) / 31;
+    return (pattern & 0x8000) != 0 ? -number : number;
+}
+
 unsigned bitsOfBc6Difference(std::int64_t code, std::int64_t other) {
     const std::int64_t difference = (code - other) >> kFraction;
     const auto magnitude = static_cast<std::uint32_t>(difference < 0 ? -1 - difference : difference);

@@ -23,6 +23,10 @@ std::int32_t toBc6Position(float position, bool isSigned);
 // The code that decodes to a position: on the magnitude when signed.
 std::int64_t toBc6Code(std::int32_t position, bool isSigned);
 
+// The number of 16 bits that decodes to the very half: the exact inverse of the decoder's last step. -0 gives
+// -1.
+std::int32_t bc6NumberOfHalf(std::uint32_t pattern, bool isSigned);
+
 // The bits that a difference of two codes needs, with its sign and a sixteenth to spare.
 unsigned bitsOfBc6Difference(std::int64_t code, std::int64_t other);
 

@@ -39,6 +39,71 @@ constexpr Bc6PartitionMasks makeBc6PartitionMasks() {
 }
 inline constexpr Bc6PartitionMasks kBc6PartitionMasks = makeBc6PartitionMasks();
 
+// Sums of the products of two channels' deviations from their means: of each with itself, and of 0 and 1, 0
+// and 2, 1 and 2.
+template <typename Lanes> struct Bc6Scatter {
+    using Float = typename Lanes::Float;
+    using Int = typename Lanes::Int;
+
+    Float m_own[3];
+    Float m_pair[3];
+
+    void multiply(const Float (&v)[3], Float (&result)[3]) const {
+        result[0] = m_own[0] * v[0] + m_pair[0] * v[1] + m_pair[1] * v[2];
+        result[1] = m_pair[0] * v[0] + m_own[1] * v[1] + m_pair[2] * v[2];
+        result[2] = m_pair[1] * v[0] + m_pair[2] * v[1] + m_own[2] * v[2];
+    }
+
+    // The direction of greatest scatter, or zero; and how much of the scatter lies along it. The eighth
+    // power of the matrix turns any vector as eight rounds of iteration would; a column is one such.
+    Float findAxis(Float (&axis)[3]) const {
+        Bc6Scatter power = *this;
+        for (unsigned doubling = 0; doubling < 3; ++doubling) {
+            power.normalise();
+            power.square();
+        }
+        const Float(&own)[3] = power.m_own, (&pair)[3] = power.m_pair;
+        const Int second = less(own[0], own[1]);
+        const Int third = less(maximum(own[1], own[0]), own[2]);
+        axis[0] = pick(third, pair[1], pick(second, pair[0], own[0]));
+        axis[1] = pick(third, pair[2], pick(second, own[1], pair[0]));
+        axis[2] = pick(third, own[2], pick(second, pair[2], pair[1]));
+        const Float largest = maximum(maximum(absolute(axis[0]), absolute(axis[1])), absolute(axis[2]));
+        const Float scale = Lanes::splat(1.0f) / maximum(largest, Lanes::splat(0x1p-100f));
+        for (Float& component : axis) {
+            component = component * scale;
+        }
+        Float image[3];
+        multiply(axis, image);
+        const Float along = axis[0] * image[0] + axis[1] * image[1] + axis[2] * image[2];
+        const Float length = axis[0] * axis[0] + axis[1] * axis[1] + axis[2] * axis[2];
+        return along / maximum(length, Lanes::splat(1.0f)); // 1 where the axis is zero
+    }
+
+private:
+    static Float pick(Int mask, Float a, Float b) { return floatsOf(select(mask, bitsOf(a), bitsOf(b))); }
+
+    void normalise() {
+        const Float trace = (m_own[0] + m_own[1]) + m_own[2];
+        const Float scale = Lanes::splat(1.0f) / maximum(trace, Lanes::splat(0x1p-100f));
+        for (unsigned i = 0; i < 3; ++i) {
+            m_own[i] = m_own[i] * scale;
+            m_pair[i] = m_pair[i] * scale;
+        }
+    }
+
+    void square() {
+        const Float xx = m_own[0], yy = m_own[1], zz = m_own[2];
+        const Float xy = m_pair[0], xz = m_pair[1], yz = m_pair[2];
+        m_own[0] = xx * xx + (xy * xy + xz * xz);
+        m_own[1] = yy * yy + (xy * xy + yz * yz);
+        m_own[2] = zz * zz + (xz * xz + yz * yz);
+        m_pair[0] = xy * (xx + yy) + xz * yz;
+        m_pair[1] = xz * (xx + zz) + xy * yz;
+        m_pair[2] = yz * (yy + zz) + xy * xz;
+    }
+};
+
 template <typename Lanes> class Bc6Estimate {
     using Float = typename Lanes::Float;
     using Int = typename Lanes::Int;
@@ -183,77 +248,22 @@ private:
         }
     };
 
-    // Of the weighted deviations from the mean.
-    struct Scatter {
-        Float m_own[3];
-        Float m_pair[3];
-
-        Scatter(const Float (&sums)[kProducts], const Float (&mean)[3]) {
-            const Float zero = Lanes::splat(0.0f), two = Lanes::splat(2.0f);
-            for (unsigned i = 0; i < 3; ++i) {
-                const Float m = mean[i];
-                m_own[i] = maximum(sums[kWwpp + i] - m * (two * sums[kWwp + i] - m * sums[kWw + i]), zero);
-                const Float ma = mean[kPairs[i][0]], mb = mean[kPairs[i][1]];
-                m_pair[i] =
-                    (sums[kAbPaPb + i] - ma * sums[kAbPb + i]) - mb * (sums[kAbPa + i] - ma * sums[kAb + i]);
-            }
-        }
-
-        void multiply(const Float (&v)[3], Float (&result)[3]) const {
-            result[0] = m_own[0] * v[0] + m_pair[0] * v[1] + m_pair[1] * v[2];
-            result[1] = m_pair[0] * v[0] + m_own[1] * v[1] + m_pair[2] * v[2];
-            result[2] = m_pair[1] * v[0] + m_pair[2] * v[1] + m_own[2] * v[2];
-        }
-
-        // The direction of greatest scatter, or zero; and how much of the scatter lies along it. The eighth
-        // power of the matrix turns any vector as eight rounds of iteration would; a column is one such.
-        Float findAxis(Float (&axis)[3]) const {
-            Scatter power = *this;
-            for (unsigned doubling = 0; doubling < 3; ++doubling) {
-                power.normalise();
-                power.square();
-            }
-            const Float(&own)[3] = power.m_own, (&pair)[3] = power.m_pair;
-            const Int second = less(own[0], own[1]);
-            const Int third = less(maximum(own[1], own[0]), own[2]);
-            axis[0] = pick(third, pair[1], pick(second, pair[0], own[0]));
-            axis[1] = pick(third, pair[2], pick(second, own[1], pair[0]));
-            axis[2] = pick(third, own[2], pick(second, pair[2], pair[1]));
-            const Float largest = maximum(maximum(absolute(axis[0]), absolute(axis[1])), absolute(axis[2]));
-            const Float scale = Lanes::splat(1.0f) / maximum(largest, Lanes::splat(0x1p-100f));
-            for (Float& component : axis) {
-                component = component * scale;
-            }
-            Float image[3];
-            multiply(axis, image);
-            const Float along = axis[0] * image[0] + axis[1] * image[1] + axis[2] * image[2];
-            const Float length = axis[0] * axis[0] + axis[1] * axis[1] + axis[2] * axis[2];
-            return along / maximum(length, Lanes::splat(1.0f)); // 1 where the axis is zero
-        }
-
-    private:
-        void normalise() {
-            const Float trace = (m_own[0] + m_own[1]) + m_own[2];
-            const Float scale = Lanes::splat(1.0f) / maximum(trace, Lanes::splat(0x1p-100f));
-            for (unsigned i = 0; i < 3; ++i) {
-                m_own[i] = m_own[i] * scale;
-                m_pair[i] = m_pair[i] * scale;
-            }
-        }
-
-        void square() {
-            const Float xx = m_own[0], yy = m_own[1], zz = m_own[2];
-            const Float xy = m_pair[0], xz = m_pair[1], yz = m_pair[2];
-            m_own[0] = xx * xx + (xy * xy + xz * xz);
-            m_own[1] = yy * yy + (xy * xy + yz * yz);
-            m_own[2] = zz * zz + (xz * xz + yz * yz);
-            m_pair[0] = xy * (xx + yy) + xz * yz;
-            m_pair[1] = xz * (xx + zz) + xy * yz;
-            m_pair[2] = yz * (yy + zz) + xy * xz;
-        }
-    };
-
     static Float pick(Int mask, Float a, Float b) { return floatsOf(select(mask, bitsOf(a), bitsOf(b))); }
+
+    // Of the weighted deviations from the mean.
+    static Bc6Scatter<Lanes> scatterOf(const Float (&sums)[kProducts], const Float (&mean)[3]) {
+        Bc6Scatter<Lanes> scatter;
+        const Float zero = Lanes::splat(0.0f), two = Lanes::splat(2.0f);
+        for (unsigned i = 0; i < 3; ++i) {
+            const Float m = mean[i];
+            scatter.m_own[i] =
+                maximum(sums[kWwpp + i] - m * (two * sums[kWwp + i] - m * sums[kWw + i]), zero);
+            const Float ma = mean[kPairs[i][0]], mb = mean[kPairs[i][1]];
+            scatter.m_pair[i] =
+                (sums[kAbPaPb + i] - ma * sums[kAbPb + i]) - mb * (sums[kAbPa + i] - ma * sums[kAb + i]);
+        }
+        return scatter;
+    }
 
     struct Line {
         Float m_mean[3], m_axis[3]; // from the origin; of weighted deviations
@@ -269,7 +279,7 @@ private:
             line.m_mean[i] = sums[kMean + i] / weight;
             store(&estimates->m_mean[subset][i][at], line.m_mean[i] + Lanes::splat(products.m_origin[i]));
         }
-        const Scatter scatter(sums, line.m_mean);
+        const Bc6Scatter<Lanes> scatter = scatterOf(sums, line.m_mean);
         const Float along = scatter.findAxis(line.m_axis);
         for (unsigned i = 0; i < 3; ++i) { // from weighted deviations back to positions
             const Float scale = squareRoot(weight / maximum(sums[kWw + i], Lanes::splat(0x1p-100f)));

@@ -80,6 +80,17 @@ struct Bc6Rule {
     float m_retryBothAbove;
 };
 
+// Eight blocks in one piece, one in each lane.
+struct Bc6Group {
+    static constexpr unsigned kBlocks = 8;
+    alignas(32) float m_position[kBc6Texels][3][kBlocks];
+    std::uint32_t m_firstPattern[3][kBlocks];        // the halves of texel 0
+    alignas(32) std::uint32_t m_changes[kBlocks];    // 0 where all texels have the same halves
+    alignas(32) float m_ends[2][3][kBlocks];         // positions, turned so that texel 0 takes a low index
+    alignas(32) float m_decoded[2][3][kBlocks];      // what the rounded ends decode to
+    alignas(32) std::uint32_t m_indices[2][kBlocks]; // four bits for each of eight texels
+};
+
 struct Bc6Kernels {
     void (*m_prepare)(const ColorRGBA32F* block, Bc6Format format, Bc6Planes* planes);
     void (*m_estimate)(const Bc6Planes& planes, Bc6Estimates* estimates);
@@ -92,6 +103,9 @@ struct Bc6Kernels {
     // The squared errors for `count` masks. Both arrays have room for a multiple of eight.
     void (*m_evaluateSteps)(const Bc6Subset& subset, const Bc6Rule& rule, const Bc6Choices& choices,
                             const std::uint8_t* masks, unsigned count, float* errors);
+    // Positions, changes and ends of eight blocks, and their indices for the decoded ends.
+    void (*m_fitGroup)(const ColorRGBA32F* blocks, bool isSigned, Bc6Group* group);
+    void (*m_findGroupIndices)(Bc6Group* group);
 };
 
 // Those of the widest instruction set that may be used now. All give the same bits.

@@ -186,19 +186,12 @@ private:
         return difference == 0;
     }
 
-    // The exact inverse of the decoder's last step.
     Bc6Result constantBlock() const {
         Bc6Result result = {};
         result.m_mode = 13;
         for (unsigned channel = 0; channel < 3; ++channel) {
-            const std::uint32_t pattern = m_planes.m_pattern[channel][0], magnitude = pattern & 0x7FFF;
-            std::uint32_t word = (pattern * 64 + 63) / 31;
-            if (isSigned()) {
-                word = (magnitude * 32 + 31) / 31;
-                word = pattern == magnitude ? word : 0 - word;
-                word = pattern >= 0xFC00 ? 0x8000 : word;
-            }
-            result.m_words[channel] = static_cast<std::uint16_t>(word);
+            const std::int32_t number = bc6NumberOfHalf(m_planes.m_pattern[channel][0], isSigned());
+            result.m_words[channel] = static_cast<std::uint16_t>(number);
         }
         return result;
     }

@@ -112,9 +112,10 @@ float squaredError(const Texels& texels, const Oracle::HalfTexels& decoded, std:
     return sum;
 }
 
-TEST(Bc6Encoder, GivesBackEveryHalfOfAConstantBlock) {
+void checkConstantBlocks(EncoderEffort effort) {
     for (const bool isSigned : {false, true}) {
-        const EncoderConfiguration configuration = configurationOf(isSigned);
+        EncoderConfiguration configuration = configurationOf(isSigned);
+        configuration.m_effort = effort;
         for (unsigned half = 0; half < (isSigned ? 0x10000u : 0x8000u); ++half) {
             if ((half & 0x7C00) == 0x7C00) {
                 continue;
@@ -133,6 +134,12 @@ TEST(Bc6Encoder, GivesBackEveryHalfOfAConstantBlock) {
             ASSERT_EQ(std::count(fields.m_indices, fields.m_indices + 16, 0), 16);
             ASSERT_EQ(half != 0x8000 || fields.m_words[0] == 0xFFFF, true);
         }
+    }
+}
+
+TEST(Bc6Encoder, GivesBackEveryHalfOfAConstantBlock) {
+    for (const EncoderEffort effort : {kEncoderEffortNormal, kEncoderEffortFast}) {
+        checkConstantBlocks(effort);
     }
 }
 
@@ -278,6 +285,61 @@ TEST(Bc6Encoder, ErrsLessWithMoreQuality) {
         sixth = quality == 6.0f ? error : sixth;
     }
     EXPECT_LT(sixth, first);
+}
+
+double squaredErrorOfHalves(const std::vector<Texels>& picture, const EncoderConfiguration& configuration) {
+    double sum = 0;
+    for (const Texels& texels : picture) {
+        const Oracle::HalfTexels decoded = Oracle::decodeBc6(encoded(texels, configuration).data(), false);
+        for (unsigned i = 0; i < 16; ++i) {
+            const float source[3] = {texels[i].r, texels[i].g, texels[i].b};
+            for (unsigned c = 0; c < 3; ++c) {
+                const double value = source[c]; // positive and no denormal
+                const int exponent = std::ilogb(value);
+                const double half = 1024.0 * (exponent + 14 + value / std::ldexp(1.0, exponent));
+                sum += (half - decoded[i][c]) * (half - decoded[i][c]);
+            }
+        }
+    }
+    return sum;
+}
+
+// One piece and no search: a run of any length gives what single blocks give, by all kernels, and no block is
+// far from what it shows.
+TEST(Bc6Encoder, GroupsBlocksWithTheFastEffort) {
+    for (const bool isSigned : {false, true}) {
+        EncoderConfiguration configuration = configurationOf(isSigned);
+        configuration.m_effort = kEncoderEffortFast;
+        const std::vector<Texels> picture = makePicture(3.0f, isSigned);
+        EXPECT_GT(signalToNoise(picture, configuration), isSigned ? 24.0 : 30.0);
+        BlockMaker maker(isSigned);
+        std::vector<Texels> blocks(runsSlowly() ? 100000 : 403);
+        std::generate(blocks.begin(), blocks.end(), [&] { return maker.make(); });
+        std::vector<BlockBytes> wide(blocks.size()), plain(blocks.size());
+        encodeBc6Blocks(wide[0].data(), blocks[0].data(), configuration, blocks.size());
+        Simd::allowAvx2(false);
+        encodeBc6Blocks(plain[0].data(), blocks[0].data(), configuration, blocks.size());
+        Simd::allowAvx2(true);
+        EXPECT_EQ(wide, plain);
+        for (std::size_t i = 0; i < blocks.size(); ++i) {
+            ASSERT_EQ(wide[i], encoded(blocks[i], configuration)) << i;
+            const Bc6Fields fields = unpackBc6(wide[i].data());
+            BlockBytes packed;
+            packBc6(packed.data(), fields.m_mode, fields.m_words, fields.m_indices, fields.m_partition);
+            ASSERT_EQ(packed, wide[i]) << i;
+        }
+    }
+}
+
+TEST(Bc6Encoder, ErrsLessInHalfBitsWithTheBestEffort) {
+    const std::vector<Texels> picture = makePicture(3.0f, false);
+    EncoderConfiguration configuration = configurationOf(false);
+    const double normal = squaredErrorOfHalves(picture, configuration);
+    configuration.m_effort = kEncoderEffortBest;
+    EXPECT_LT(squaredErrorOfHalves(picture, configuration), 0.8 * normal);
+    const BlockBytes best = encoded(picture[7], configuration);
+    configuration.m_effort = kEncoderEffortHigh; // takes the next slower one
+    EXPECT_EQ(encoded(picture[7], configuration), best);
 }
 
 TEST(Bc6Encoder, PacksWhatTheDecoderUnpacks) {
