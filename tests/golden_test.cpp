@@ -20,7 +20,8 @@ using namespace qor::Texsmith::Raw;
 using qor::Texsmith::Configuration;
 
 constexpr char kList[] = TEXSMITH_SOURCE_DIR "/tests/golden/digests.txt";
-constexpr const char* kSamples[] = {"dusk", "marbles", "moon"};
+constexpr const char* kSmallest = "moon";
+constexpr const char* kSamples[] = {"dusk", "marbles", kSmallest};
 constexpr unsigned kTileModes = 27;
 constexpr unsigned kVolumeDepth = 8;
 
@@ -116,8 +117,10 @@ Digests computeDigests() {
         for (int index = 0; index < getNamedDataFormatCount(); ++index) {
             const NamedDataFormat format = getNamedDataFormat(index);
             const SurfaceFormatInfo& info = getSurfaceFormatInfo(format.m_dataFormat.getSurfaceFormat());
+            // Of the formats of blocks BC6H alone, on the smallest sample: its search takes long.
             const bool isBc6 = format.m_dataFormat.getSurfaceFormat() == Vex::kSurfaceFormatBc6;
-            if (info.bytesPerElement != 0 && (info.encodeTexels != nullptr || isBc6)) {
+            const bool isWanted = isBc6 ? name == kSmallest : info.encodeTexels != nullptr;
+            if (info.bytesPerElement != 0 && isWanted) {
                 sample.addFormat(format);
             }
         }
