@@ -1,51 +1,23 @@
-#include "raw/texels/channels.h"
+#include "support/conversions.h"
 #include "support/report_recorder.h"
 #include "support/surfaces.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 
 namespace {
 
 using namespace TestSupport;
-using Raw::VectorFloat;
 
 bool hasCodec(Vex::DataFormat format) {
     const Raw::SurfaceFormatInfo& row = Raw::getSurfaceFormatInfo(format.getSurfaceFormat());
     return row.decodeTexels != nullptr && row.encodeTexels != nullptr && row.bytesPerElement != 0;
 }
 
-VectorFloat swizzled(VectorFloat from, Vex::DataFormat format) {
-    VectorFloat to = {};
-    for (unsigned lane = 0; lane < 4; ++lane) {
-        const unsigned select = format.getChannel(lane);
-        to[lane] = select >= Vex::kTextureChannelX ? from[select - Vex::kTextureChannelX]
-                                                   : (select == Vex::kTextureChannel1 ? 1.0f : 0.0f);
-    }
-    return to;
-}
-
-VectorFloat converted(VectorFloat texel, Vex::DataFormat from, Vex::DataFormat to) {
-    const bool fromFloats = Raw::isFloatingChannelType(from.getTextureChannelType());
-    if (fromFloats == Raw::isFloatingChannelType(to.getTextureChannelType())) {
-        return texel;
-    }
-    for (float& lane : texel.m_lanes) {
-        if (!fromFloats) {
-            lane = static_cast<float>(std::bit_cast<std::int32_t>(lane));
-        } else {
-            const bool fits = lane >= -0x1p31f && lane < 0x1p31f;
-            lane = std::bit_cast<float>(fits ? static_cast<std::int32_t>(std::nearbyint(lane)) : INT32_MIN);
-        }
-    }
-    return texel;
-}
-
-// One texel after another, without a tile, a job or a choice of path.
-std::vector<std::uint8_t> slowly(TestImage& source, Vex::DataFormat to) {
+// By the steps of a tile over all texels in turn, without a walk, a job or a choice of path.
+Bytes slowly(TestImage& source, Vex::DataFormat to) {
     const Vex::DataFormat from = source.getDataFormat();
     const Raw::SurfaceFormatInfo& reader = Raw::getSurfaceFormatInfo(from.getSurfaceFormat());
     const Raw::SurfaceFormatInfo& writer = Raw::getSurfaceFormatInfo(to.getSurfaceFormat());
@@ -55,24 +27,14 @@ std::vector<std::uint8_t> slowly(TestImage& source, Vex::DataFormat to) {
     // By bytes: a texel is worked on as UNorm, which its bytes pass unchanged.
     const bool byBytes = reader.decodeBlock8 != nullptr && writer.encodeBlock8 != nullptr &&
                          from.getTextureChannelType() == to.getTextureChannelType();
-    const Vex::DataFormat decodeAs = byBytes ? Vex::DataFormat{from.m_word & ~0xF00u} : from;
-    const Vex::DataFormat encodeAs = byBytes ? Vex::DataFormat{to.m_word & ~0xF00u} : to;
-    const std::size_t texels = source.bytes().size() / reader.bytesPerElement;
-    std::vector<std::uint8_t> result(texels * writer.bytesPerElement);
-    for (std::size_t i = 0; i < texels; ++i) {
-        VectorFloat texel = {};
-        reader.decodeOne(&texel, source.bytes().data() + i * reader.bytesPerElement, &decodeAs);
-        texel = swizzled(converted(swizzled(texel, from), decodeAs, encodeAs), to);
-        writer.encodeOne(result.data() + i * writer.bytesPerElement, &texel, &encodeAs);
-    }
-    return result;
+    const std::uint32_t kept = byBytes ? ~0xF00u : ~0u;
+    return byTiles(stepsBetween({from.m_word & kept}, {to.m_word & kept}), source.bytes(),
+                   source.bytes().size() / reader.bytesPerElement);
 }
 
 TEST(Reformat, AgreesWithTheSlowRoadForAllPairsOfFormats) {
     const int count = Raw::getNamedDataFormatCount();
-    Raw::SerialJobManager serial;
-    Raw::Configuration configuration;
-    configuration.m_jobManager = &serial;
+    Raw::Configuration configuration = onThisThread();
     for (int pair = 0; pair < count * count; ++pair) {
         const Raw::NamedDataFormat from = Raw::getNamedDataFormat(pair / count);
         const Raw::NamedDataFormat to = Raw::getNamedDataFormat(pair % count);
@@ -101,7 +63,6 @@ std::vector<To> reformatted(const char* from, const std::vector<From>& values, c
 }
 
 TEST(Reformat, MeetsTheCornersOfIntegersAndFloats) {
-    using Bytes = std::vector<std::uint8_t>;
     using Words = std::vector<std::uint32_t>;
     using Floats = std::vector<float>;
     const char* const floats = "R32G32B32A32Float";
@@ -124,20 +85,17 @@ TEST(Reformat, MeetsTheCornersOfIntegersAndFloats) {
 
 // The signed byte 0x80, which no float comes back to, tells the general path from the others.
 TEST(Reformat, TakesTheGeneralPathForATransformInAnyOfFourPlaces) {
-    using Bytes = std::vector<std::uint8_t>;
     const Bytes plain = {127, 64, 0x80, 127}, mixed = {64, 127, 0x81, 127};
     const Bytes squared = {127, 32, 127, 127}, dropped = {127, 64, 0x81, 127};
     const Bytes expected[] = {mixed,   mixed,   mixed,   mixed, squared,
                               dropped, squared, dropped, plain, {95, 64, 0x81, 127}};
-    Raw::SerialJobManager serial;
     for (const bool swaps : {false, true}) {
         const auto inOrder = [&](Bytes bytes) { // as stored: B before R where the format swaps them
             std::swap(bytes[0], bytes[swaps ? 2 : 0]);
             return bytes;
         };
         for (std::size_t i = 0; i < std::size(expected); ++i) {
-            Raw::Configuration configuration;
-            configuration.m_jobManager = &serial;
+            Raw::Configuration configuration = onThisThread();
             Raw::Modifiers sourceModifiers, destinationModifiers;
             Raw::Transform* const places[] = {
                 &sourceModifiers.m_decode, &configuration.m_decoderConfiguration.m_transform,
@@ -171,7 +129,7 @@ TEST(Reformat, GivesTheSameBytesOnAnyManagerWithAnyCallbacks) {
                                    {"R8Unorm", "R8Unorm"}}) {
         for (const Shape& shape : kShapes) {
             TestImage source(makeTexture(shape, formatNamed(from)), 7);
-            const std::vector<std::uint8_t> expected = slowly(source, formatNamed(to));
+            const Bytes expected = slowly(source, formatNamed(to));
             for (const unsigned callbacks : {1u, 7u, 32u}) {
                 for (Raw::JobManager* manager : std::initializer_list<Raw::JobManager*>{&serial, &pool}) {
                     Raw::Configuration configuration;
@@ -187,9 +145,7 @@ TEST(Reformat, GivesTheSameBytesOnAnyManagerWithAnyCallbacks) {
 }
 
 TEST(Reformat, RowsInMemoryGiveWhatTilesGive) {
-    Raw::SerialJobManager serial;
-    Raw::Configuration configuration;
-    configuration.m_jobManager = &serial;
+    Raw::Configuration configuration = onThisThread();
     for (const auto& [from, to] : {std::pair{"R8G8B8A8Unorm", "R8G8B8A8Unorm"},
                                    {"R8G8B8A8UnormSrgb", "B8G8R8X8UnormSrgb"},
                                    {"B5G6R5Unorm", "R16G16B16A16Float"},
@@ -211,7 +167,7 @@ TEST(Reformat, RowsInMemoryGiveWhatTilesGive) {
 TEST(Reformat, WorksInPlace) {
     Raw::Configuration configuration;
     TestImage image(makeFlat("R8G8B8A8Unorm", 150, 20), 3);
-    const std::vector<std::uint8_t> expected = slowly(image, formatNamed("B8G8R8A8Unorm"));
+    const Bytes expected = slowly(image, formatNamed("B8G8R8A8Unorm"));
     Raw::MemoryRegion region = image.getMemoryRegion();
     struct Borrowed : Raw::Image {
         Borrowed(const Vex::Texture& texture, Raw::MemoryRegion* memory) {
@@ -235,10 +191,9 @@ TEST(Reformat, ReportsAndFails) {
     EXPECT_EQ(reports.assertions()[1].m_file, "raw\\pertile\\reformatpertile8");
 
     // A format without functions can be copied, and nothing else.
-    Raw::SerialJobManager serial;
-    configuration.m_jobManager = &serial;
+    configuration = onThisThread();
     TestImage without(makeFlat("B8G8R8G8Unorm", 8, 8)), untouched(makeFlat("R8G8B8A8Unorm", 8, 8), 5);
-    const std::vector<std::uint8_t> before = untouched.bytes();
+    const Bytes before = untouched.bytes();
     EXPECT_EQ(Raw::reformat(&without, &untouched, &configuration), Raw::kErrorFailed);
     EXPECT_EQ(Raw::reformat(&untouched, &without, &configuration), Raw::kErrorFailed);
     EXPECT_EQ(untouched.bytes(), before);

@@ -96,6 +96,15 @@ private:
     Raw::MemoryRegion m_region;
 };
 
+// Runs jobs on the calling thread.
+inline Raw::Configuration onThisThread(unsigned callbacks = 0) {
+    static Raw::SerialJobManager s_serial;
+    Raw::Configuration configuration;
+    configuration.m_jobManager = &s_serial;
+    configuration.m_callbacksPerJob = callbacks;
+    return configuration;
+}
+
 // A derived class that does not vouch for its rows hands out neither rows nor strips.
 struct ImageByTiles : TestImage {
     using TestImage::TestImage;

@@ -73,9 +73,7 @@ TEST(AsSurface, HandsOutRowsInElementsOfTheTargetsSizeOnly) {
         view.setDataFormat(formatNamed(format));
         EXPECT_EQ(view.getElementRows(&kFirstSurface).m_memory != nullptr, rows) << format;
         TestImage wide(makeFlat("R32G32B32A32Float", 13, 13)); // made of what lies in the image and no more
-        Raw::SerialJobManager serial;
-        Raw::Configuration configuration;
-        configuration.m_jobManager = &serial;
+        Raw::Configuration configuration = onThisThread();
         EXPECT_EQ(Raw::reformat(&view, &wide, &configuration), Raw::kErrorNone);
     }
 }
@@ -84,9 +82,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 // What every kind of walk makes of a provider of one surface, and at last what they leave in it.
 Bytes walked(Provider& provider) {
-    Raw::SerialJobManager serial;
-    Raw::Configuration configuration;
-    configuration.m_jobManager = &serial;
+    Raw::Configuration configuration = onThisThread();
     const unsigned wide = provider.getPixelsWide(0), tall = provider.getPixelsTall(0);
     const Vex::Texture own = provider.getTexture();
     const Vex::Texture floats = Raw::changeDataFormat(own, formatNamed("R32G32B32A32Float"));

@@ -78,7 +78,6 @@ TEST(BlockRows, GiveWhatTheStepsOfATileGive) {
                                     "R8G8B8A8Snorm",     "R16G16B16A16Float", "R16G16B16X16Float",
                                     "B16G16R16A16Float", "L8A8Unorm",         "R8G8B8A8Uint",
                                     "Bc1UnormNoAlpha",   "Bc3UnormRABG",      "Bc5Snorm"};
-    Raw::SerialJobManager serial;
     unsigned pairs = 0;
     for (int i = 0; i < Raw::getNamedDataFormatCount(); ++i) {
         const Raw::NamedDataFormat blocks = Raw::getNamedDataFormat(i);
@@ -88,8 +87,7 @@ TEST(BlockRows, GiveWhatTheStepsOfATileGive) {
         }
         for (const char* partner : partners) {
             const unsigned variant = pairs++ % 4; // plain twice as often
-            Raw::Configuration configuration;
-            configuration.m_jobManager = &serial;
+            Raw::Configuration configuration = onThisThread();
             Raw::Modifiers modifiers;
             modifiers.m_decode.m_add[1] = variant == 1 ? 0.25f : 0.0f;
             configuration.m_encoderConfiguration.m_externalCompressor = variant == 2 ? &kCounting : nullptr;

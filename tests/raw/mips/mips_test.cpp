@@ -22,9 +22,8 @@ using namespace TestSupport;
 constexpr char kFloats[] = "R32G32B32A32Float";
 
 Configuration settings(Raw::JobManager* manager = nullptr) {
-    static Raw::SerialJobManager s_serial;
-    Configuration configuration;
-    configuration.m_jobManager = manager != nullptr ? manager : &s_serial;
+    Configuration configuration = onThisThread();
+    configuration.m_jobManager = manager != nullptr ? manager : configuration.m_jobManager;
     return configuration;
 }
 
