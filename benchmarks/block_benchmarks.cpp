@@ -163,16 +163,24 @@ void addBc4AndBc5() {
     addEncoder("blocks/BC5", "Bc5Unorm", "blocks/BC5 peer");
 }
 
+std::vector<std::uint8_t> encodedPhotographs(const char* format) {
+    const Raw::EncoderConfiguration configuration = configurationOf(format);
+    const Vex::SurfaceFormat surfaceFormat = configuration.getTexture()->getDataFormat().getSurfaceFormat();
+    const PhotographBlocks& pictures = photographs();
+    std::vector<std::uint8_t> blocks(Raw::getSurfaceFormatInfo(surfaceFormat).bytesPerElement *
+                                     std::size_t(pictures.m_count));
+    Raw::findBlockRunEncoder(surfaceFormat)(blocks.data(), pictures.m_texels.data(), configuration,
+                                            pictures.m_count);
+    return blocks;
+}
+
 // Surfaces of 128 blocks across, whose blocks were encoded before.
 void addDecoder(const std::string& name, const char* format) {
     constexpr unsigned kAcross = 128;
     const Raw::EncoderConfiguration configuration = configurationOf(format);
     const Vex::SurfaceFormat surfaceFormat = configuration.getTexture()->getDataFormat().getSurfaceFormat();
     const std::size_t bytes = Raw::getSurfaceFormatInfo(surfaceFormat).bytesPerElement;
-    const PhotographBlocks& pictures = photographs();
-    std::vector<std::uint8_t> source(bytes * pictures.m_count);
-    Raw::findBlockRunEncoder(surfaceFormat)(source.data(), pictures.m_texels.data(), configuration,
-                                            pictures.m_count);
+    const std::vector<std::uint8_t> source = encodedPhotographs(format);
     addBoth(name, "blocks/BC1 peer", [=](const PhotographBlocks& blocks, std::uint8_t* destination) {
         const Raw::DecodeBlockRun decode = Raw::findBlockRunDecoder(surfaceFormat);
         for (unsigned i = 0; i + kAcross <= blocks.m_count; i += kAcross) {
@@ -233,6 +241,8 @@ void addBc6AndBc7Decoders() {
     addStoredDecoder("blocks/decode BC6H to halves, random blocks", randomBlocks(0, 0), bc6, 8);
     addStoredDecoder("blocks/decode BC6H to halves, random blocks of one subset", randomBlocks(3, 5), bc6, 8);
     addStoredDecoder("blocks/decode BC6H to halves, random signed blocks", randomBlocks(0, 0), signedBc6, 8);
+    addStoredDecoder("blocks/decode BC7", encodedPhotographs("Bc7Unorm"), bc7, 4);
+    addStoredDecoder("blocks/decode BC6H to halves", encodedPhotographs("Bc6Uf16"), bc6, 8);
     const char* const pictures[] = {"tac__BC7_RGBA_Modern.dds", "rd__bc-DX10_BC7_UNORM_SRGB.dds"};
     for (const char* picture : pictures) {
         addStoredDecoder(std::string("blocks/decode BC7, ") + picture, loadDdsBlocks(picture), bc7, 4);

@@ -20,9 +20,13 @@ namespace {
 using namespace qor;
 using namespace qor::Texsmith;
 
-// The square of the range of values, for types that have a range of about one.
-std::optional<double> squaredPeak(Vex::TextureChannelType type) {
-    switch (type) {
+// The square of the range of values, for types that have a range of about one. Blocks of BC6 hold floats,
+// whatever their type is called.
+std::optional<double> squaredPeak(Vex::DataFormat format) {
+    if (format.getSurfaceFormat() == Vex::kSurfaceFormatBc6) {
+        return {};
+    }
+    switch (format.getTextureChannelType()) {
     case Vex::kTextureChannelTypeUNorm:
     case Vex::kTextureChannelTypeSrgb:
     case Vex::kTextureChannelTypeUBNorm:
@@ -75,7 +79,7 @@ public:
         }
         const unsigned mips = std::min(a.getSurfaceCount().mips, b.getSurfaceCount().mips);
         m_hasMoreMips = a.getSurfaceCount().mips != b.getSurfaceCount().mips;
-        m_peak = squaredPeak(textureA.getDataFormat().getTextureChannelType());
+        m_peak = squaredPeak(textureA.getDataFormat());
         const SrgbValues srgb =
             isSrgb(textureA) && isSrgb(textureB) ? SrgbValues::kAsStored : SrgbValues::kAsLight;
         convertToFloats(&m_a, a, mips, srgb, nameA);
