@@ -1,8 +1,8 @@
-// Bitmaps of all kinds. Whoever reads plain ones of 24 and 32 bits faster comes here with the rest of them.
+// Reads and writes bitmaps of all kinds. Those of 24 and 32 bits that are plain and whole never come here.
 #include "codec/bmp_layout.h"
 #include "codec/codecs.h"
-#include "qor/texsmith/tools_assert.h"
-#include "raw/files/flat_picture.h"
+#include "qor/texsmith/raw/bithacks.h"
+#include "raw/files/flat_image.h"
 
 #include <algorithm>
 #include <bit>
@@ -193,23 +193,32 @@ std::uint64_t readTexels(const BmpLayout& layout, const Canvas& canvas) {
     }
 }
 
+// In bits of the file. Runs may skip as much as they like, and so may be few for a large image by right.
+ImageClaim claimOf(const BmpLayout& layout) {
+    const std::uint64_t pixels = checkedSize(layout.m_width, layout.m_height);
+    return {static_cast<unsigned>(layout.m_width), static_cast<unsigned>(layout.m_height),
+            pixels * layout.m_bits / 8, layout.m_texels.length(), kMostGainOfPlainTexels};
+}
+
 Error readBmp(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
               int index) {
-    BmpLayout layout;
-    if (index != 0) {
-        return kErrorWicGetFrame; // there is one
+    if (!checkOnlyFrame(kKind, index)) {
+        return kErrorWicGetFrame;
     }
+    BmpLayout layout;
     if (!layout.parse(*source)) {
-        toolsWarning(kSourcePath, __LINE__, "The BMP file is not of a kind that can be read.");
+        return refuseFile(kKind, "it is none, or of a kind that is not supported");
+    }
+    if (!imageSizeFits(kKind, layout.m_width, layout.m_height)) {
         return kErrorFailed;
     }
-    if (!pictureSizeFits(kKind, layout.m_width, layout.m_height)) {
+    const auto width = static_cast<unsigned>(layout.m_width), height = static_cast<unsigned>(layout.m_height);
+    if (!layout.isRuns() && !isClaimJust(kKind, claimOf(layout))) {
         return kErrorFailed;
     }
     const Vex::DataFormat format =
-        withChannelType(layout.m_hasAlpha ? kBgra : kBgrx, configuration->m_textureChannelType);
-    const MemoryRegion elements = allocatePicture(destination, static_cast<unsigned>(layout.m_width),
-                                                  static_cast<unsigned>(layout.m_height), format);
+        (layout.m_hasAlpha ? kBgra : kBgrx).withTextureChannelType(configuration->m_textureChannelType);
+    const MemoryRegion elements = allocateFlatImage(kKind, destination, width, height, format);
     if (elements.length() == 0) {
         return kErrorFailed;
     }
@@ -275,7 +284,7 @@ void writeRow(std::uint8_t* to, const std::uint8_t* from, const Sizes& sizes) {
 Error writeFile(const Image& image, bool withAlpha, ResizableMemoryRegion* destination) {
     const MemoryRegion elements = firstSurface(image);
     const Sizes sizes{image.getPixelsWide(0), image.getPixelsTall(0), withAlpha};
-    if (elements.length() == 0 || !resizeFile(destination, sizes.headerBytes() + sizes.texelBytes())) {
+    if (!resizeFile(kKind, destination, sizes.headerBytes() + sizes.texelBytes())) {
         return kErrorFailed;
     }
     writeHeaders(destination->begin, sizes);
@@ -293,10 +302,10 @@ Error writeBmp(const Image* source, ResizableMemoryRegion* destination, Configur
     const Vex::TextureChannelType type = from.getTextureChannelType() == Vex::kTextureChannelTypeSrgb
                                              ? Vex::kTextureChannelTypeSrgb
                                              : Vex::kTextureChannelTypeUNorm;
-    const Vex::DataFormat format = withChannelType(withAlpha ? kBgra : kBgrx, type);
-    const bool isReady = source->getModifiers().m_decode.isNop() && from == format;
-    return writeInFormat(*source, isReady, format, configuration,
-                         [=](const Image& image) { return writeFile(image, withAlpha, destination); });
+    const Vex::DataFormat format = (withAlpha ? kBgra : kBgrx).withTextureChannelType(type);
+    return writeInFormat(
+        kKind, *source, format, Transforms::kApply, destination, configuration,
+        [=](const Image& image, ResizableMemoryRegion* place) { return writeFile(image, withAlpha, place); });
 }
 
 } // namespace

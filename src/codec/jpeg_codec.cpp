@@ -3,8 +3,8 @@
 // The library leaves a step that fails by a jump from our error handler. So each step is a function of its
 // own on a plain structure: between the jump's place and its target nothing has a destructor. Reports, whose
 // handlers may throw, are made after the step.
+#include "codec/channel_layout.h"
 #include "codec/codecs.h"
-#include "codec/picture.h"
 #include "qor/texsmith/raw/bithacks.h"
 #include "qor/texsmith/tools_assert.h"
 
@@ -19,6 +19,7 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "codec\\jpeg_codec";
+constexpr FileKind kKind = {"JPEG", kSourcePath};
 
 constexpr int kQuality = 95;
 constexpr int kMostScans = 200; // a progressive file of a few kilobytes can ask for hours of work
@@ -218,8 +219,9 @@ private:
 bool Reader::isClaimJust() const {
     const jpeg_decompress_struct& jpeg = m_state.m_jpeg;
     const std::uint64_t samples = checkedSize(jpeg.image_width, jpeg.image_height);
-    return Raw::isClaimJust(
-        {"JPEG", jpeg.image_width, jpeg.image_height, samples, kMostGain, m_state.m_fileBytes}, kSourcePath);
+    return imageSizeFits(kKind, jpeg.image_width, jpeg.image_height) &&
+           Raw::isClaimJust(kKind,
+                            {jpeg.image_width, jpeg.image_height, samples, m_state.m_fileBytes, kMostGain});
 }
 
 bool Reader::makeImage(ReallocatableImage* image, Vex::TextureChannelType channelType) {
@@ -231,7 +233,7 @@ bool Reader::makeImage(ReallocatableImage* image, Vex::TextureChannelType channe
         m_state.m_line = m_line.data();
     }
     m_state.m_pitch = static_cast<std::size_t>(checkedSize(format.getBytesPerElement(), width));
-    m_state.m_rows = makePicture(image, width, m_state.m_jpeg.image_height, format);
+    m_state.m_rows = makeRows(kKind, image, width, m_state.m_jpeg.image_height, format);
     return m_state.m_rows != nullptr;
 }
 
@@ -247,8 +249,8 @@ void Reader::reportFailure() const {
 
 Error readJpeg(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
                int index) {
-    if (index != 0) {
-        return kErrorWicGetFrame; // there is one
+    if (!checkOnlyFrame(kKind, index)) {
+        return kErrorWicGetFrame;
     }
     Reader reader(*source);
     if (!reader.readHeader()) {
@@ -272,7 +274,7 @@ struct Writing {
     Errors m_errors;
     jpeg_destination_mgr m_destination;
     JOCTET m_buffer[16384];
-    const PictureRows* m_rows;
+    const ImageRows* m_rows;
     std::uint8_t* m_line; // colours of a row as the library takes them
     std::vector<std::uint8_t>* m_file;
 };
@@ -342,9 +344,9 @@ void writeFile(Writing& state) {
     jpeg_finish_compress(&state.m_jpeg);
 }
 
-Error writeJpeg(const PictureRows& rows, std::vector<std::uint8_t>* file) {
+Error writeJpeg(const ImageRows& rows, std::vector<std::uint8_t>* file) {
     std::vector<std::uint8_t> line(
-        rows.m_kind.m_isGrey ? 0 : static_cast<std::size_t>(checkedSize(rows.m_width, kFileColors)));
+        rows.m_layout.m_isGrey ? 0 : static_cast<std::size_t>(checkedSize(rows.m_width, kFileColors)));
     Writing state{};
     state.m_rows = &rows;
     state.m_file = file;
@@ -360,8 +362,8 @@ Error writeJpeg(const PictureRows& rows, std::vector<std::uint8_t>* file) {
 }
 
 Error saveJpeg(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    return writePicture(source, {kindOf(*source).m_isGrey, false, false}, destination, configuration,
-                        &writeJpeg);
+    return writeRows(kKind, *source, {layoutOf(*source).m_isGrey, false, false}, destination, configuration,
+                     &writeJpeg);
 }
 
 } // namespace

@@ -3,8 +3,8 @@
 // libpng leaves a step that fails by a jump. So each step is a function of its own on a plain structure:
 // between the jump's place and its target nothing has a destructor. Reports, whose handlers may throw, are
 // made after the step.
+#include "codec/channel_layout.h"
 #include "codec/codecs.h"
-#include "codec/picture.h"
 #include "qor/texsmith/raw/bithacks.h"
 #include "qor/texsmith/tools_assert.h"
 
@@ -19,12 +19,14 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "codec\\png_codec";
+constexpr FileKind kKind = {"PNG", kSourcePath};
 
 constexpr std::uint64_t kMostGain = 1032; // of deflate
 
 // With an sRGB type, alpha must be the fourth channel: the curve is for the first three.
-bool mustExpandGrey(const PictureKind& kind, Vex::TextureChannelType channelType) {
-    return kind.m_isGrey && kind.m_hasAlpha && !kind.m_isDeep && channelType == Vex::kTextureChannelTypeSrgb;
+bool mustExpandGrey(const ChannelLayout& layout, Vex::TextureChannelType channelType) {
+    return layout.m_isGrey && layout.m_hasAlpha && !layout.m_isDeep &&
+           channelType == Vex::kTextureChannelTypeSrgb;
 }
 
 // The first text of each kind.
@@ -64,7 +66,7 @@ struct Reading {
     png_infop m_info;
     const std::uint8_t* m_next; // of the file
     const std::uint8_t* m_end;
-    PictureKind m_kind;
+    ChannelLayout m_layout;
     bool m_expandsGrey;
     std::uint8_t* m_rows; // of the image
     std::size_t m_pitch;
@@ -91,7 +93,7 @@ void readHeader(Reading& state) {
     png_read_info(state.m_png, state.m_info);
 }
 
-PictureKind kindInFile(const Reading& state) {
+ChannelLayout layoutInFile(const Reading& state) {
     const unsigned colorType = png_get_color_type(state.m_png, state.m_info);
     const bool hasKey = png_get_valid(state.m_png, state.m_info, PNG_INFO_tRNS) != 0;
     return {(colorType & PNG_COLOR_MASK_COLOR) == 0, hasKey || (colorType & PNG_COLOR_MASK_ALPHA) != 0,
@@ -100,13 +102,13 @@ PictureKind kindInFile(const Reading& state) {
 
 void chooseTransforms(Reading& state) {
     png_set_expand(state.m_png);
-    if (state.m_kind.m_isDeep && std::endian::native == std::endian::little) {
+    if (state.m_layout.m_isDeep && std::endian::native == std::endian::little) {
         png_set_swap(state.m_png);
     }
     if (state.m_expandsGrey) {
         png_set_gray_to_rgb(state.m_png);
     }
-    if (!state.m_kind.m_isGrey && !state.m_kind.m_hasAlpha) {
+    if (!state.m_layout.m_isGrey && !state.m_layout.m_hasAlpha) {
         png_set_filler(state.m_png, 0, PNG_FILLER_AFTER);
     }
 }
@@ -144,7 +146,8 @@ public:
         const unsigned width = png_get_image_width(m_state.m_png, m_state.m_info);
         const unsigned height = png_get_image_height(m_state.m_png, m_state.m_info);
         const std::uint64_t packed = checkedSize(png_get_rowbytes(m_state.m_png, m_state.m_info), height);
-        return Raw::isClaimJust({"PNG", width, height, packed, kMostGain, fileBytes}, kSourcePath);
+        return imageSizeFits(kKind, width, height) &&
+               Raw::isClaimJust(kKind, {width, height, packed, fileBytes, kMostGain});
     }
     bool makeImage(ReallocatableImage* image, Vex::TextureChannelType channelType);
     bool readRows() { return runStep(m_state, &Raw::readRows); }
@@ -156,21 +159,26 @@ private:
 };
 
 bool Reader::makeImage(ReallocatableImage* image, Vex::TextureChannelType channelType) {
-    PictureKind kind = kindInFile(m_state);
-    m_state.m_expandsGrey = mustExpandGrey(kind, channelType);
-    kind.m_isGrey = kind.m_isGrey && !m_state.m_expandsGrey;
-    const Vex::DataFormat format = formatOf(kind, channelType);
+    ChannelLayout layout = layoutInFile(m_state);
+    m_state.m_expandsGrey = mustExpandGrey(layout, channelType);
+    layout.m_isGrey = layout.m_isGrey && !m_state.m_expandsGrey;
+    const Vex::DataFormat format = formatOf(layout, channelType);
     const unsigned width = png_get_image_width(m_state.m_png, m_state.m_info);
-    m_state.m_kind = kind;
+    m_state.m_layout = layout;
     m_state.m_height = png_get_image_height(m_state.m_png, m_state.m_info);
     m_state.m_pitch = static_cast<std::size_t>(checkedSize(format.getBytesPerElement(), width));
-    m_state.m_rows = makePicture(image, width, m_state.m_height, format);
+    m_state.m_rows = makeRows(kKind, image, width, m_state.m_height, format);
     return m_state.m_rows != nullptr;
+}
+
+// Nothing is said where the library's structures could not be made.
+const char* reasonOf(const Messages& messages) {
+    return messages.m_error[0] != '\0' ? messages.m_error : "there is not enough memory";
 }
 
 void Reader::reportFailure() const {
     if (m_state.m_rowsInAll == 0) {
-        toolsWarning(kSourcePath, __LINE__, "The PNG file cannot be read: %s.", m_state.m_messages.m_error);
+        toolsWarning(kSourcePath, __LINE__, "The PNG file cannot be read: %s.", reasonOf(m_state.m_messages));
         return;
     }
     toolsWarning(kSourcePath, __LINE__, "The PNG file is damaged: %s. %llu of its %llu rows are missing.",
@@ -187,8 +195,8 @@ void Reader::reportWarning() const {
 
 Error readPng(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
               int index) {
-    if (index != 0) {
-        return kErrorWicGetFrame; // there is one
+    if (!checkOnlyFrame(kKind, index)) {
+        return kErrorWicGetFrame;
     }
     Reader reader(*source);
     if (!reader.readHeader()) {
@@ -212,7 +220,7 @@ Error readPng(MemoryRegion* source, ReallocatableImage* destination, Configurati
 struct Writing {
     png_structp m_png;
     png_infop m_info;
-    const PictureRows* m_rows;
+    const ImageRows* m_rows;
     std::vector<std::uint8_t>* m_file;
     Messages m_messages;
 };
@@ -225,15 +233,15 @@ void writeBytes(png_structp png, png_bytep bytes, std::size_t count) {
 
 void flush(png_structp) {}
 
-int colorTypeOf(const PictureKind& kind) {
-    return (kind.m_isGrey ? 0 : PNG_COLOR_MASK_COLOR) | (kind.m_hasAlpha ? PNG_COLOR_MASK_ALPHA : 0);
+int colorTypeOf(const ChannelLayout& layout) {
+    return (layout.m_isGrey ? 0 : PNG_COLOR_MASK_COLOR) | (layout.m_hasAlpha ? PNG_COLOR_MASK_ALPHA : 0);
 }
 
 void writeHeader(Writing& state) {
-    const PictureRows& rows = *state.m_rows;
+    const ImageRows& rows = *state.m_rows;
     png_set_write_fn(state.m_png, &state, &writeBytes, &flush);
-    png_set_IHDR(state.m_png, state.m_info, rows.m_width, rows.m_height, rows.m_kind.m_isDeep ? 16 : 8,
-                 colorTypeOf(rows.m_kind), PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+    png_set_IHDR(state.m_png, state.m_info, rows.m_width, rows.m_height, rows.m_layout.m_isDeep ? 16 : 8,
+                 colorTypeOf(rows.m_layout), PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                  PNG_FILTER_TYPE_DEFAULT);
     if (rows.m_isSrgb) {
         png_set_sRGB(state.m_png, state.m_info, PNG_sRGB_INTENT_PERCEPTUAL);
@@ -242,12 +250,12 @@ void writeHeader(Writing& state) {
 }
 
 void writeFile(Writing& state) {
-    const PictureRows& rows = *state.m_rows;
+    const ImageRows& rows = *state.m_rows;
     writeHeader(state);
-    if (rows.m_kind.m_isDeep && std::endian::native == std::endian::little) {
+    if (rows.m_layout.m_isDeep && std::endian::native == std::endian::little) {
         png_set_swap(state.m_png);
     }
-    if (!rows.m_kind.m_isGrey && !rows.m_kind.m_hasAlpha) {
+    if (!rows.m_layout.m_isGrey && !rows.m_layout.m_hasAlpha) {
         png_set_filler(state.m_png, 0, PNG_FILLER_AFTER); // takes the fourth channel away
     }
     for (unsigned y = 0; y < rows.m_height; ++y) {
@@ -256,7 +264,7 @@ void writeFile(Writing& state) {
     png_write_end(state.m_png, nullptr);
 }
 
-Error writePng(const PictureRows& rows, std::vector<std::uint8_t>* file) {
+Error writePng(const ImageRows& rows, std::vector<std::uint8_t>* file) {
     Writing state{};
     state.m_rows = &rows;
     state.m_file = file;
@@ -265,15 +273,19 @@ Error writePng(const PictureRows& rows, std::vector<std::uint8_t>* file) {
     const bool isWritten = state.m_info != nullptr && runStep(state, &writeFile);
     png_destroy_write_struct(&state.m_png, &state.m_info);
     if (!isWritten) {
-        toolsWarning(kSourcePath, __LINE__, "The PNG file cannot be written: %s.", state.m_messages.m_error);
+        toolsWarning(kSourcePath, __LINE__, "The PNG file cannot be written: %s.",
+                     reasonOf(state.m_messages));
     }
     return isWritten ? kErrorNone : kErrorFailed;
 }
 
 Error savePng(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    PictureKind kind = kindOf(*source);
-    kind.m_isGrey = kind.m_isGrey && !mustExpandGrey(kind, source->getDataFormat().getTextureChannelType());
-    return writePicture(source, kind, destination, configuration, &writePng);
+    ChannelLayout layout = layoutOf(*source);
+    // Another format would come to grey with alpha by way of R, G, B and A, of which it stores R and G.
+    layout.m_isGrey =
+        layout.m_isGrey &&
+        (!layout.m_hasAlpha || source->getDataFormat() == formatOf(layout, Vex::kTextureChannelTypeUNorm));
+    return writeRows(kKind, *source, layout, destination, configuration, &writePng);
 }
 
 } // namespace

@@ -8,8 +8,6 @@ namespace qor::Vex {
 
 namespace {
 
-constexpr unsigned kMaxSize = 16384;
-constexpr unsigned kMaxSlices = 8192;
 constexpr unsigned kMaxMips = 16;
 
 struct Shape {
@@ -27,8 +25,8 @@ void fill(Texture& texture, const Shape& shape, DataFormat format, TileMode tile
     texture.setTextureType(shape.m_type);
     texture.setDataFormat(format);
     texture.setTileMode(tileMode);
-    texture.setWidthMinus1(std::clamp(shape.m_width, 1u, kMaxSize) - 1);
-    texture.setHeightMinus1(std::clamp(shape.m_height, 1u, kMaxSize) - 1);
+    texture.setWidthMinus1(std::clamp(shape.m_width, 1u, kMaxTextureSize) - 1);
+    texture.setHeightMinus1(std::clamp(shape.m_height, 1u, kMaxTextureSize) - 1);
     texture.setDepthMinus1(shape.m_depth - 1);
     texture.setMipLevelRange(0, std::clamp(shape.m_mips, 1u, kMaxMips) - 1);
     texture.setArrayView(0, shape.m_slices - 1);
@@ -49,7 +47,7 @@ unsigned pitchOf(const Texture& texture) {
 
 SizeAlign finish(Texture& texture, unsigned pitch) {
     const unsigned pixels = pitch != 0 ? pitch : pitchOf(texture);
-    texture.setPitchMinus1(std::min(pixels, kMaxSize) - 1);
+    texture.setPitchMinus1(std::min(pixels, kMaxTextureSize) - 1);
     std::uint64_t size = 0;
     unsigned alignment = 0;
     GpuAddress::computeTotalTiledTextureSize(&size, &alignment, &texture);
@@ -69,7 +67,7 @@ SizeAlign Texture::initAs2dArray(unsigned width, unsigned height, unsigned slice
                                  unsigned mips, DataFormat format, TileMode tileMode, NumFragments fragments,
                                  bool cubemap) {
     const unsigned faces = cubemap ? 6 : 1;
-    const unsigned entries = std::clamp(slices, 1u, kMaxSlices / faces);
+    const unsigned entries = std::clamp(slices, 1u, kMaxTextureSlices / faces);
     const TextureType flat = fragments == kNumFragments1 ? kTextureType2dArray : kTextureType2dArrayMsaa;
     const TextureType type = cubemap ? kTextureTypeCubemap : flat;
     fill(*this, {type, width, height, entries, entries * faces, mips, fragments}, format, tileMode);
@@ -78,7 +76,7 @@ SizeAlign Texture::initAs2dArray(unsigned width, unsigned height, unsigned slice
 
 SizeAlign Texture::initAs3d(unsigned width, unsigned height, unsigned depth, unsigned mips, DataFormat format,
                             TileMode tileMode) {
-    const unsigned slices = std::clamp(depth, 1u, kMaxSlices);
+    const unsigned slices = std::clamp(depth, 1u, kMaxTextureSlices);
     fill(*this, {kTextureType3d, width, height, slices, 1, mips, kNumFragments1}, format, tileMode);
     return finish(*this, 0);
 }

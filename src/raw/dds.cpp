@@ -1,11 +1,15 @@
+// Conversions between DDS files and images, textures or files of the native container. Texels are copied or
+// put into another order, never decoded.
 #include "qor/texsmith/raw/dds.h"
 
 #include "qor/texsmith/raw/job_manager.h"
 #include "qor/texsmith/raw/per_tile.h"
+#include "qor/texsmith/raw/view.h"
 #include "qor/texsmith/raw/vxf.h"
 #include "raw/configuration/check_configuration.h"
-#include "raw/files/check_arguments.h"
 #include "raw/files/dds_and_vxf.h"
+#include "raw/files/flat_image.h"
+#include "raw/files/vxf_texture.h"
 #include "raw/surfaces/copy_tiles.h"
 
 #include <algorithm>
@@ -15,6 +19,7 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\dds";
+constexpr FileKind kKind = {"DDS", kSourcePath};
 
 Error firstError(Error a, Error b) { return a != kErrorNone ? a : b; }
 
@@ -46,31 +51,25 @@ Error copyTiles(const ElementProvider* destination, const ElementProvider* sourc
 Error copyBytes(MemoryRegion destination, MemoryRegion source, Configuration* configuration) {
     const std::uint64_t bytes = std::min(destination.length(), source.length());
     std::fill(destination.begin + bytes, destination.end, std::uint8_t{0});
-    const Error error = multicoreMemcpy(destination, source, static_cast<unsigned>(bytes), configuration);
-    return bytes == destination.length() ? error : kErrorFailed;
+    return multicoreMemcpy(destination, source, static_cast<unsigned>(bytes), configuration);
 }
 
-// The descriptor without the words that the file has for itself.
-Vex::Texture readDescriptor(const Vex::Texture* inFile) {
-    Vex::Texture texture;
-    std::memcpy(&texture, inFile, sizeof texture); // a file may lie at any address
-    texture.m_regs[0] = 0;
-    texture.m_regs[1] &= ~0xFFu;
-    texture.m_regs[7] = 0;
-    return texture;
-}
-
-} // namespace
-
-Error convertFromDds(MemoryRegion* source, ElementProvider* destination, Configuration* configuration) {
-    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
+// Whether the elements of `provider` may share memory with `region`; true for one whose memory is not known.
+bool mayLieIn(const ElementProvider& provider, const MemoryRegion& region) {
+    if (const auto* image = dynamic_cast<const Image*>(&provider); image != nullptr) {
+        return overlap(image->getStorage(), region);
     }
-    const OpenFile file(source, configuration);
+    const auto* texture = dynamic_cast<const TextureElementProvider*>(&provider);
+    return texture == nullptr || overlap(texture->getTexture().m_memoryRegion, region);
+}
+
+Error readTiles(MemoryRegion* source, ElementProvider* destination, Configuration* configuration) {
+    OpenFile file(source, configuration);
     if (!file.hasTexels()) {
         return file.m_error;
     }
     if (!dimensionsAndFormatAreIdentical(destination, &file.m_image)) {
+        file.m_error = kErrorFailed;
         toolsAssert(kSourcePath, __LINE__,
                     "destination and source must have the same dimensions and format.");
         if (!dimensionsAndSurfaceFormatAreIdentical(destination, &file.m_image)) {
@@ -80,70 +79,114 @@ Error convertFromDds(MemoryRegion* source, ElementProvider* destination, Configu
     return firstError(file.m_error, copyTiles(destination, &file.m_image, configuration));
 }
 
-Error convertFromDds(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
-    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
+Error readImage(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
     const OpenFile file(source, configuration);
     if (!file.hasTexels()) {
         return file.m_error;
     }
-    destination->reallocate(file.m_image.getVexTexture());
+    const bool hasMemory = allocateImage(kKind, destination, *file.m_image.getVexTexture());
     destination->setModifiers(Modifiers());
-    const MemoryRegion texels = destination->getMemoryRegion();
-    if (texels.length() < file.m_image.getBytesTotal()) {
-        return kErrorFailed;
-    }
-    return firstError(file.m_error, copyBytes(texels, file.m_image.getMemoryRegion(), configuration));
+    return hasMemory ? firstError(file.m_error, copyBytes(destination->getMemoryRegion(),
+                                                          file.m_image.getMemoryRegion(), configuration))
+                     : kErrorFailed;
 }
 
-Error convertToDds(const ElementProvider* source, ResizableMemoryRegion* destination, unsigned version,
-                   Configuration* configuration) {
-    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
+Error writeTiles(const ElementProvider* source, ResizableMemoryRegion* destination, unsigned version,
+                 Configuration* configuration) {
     DdsImage image;
     const Error error = image.writeTo(source->getVexTexture(), destination, version);
     return error == kErrorNone ? copyTiles(&image, source, configuration) : error;
 }
 
-Error convertToDds(const Image* source, ResizableMemoryRegion* destination, unsigned version,
+Error writeImage(const Image* source, ResizableMemoryRegion* destination, unsigned version,
+                 Configuration* configuration) {
+    DdsImage image;
+    if (const Error error = image.writeTo(source->getVexTexture(), destination, version);
+        error != kErrorNone) {
+        return error;
+    }
+    const MemoryRegion texels = source->getMemoryRegion();
+    const Error error = copyBytes(image.getMemoryRegion(), texels, configuration);
+    if (texels.length() == source->getBytesTotal()) {
+        return error;
+    }
+    toolsWarning(kSourcePath, __LINE__, "The image has %u bytes, but its memory has only %llu of them.",
+                 source->getBytesTotal(), texels.length());
+    return kErrorFailed;
+}
+
+Error writeTexture(MemoryRegion* vxf, ResizableMemoryRegion* destination, unsigned version,
                    Configuration* configuration) {
-    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
+    VxfTexture texture;
+    if (!openVxf(&texture, vxf, destination, configuration, 0)) {
         return kErrorFailed;
     }
     DdsImage image;
-    const Error error = image.writeTo(source->getVexTexture(), destination, version);
-    return error == kErrorNone ? copyBytes(image.getMemoryRegion(), source->getMemoryRegion(), configuration)
-                               : error;
+    const Error error = image.writeTo(&texture.m_stored.m_texture, destination, version);
+    return error == kErrorNone ? readVxf(texture, static_cast<Image*>(&image), configuration) : error;
+}
+
+// Calls work(), which returns an Error, once the arguments are checked.
+template <typename Work>
+Error runChecked(const void* source, const void* destination, const Configuration* configuration, Work work) {
+    return failWithoutMemory(kSourcePath, [&] {
+        return checkConvertJobArguments(source, destination, configuration, kSourcePath) ? work()
+                                                                                         : kErrorFailed;
+    });
+}
+
+} // namespace
+
+Error convertFromDds(MemoryRegion* source, ElementProvider* destination, Configuration* configuration) {
+    return runChecked(source, destination, configuration, [=] {
+        const MemoryRegion shared = mayLieIn(*destination, *source) ? *source : MemoryRegion();
+        return readApart(source, shared,
+                         [=](MemoryRegion* file) { return readTiles(file, destination, configuration); });
+    });
+}
+
+Error convertFromDds(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
+    return runChecked(source, destination, configuration, [=] {
+        return readApart(source, destination->getStorage(),
+                         [=](MemoryRegion* file) { return readImage(file, destination, configuration); });
+    });
+}
+
+Error convertToDds(const ElementProvider* source, ResizableMemoryRegion* destination, unsigned version,
+                   Configuration* configuration) {
+    return runChecked(source, destination, configuration, [=] {
+        return writeApart(mayLieIn(*source, *destination), destination, [=](ResizableMemoryRegion* place) {
+            return writeTiles(source, place, version, configuration);
+        });
+    });
+}
+
+Error convertToDds(const Image* source, ResizableMemoryRegion* destination, unsigned version,
+                   Configuration* configuration) {
+    return runChecked(source, destination, configuration, [=] {
+        return writeApart(
+            overlap(source->getStorage(), *destination), destination,
+            [=](ResizableMemoryRegion* place) { return writeImage(source, place, version, configuration); });
+    });
 }
 
 Error convertDdsToVxf(MemoryRegion* source, ResizableMemoryRegion* destination,
                       Configuration* configuration) {
-    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
-    const OpenFile file(source, configuration);
-    return file.hasTexels()
-               ? firstError(file.m_error, convertToVxf(&file.m_image, destination, configuration))
-               : file.m_error;
+    return runChecked(source, destination, configuration, [=] {
+        const OpenFile file(source, configuration);
+        return file.hasTexels()
+                   ? firstError(file.m_error, convertToVxf(&file.m_image, destination, configuration))
+                   : file.m_error;
+    });
 }
 
 Error convertVxfToDds(MemoryRegion* source, ResizableMemoryRegion* destination, unsigned version,
                       Configuration* configuration) {
-    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
-    VxfManipulator file;
-    file.readFrom(source);
-    const Vex::Texture* inFile = file.getTextureInFile(0);
-    if (inFile == nullptr) {
-        return kErrorFailed;
-    }
-    const Vex::Texture texture = readDescriptor(inFile);
-    DdsImage image;
-    const Error error = image.writeTo(&texture, destination, version);
-    return error == kErrorNone ? convertFromVxf(source, static_cast<Image*>(&image), configuration) : error;
+    return runChecked(source, destination, configuration, [=] {
+        return writeApart(overlap(*source, *destination), destination, [=](ResizableMemoryRegion* place) {
+            return writeTexture(source, place, version, configuration);
+        });
+    });
 }
 
 } // namespace qor::Texsmith::Raw

@@ -1,8 +1,9 @@
+// Reads and writes HDR files: lines of text, then pixels of three mantissas and one exponent.
 #include "qor/texsmith/raw/hdr.h"
 
+#include "qor/texsmith/raw/bithacks.h"
 #include "qor/texsmith/raw/file.h"
-#include "raw/files/check_arguments.h"
-#include "raw/files/flat_picture.h"
+#include "raw/files/flat_image.h"
 #include "raw/files/hdr_decode.h"
 
 #include <algorithm>
@@ -27,35 +28,20 @@ bool beginsWith(const char* line, const char* text) {
 
 struct Line {
     char m_text[1024];
-    bool read(File* file) { return fgets(m_text, sizeof m_text, file) != nullptr; }
-};
 
-// Reports another signature. False at the end of the file.
-bool readSignature(File* file, Line* line) {
-    const bool any = line->read(file);
-    if (!any || !beginsWith(line->m_text, kSignature)) {
-        toolsAssert(kSourcePath, __LINE__, "File is not a valid RGBE format file.");
-    }
-    return any;
-}
-
-void checkVariable(const char* line) {
-    if (beginsWith(line, kFormatKey) && !beginsWith(line + std::strlen(kFormatKey), kFormatName)) {
-        toolsAssert(kSourcePath, __LINE__,
-                    "Only 32-bit_rle_rgbe formatted RGBE files are supported at this time.");
-    }
-}
-
-// Up to the empty line, whose text `line` has in the end. False at the end of the file.
-bool readVariables(File* file, Line* line) {
-    while (line->read(file)) {
-        if (line->m_text[0] == '\n') {
-            return true;
+    // The front of a line that is longer; its rest is passed over. False at the end of the file.
+    bool read(File* file) {
+        const std::int64_t begin = file->position();
+        if (fgets(m_text, sizeof m_text, file) == nullptr) {
+            return false;
         }
-        checkVariable(line->m_text);
+        int last = m_text[file->position() - begin - 1];
+        while (last != '\n' && !file->isAtEnd()) {
+            last = file->getCharacter();
+        }
+        return true;
     }
-    return false;
-}
+};
 
 struct Resolution {
     long m_width = 0, m_height = 0;
@@ -86,19 +72,72 @@ private:
     }
 };
 
-bool readResolution(File* file, Resolution* resolution) {
-    Line line;
-    if (!readSignature(file, &line) || !readVariables(file, &line) || !line.read(file)) {
+// The lines of text. Reading goes on behind a signature or a format that was reported, and has failed.
+class Header {
+public:
+    // False, and reported, when no image can be made of what is there.
+    bool read(File* file) {
+        Line line;
+        if (!readSignature(file, &line)) {
+            return false;
+        }
+        if (!readVariables(file, &line) || !line.read(file)) {
+            refuseFile(kKind, "it ends within its header");
+            return false;
+        }
+        if (!m_resolution.parse(line.m_text)) {
+            refuseFile(kKind, "it has no line of the form '-Y height +X width'");
+            return false;
+        }
+        return imageSizeFits(kKind, m_resolution.m_width, m_resolution.m_height);
+    }
+    const Resolution& resolution() const { return m_resolution; }
+    Error error() const { return m_error; }
+
+private:
+    void report(const char* text) {
+        m_error = kErrorFailed;
+        toolsAssert(kSourcePath, __LINE__, text);
+    }
+
+    bool readSignature(File* file, Line* line) {
+        const bool any = line->read(file);
+        if (!any || !beginsWith(line->m_text, kSignature)) {
+            report("File is not a valid RGBE format file.");
+        }
+        return any;
+    }
+
+    // Up to the empty line. False at the end of the file.
+    bool readVariables(File* file, Line* line) {
+        while (line->read(file)) {
+            if (line->m_text[0] == '\n') {
+                return true;
+            }
+            if (beginsWith(line->m_text, kFormatKey) &&
+                !beginsWith(line->m_text + std::strlen(kFormatKey), kFormatName)) {
+                report("Only 32-bit_rle_rgbe formatted RGBE files are supported at this time.");
+            }
+        }
         return false;
     }
-    if (!resolution->parse(line.m_text)) {
-        toolsWarning(kSourcePath, __LINE__, "The HDR file has no line of the form '-Y height +X width'.");
-        return false;
+
+    Resolution m_resolution;
+    Error m_error = kErrorNone;
+};
+
+// Runs can make any number of pixels out of a few bytes, so an image that is large for its file is counted
+// first, through one line of its own.
+bool checkClaim(const HdrLines& lines, const MemoryRegion& pixels, unsigned width, unsigned height,
+                std::uint32_t* line) {
+    ImageClaim claim{width, height, checkedSize(4, width, height), pixels.length(), kMostGainOfPlainTexels};
+    if (!isClaimCredible(claim.m_imageBytes, claim.m_fileBytes, claim.m_mostGain)) {
+        claim.m_fileBytes = std::max(claim.m_fileBytes, 4 * countPixels(lines, width, height, line));
     }
-    return pictureSizeFits(kKind, resolution->m_width, resolution->m_height);
+    return isClaimJust(kKind, claim);
 }
 
-// Fills the whole picture and returns the number of pixels that the file lacks.
+// Fills the whole image and returns the number of pixels that the file lacks.
 std::uint64_t readLines(HdrLines lines, const Resolution& resolution, std::uint32_t* texels) {
     const auto width = static_cast<unsigned>(resolution.m_width);
     const auto height = static_cast<unsigned>(resolution.m_height);
@@ -121,7 +160,7 @@ Error writeFile(const Image& image, ResizableMemoryRegion* destination) {
     const auto headerBytes = static_cast<std::size_t>(
         std::snprintf(header, sizeof header, "%s\n%s%s\n\n-Y %u +X %u\n", kSignature, kFormatKey, kFormatName,
                       image.getPixelsTall(0), image.getPixelsWide(0)));
-    if (texels.length() == 0 || !resizeFile(destination, headerBytes + texels.length())) {
+    if (!resizeFile(kKind, destination, headerBytes + texels.length())) {
         return kErrorFailed;
     }
     std::memcpy(destination->begin, header, headerBytes);
@@ -135,40 +174,49 @@ Error writeFile(const Image& image, ResizableMemoryRegion* destination) {
     return kErrorNone;
 }
 
-} // namespace
-
-Error convertFromHdr(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
-    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
+Error readFile(MemoryRegion* source, ReallocatableImage* destination, const Configuration& configuration) {
     File file;
     file.open(source, File::kModeBinary);
-    Resolution resolution;
-    if (!readResolution(&file, &resolution)) {
+    Header header;
+    if (!header.read(&file)) {
         return kErrorFailed;
     }
     MemoryRegion pixels = *source;
     pixels.begin += file.position();
-    const auto width = static_cast<unsigned>(resolution.m_width);
-    const MemoryRegion texels =
-        allocatePicture(destination, width, static_cast<unsigned>(resolution.m_height), kFormat,
-                        GpuAddress::kSurfaceTypeRwTextureFlat);
-    AllocatedMemory buffer(configuration->m_allocator);
-    buffer.resize(HdrLines::bufferBytes(width));
-    if (texels.length() == 0 || buffer.length() == 0) {
+    const auto width = static_cast<unsigned>(header.resolution().m_width);
+    const auto height = static_cast<unsigned>(header.resolution().m_height);
+    AllocatedMemory buffer(configuration.m_allocator); // for a line, and for its components
+    if (!resizeFile(kKind, &buffer, 4 * std::size_t(width) + HdrLines::bufferBytes(width))) {
         return kErrorFailed;
     }
-    const std::uint64_t missing = readLines(HdrLines(pixels, width, buffer.begin), resolution,
-                                            reinterpret_cast<std::uint32_t*>(texels.begin));
-    return reportMissingTexels(kKind, missing, texels.length() / 4);
+    auto* line = reinterpret_cast<std::uint32_t*>(buffer.begin);
+    const HdrLines lines(pixels, width, buffer.begin + 4 * std::size_t(width));
+    if (!checkClaim(lines, pixels, width, height, line)) {
+        return kErrorFailed;
+    }
+    const MemoryRegion texels =
+        allocateFlatImage(kKind, destination, width, height, kFormat, GpuAddress::kSurfaceTypeRwTextureFlat);
+    if (texels.length() == 0) {
+        return kErrorFailed;
+    }
+    const std::uint64_t missing =
+        readLines(lines, header.resolution(), reinterpret_cast<std::uint32_t*>(texels.begin));
+    const Error error = reportMissingTexels(kKind, missing, texels.length() / 4);
+    return header.error() != kErrorNone ? header.error() : error;
+}
+
+} // namespace
+
+Error convertFromHdr(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
+    return readFlatImage(kKind, source, destination, configuration,
+                         [=](MemoryRegion* file) { return readFile(file, destination, *configuration); });
 }
 
 Error convertToHdr(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
-    return writeInFormat(*source, source->getDataFormat() == kFormat, kFormat, configuration,
-                         [destination](const Image& image) { return writeFile(image, destination); });
+    return writeFlatImage(kKind, source, destination, configuration, [=] {
+        return writeInFormat(kKind, *source, kFormat, Transforms::kByFormat, destination, configuration,
+                             &writeFile);
+    });
 }
 
 } // namespace qor::Texsmith::Raw

@@ -1,8 +1,10 @@
+// The front door for files: finds who reads and writes them, by name or by type, and compares them.
 #include "qor/texsmith/raw/helpers.h"
 
 #include "platform/platform.h"
 #include "qor/texsmith/raw/names.h"
 #include "raw/frame/check.h"
+#include "raw/frame/out_of_memory.h"
 #include "raw/helpers/routes.h"
 #include "raw/helpers/shortcuts.h"
 #include "raw/helpers/stored_comparison.h"
@@ -71,60 +73,102 @@ const LoadRoute* checkLoad(ReallocatableImage* destination, MemoryRegion* source
     return good ? findLoadRoute(source, extension) : nullptr;
 }
 
-bool checkConvert(MemoryRegion* source, const char* sourceExtension, ResizableMemoryRegion* destination,
-                  const char* destinationExtension, Configuration* configuration) {
-    return checkArguments({{source, kSource},
-                           {sourceExtension, "sourceExtension must not be NULL."},
-                           {destination, kDestination},
-                           {destinationExtension, "destinationExtension must not be NULL."},
-                           {configuration, kConfiguration}});
+// Calls loadOpened(region), which returns an Error, with the file of that name.
+template <typename Load>
+Error loadNamedFile(ReallocatableImage* destination, const char* name, Configuration* configuration,
+                    Load loadOpened) {
+    if (!checkArguments({{destination, kDestination},
+                         {name, "filenameOrUrl must not be NULL."},
+                         {configuration, kConfiguration}})) {
+        return kErrorFailed;
+    }
+    return failWithoutMemory(kSourcePath, [&] {
+        MemoryMappedFile source(name, kPermissionsReadOnly, configuration->m_allocator);
+        const bool isOpen = source.begin != nullptr; // reported otherwise
+        return isOpen ? loadOpened(static_cast<MemoryRegion*>(&source)) : kErrorFailed;
+    });
 }
+
+// Two files in memory, by type.
+struct Conversion {
+    MemoryRegion* m_source;
+    const char* m_sourceExtension;
+    ResizableMemoryRegion* m_destination;
+    const char* m_destinationExtension;
+    Configuration* m_configuration;
+
+    bool check() const {
+        return checkArguments({{m_source, kSource},
+                               {m_sourceExtension, "sourceExtension must not be NULL."},
+                               {m_destination, kDestination},
+                               {m_destinationExtension, "destinationExtension must not be NULL."},
+                               {m_configuration, kConfiguration}});
+    }
+};
+
+// Whether it went through an image, and its error.
+struct Converted {
+    bool m_throughImage;
+    Error m_error;
+};
 
 Error copyFile(MemoryRegion* source, ResizableMemoryRegion* destination) {
     destination->ensureSize(source->length());
-    return destination->length() == source->length() ? copy(*destination, *source) : kErrorFailed;
-}
-
-// The roads on which no texel is decoded. False when none of them joins the two types.
-bool convertDirectly(Error* result, MemoryRegion* source, const char* sourceExtension,
-                     ResizableMemoryRegion* destination, const char* destinationExtension,
-                     Configuration* configuration) {
-    const FileType sourceType = getFileTypeFromExtension(sourceExtension);
-    const FileType destinationType = getFileTypeFromExtension(destinationExtension);
-    if (sourceType == destinationType) {
-        *result = copyFile(source, destination);
-        return true;
+    if (destination->length() == source->length()) {
+        return copy(*destination, *source);
     }
-    const FileRoad* road = findFileRoad(sourceType, destinationType);
-    return road != nullptr && road->m_keepsStoredTexels && !overlap(*source, *destination) &&
-           road->m_convert(result, source, destination, configuration);
+    toolsWarning(kSourcePath, __LINE__, "There is no room for the %llu bytes of the file.", source->length());
+    return kErrorFailed;
 }
 
 // A file that loads in part is saved in part.
-Error convertThroughImage(MemoryRegion* source, const char* sourceExtension,
-                          ResizableMemoryRegion* destination, const char* destinationExtension,
-                          Configuration* configuration) {
+Error convertThroughImage(const Conversion& files) {
     MemoryMappedImage image;
-    const Error loaded = loadWithResult(&image, source, sourceExtension, configuration, 0);
-    const SaveRoute* route = findSaveRoute(destinationExtension);
+    const Error loaded =
+        loadWithResult(&image, files.m_source, files.m_sourceExtension, files.m_configuration, 0);
+    const SaveRoute* route = findSaveRoute(files.m_destinationExtension);
     const bool isEmpty = loaded != kErrorNone && image.getBytesTotal() == 0;
     if (route == nullptr || isEmpty) {
         return loaded != kErrorNone ? loaded : kErrorFailed;
     }
-    const Error saved = route->m_save(&image, destination, configuration);
+    const Error saved = route->m_save(&image, files.m_destination, files.m_configuration);
     return loaded != kErrorNone ? loaded : saved;
 }
 
-Error convertPicture(MemoryRegion* source, const char* sourceExtension, ResizableMemoryRegion* destination,
-                     const char* destinationExtension, Configuration* configuration) {
-    Error result = kErrorFailed;
-    const FileRoad* road = findFileRoad(getFileTypeFromExtension(sourceExtension),
-                                        getFileTypeFromExtension(destinationExtension));
-    if (road != nullptr && !overlap(*source, *destination) &&
-        road->m_convert(&result, source, destination, configuration)) {
-        return result;
+// The two regions do not overlap.
+Converted convertApart(const Conversion& files) {
+    const FileType sourceType = getFileTypeFromExtension(files.m_sourceExtension);
+    const FileType destinationType = getFileTypeFromExtension(files.m_destinationExtension);
+    if (sourceType == destinationType) {
+        return {false, copyFile(files.m_source, files.m_destination)};
     }
-    return convertThroughImage(source, sourceExtension, destination, destinationExtension, configuration);
+    Error error = kErrorFailed;
+    const Shortcut* shortcut = findShortcut(sourceType, destinationType);
+    return shortcut != nullptr &&
+                   shortcut->m_convert(&error, files.m_source, files.m_destination, files.m_configuration)
+               ? Converted{!shortcut->m_keepsStoredTexels, error}
+               : Converted{true, convertThroughImage(files)};
+}
+
+enum class Results { kAll, kOfStoredTexels };
+
+// Silent about what became of an image where only the results of stored texels are asked for.
+Error convertFiles(const Conversion& files, Results results) {
+    return failWithoutMemory(kSourcePath, [&] {
+        if (!files.check()) {
+            return kErrorFailed;
+        }
+        bool throughImage = false;
+        const Error error = writeApart(overlap(*files.m_source, *files.m_destination), files.m_destination,
+                                       [&](ResizableMemoryRegion* place) {
+                                           Conversion apart = files;
+                                           apart.m_destination = place;
+                                           const Converted converted = convertApart(apart);
+                                           throughImage = converted.m_throughImage;
+                                           return converted.m_error;
+                                       });
+        return throughImage && results == Results::kOfStoredTexels ? kErrorNone : error;
+    });
 }
 
 // The two files of a conversion by name, and what of it is done without opening them.
@@ -141,7 +185,7 @@ public:
         return !isDerived() || std::strlen(m_source) + std::strlen(m_destination) < sizeof m_derived;
     }
 
-    // A source that is a URL cannot be copied, and takes the other road.
+    // A source that is a URL cannot be copied, and is converted instead.
     bool copyWhole() const {
         return Platform::isSameFile(source(), destination()) ||
                (getFileTypeFromExtension(source()) == getFileTypeFromExtension(destination()) &&
@@ -156,42 +200,29 @@ private:
     DerivedFilename m_derived;
 };
 
-// As convertWithResult, but silent about what became of an image.
-Error convertRegions(MemoryRegion* source, const char* sourceExtension, ResizableMemoryRegion* destination,
-                     const char* destinationExtension, Configuration* configuration) {
-    Error result = kErrorFailed;
-    if (!checkConvert(source, sourceExtension, destination, destinationExtension, configuration) ||
-        convertDirectly(&result, source, sourceExtension, destination, destinationExtension, configuration)) {
-        return result;
-    }
-    convertPicture(source, sourceExtension, destination, destinationExtension, configuration);
-    return kErrorNone;
-}
-
-using ConvertRegions = Error (*)(MemoryRegion* source, const char* sourceExtension,
-                                 ResizableMemoryRegion* destination, const char* destinationExtension,
-                                 Configuration* configuration);
-
-Error convertFiles(const char* sourceName, const char* destinationName, Configuration* configuration,
-                   ConvertRegions convertOpened) {
+Error convertNamedFiles(const char* sourceName, const char* destinationName, Configuration* configuration,
+                        Results results) {
     if (!checkArguments({{sourceName, "sourceFilenameOrUrl must not be NULL."},
                          {destinationName, "destinationFilenameOrExtension must not be NULL."},
                          {configuration, kConfiguration}})) {
         return kErrorFailed;
     }
-    const FilePair names(sourceName, destinationName);
-    if (!check(names.isWhole(), kSourcePath, "names.isWhole()")) {
-        return kErrorFailed;
-    }
-    if (names.copyWhole()) {
-        return kErrorNone;
-    }
-    MemoryMappedFile source(names.source(), kPermissionsReadOnly, configuration->m_allocator);
-    if (source.begin == nullptr) {
-        return kErrorFailed; // reported, and no reason to harm the destination
-    }
-    MemoryMappedFile destination(names.destination(), kPermissionsReadWrite, configuration->m_allocator);
-    return convertOpened(&source, names.source(), &destination, names.destination(), configuration);
+    return failWithoutMemory(kSourcePath, [=] {
+        const FilePair names(sourceName, destinationName);
+        if (!check(names.isWhole(), kSourcePath, "names.isWhole()")) {
+            return kErrorFailed;
+        }
+        if (names.copyWhole()) {
+            return kErrorNone;
+        }
+        MemoryMappedFile source(names.source(), kPermissionsReadOnly, configuration->m_allocator);
+        if (source.begin == nullptr) {
+            return kErrorFailed; // reported, and no reason to harm the destination
+        }
+        MemoryMappedFile destination(names.destination(), kPermissionsReadWrite, configuration->m_allocator);
+        return convertFiles({&source, names.source(), &destination, names.destination(), configuration},
+                            results);
+    });
 }
 
 constexpr char kMse[] = "mse must not be NULL.";
@@ -218,23 +249,27 @@ bool checkNames(const char* a, const char* b, const Configuration* configuration
 // What a file cannot give is not equal to anything, whatever the comparison says of the rest.
 template <typename Compare>
 Error compareLoaded(const Source& a, const Source& b, Configuration* configuration, Compare compareImages) {
-    MemoryMappedImage imageA, imageB;
-    const Error loadedA = loadWithResult(&imageA, a.m_file, a.m_extension, configuration, 0);
-    const Error loadedB = loadWithResult(&imageB, b.m_file, b.m_extension, configuration, 0);
-    const Error loaded = loadedA != kErrorNone ? loadedA : loadedB;
-    if (loaded != kErrorNone && (imageA.getBytesTotal() == 0 || imageB.getBytesTotal() == 0)) {
-        return loaded;
-    }
-    const Error compared = compareImages(imageA, imageB);
-    return loaded != kErrorNone ? loaded : compared;
+    return failWithoutMemory(kSourcePath, [&] {
+        MemoryMappedImage imageA, imageB;
+        const Error loadedA = loadWithResult(&imageA, a.m_file, a.m_extension, configuration, 0);
+        const Error loadedB = loadWithResult(&imageB, b.m_file, b.m_extension, configuration, 0);
+        const Error loaded = loadedA != kErrorNone ? loadedA : loadedB;
+        if (loaded != kErrorNone && (imageA.getBytesTotal() == 0 || imageB.getBytesTotal() == 0)) {
+            return loaded;
+        }
+        const Error compared = compareImages(imageA, imageB);
+        return loaded != kErrorNone ? loaded : compared;
+    });
 }
 
 template <typename Compare>
 int compareFiles(const char* a, const char* b, Configuration* configuration, Compare compareOpened) {
-    MemoryMappedFile fileA(a, kPermissionsReadOnly, configuration->m_allocator);
-    MemoryMappedFile fileB(b, kPermissionsReadOnly, configuration->m_allocator);
-    const bool areOpen = fileA.begin != nullptr && fileB.begin != nullptr; // reported otherwise
-    return areOpen ? compareOpened(&fileA, &fileB) : toInt(kErrorFailed);
+    return failWithoutMemory(kSourcePath, [&] {
+        MemoryMappedFile fileA(a, kPermissionsReadOnly, configuration->m_allocator);
+        MemoryMappedFile fileB(b, kPermissionsReadOnly, configuration->m_allocator);
+        const bool areOpen = fileA.begin != nullptr && fileB.begin != nullptr; // reported otherwise
+        return areOpen ? compareOpened(&fileA, &fileB) : toInt(kErrorFailed);
+    });
 }
 
 } // namespace
@@ -245,6 +280,13 @@ Error loadWithResult(ReallocatableImage* destination, MemoryRegion* source, cons
     return route != nullptr ? route->m_load(source, destination, configuration, index) : kErrorFailed;
 }
 
+Error loadWithResult(ReallocatableImage* destination, const char* filenameOrUrl, Configuration* configuration,
+                     int index) {
+    return loadNamedFile(destination, filenameOrUrl, configuration, [=](MemoryRegion* source) {
+        return loadWithResult(destination, source, filenameOrUrl, configuration, index);
+    });
+}
+
 int load(ReallocatableImage* destination, MemoryRegion* source, const char* extension,
          Configuration* configuration, int index) {
     const LoadRoute* route = checkLoad(destination, source, extension, configuration);
@@ -252,7 +294,7 @@ int load(ReallocatableImage* destination, MemoryRegion* source, const char* exte
         return toInt(kErrorFailed);
     }
     route->m_load(source, destination, configuration, index);
-    return kErrorNone;
+    return kErrorNone; // whatever the reader says, on purpose
 }
 
 int load(ReallocatableImage* destination, MemoryRegion* source, const char* extension,
@@ -262,65 +304,69 @@ int load(ReallocatableImage* destination, MemoryRegion* source, const char* exte
 
 int load(ReallocatableImage* destination, const char* filenameOrUrl, Configuration* configuration,
          int index) {
-    if (!checkArguments({{destination, kDestination},
-                         {filenameOrUrl, "filenameOrUrl must not be NULL."},
-                         {configuration, kConfiguration}})) {
-        return toInt(kErrorFailed);
-    }
-    MemoryMappedFile source(filenameOrUrl, kPermissionsReadOnly, configuration->m_allocator);
-    return load(destination, &source, filenameOrUrl, configuration, index);
+    return toInt(loadNamedFile(destination, filenameOrUrl, configuration, [=](MemoryRegion* source) {
+        return static_cast<Error>(load(destination, source, filenameOrUrl, configuration, index));
+    }));
 }
 
 int load(ReallocatableImage* destination, const char* filenameOrUrl, Configuration* configuration) {
     return load(destination, filenameOrUrl, configuration, 0);
 }
 
-int save(Image* source, ResizableMemoryRegion* destination, const char* extension,
-         Configuration* configuration) {
+Error saveWithResult(const Image* source, ResizableMemoryRegion* destination, const char* extension,
+                     Configuration* configuration) {
     if (!checkArguments({{source, kSource},
                          {destination, kDestination},
                          {extension, kExtension},
                          {configuration, kConfiguration}})) {
-        return toInt(kErrorFailed);
+        return kErrorFailed;
     }
     const SaveRoute* route = findSaveRoute(extension);
-    return toInt(route != nullptr ? route->m_save(source, destination, configuration) : kErrorFailed);
+    return route != nullptr ? route->m_save(source, destination, configuration) : kErrorFailed;
+}
+
+Error saveWithResult(const Image* source, const char* filename, Configuration* configuration) {
+    if (!checkArguments(
+            {{source, kSource}, {filename, "filename must not be NULL."}, {configuration, kConfiguration}})) {
+        return kErrorFailed;
+    }
+    return failWithoutMemory(kSourcePath, [=] {
+        MemoryMappedFile destination(filename, kPermissionsReadWrite, configuration->m_allocator);
+        return saveWithResult(source, &destination, filename, configuration);
+    });
+}
+
+int save(Image* source, ResizableMemoryRegion* destination, const char* extension,
+         Configuration* configuration) {
+    return toInt(saveWithResult(source, destination, extension, configuration));
 }
 
 int save(Image* source, const char* filename, Configuration* configuration) {
-    if (!checkArguments(
-            {{source, kSource}, {filename, "filename must not be NULL."}, {configuration, kConfiguration}})) {
-        return toInt(kErrorFailed);
-    }
-    MemoryMappedFile destination(filename, kPermissionsReadWrite, configuration->m_allocator);
-    return save(source, &destination, filename, configuration);
+    return toInt(saveWithResult(source, filename, configuration));
 }
 
 int convert(MemoryRegion* source, const char* sourceExtension, ResizableMemoryRegion* destination,
             const char* destinationExtension, Configuration* configuration) {
-    return toInt(convertRegions(source, sourceExtension, destination, destinationExtension, configuration));
+    return toInt(convertFiles({source, sourceExtension, destination, destinationExtension, configuration},
+                              Results::kOfStoredTexels));
 }
 
 Error convertWithResult(MemoryRegion* source, const char* sourceExtension, ResizableMemoryRegion* destination,
                         const char* destinationExtension, Configuration* configuration) {
-    Error result = kErrorFailed;
-    if (!checkConvert(source, sourceExtension, destination, destinationExtension, configuration) ||
-        convertDirectly(&result, source, sourceExtension, destination, destinationExtension, configuration)) {
-        return result;
-    }
-    return convertPicture(source, sourceExtension, destination, destinationExtension, configuration);
+    return convertFiles({source, sourceExtension, destination, destinationExtension, configuration},
+                        Results::kAll);
 }
 
 int convert(const char* sourceFilenameOrUrl, const char* destinationFilenameOrExtension,
             Configuration* configuration) {
-    return toInt(
-        convertFiles(sourceFilenameOrUrl, destinationFilenameOrExtension, configuration, &convertRegions));
+    return toInt(convertNamedFiles(sourceFilenameOrUrl, destinationFilenameOrExtension, configuration,
+                                   Results::kOfStoredTexels));
 }
 
 Error convertWithResult(const char* sourceFilenameOrUrl, const char* destinationFilenameOrExtension,
                         Configuration* configuration) {
-    return convertFiles(sourceFilenameOrUrl, destinationFilenameOrExtension, configuration,
-                        &convertWithResult);
+    return convertNamedFiles(sourceFilenameOrUrl, destinationFilenameOrExtension, configuration,
+                             Results::kAll);
 }
 
 int areBitwiseEqual(MemoryRegion* sourceA, const char* sourceAExtension, MemoryRegion* sourceB,
@@ -328,14 +374,16 @@ int areBitwiseEqual(MemoryRegion* sourceA, const char* sourceAExtension, MemoryR
     if (!checkPair({sourceA, sourceAExtension}, {sourceB, sourceBExtension}, configuration)) {
         return toInt(kErrorFailed);
     }
-    Error result = kErrorFailed;
-    if (compareStoredTexels(&result, {sourceA, getFileTypeFromExtension(sourceAExtension)},
-                            {sourceB, getFileTypeFromExtension(sourceBExtension)}, configuration)) {
-        return toInt(result);
-    }
-    return toInt(compareLoaded(
-        {sourceA, sourceAExtension}, {sourceB, sourceBExtension}, configuration,
-        [&](const Image& a, const Image& b) { return areBitwiseEqual(&a, &b, configuration); }));
+    return toInt(failWithoutMemory(kSourcePath, [=] {
+        Error result = kErrorFailed;
+        return compareStoredTexels(&result, {sourceA, getFileTypeFromExtension(sourceAExtension)},
+                                   {sourceB, getFileTypeFromExtension(sourceBExtension)}, configuration)
+                   ? result
+                   : compareLoaded({sourceA, sourceAExtension}, {sourceB, sourceBExtension}, configuration,
+                                   [=](const Image& a, const Image& b) {
+                                       return areBitwiseEqual(&a, &b, configuration);
+                                   });
+    }));
 }
 
 int areBitwiseEqual(const char* sourceAFilenameOrUrl, const char* sourceBFilenameOrUrl,

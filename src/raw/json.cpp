@@ -97,9 +97,15 @@ void Reader::init(void* text, unsigned size, IAllocator allocator) {
     m_offset = 0;
     m_allocator = allocator;
     m_depth = 0;
+    m_hasFailed = false;
 }
 
-char Reader::get() { return check(!isAtEnd(), kSourcePath, kInside) ? m_text[m_offset++] : '\0'; }
+bool Reader::checkRead(bool condition, const char* text) {
+    m_hasFailed |= !condition;
+    return check(condition, kSourcePath, text);
+}
+
+char Reader::get() { return checkRead(!isAtEnd(), kInside) ? m_text[m_offset++] : '\0'; }
 
 char Reader::peek() const { return isAtEnd() ? '\0' : m_text[m_offset]; }
 
@@ -109,7 +115,7 @@ void Reader::skipWhitespace() {
     }
 }
 
-void Reader::requireCharacter(char c) { check(get() == c, kSourcePath, kMatches); }
+void Reader::requireCharacter(char c) { checkRead(get() == c, kMatches); }
 
 void Reader::require(const char* text) {
     skipWhitespace();
@@ -199,7 +205,7 @@ void Parser::readString(Node* node) {
 
 // A text with more levels ends here.
 void Parser::readNested(Node* node, void (Parser::*read)(Node*)) {
-    if (!check(m_reader.m_depth < kMaxDepth, kSourcePath, kMatches)) {
+    if (!m_reader.checkRead(m_reader.m_depth < kMaxDepth, kMatches)) {
         m_reader.m_size = m_reader.m_offset;
         return;
     }

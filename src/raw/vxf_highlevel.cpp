@@ -1,9 +1,11 @@
+// Moves textures between files of the native container and surfaces in memory: tiled, as they lie, or from
+// file to file.
 #include "qor/texsmith/raw/vxf.h"
 
 #include "qor/gpu_address/gpu_address.h"
 #include "raw/configuration/check_configuration.h"
-#include "raw/files/check_arguments.h"
-#include "raw/files/vxf_picture.h"
+#include "raw/files/flat_image.h"
+#include "raw/files/vxf_texture.h"
 #include "raw/surfaces/region_image.h"
 #include "raw/tiles/tiling.h"
 
@@ -16,6 +18,9 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\vxf_highlevel";
+constexpr FileKind kKind = {"VXF", kSourcePath};
+
+Error firstError(Error first, Error second) { return first != kErrorNone ? first : second; }
 
 // A descriptor from a file, without the words that the file has for itself.
 Vex::Texture toImageTexture(const Vex::Texture* inFile) {
@@ -48,7 +53,7 @@ Error reportMissingTexture(int index) {
 }
 
 // False, and reported, when the file does not hold the descriptor, or when it describes more than any file
-// could hold.
+// could hold, or far more than this one does.
 bool findTexture(FileTexture* found, const VxfManipulator& file, int index) {
     const Vex::Texture* inFile = file.getTextureInFile(index);
     if (inFile == nullptr) {
@@ -59,7 +64,8 @@ bool findTexture(FileTexture* found, const VxfManipulator& file, int index) {
     found->m_texture = toImageTexture(inFile);
     found->m_neededBytes = getTiledBytes(found->m_texture);
     found->m_texels = file.getTexelsToEndOfFile(index);
-    if (found->m_neededBytes > std::numeric_limits<std::uint32_t>::max()) {
+    if (found->m_neededBytes > std::numeric_limits<std::uint32_t>::max() ||
+        !isClaimCredible(found->m_neededBytes, found->m_texels.length(), kMostGainOfPlainTexels)) {
         reportMissingTexels(index, found->missingBytes(), found->m_neededBytes);
         return false;
     }
@@ -68,7 +74,8 @@ bool findTexture(FileTexture* found, const VxfManipulator& file, int index) {
     return true;
 }
 
-// Opens the file and finds the texture of an index that it must have.
+// Opens the file and finds the texture of an index that it must have. A header with any fault is refused
+// once all is said about it.
 bool findTexture(FileTexture* found, VxfManipulator* file, MemoryRegion* source, int index) {
     file->readFrom(source);
     if (!file->hasFile()) {
@@ -80,7 +87,7 @@ bool findTexture(FileTexture* found, VxfManipulator* file, MemoryRegion* source,
                     count, index);
         return false;
     }
-    return findTexture(found, *file, index);
+    return file->isWellFormed() && findTexture(found, *file, index);
 }
 
 void readModifiers(ElementProvider* image, const VxfManipulator& file) {
@@ -160,103 +167,96 @@ Error FileTexture::reportMissing() const {
     return missingBytes() == 0 ? kErrorNone : reportMissingTexels(m_index, missingBytes(), m_neededBytes);
 }
 
-bool openVxf(VxfPicture* picture, MemoryRegion* source, const void* destination,
+bool openVxf(VxfTexture* texture, MemoryRegion* source, const void* destination,
              const Configuration* configuration, int index) {
     return checkConvertJobArguments(source, destination, configuration, kSourcePath) &&
-           findTexture(&picture->m_texture, &picture->m_file, source, index);
+           findTexture(&texture->m_stored, &texture->m_file, source, index);
 }
 
-Error readVxf(const VxfPicture& picture, ReallocatableImage* destination, Configuration* configuration) {
-    reallocate(destination, &picture.m_texture.m_texture);
-    readModifiers(destination, picture.m_file);
-    return readTexels(destination, picture.m_texture, configuration);
+Error readVxf(const VxfTexture& texture, ReallocatableImage* destination, Configuration* configuration) {
+    return allocateImage(kKind, destination, texture.m_stored.m_texture)
+               ? readVxf(texture, static_cast<Image*>(destination), configuration)
+               : kErrorFailed;
 }
 
-std::unique_ptr<TextureElementProvider> providerOf(const VxfPicture& picture) {
-    Texture texture;
-    static_cast<Vex::Texture&>(texture) = picture.m_texture.m_texture;
-    texture.m_memoryRegion = picture.m_texture.m_texels;
-    return std::make_unique<TextureElementProvider>(&texture);
+Error readVxf(const VxfTexture& texture, Image* destination, Configuration* configuration) {
+    readModifiers(destination, texture.m_file);
+    return readTexels(destination, texture.m_stored, configuration);
 }
 
-std::unique_ptr<TextureElementProvider> viewVxf(const VxfPicture& picture) {
-    if (picture.m_texture.missingBytes() != 0) {
+std::unique_ptr<TextureElementProvider> providerOf(const VxfTexture& texture) {
+    Texture stored;
+    static_cast<Vex::Texture&>(stored) = texture.m_stored.m_texture;
+    stored.m_memoryRegion = texture.m_stored.m_texels;
+    return std::make_unique<TextureElementProvider>(&stored);
+}
+
+std::unique_ptr<TextureElementProvider> viewVxf(const VxfTexture& texture) {
+    if (texture.m_stored.missingBytes() != 0) {
         return nullptr;
     }
-    auto view = providerOf(picture);
-    readModifiers(view.get(), picture.m_file);
+    auto view = providerOf(texture);
+    readModifiers(view.get(), texture.m_file);
     const SurfaceIndex first;
     return view->getStrip(&first, ElementRows{}, 0, 0) ? std::move(view) : nullptr;
 }
 
-Error capture2Vxf(const Texture* source, ResizableMemoryRegion* destination, Configuration* configuration) {
+namespace {
+
+// Surface by surface, since the descriptor may name fewer than its memory holds.
+Error captureTo(const Texture& source, ResizableMemoryRegion* destination) {
     VxfManipulator file;
-    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath) ||
-        !layOut(&file, destination, source, 1)) {
+    if (!layOut(&file, destination, &source, 1)) {
         return kErrorFailed;
     }
+    Error error = kErrorNone;
     std::uint64_t missing = 0;
-    // Surface by surface, since the descriptor may name fewer than its memory holds.
-    for (unsigned mip = source->getBaseMipLevel(); mip <= source->getLastMipLevel(); ++mip) {
-        for (unsigned slice = source->getBaseArraySlice(); slice <= source->getLastArraySlice(); ++slice) {
+    for (unsigned mip = source.getBaseMipLevel(); mip <= source.getLastMipLevel(); ++mip) {
+        for (unsigned slice = source.getBaseArraySlice(); slice <= source.getLastArraySlice(); ++slice) {
             MemoryRegion from;
             MemoryRegion to;
-            if (findSurface(&from, source->m_memoryRegion, *source, mip, slice) &&
-                findSurface(&to, file.getTexels(0), *source, mip, slice)) {
+            if (findSurface(&from, source.m_memoryRegion, source, mip, slice) &&
+                findSurface(&to, file.getTexels(0), source, mip, slice)) {
                 missing += copyOrZero(to, from);
+            } else {
+                error = kErrorFailed;
             }
         }
     }
     if (missing == 0) {
-        return kErrorNone;
+        return error;
     }
     toolsWarning(kSourcePath, __LINE__, "The source lacks %llu bytes of its texels.",
                  static_cast<unsigned long long>(missing));
     return kErrorFailed;
 }
 
-Error capture2ReallocatableImage(const Texture* source, ReallocatableImage* destination,
-                                 Configuration* configuration) {
-    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
+// False, and reported, for a descriptor of far more texels than its memory holds.
+bool hasCredibleMemory(const Texture& source) {
+    const std::uint64_t needed = getTiledBytes(source), length = source.m_memoryRegion.length();
+    if (isClaimCredible(needed, length, kMostGainOfPlainTexels)) {
+        return true;
     }
-    reallocate(destination, source);
-    return detileImage(destination, &source->m_memoryRegion, configuration, 0);
+    toolsWarning(kSourcePath, __LINE__, "The source lacks %llu bytes of its texels.",
+                 static_cast<unsigned long long>(needed - length));
+    return false;
 }
 
-Error convertFromVxf(MemoryRegion* source, Image* destination, Configuration* configuration, int index) {
-    VxfPicture picture;
-    if (!openVxf(&picture, source, destination, configuration, index)) {
+Error readInto(Image* destination, MemoryRegion* source, Configuration* configuration, int index) {
+    VxfTexture texture;
+    if (!findTexture(&texture.m_stored, &texture.m_file, source, index)) {
         return kErrorFailed;
     }
-    if (!dimensionsAndSurfaceFormatAreIdentical(picture.m_texture.m_texture, *destination->getVexTexture())) {
+    Error error = kErrorNone;
+    if (!dimensionsAndSurfaceFormatAreIdentical(texture.m_stored.m_texture, *destination->getVexTexture())) {
+        error = kErrorFailed;
         toolsAssert(kSourcePath, __LINE__,
                     "source and destination must have the same dimensions and Vex::SurfaceFormat.");
     }
-    readModifiers(destination, picture.m_file);
-    return readTexels(destination, picture.m_texture, configuration);
+    return firstError(error, readVxf(texture, destination, configuration));
 }
 
-Error convertFromVxf(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
-                     int index) {
-    VxfPicture picture;
-    return openVxf(&picture, source, destination, configuration, index)
-               ? readVxf(picture, destination, configuration)
-               : kErrorFailed;
-}
-
-Error convertFromVxf(MemoryRegion* source, Image* destination, Configuration* configuration) {
-    return convertFromVxf(source, destination, configuration, 0);
-}
-
-Error convertFromVxf(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
-    return convertFromVxf(source, destination, configuration, 0);
-}
-
-Error convertToVxf(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    if (!checkConvertJobArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
+Error writeFile(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
     Modifiers modifiers = source->getModifiers();
     VxfChunkTable::Entry chunk;
     chunk.m_type = kVxfChunkTypeModifiers;
@@ -274,19 +274,146 @@ Error convertToVxf(const Image* source, ResizableMemoryRegion* destination, Conf
     return tileImage(&texels, source, configuration, 0);
 }
 
-Error vxf2Texture(MemoryRegion* source, Texture* destination, Configuration* configuration, int index) {
-    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
+Error takeTexture(MemoryRegion* source, Texture* destination, int index) {
     VxfManipulator file;
     file.readFrom(source);
-    const Vex::Texture* inFile = file.getTextureInFile(index);
-    if (inFile == nullptr) {
+    if (!file.isWellFormed()) {
         return kErrorFailed;
+    }
+    const Vex::Texture* inFile = file.getTextureInFile(index); // beyond the file's count as well
+    if (inFile == nullptr) {
+        return reportMissingTexture(index);
     }
     std::memcpy(destination->m_regs, inFile, sizeof destination->m_regs);
     destination->m_memoryRegion = file.getTexelsInFile(index);
-    return kErrorNone;
+    const std::uint64_t length = destination->m_regs[7], found = destination->m_memoryRegion.length();
+    return found == length ? kErrorNone : reportMissingTexels(index, length - found, length);
+}
+
+using Found = std::array<FileTexture, Vxf::kMaxTextures>;
+
+bool findFirstTextures(Found* found, MemoryRegion** sources, unsigned count) {
+    for (unsigned i = 0; i < count; ++i) {
+        VxfManipulator source;
+        if (!findTexture(&(*found)[i], &source, sources[i], 0)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+Error join(ResizableMemoryRegion* destination, const Found& found, unsigned count) {
+    std::array<Vex::Texture, Vxf::kMaxTextures> textures;
+    std::transform(found.begin(), found.begin() + count, textures.begin(),
+                   [](const FileTexture& texture) { return texture.m_texture; });
+    VxfManipulator file;
+    if (!layOut(&file, destination, textures.data(), static_cast<int>(count))) {
+        return kErrorFailed;
+    }
+    Error result = kErrorNone;
+    for (unsigned i = 0; i < count; ++i) {
+        result = firstError(result, copyTexels(file.getTexels(static_cast<int>(i)), found[i]));
+    }
+    return result;
+}
+
+// A count that differs from the file's is reported, and what both have is split.
+Error split(ResizableMemoryRegion** destinations, int count, MemoryRegion* source) {
+    VxfManipulator whole;
+    whole.readFrom(source);
+    if (!whole.isWellFormed()) {
+        return kErrorFailed;
+    }
+    const int textures = whole.getNumberOfTextures();
+    Error result = kErrorNone;
+    if (count != textures) {
+        result = kErrorFailed;
+        toolsAssert(kSourcePath, __LINE__, "Source VXF has %d textures. Must match destinations value of %d.",
+                    textures, count);
+    }
+    for (int i = 0; i < std::min(count, textures); ++i) {
+        FileTexture texture;
+        VxfManipulator part;
+        part.m_chunks = whole.m_chunks;
+        const bool good =
+            findTexture(&texture, whole, i) && layOut(&part, destinations[i], &texture.m_texture, 1);
+        result = firstError(result, good ? copyTexels(part.getTexels(0), texture) : kErrorFailed);
+    }
+    return result;
+}
+
+// Calls work(), which returns an Error, once the arguments are checked.
+template <typename Work>
+Error runChecked(const void* source, const void* destination, const Configuration* configuration, Work work) {
+    return failWithoutMemory(kSourcePath, [&] {
+        return checkConvertJobArguments(source, destination, configuration, kSourcePath) ? work()
+                                                                                         : kErrorFailed;
+    });
+}
+
+} // namespace
+
+Error capture2Vxf(const Texture* source, ResizableMemoryRegion* destination, Configuration* configuration) {
+    return runChecked(source, destination, configuration, [=] {
+        return hasCredibleMemory(*source)
+                   ? writeApart(overlap(source->m_memoryRegion, *destination), destination,
+                                [=](ResizableMemoryRegion* place) { return captureTo(*source, place); })
+                   : kErrorFailed;
+    });
+}
+
+Error capture2ReallocatableImage(const Texture* source, ReallocatableImage* destination,
+                                 Configuration* configuration) {
+    return runChecked(source, destination, configuration, [=] {
+        MemoryRegion texels = source->m_memoryRegion;
+        return readApart(&texels, destination->getStorage(), [=](MemoryRegion* own) {
+            return hasCredibleMemory(*source) && allocateImage(kKind, destination, *source)
+                       ? detileImage(destination, own, configuration, 0)
+                       : kErrorFailed;
+        });
+    });
+}
+
+Error convertFromVxf(MemoryRegion* source, Image* destination, Configuration* configuration, int index) {
+    return runChecked(source, destination, configuration, [=] {
+        return readApart(source, destination->getStorage(), [=](MemoryRegion* file) {
+            return readInto(destination, file, configuration, index);
+        });
+    });
+}
+
+Error convertFromVxf(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
+                     int index) {
+    return runChecked(source, destination, configuration, [=] {
+        return readApart(source, destination->getStorage(), [=](MemoryRegion* file) {
+            VxfTexture texture;
+            return findTexture(&texture.m_stored, &texture.m_file, file, index)
+                       ? readVxf(texture, destination, configuration)
+                       : kErrorFailed;
+        });
+    });
+}
+
+Error convertFromVxf(MemoryRegion* source, Image* destination, Configuration* configuration) {
+    return convertFromVxf(source, destination, configuration, 0);
+}
+
+Error convertFromVxf(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
+    return convertFromVxf(source, destination, configuration, 0);
+}
+
+Error convertToVxf(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
+    return runChecked(source, destination, configuration, [=] {
+        return writeApart(
+            overlap(source->getStorage(), *destination), destination,
+            [=](ResizableMemoryRegion* place) { return writeFile(source, place, configuration); });
+    });
+}
+
+Error vxf2Texture(MemoryRegion* source, Texture* destination, Configuration* configuration, int index) {
+    return checkConvertArguments(source, destination, configuration, kSourcePath)
+               ? takeTexture(source, destination, index)
+               : kErrorFailed;
 }
 
 Error vxf2Texture(MemoryRegion* source, Texture* destination, Configuration* configuration) {
@@ -305,53 +432,41 @@ Error vxfJoin(ResizableMemoryRegion* destination, MemoryRegion** sources, int co
                     int(Vxf::kMaxTextures));
         return kErrorFailed;
     }
-    if (count < 0 || (sources == nullptr && count > 0)) {
+    const bool hasCount = check(count >= 0, kSourcePath, "count >= 0");
+    const bool hasDestination = checkNotNull(destination, kSourcePath, "destination must not be NULL.");
+    const bool hasSources = count <= 0 || checkNotNull(static_cast<const void*>(sources), kSourcePath,
+                                                       "sources must not be NULL.");
+    if (!hasCount || !hasDestination || !hasSources) {
         return kErrorFailed;
     }
-    std::array<FileTexture, Vxf::kMaxTextures> found;
-    std::array<Vex::Texture, Vxf::kMaxTextures> textures;
-    for (int i = 0; i < count; ++i) {
-        VxfManipulator source;
-        source.readFrom(sources[i]);
-        if (!source.hasFile() || !findTexture(&found[unsigned(i)], source, 0)) {
+    return failWithoutMemory(kSourcePath, [=] {
+        Found found;
+        const auto textures = static_cast<unsigned>(count);
+        if (!findFirstTextures(&found, sources, textures)) {
             return kErrorFailed;
         }
-        textures[unsigned(i)] = found[unsigned(i)].m_texture;
-    }
-    VxfManipulator file;
-    if (!layOut(&file, destination, textures.data(), count)) {
-        return kErrorFailed;
-    }
-    Error result = kErrorNone;
-    for (int i = 0; i < count; ++i) {
-        const Error error = copyTexels(file.getTexels(i), found[unsigned(i)]);
-        result = result != kErrorNone ? result : error;
-    }
-    return result;
+        const bool isShared = std::any_of(sources, sources + textures, [=](const MemoryRegion* source) {
+            return overlap(*source, *destination);
+        });
+        return writeApart(isShared, destination,
+                          [&](ResizableMemoryRegion* place) { return join(place, found, textures); });
+    });
 }
 
 Error vxfSplit(ResizableMemoryRegion** destinations, int count, MemoryRegion* source, Configuration*) {
-    VxfManipulator whole;
-    whole.readFrom(source);
-    const int textures = whole.getNumberOfTextures();
-    if (whole.hasFile() && count != textures) {
-        toolsAssert(kSourcePath, __LINE__, "Source VXF has %d textures. Must match destinations value of %d.",
-                    textures, count);
-    }
-    if (!whole.hasFile() || destinations == nullptr) {
+    const bool hasDestinations =
+        checkNotNull(static_cast<const void*>(destinations), kSourcePath, "destinations must not be NULL.");
+    if (!checkNotNull(source, kSourcePath, "source must not be NULL.") || !hasDestinations) {
         return kErrorFailed;
     }
-    Error result = kErrorNone;
-    for (int i = 0; i < std::min(count, textures); ++i) {
-        FileTexture texture;
-        VxfManipulator part;
-        part.m_chunks = whole.m_chunks;
-        const bool good =
-            findTexture(&texture, whole, i) && layOut(&part, destinations[i], &texture.m_texture, 1);
-        const Error error = good ? copyTexels(part.getTexels(0), texture) : kErrorFailed;
-        result = result != kErrorNone ? result : error;
-    }
-    return result;
+    return failWithoutMemory(kSourcePath, [=] {
+        const bool isShared = std::any_of(destinations, destinations + std::max(count, 0),
+                                          [=](const ResizableMemoryRegion* destination) {
+                                              return destination != nullptr && overlap(*source, *destination);
+                                          });
+        return readApart(source, isShared ? *source : MemoryRegion(),
+                         [=](MemoryRegion* file) { return split(destinations, count, file); });
+    });
 }
 
 } // namespace qor::Texsmith::Raw

@@ -1,3 +1,4 @@
+// The bytes of the native container: its header, its descriptors and its table of chunks.
 #include "qor/texsmith/raw/vxf.h"
 
 #include "qor/gpu_address/gpu_address.h"
@@ -75,12 +76,17 @@ bool takeChunk(VxfChunkTable::Entry* entry, MemoryRegion* region, const std::uin
     return true;
 }
 
-void readChunks(VxfChunkTable* table, MemoryRegion region, const std::uint8_t* limit) {
+// False, and reported, when the table has no room for all of them.
+bool readChunks(VxfChunkTable* table, MemoryRegion region, const std::uint8_t* limit) {
     table->deleteAllEntries();
+    bool hasRoom = true;
     VxfChunkTable::Entry entry;
     while (region.begin < region.end && takeChunk(&entry, &region, limit)) {
+        hasRoom &=
+            table->getEntries() < VxfChunkTable::kMaxEntries || table->getEntry(entry.m_type).m_type != 0;
         table->setEntry(entry);
     }
+    return hasRoom;
 }
 
 // The tests of a file's header, on a copy that is zero where the file has ended.
@@ -99,28 +105,33 @@ struct HeaderCopy {
 
     std::uint32_t paddedHeaderBytes() const { return m_header.m_contentsSize + std::uint32_t{8}; }
 
-    void check(const MemoryRegion& file) const {
+    bool check(const MemoryRegion& file) const {
+        bool good = true;
         if (m_header.m_magic != Vxf::kMagic) {
+            good = false;
             toolsAssert(kSourcePath, __LINE__, "Expected 0x%08x (Vxf::kMagic) but found 0x%08x instead.",
                         m_header.m_magic, m_header.m_magic);
         }
         if (m_contents.m_version != 1 && m_contents.m_version != 2) {
+            good = false;
             toolsAssert(kSourcePath, __LINE__, "Expected VXF version number to be 1 or 2, but it was %d.",
                         m_contents.m_version);
         }
         if (m_contents.m_alignment > 31) {
+            good = false;
             toolsAssert(kSourcePath, __LINE__, "Alignment is 1 << %d, but 1 << 31 is the maximum alignment",
                         m_contents.m_alignment);
         }
         if (m_contents.m_numTextures == 0) {
+            good = false;
             toolsAssert(kSourcePath, __LINE__, "Number of textures is %d, but should be at least 1",
                         m_contents.m_numTextures);
         }
-        checkPaddedHeader(file);
+        return checkPaddedHeader(file) && good;
     }
 
     // Deliberately a comparison of signed 32-bit numbers.
-    void checkPaddedHeader(const MemoryRegion& file) const {
+    bool checkPaddedHeader(const MemoryRegion& file) const {
         const auto needed = static_cast<std::int32_t>(paddedHeaderBytes());
         const auto length = static_cast<std::int32_t>(file.length());
         if (needed > length) {
@@ -129,6 +140,7 @@ struct HeaderCopy {
                         "(%d bytes,) but is only %d bytes",
                         needed, length);
         }
+        return needed <= length;
     }
 };
 
@@ -263,6 +275,7 @@ void write(const VxfChunkTable* table, MemoryRegion region) {
 void VxfManipulator::readFrom(MemoryRegion* memoryRegion) {
     m_header = nullptr;
     m_end = nullptr;
+    m_isWellFormed = false;
     m_chunks.deleteAllEntries();
     if (!checkNotNull(memoryRegion, kSourcePath, "memoryRegion must not be NULL.")) {
         return;
@@ -275,7 +288,7 @@ void VxfManipulator::readFrom(MemoryRegion* memoryRegion) {
                     "bytes.",
                     static_cast<int>(kMinimalFileBytes), toInt(file.length()));
     }
-    HeaderCopy(file).check(file);
+    const bool isGood = HeaderCopy(file).check(file);
     if (!holdsHeader) {
         return;
     }
@@ -283,13 +296,15 @@ void VxfManipulator::readFrom(MemoryRegion* memoryRegion) {
     m_end = file.end;
     const std::uint64_t chunks = kTexturesOffset + sizeof(Vex::Texture) * unsigned(getNumberOfTextures());
     const std::uint64_t end = paddedHeaderBytes();
-    readChunks(&m_chunks, regionInFile(chunks, end > chunks ? end - chunks : 0), m_end);
+    const bool hasRoom = readChunks(&m_chunks, regionInFile(chunks, end > chunks ? end - chunks : 0), m_end);
+    m_isWellFormed = isGood && hasRoom;
 }
 
 void VxfManipulator::writeTo(ResizableMemoryRegion* destinationMemory, const Vex::Texture* texture,
                              int count) {
     m_header = nullptr;
     m_end = nullptr;
+    m_isWellFormed = false;
     const bool hasDestination =
         checkNotNull(destinationMemory, kSourcePath, "destinationMemory must not be NULL.");
     const bool hasTextures = checkNotNull(texture, kSourcePath, "texture must not be NULL.");
@@ -297,7 +312,8 @@ void VxfManipulator::writeTo(ResizableMemoryRegion* destinationMemory, const Vex
         toolsAssert(kSourcePath, __LINE__, "can't write more than %d textures to a VXF file.",
                     int(Vxf::kMaxTextures));
     }
-    if (!hasDestination || !hasTextures || count < 0 || count > int(Vxf::kMaxTextures)) {
+    const bool hasCount = check(count >= 0, kSourcePath, "count >= 0");
+    if (!hasDestination || !hasTextures || !hasCount || count > int(Vxf::kMaxTextures)) {
         return;
     }
     const FileLayout layout(texture, static_cast<std::uint32_t>(count), lengthOf(m_chunks));
@@ -306,6 +322,8 @@ void VxfManipulator::writeTo(ResizableMemoryRegion* destinationMemory, const Vex
     }
     destinationMemory->ensureSize(layout.m_fileBytes);
     if (destinationMemory->length() < layout.m_fileBytes) {
+        toolsWarning(kSourcePath, __LINE__, "There is no room for the %llu bytes of the VXF file.",
+                     static_cast<unsigned long long>(layout.m_fileBytes));
         return;
     }
     layout.write(destinationMemory->begin);
@@ -313,6 +331,7 @@ void VxfManipulator::writeTo(ResizableMemoryRegion* destinationMemory, const Vex
     m_end = destinationMemory->begin + layout.m_fileBytes;
     const std::uint64_t chunks = kTexturesOffset + layout.m_count * sizeof(Vex::Texture);
     write(&m_chunks, regionInFile(chunks, layout.m_paddedHeaderBytes - chunks));
+    m_isWellFormed = true;
 }
 
 void VxfManipulator::zeroPadding() {

@@ -176,6 +176,29 @@ TEST(PngWriterOfTheLibrary, KeepsWhatTheFormatSelects) {
     }
 }
 
+// Formats that read R, G and B from one channel and alpha from any.
+TEST(PngWriterOfTheLibrary, KeepsTheAlphaOfGreyFormats) {
+    struct Case {
+        std::uint32_t m_format, m_kept;
+    };
+    for (const Case& c : {Case{0x924001, 0xFAC00A},
+                          {0x96D003, 0xFAC00A},
+                          {0xB24103, 0xFAC00A},
+                          {0xB2400A, 0xFAC00A},
+                          {0xB24705, 0xFAC00C},
+                          {0xB24005, 0xB24005}}) {
+        SCOPED_TRACE(c.m_format);
+        const TestImage image(Raw::changeDataFormat(makeFlat("R8G8B8A8Unorm", 19, 7), {c.m_format}), 5);
+        Configuration configuration;
+        Raw::MemoryMappedImage back;
+        HeapFile file(writtenPng(image));
+        ASSERT_EQ(Raw::convertFromPng(file.region(), &back, &configuration), Raw::kErrorNone);
+        EXPECT_EQ(back.getDataFormat().m_word, c.m_kept);
+        const bool isAsStored = c.m_kept == c.m_format;
+        EXPECT_EQ(bytesOf(back), isAsStored ? bytesOf(image) : convertedTo(image, {c.m_kept}));
+    }
+}
+
 TEST(PngReader, TakesWhatADamagedFileHas) {
     for (const bool isInterlaced : {false, true}) {
         const Bytes file = writerOf({6, 8, false, 0, 0}, isInterlaced).file();

@@ -285,7 +285,7 @@ TEST(Vxf, AJoinTakesFirstTexturesAndASplitAllChunks) {
     }
     const ReportRecorder recorder;
     EXPECT_EQ(vxfJoin(&joined, sources.data(), 256, &configuration), kErrorFailed);
-    EXPECT_EQ(vxfSplit(destinations, 2, three.region(), &configuration), kErrorNone);
+    EXPECT_EQ(vxfSplit(destinations, 2, three.region(), &configuration), kErrorFailed);
     EXPECT_EQ(recorder.texts(), "can't write more than 255 textures to a VXF file.\n"
                                 "Source VXF has 3 textures. Must match destinations value of 2.\n");
 }

@@ -106,6 +106,10 @@ public:
     constexpr TextureChannelType getTextureChannelType() const {
         return TextureChannelType(m_word >> 8 & 0xF);
     }
+    // The same surface format and selects with another channel type.
+    constexpr DataFormat withTextureChannelType(TextureChannelType channelType) const {
+        return {(m_word & ~0xF00u) | (std::uint32_t(channelType) & 0xF) << 8};
+    }
     // `index` 0 to 3 for the selects X to W.
     constexpr TextureChannel getChannel(unsigned index) const {
         return TextureChannel(m_word >> (12 + 3 * (index & 3)) & 7);

@@ -8,6 +8,10 @@
 
 namespace qor::Vex {
 
+// The most that a descriptor can name.
+inline constexpr unsigned kMaxTextureSize = 16384;  // pixels, either way
+inline constexpr unsigned kMaxTextureSlices = 8192; // depth slices, or array entries times faces
+
 enum TileMode : std::uint32_t {
     kTileModeDepth_2dThin_64 = 0,
     kTileModeDepth_2dThin_128 = 1,

@@ -2,6 +2,7 @@
 
 #include "raw/elementprovider/ddsimage_header.h"
 #include "raw/frame/check.h"
+#include "raw/surfaces/credible_claim.h"
 #include "raw/surfaces/default_tile_mode.h"
 
 #include <algorithm>
@@ -12,9 +13,6 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\elementprovider\\ddsimage";
-
-constexpr unsigned kMaxSize = 16384; // of a texture, either way
-constexpr unsigned kMaxDepth = 8192;
 
 std::uint32_t mipsOf(const Dds::Header& header) {
     const bool hasMips =
@@ -56,12 +54,12 @@ struct DdsImage::Shape {
 
     // Reported otherwise.
     bool fits() const {
-        if (m_width <= kMaxSize && m_height <= kMaxSize && m_depth <= kMaxDepth) {
+        if (std::max(m_width, m_height) <= Vex::kMaxTextureSize && m_depth <= Vex::kMaxTextureSlices) {
             return true;
         }
         toolsWarning(kSourcePath, __LINE__,
                      "The DDS image is %u x %u x %u, but a texture is at most %u x %u x %u.", m_width,
-                     m_height, m_depth, kMaxSize, kMaxSize, kMaxDepth);
+                     m_height, m_depth, Vex::kMaxTextureSize, Vex::kMaxTextureSize, Vex::kMaxTextureSlices);
         reportNoDdsFormat();
         return false;
     }
@@ -153,6 +151,13 @@ Error DdsImage::takeTexels(MemoryRegion inFile, unsigned bytesInFile) {
     const unsigned bytesPerElement = getBytesPerElement();
     const std::uint64_t elements = bytesPerElement != 0 ? m_bytesTotal / bytesPerElement : 0;
     const std::uint64_t neededInFile = elements * bytesInFile;
+    if (!isClaimCredible(m_bytesTotal, inFile.length(), kMostGainOfPlainTexels)) {
+        toolsWarning(kSourcePath, __LINE__,
+                     "The DDS image has %u bytes, but its file has only %llu of texels.", m_bytesTotal,
+                     inFile.length());
+        *this = DdsImage();
+        return kErrorFailed;
+    }
     if (bytesInFile != bytesPerElement || inFile.length() < neededInFile) {
         return fillOwnMemory(inFile, bytesInFile, neededInFile);
     }
@@ -196,6 +201,8 @@ Error DdsImage::writeTo(const Vex::Texture* texture, ResizableMemoryRegion* dest
     const std::uint64_t bytes = std::uint64_t{header.bytes()} + m_bytesTotal;
     destination->ensureSize(bytes);
     if (destination->length() < bytes) {
+        toolsWarning(kSourcePath, __LINE__, "There is no room for the %llu bytes of the DDS file.",
+                     static_cast<unsigned long long>(bytes));
         return kErrorFailed;
     }
     std::memcpy(destination->begin, &header, header.bytes());

@@ -1,14 +1,15 @@
+// Plain bitmaps of 24 and 32 bits are read here, row by row; all others, and all writing, go to the codec.
 #include "qor/texsmith/raw/bmp.h"
 
-#include "raw/files/check_arguments.h"
 #include "raw/files/codec.h"
-#include "raw/files/flat_picture.h"
+#include "raw/files/flat_image.h"
 #include "raw/files/widened_rows.h"
 
 namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\files\\bmp";
+constexpr FileKind kKind = {"BMP", kSourcePath};
 
 constexpr FileType kType = makeFileType(".BMP");
 constexpr unsigned kHeaderBytes = 54;
@@ -34,7 +35,7 @@ struct Header {
 
     // Whether the file is one of 24 or 32 bits that has all its texels; the last row may lack its padding.
     bool isWhole(std::uint64_t length) const {
-        const auto fits = [](std::int64_t size) { return size >= 1 && size <= kMaxPictureSize; };
+        const auto fits = [](std::int64_t size) { return size >= 1 && size <= Vex::kMaxTextureSize; };
         return m_isPlain && (m_bits == 24 || m_bits == 32) && fits(m_width) && fits(rows()) &&
                m_place + static_cast<std::uint64_t>(rows() - 1) * pitch() + rowBytes() <= length;
     }
@@ -64,31 +65,34 @@ void readRows(const Header& header, const std::uint8_t* texels, MemoryRegion ele
     }
 }
 
-} // namespace
-
-Error convertFromBmp(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
-    if (!checkConvertArguments(source, destination, configuration, kSourcePath) ||
-        source->length() < kHeaderBytes) {
-        return kErrorFailed;
+Error readFile(MemoryRegion file, ReallocatableImage* destination, Configuration* configuration) {
+    if (file.length() < kHeaderBytes) {
+        return refuseFile(kKind, "it is shorter than its headers");
     }
-    const Header header(source->begin);
-    if (!header.isWhole(source->length())) {
-        return readByCodec(kType, source, destination, configuration, 0);
+    const Header header(file.begin);
+    if (!header.isWhole(file.length())) {
+        return readByCodec(kType, &file, destination, configuration, 0);
     }
-    const MemoryRegion elements = allocatePicture(
-        destination, static_cast<unsigned>(header.m_width), static_cast<unsigned>(header.rows()),
-        withChannelType(kFormat, configuration->m_textureChannelType));
+    const MemoryRegion elements = allocateFlatImage(
+        kKind, destination, static_cast<unsigned>(header.m_width), static_cast<unsigned>(header.rows()),
+        kFormat.withTextureChannelType(configuration->m_textureChannelType));
     if (elements.length() == 0) {
         return kErrorFailed;
     }
-    readRows(header, source->begin + header.m_place, elements);
+    readRows(header, file.begin + header.m_place, elements);
     return kErrorNone;
 }
 
+} // namespace
+
+Error convertFromBmp(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
+    return readFlatImage(kKind, source, destination, configuration,
+                         [=](MemoryRegion* file) { return readFile(*file, destination, configuration); });
+}
+
 Error convertToBmp(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    return checkConvertArguments(source, destination, configuration, kSourcePath)
-               ? writeByCodec(kType, source, destination, configuration)
-               : kErrorFailed;
+    return writeFlatImage(kKind, source, destination, configuration,
+                          [=] { return writeByCodec(kType, source, destination, configuration); });
 }
 
 } // namespace qor::Texsmith::Raw

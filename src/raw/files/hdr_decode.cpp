@@ -127,6 +127,16 @@ unsigned HdrLines::readPixels(std::uint32_t* texels) {
     return x;
 }
 
+std::uint64_t countPixels(HdrLines lines, unsigned width, unsigned height, std::uint32_t* line) {
+    std::uint64_t pixels = 0;
+    unsigned inLine = width;
+    for (unsigned y = 0; y < height && inLine == width; ++y) {
+        inLine = lines.read(line);
+        pixels += inLine;
+    }
+    return pixels;
+}
+
 std::uint32_t packRgbe(std::uint32_t texel) {
     return (texel >> 1 & 0xFF) | (texel >> 10 & 0xFF) << 8 | (texel >> 19 & 0xFF) << 16 |
            ((texel >> 27) + kExponentOffset) << 24;

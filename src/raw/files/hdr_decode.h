@@ -36,6 +36,9 @@ private:
     std::uint8_t* m_buffer; // the four components of a line, one after another
 };
 
+// How many pixels of an image of that size the lines have. `line` has room for `width` texels.
+std::uint64_t countPixels(HdrLines lines, unsigned width, unsigned height, std::uint32_t* line);
+
 // Four bytes of mantissas and exponent, as the file has them.
 std::uint32_t packRgbe(std::uint32_t texel);
 

@@ -1,8 +1,8 @@
+// Reads and writes PFM files: a short text, then floats as the machine has them.
 #include "qor/texsmith/raw/pfm.h"
 
 #include "qor/texsmith/raw/bithacks.h"
-#include "raw/files/check_arguments.h"
-#include "raw/files/flat_picture.h"
+#include "raw/files/flat_image.h"
 #include "raw/files/widened_rows.h"
 
 #include <cctype>
@@ -61,16 +61,18 @@ struct Header {
     unsigned m_channels = 0;
     unsigned long m_width = 0, m_height = 0;
 
-    // Leaves `file` at the first float.
-    bool read(MemoryRegion* file) {
+    // Leaves `file` at the first float. Null, or what is wrong.
+    const char* read(MemoryRegion* file) {
         Token magic, width, height, scale;
-        if (!magic.read(file) || !width.read(file) || !height.read(file) || !scale.read(file) ||
-            !width.scan(&m_width) || !height.scan(&m_height) || !scale.isNumber()) {
-            return false;
+        if (!magic.read(file) || !width.read(file) || !height.read(file) || !scale.read(file)) {
+            return "a word of its header is too long";
+        }
+        if (!width.scan(&m_width) || !height.scan(&m_height) || !scale.isNumber()) {
+            return "its width, height or scale is no number";
         }
         m_channels = std::strcmp(magic.m_text, "Pf") == 0 ? 1 : std::strcmp(magic.m_text, "PF") == 0 ? 3 : 0;
         file->begin += file->begin < file->end ? 1 : 0;
-        return m_channels != 0;
+        return m_channels != 0 ? nullptr : "it begins with neither 'Pf' nor 'PF'";
     }
     std::uint64_t floatBytes() const { return checkedSize(4, m_channels, m_width, m_height); }
 };
@@ -93,7 +95,7 @@ Error writeFile(const Image& image, unsigned channels, ResizableMemoryRegion* de
     const auto headerBytes = static_cast<std::size_t>(
         std::snprintf(header, sizeof header, "P%c\n%u %u\n-1.0\n", channels == 1 ? 'f' : 'F',
                       image.getElementsWide(0), image.getElementsTall(0)));
-    if (texels.length() == 0 || !resizeFile(destination, headerBytes + 4 * channels * elements)) {
+    if (!resizeFile(kKind, destination, headerBytes + 4 * channels * elements)) {
         return kErrorFailed;
     }
     std::memcpy(destination->begin, header, headerBytes);
@@ -108,21 +110,18 @@ Error writeFile(const Image& image, unsigned channels, ResizableMemoryRegion* de
     return kErrorNone;
 }
 
-} // namespace
-
-Error convertFromPfm(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
-    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
-    MemoryRegion floats = *source;
+Error readFile(MemoryRegion floats, ReallocatableImage* destination) {
     Header header;
-    if (!header.read(&floats) ||
-        !pictureSizeFits(kKind, std::int64_t(header.m_width), std::int64_t(header.m_height)) ||
+    if (const char* fault = header.read(&floats); fault != nullptr) {
+        return refuseFile(kKind, fault);
+    }
+    if (!imageSizeFits(kKind, std::int64_t(header.m_width), std::int64_t(header.m_height)) ||
         !floatsFit(header, floats)) {
         return kErrorFailed;
     }
     const auto width = static_cast<unsigned>(header.m_width), height = static_cast<unsigned>(header.m_height);
-    const MemoryRegion texels = allocatePicture(destination, width, height, formatOf(header.m_channels));
+    const MemoryRegion texels =
+        allocateFlatImage(kKind, destination, width, height, formatOf(header.m_channels));
     if (texels.length() == 0) {
         return kErrorFailed;
     }
@@ -135,16 +134,23 @@ Error convertFromPfm(MemoryRegion* source, ReallocatableImage* destination, Conf
     return kErrorNone;
 }
 
+} // namespace
+
+Error convertFromPfm(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
+    return readFlatImage(kKind, source, destination, configuration,
+                         [=](const MemoryRegion* file) { return readFile(*file, destination); });
+}
+
 Error convertToPfm(const Image* source, ResizableMemoryRegion* destination, PfmChannels channels,
                    Configuration* configuration) {
-    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
     const unsigned count = channels == kPfmChannels1 ? 1 : 3;
-    const bool isReady =
-        source->getModifiers().m_decode.isNop() && source->getDataFormat() == formatOf(count);
-    return writeInFormat(*source, isReady, formatOf(count), configuration,
-                         [=](const Image& image) { return writeFile(image, count, destination); });
+    const auto write = [=](const Image& image, ResizableMemoryRegion* place) {
+        return writeFile(image, count, place);
+    };
+    return writeFlatImage(kKind, source, destination, configuration, [&] {
+        return writeInFormat(kKind, *source, formatOf(count), Transforms::kApply, destination, configuration,
+                             write);
+    });
 }
 
 } // namespace qor::Texsmith::Raw

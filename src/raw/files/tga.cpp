@@ -1,11 +1,11 @@
+// Reads TGA files of every kind that has a format here, and writes those of 32 bits.
 #include "qor/texsmith/raw/tga.h"
 
-#include "raw/files/check_arguments.h"
+#include "qor/texsmith/raw/bithacks.h"
+#include "raw/files/flat_image.h"
 #include "raw/files/tga_encode.h"
 #include "raw/files/tga_header.h"
-#include "raw/files/tga_picture.h"
-#include "raw/memory/overlap.h"
-#include "raw/surfaces/default_tile_mode.h"
+#include "raw/files/tga_view.h"
 
 #include <algorithm>
 #include <iterator>
@@ -15,7 +15,33 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\files\\tga";
 
-constexpr unsigned kMaxSize = 16384; // of a texture, either way
+constexpr FileKind kKind = {"TGA", kSourcePath};
+
+struct Fault {
+    Error m_error;
+    const char* m_reason;
+};
+
+constexpr Fault kFaults[] = {
+    {kErrorTgaTooSmall, "it is too small for its header"},
+    {kErrorTgaColorMapType, "its type of colour map is unknown"},
+    {kErrorTgaNoImageData, "it holds no image"},
+    {kErrorTgaImageType, "its image type is unknown"},
+    {kErrorTgaMissingColorMap, "it lacks the colour map that its pixels need"},
+    {kErrorTgaEmptyColorMap, "its colour map is empty"},
+    {kErrorTgaUnexpectedColorMap, "it has a colour map that its pixels do not use"},
+    {kErrorTgaZeroDimension, "its width or height is zero"},
+    {kErrorTgaPixelDepth, "its number of bits per pixel is unknown"},
+    {kErrorTgaColorMapEntrySize, "the entries of its colour map have an unknown size"},
+    {kErrorTgaUnsupported, "no texture format holds its pixels"},
+};
+
+Error report(Error error) {
+    const auto* fault = std::find_if(std::begin(kFaults), std::end(kFaults),
+                                     [error](const Fault& candidate) { return candidate.m_error == error; });
+    refuseFile(kKind, fault->m_reason);
+    return error;
+}
 
 Error checkImageType(const TgaHeader& header) {
     if (header.m_imageType == 0) {
@@ -83,27 +109,7 @@ Vex::DataFormat chooseFormat(const TgaHeader& header, Vex::TextureChannelType ch
         std::find_if(std::begin(kFormats), std::end(kFormats), [&header](const FormatRow& candidate) {
             return candidate.m_isGrey == header.isGrey() && candidate.m_bits == header.elementBits();
         });
-    if (row == std::end(kFormats)) {
-        return {0};
-    }
-    return {(row->m_format.m_word & ~0xF00u) | (std::uint32_t(channelType) & 0xF) << 8};
-}
-
-bool sizeFits(const TgaHeader& header) {
-    if (header.m_width <= kMaxSize && header.m_height <= kMaxSize) {
-        return true;
-    }
-    toolsWarning(kSourcePath, __LINE__, "The TGA image is %u x %u, but a texture is at most %u x %u.",
-                 header.m_width, header.m_height, kMaxSize, kMaxSize);
-    return false;
-}
-
-Vex::Texture makeTexture(const TgaHeader& header, Vex::DataFormat format) {
-    const Vex::TileMode tileMode = defaultTileMode(GpuAddress::kSurfaceTypeTextureFlat, format, 1);
-    Vex::Texture texture;
-    texture.initAs2dArray(header.m_width, header.m_height, 1, 0, 1, format, tileMode, Vex::kNumFragments1,
-                          false);
-    return texture;
+    return row != std::end(kFormats) ? row->m_format.withTextureChannelType(channelType) : Vex::DataFormat{0};
 }
 
 // Cuts up to `bytes` off the front of `region`.
@@ -129,23 +135,24 @@ TgaPixels makePixels(const TgaHeader& header, MemoryRegion file) {
     return pixels;
 }
 
-Error decodePixels(const TgaHeader& header, MemoryRegion file, ReallocatableImage* image) {
+// Null for pixels of 48 and 64 bits, which have a format and no decoder.
+TgaDecoder findDecoder(const TgaHeader& header, Vex::DataFormat format) {
     const unsigned pixelBytes = header.m_pixelBits / 8;
-    const TgaLayout layout{image->getBytesPerElement(), pixelBytes,
+    const TgaLayout layout{format.getBytesPerElement(), pixelBytes,
                            header.isMapped() ? header.m_mapEntryBits / 8 : pixelBytes, header.isMapped()};
-    const TgaDecoder decoder = findTgaDecoder(layout, header.order());
-    const SurfaceIndex first;
-    const MemoryRegion elements = image->getMemoryRegion(&first);
-    if (decoder == nullptr || elements.length() == 0) {
-        return kErrorFailed;
+    return findTgaDecoder(layout, header.order());
+}
+
+// A few runs can stand for any number of pixels, so those of an image that is large for its file are counted
+// first.
+bool checkClaim(const TgaPixels& pixels, unsigned pixelBytes, unsigned elementBytes) {
+    ImageClaim claim{pixels.m_width, pixels.m_height,
+                     checkedSize(elementBytes, pixels.m_width, pixels.m_height), pixels.m_pixels.length(),
+                     kMostGainOfPlainTexels};
+    if (pixels.m_isRunLength && !isClaimCredible(claim.m_imageBytes, claim.m_fileBytes, claim.m_mostGain)) {
+        claim.m_fileBytes = std::max(claim.m_fileBytes, elementBytes * countTgaPixels(pixels, pixelBytes));
     }
-    const std::uint64_t missing = decoder(elements.begin, makePixels(header, file));
-    if (missing == 0) {
-        return kErrorNone;
-    }
-    toolsWarning(kSourcePath, __LINE__, "The TGA file ends early: %llu of its %llu pixels are missing.",
-                 static_cast<unsigned long long>(missing), image->getElements());
-    return kErrorFailed;
+    return isClaimJust(kKind, claim);
 }
 
 // What a file becomes: its format, or the error that it meets first.
@@ -163,27 +170,39 @@ Outline outlineOf(const TgaHeader& header, const Configuration& configuration) {
     return {isInvalid ? kErrorTgaUnsupported : kErrorNone, format};
 }
 
+Error readFile(MemoryRegion file, ReallocatableImage* destination, const Configuration& configuration) {
+    if (file.length() < kTgaHeaderBytes) {
+        return report(kErrorTgaTooSmall);
+    }
+    const TgaHeader header(file.begin);
+    const Outline outline = outlineOf(header, configuration);
+    if (outline.m_error != kErrorNone) {
+        return report(outline.m_error);
+    }
+    const TgaDecoder decoder = findDecoder(header, outline.m_format);
+    if (decoder == nullptr) {
+        return refuseFile(kKind, "pixels of its size are not supported");
+    }
+    const TgaPixels pixels = makePixels(header, file);
+    if (!imageSizeFits(kKind, header.m_width, header.m_height) ||
+        !checkClaim(pixels, header.m_pixelBits / 8, outline.m_format.getBytesPerElement())) {
+        return kErrorFailed;
+    }
+    const MemoryRegion elements =
+        allocateFlatImage(kKind, destination, header.m_width, header.m_height, outline.m_format);
+    if (elements.length() == 0) {
+        return kErrorFailed;
+    }
+    const std::uint64_t missing = decoder(elements.begin, pixels);
+    return reportMissingTexels(kKind, missing, std::uint64_t{header.m_width} * header.m_height);
+}
+
 } // namespace
 
 Error convertFromTga(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
-    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
-    if (source->length() < kTgaHeaderBytes) {
-        return kErrorTgaTooSmall;
-    }
-    const TgaHeader header(source->begin);
-    const Outline outline = outlineOf(header, *configuration);
-    if (outline.m_error != kErrorNone) {
-        return outline.m_error;
-    }
-    if (!sizeFits(header)) {
-        return kErrorFailed;
-    }
-    const Vex::Texture texture = makeTexture(header, outline.m_format);
-    destination->reallocate(&texture);
-    destination->setModifiers(Modifiers());
-    return decodePixels(header, *source, destination);
+    return readFlatImage(kKind, source, destination, configuration, [=](const MemoryRegion* file) {
+        return readFile(*file, destination, *configuration);
+    });
 }
 
 bool viewTga(RegionImage* view, const MemoryRegion& source, const Configuration& configuration) {
@@ -193,26 +212,21 @@ bool viewTga(RegionImage* view, const MemoryRegion& source, const Configuration&
     const TgaHeader header(source.begin);
     const Outline outline = outlineOf(header, configuration);
     if (outline.m_error != kErrorNone || !header.isPlain() ||
-        std::max(header.m_width, header.m_height) > kMaxSize) {
+        std::max(header.m_width, header.m_height) > Vex::kMaxTextureSize) {
         return false;
     }
-    view->setup(makeTexture(header, outline.m_format), makePixels(header, source).m_pixels);
+    view->setup(flatTexture(header.m_width, header.m_height, outline.m_format),
+                makePixels(header, source).m_pixels);
     return header.m_pixelBits == view->getBytesPerElement() * 8 &&
            view->getMemoryRegion().length() == view->getBytesTotal();
 }
 
 Error convertToTga(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
-    if (!overlap(source->getMemoryRegion(), *destination)) {
-        return writeTga(*source, destination, configuration);
-    }
-    MemoryMappedImage own;
-    reallocate(&own, source);
-    own.setModifiers(source->getModifiers());
-    copy(own.getMemoryRegion(), source->getMemoryRegion());
-    return writeTga(own, destination, configuration);
+    return writeFlatImage(kKind, source, destination, configuration, [=] {
+        return writeApart(
+            overlap(source->getStorage(), *destination), destination,
+            [=](ResizableMemoryRegion* place) { return writeTga(*source, place, configuration); });
+    });
 }
 
 } // namespace qor::Texsmith::Raw

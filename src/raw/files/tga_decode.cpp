@@ -217,6 +217,22 @@ static_assert(std::size(kDecoders) == 15);
 
 } // namespace
 
+std::uint64_t countTgaPixels(const TgaPixels& source, unsigned pixelBytes) {
+    const std::uint64_t most = std::uint64_t{source.m_width} * source.m_height;
+    const std::uint64_t bytes = source.m_pixels.length();
+    if (!source.m_isRunLength) {
+        return std::min(most, bytes / pixelBytes);
+    }
+    std::uint64_t pixels = 0;
+    for (std::uint64_t at = 0; at < bytes && pixels < most;) {
+        const unsigned code = source.m_pixels.begin[at];
+        const unsigned count = (code & 127) + 1;
+        at += 1 + std::uint64_t{pixelBytes} * (code < 128 ? count : 1);
+        pixels += at <= bytes ? count : 0;
+    }
+    return std::min(most, pixels);
+}
+
 TgaDecoder findTgaDecoder(const TgaLayout& layout, unsigned order) {
     const auto* row =
         std::find_if(std::begin(kDecoders), std::end(kDecoders),

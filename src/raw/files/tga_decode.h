@@ -35,6 +35,9 @@ inline constexpr unsigned kTgaRightToLeft = 2;
 // entry in the map. Returns the number of pixels that the file lacks.
 using TgaDecoder = std::uint64_t (*)(std::uint8_t* elements, const TgaPixels& source);
 
+// How many of its pixels the file has.
+std::uint64_t countTgaPixels(const TgaPixels& source, unsigned pixelBytes);
+
 // Null for a layout that no decoder reads.
 TgaDecoder findTgaDecoder(const TgaLayout& layout, unsigned order);
 

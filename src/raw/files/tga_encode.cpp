@@ -2,14 +2,18 @@
 
 #include "qor/texsmith/raw/reformat.h"
 #include "qor/texsmith/raw/view.h"
+#include "raw/configuration/check_configuration.h"
+#include "raw/files/flat_image.h"
 #include "raw/files/tga_header.h"
-#include "raw/pertile/reformatpertile.h"
 #include "raw/surfaces/region_image.h"
 
 #include <cstring>
 
 namespace qor::Texsmith::Raw {
 namespace {
+
+constexpr char kSourcePath[] = "raw\\files\\tga_encode";
+constexpr FileKind kKind = {"TGA", kSourcePath};
 
 // Of a colour image of 32 bits, top row first, without ID and map.
 void writeHeader(std::uint8_t* bytes, unsigned width, unsigned height) {
@@ -23,24 +27,18 @@ void writeHeader(std::uint8_t* bytes, unsigned width, unsigned height) {
     bytes[17] = kTgaDescriptorTopDown;
 }
 
-// Makes a file and gives the place of its elements, which is empty when there is no memory for it.
+// Makes a file and gives the place of its elements, which is empty, and warned about, when there is no memory
+// for it.
 MemoryRegion layOut(ResizableMemoryRegion* destination, std::uint64_t elementBytes, unsigned width,
                     unsigned height) {
-    const std::uint64_t bytes = kTgaHeaderBytes + elementBytes;
-    destination->ensureSize(bytes);
-    if (destination->length() < bytes) {
+    if (!resizeFile(kKind, destination, kTgaHeaderBytes + elementBytes)) {
         return {};
     }
     writeHeader(destination->begin, width, height);
-    MemoryRegion elements = *destination;
-    elements.begin += kTgaHeaderBytes;
+    MemoryRegion elements;
+    elements.begin = destination->begin + kTgaHeaderBytes;
+    elements.end = elements.begin + elementBytes;
     return elements;
-}
-
-// Formats without a way to the file's, and configurations that run no jobs.
-bool canConvert(const ElementProvider& source, const ElementProvider& destination,
-                const Configuration& configuration) {
-    return configuration.m_jobManager != nullptr && ReformatPerTile::canReformat(&source, &destination);
 }
 
 bool isAsWritten(const ElementProvider& source) {
@@ -49,11 +47,10 @@ bool isAsWritten(const ElementProvider& source) {
 
 // Elements in plain memory, which go as they are and without a job.
 Error writeElements(const Image& source, ResizableMemoryRegion* destination) {
-    const SurfaceIndex first;
-    const MemoryRegion elements = source.getMemoryRegion(&first);
-    if (elements.length() == 0) {
+    if (!canWrite(kKind, source, kTgaFormat)) {
         return kErrorFailed;
     }
+    const MemoryRegion elements = firstSurface(source);
     const MemoryRegion inFile =
         layOut(destination, elements.length(), source.getPixelsWide(0), source.getPixelsTall(0));
     return inFile.length() != 0 ? copy(inFile, elements) : kErrorFailed;
@@ -63,15 +60,17 @@ Error writeElements(const Image& source, ResizableMemoryRegion* destination) {
 
 Error writeTga(const ElementProvider& source, ResizableMemoryRegion* destination,
                Configuration* configuration) {
+    if (!checkNotNull(configuration->m_jobManager, kSourcePath, kNeedsJobManager) ||
+        !canWrite(kKind, source, kTgaFormat)) {
+        return kErrorFailed;
+    }
     const SurfaceIndex first;
     const AsSurfaceElementProvider surface(&source, &first);
     RegionImage elements(changeDataFormat(*surface.getVexTexture(), kTgaFormat), {});
-    if (canConvert(surface, elements, *configuration)) {
-        elements.setMemory(layOut(destination, elements.getBytesTotal(), elements.getPixelsWide(0),
-                                  elements.getPixelsTall(0)));
-        if (elements.getMemoryRegion().length() == 0) {
-            return kErrorFailed;
-        }
+    elements.setMemory(
+        layOut(destination, elements.getBytesTotal(), elements.getPixelsWide(0), elements.getPixelsTall(0)));
+    if (elements.getMemoryRegion().length() == 0) {
+        return kErrorFailed;
     }
     return isAsWritten(source) ? copy(&elements, &surface, configuration)
                                : reformat(&surface, &elements, configuration);

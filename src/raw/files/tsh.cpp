@@ -1,9 +1,9 @@
+// Reads and writes TSH files, whose JSON text describes a texture and has no texels.
 #include "qor/texsmith/raw/tsh.h"
 
 #include "qor/texsmith/raw/json.h"
 #include "qor/texsmith/raw/reflected_types.h"
-#include "raw/files/check_arguments.h"
-#include "raw/files/flat_picture.h"
+#include "raw/files/flat_image.h"
 
 #include <algorithm>
 #include <cstring>
@@ -13,47 +13,66 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\files\\tsh";
+constexpr FileKind kKind = {"TSH", kSourcePath};
 constexpr unsigned kMostText = 2048; // the longest descriptor takes about a quarter
 
-} // namespace
-
-Error convertFromTsh(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
-    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
-        return kErrorFailed;
-    }
+// False, and warned about, for a text that is not whole.
+bool readText(Json::Node* node, const MemoryRegion& text, const IAllocator& allocator) {
     constexpr unsigned long long kMostSource = std::numeric_limits<unsigned>::max();
-    Json::Node node(configuration->m_allocator);
     Json::Reader reader;
-    reader.init(source->begin, static_cast<unsigned>(std::min(source->length(), kMostSource)),
-                configuration->m_allocator);
-    Json::read(&node, &reader);
-    Vex::Texture texture = {};
-    ReflectedTypes::g_vexTexture.fromJson(&texture, &node);
-    destination->reallocate(&texture);
-    destination->setModifiers(Modifiers());
-    if (destination->getBytesTotal() != 0) {
-        return kErrorNone;
+    reader.init(text.begin, static_cast<unsigned>(std::min(text.length(), kMostSource)), allocator);
+    Json::read(node, &reader);
+    if (node->getType() != Json::kTypeObject) {
+        refuseFile(kKind, "it describes no image");
+        return false;
     }
-    toolsWarning(kSourcePath, __LINE__, "The TSH file describes no image.");
-    return kErrorFailed;
+    if (reader.hasFailed()) {
+        refuseFile(kKind, "its text is damaged or ends early");
+    }
+    return !reader.hasFailed();
 }
 
-Error convertToTsh(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    if (!checkConvertArguments(source, destination, configuration, kSourcePath)) {
+Error readFile(const MemoryRegion& source, ReallocatableImage* destination, const IAllocator& allocator) {
+    Json::Node node(allocator);
+    if (!readText(&node, source, allocator)) {
         return kErrorFailed;
     }
-    Vex::Texture texture = source->getTexture();
-    Json::Node node(configuration->m_allocator);
+    Vex::Texture texture = {};
+    ReflectedTypes::g_vexTexture.fromJson(&texture, &node);
+    if (texture.getDataFormat().getBytesPerElement() == 0) {
+        return refuseFile(kKind, "it describes no image");
+    }
+    destination->reallocate(&texture);
+    destination->setModifiers(Modifiers());
+    return destination->getBytesTotal() != 0 ? kErrorNone : refuseFile(kKind, "its image is too large");
+}
+
+Error writeFile(const Image& source, ResizableMemoryRegion* destination, const IAllocator& allocator) {
+    Vex::Texture texture = source.getTexture();
+    Json::Node node(allocator);
     ReflectedTypes::g_vexTexture.toJson(&node, &texture);
     char text[kMostText];
     Json::Writer writer;
     writer.init(text, kMostText);
     Json::write(&node, &writer);
-    if (writer.offset() == 0 || !resizeFile(destination, writer.offset())) {
+    if (!resizeFile(kKind, destination, writer.offset())) {
         return kErrorFailed;
     }
     std::memcpy(destination->begin, text, writer.offset());
     return kErrorNone;
+}
+
+} // namespace
+
+Error convertFromTsh(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
+    return readFlatImage(kKind, source, destination, configuration, [=](const MemoryRegion* file) {
+        return readFile(*file, destination, configuration->m_allocator);
+    });
+}
+
+Error convertToTsh(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
+    return writeFlatImage(kKind, source, destination, configuration,
+                          [=] { return writeFile(*source, destination, configuration->m_allocator); });
 }
 
 } // namespace qor::Texsmith::Raw

@@ -1,10 +1,11 @@
+// Files of all types that a codec reads and writes, by function and by GUID.
 #include "qor/texsmith/raw/wic.h"
 
 #include "qor/texsmith/raw/exr.h"
 #include "qor/texsmith/raw/jpg.h"
 #include "qor/texsmith/raw/png.h"
-#include "raw/files/check_arguments.h"
 #include "raw/files/codec.h"
+#include "raw/files/flat_image.h"
 
 #include <algorithm>
 #include <iterator>
@@ -13,6 +14,7 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\files\\wic";
+constexpr FileKind kKind = {"image", kSourcePath};
 
 constexpr FileType kExr = makeFileType(".EXR");
 constexpr FileType kJpg = makeFileType(".JPG");
@@ -42,14 +44,15 @@ FileType typeOf(const WicGuid& guid) {
 
 Error readChecked(FileType type, MemoryRegion* source, ReallocatableImage* destination,
                   Configuration* configuration, int index) {
-    const bool good = checkConvertArguments(source, destination, configuration, kSourcePath);
-    return good ? readByCodec(type, source, destination, configuration, index) : kErrorFailed;
+    return readFlatImage(kKind, source, destination, configuration, [=](MemoryRegion* file) {
+        return readByCodec(type, file, destination, configuration, index);
+    });
 }
 
 Error writeChecked(FileType type, const Image* source, ResizableMemoryRegion* destination,
                    Configuration* configuration) {
-    const bool good = checkConvertArguments(source, destination, configuration, kSourcePath);
-    return good ? writeByCodec(type, source, destination, configuration) : kErrorFailed;
+    return writeFlatImage(kKind, source, destination, configuration,
+                          [=] { return writeByCodec(type, source, destination, configuration); });
 }
 
 } // namespace

@@ -3,8 +3,8 @@
 #include "qor/texsmith/raw/tga.h"
 #include "raw/files/dds_and_vxf.h"
 #include "raw/files/tga_encode.h"
-#include "raw/files/tga_picture.h"
-#include "raw/files/vxf_picture.h"
+#include "raw/files/tga_view.h"
+#include "raw/files/vxf_texture.h"
 
 #include <algorithm>
 #include <iterator>
@@ -13,10 +13,10 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 // A file that loads in part is saved in part.
-Error vxfToTgaThroughImage(const VxfPicture& picture, ResizableMemoryRegion* destination,
+Error vxfToTgaThroughImage(const VxfTexture& texture, ResizableMemoryRegion* destination,
                            Configuration* configuration) {
     MemoryMappedImage image;
-    const Error loaded = readVxf(picture, &image, configuration);
+    const Error loaded = readVxf(texture, &image, configuration);
     if (loaded != kErrorNone && image.getBytesTotal() == 0) {
         return loaded;
     }
@@ -26,14 +26,14 @@ Error vxfToTgaThroughImage(const VxfPicture& picture, ResizableMemoryRegion* des
 
 bool vxfToTga(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
               Configuration* configuration) {
-    VxfPicture picture;
-    if (!openVxf(&picture, source, destination, configuration, 0)) {
+    VxfTexture texture;
+    if (!openVxf(&texture, source, destination, configuration, 0)) {
         *result = kErrorFailed;
         return true;
     }
-    const auto view = viewVxf(picture);
+    const auto view = viewVxf(texture);
     *result = view != nullptr ? writeTga(*view, destination, configuration)
-                              : vxfToTgaThroughImage(picture, destination, configuration);
+                              : vxfToTgaThroughImage(texture, destination, configuration);
     return true;
 }
 
@@ -60,7 +60,7 @@ bool vxfToDds(Error* result, MemoryRegion* source, ResizableMemoryRegion* destin
     return true;
 }
 
-constexpr FileRoad kRoads[] = {
+constexpr Shortcut kShortcuts[] = {
     {makeFileType(".VXF"), makeFileType(".TGA"), false, &vxfToTga},
     {makeFileType(".TGA"), makeFileType(".VXF"), false, &tgaToVxf},
     {makeFileType(".DDS"), makeFileType(".VXF"), true, &ddsToVxf},
@@ -69,11 +69,12 @@ constexpr FileRoad kRoads[] = {
 
 } // namespace
 
-const FileRoad* findFileRoad(FileType source, FileType destination) {
-    const FileRoad* road = std::find_if(std::begin(kRoads), std::end(kRoads), [&](const FileRoad& row) {
-        return row.m_source == source && row.m_destination == destination;
-    });
-    return road != std::end(kRoads) ? road : nullptr;
+const Shortcut* findShortcut(FileType source, FileType destination) {
+    const Shortcut* shortcut =
+        std::find_if(std::begin(kShortcuts), std::end(kShortcuts), [&](const Shortcut& row) {
+            return row.m_source == source && row.m_destination == destination;
+        });
+    return shortcut != std::end(kShortcuts) ? shortcut : nullptr;
 }
 
 } // namespace qor::Texsmith::Raw

@@ -1,11 +1,12 @@
-// Conversions between two types of file that need no image between them.
+// Shortcuts: direct ways from one type of file to another, with no image between them.
 #pragma once
 
-#include "qor/texsmith/raw/helpers.h"
+#include "qor/texsmith/raw/configuration.h"
+#include "qor/texsmith/raw/filetype.h"
 
 namespace qor::Texsmith::Raw {
 
-struct FileRoad {
+struct Shortcut {
     FileType m_source;
     FileType m_destination;
     bool m_keepsStoredTexels; // and so always tells its result
@@ -17,6 +18,6 @@ struct FileRoad {
 };
 
 // Null where there is none.
-const FileRoad* findFileRoad(FileType source, FileType destination);
+const Shortcut* findShortcut(FileType source, FileType destination);
 
 } // namespace qor::Texsmith::Raw

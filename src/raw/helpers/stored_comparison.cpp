@@ -1,7 +1,7 @@
 #include "raw/helpers/stored_comparison.h"
 
 #include "qor/texsmith/raw/dds.h"
-#include "raw/files/vxf_picture.h"
+#include "raw/files/vxf_texture.h"
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -12,12 +12,13 @@ constexpr FileType kDds = makeFileType(".DDS");
 Error firstError(Error first, Error second) { return first != kErrorNone ? first : second; }
 
 Error compareVxf(MemoryRegion* a, MemoryRegion* b, Configuration* configuration) {
-    VxfManipulator fileA, fileB;
-    fileA.readFrom(a);
-    fileB.readFrom(b);
-    const bool areOpen = fileA.hasFile() && fileB.hasFile();
-    return areOpen ? areBitwiseEqual(fileA.getTexelsInFile(0), fileB.getTexelsInFile(0), configuration)
-                   : kErrorFailed;
+    Texture textureA, textureB;
+    const Error openedA = vxf2Texture(a, &textureA, configuration);
+    const Error openedB = vxf2Texture(b, &textureB, configuration);
+    const Error opened = firstError(openedA, openedB);
+    return opened != kErrorNone
+               ? opened
+               : areBitwiseEqual(textureA.m_memoryRegion, textureB.m_memoryRegion, configuration);
 }
 
 Error openDds(DdsImage* image, MemoryRegion* file, const Configuration* configuration) {
@@ -36,16 +37,16 @@ Error compareDds(MemoryRegion* a, MemoryRegion* b, Configuration* configuration)
 
 // The order of the two shows in nothing.
 Error compareVxfWithDds(MemoryRegion* vxf, MemoryRegion* dds, Configuration* configuration) {
-    VxfPicture picture;
+    VxfTexture texture;
     DdsImage image;
-    const bool hasPicture = openVxf(&picture, vxf, dds, configuration, 0);
+    const bool hasTexture = openVxf(&texture, vxf, dds, configuration, 0);
     const Error opened = openDds(&image, dds, configuration);
-    if (!hasPicture || !image.hasFile()) {
+    if (!hasTexture || !image.hasFile()) {
         return kErrorFailed;
     }
-    const auto texels = providerOf(picture);
+    const auto texels = providerOf(texture);
     const Error compared = areBitwiseEqual(texels.get(), &image, configuration);
-    return firstError(firstError(picture.m_texture.reportMissing(), opened), compared);
+    return firstError(firstError(texture.m_stored.reportMissing(), opened), compared);
 }
 
 } // namespace

@@ -15,7 +15,6 @@ namespace {
 constexpr char kSourcePath[] = "raw\\surfaces\\element_provider";
 constexpr char kNeedsTexture[] = "texture must not be NULL.";
 
-constexpr unsigned kMaxSize = 16384;
 constexpr Vex::DataFormat kR8Unorm = {0x204001}; // what the invalid format is laid out as
 
 // The square of `size` by `size` elements at (x, y), cut to the surface.
@@ -80,8 +79,8 @@ void ElementProvider::setupAsTwoDimensional(Vex::DataFormat format, unsigned wid
     const bool isInvalid = format.getSurfaceFormat() == Vex::kSurfaceFormatInvalid;
     const Vex::DataFormat layout = isInvalid ? kR8Unorm : format;
     Vex::Texture texture = m_texture;
-    texture.initAs2dArray(std::min(width, kMaxSize), std::min(height, kMaxSize), 1, 0, 1, layout,
-                          defaultTileMode(GpuAddress::kSurfaceTypeTextureFlat, layout, 1),
+    texture.initAs2dArray(std::min(width, Vex::kMaxTextureSize), std::min(height, Vex::kMaxTextureSize), 1, 0,
+                          1, layout, defaultTileMode(GpuAddress::kSurfaceTypeTextureFlat, layout, 1),
                           Vex::kNumFragments1, false);
     if (isInvalid) {
         texture = changeDataFormat(texture, format);

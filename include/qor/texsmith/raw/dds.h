@@ -26,7 +26,8 @@ public:
 
     // `channelType` is for files that leave it open: typeless formats, masks, and some FourCCs. A file that
     // is not well-formed is reported and leaves the image as it was. One that ends early gives the texels it
-    // has and zeros for the rest, a warning, and kErrorFailed.
+    // has and zeros for the rest, a warning, and kErrorFailed. One whose header claims more than 1 MiB of
+    // texels, of which the file has less than a sixteenth, leaves the image empty instead.
     Error readFrom(MemoryRegion* memoryRegion, Vex::TextureChannelType channelType);
 
     // Makes a file for a descriptor; its texels are then the caller's to fill. Bc6 and Bc7 need the extended

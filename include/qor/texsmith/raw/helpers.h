@@ -1,7 +1,18 @@
-// The front door for files: loading, saving, converting and comparing them.
+// The front door for files: loading, saving, converting and comparing them, whatever their type.
 //
-// int results are Error values. An `extension` may be a whole file name. Names are UTF-8 on Windows and bytes
-// as they are elsewhere; a name to read may be a URL. Null pointers are reported, and the call then fails.
+// A file is a region of memory with an extension that tells its type, or a name. An `extension` may be a
+// whole file name: what stands behind its last dot counts. Names are UTF-8 on Windows and bytes as they are
+// elsewhere; a name to read may be a URL. Regions, images and configurations stay the caller's, and nothing
+// keeps them. A destination may share memory with its source: the work then goes through memory of its own.
+//
+// Results are Error values, also where the type is int, and every failure has been reported: null pointers
+// and unknown types as assertions, files that cannot be read or written as assertions or warnings that say
+// why. Running out of memory is kErrorFailed after a report. Each function may run on any thread, several at
+// once with destinations and configurations of their own; work goes to the job manager of the configuration,
+// which DDS, .vxf, TGA and all changes of format need.
+//
+// Types that are read: .dds .vxf .tga .bmp .hdr .pfm .tsh, and .png and .jpg where the build has their
+// libraries. The same are written. Others give kErrorWicFactory after a warning that names the type.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -11,41 +22,63 @@
 
 namespace qor::Texsmith::Raw {
 
-// Both load and both convert return 0 whatever the reader returned; the ...WithResult forms hand its Error
-// on.
-QOR_TEXSMITH_API int load(ReallocatableImage* destination, MemoryRegion* source, const char* extension,
-                          Configuration* configuration, int index);
-QOR_TEXSMITH_API int load(ReallocatableImage* destination, MemoryRegion* source, const char* extension,
-                          Configuration* configuration);
-QOR_TEXSMITH_API int load(ReallocatableImage* destination, const char* filenameOrUrl,
-                          Configuration* configuration, int index);
-QOR_TEXSMITH_API int load(ReallocatableImage* destination, const char* filenameOrUrl,
-                          Configuration* configuration);
+// Make `destination` the image of a file. The type is that of the extension, or where that tells none, that
+// of the first bytes. `index` is the texture of a .vxf file; the forms without it take the first. A file that
+// ends early gives what it has, zeros for the rest, and kErrorFailed. A header that claims more than 1 MiB of
+// texels, of which the file has less than a sixteenth (PNG and JPEG: less than compression can gain), is
+// refused, and the destination stays as it was; so is every other header that cannot be read.
+//
+// Programs want loadWithResult. load fails for null pointers, unknown types and files that cannot be opened,
+// and returns 0 otherwise, whatever the reader's result.
 QOR_TEXSMITH_API Error loadWithResult(ReallocatableImage* destination, MemoryRegion* source,
                                       const char* extension, Configuration* configuration, int index);
+QOR_TEXSMITH_API Error loadWithResult(ReallocatableImage* destination, const char* filenameOrUrl,
+                                      Configuration* configuration, int index);
+QOR_TEXSMITH_API int load(ReallocatableImage* destination, MemoryRegion* source, const char* extension,
+                          Configuration* configuration, int index);
+QOR_TEXSMITH_API int load(ReallocatableImage* destination, MemoryRegion* source, const char* extension,
+                          Configuration* configuration);
+QOR_TEXSMITH_API int load(ReallocatableImage* destination, const char* filenameOrUrl,
+                          Configuration* configuration, int index);
+QOR_TEXSMITH_API int load(ReallocatableImage* destination, const char* filenameOrUrl,
+                          Configuration* configuration);
 
+// Write `source` as the type of the extension. .dds (with the classic header) and .vxf keep the format, every
+// mip and every slice; .tsh keeps the shape alone; the other types keep the first surface, converted to a
+// format of theirs. The destination is resized to the file. By name the file is written where it stands: one
+// that must survive a failure is written beside it and renamed. save and saveWithResult return the same.
+QOR_TEXSMITH_API Error saveWithResult(const Image* source, ResizableMemoryRegion* destination,
+                                      const char* extension, Configuration* configuration);
+QOR_TEXSMITH_API Error saveWithResult(const Image* source, const char* filename,
+                                      Configuration* configuration);
 QOR_TEXSMITH_API int save(Image* source, ResizableMemoryRegion* destination, const char* extension,
                           Configuration* configuration);
 QOR_TEXSMITH_API int save(Image* source, const char* filename, Configuration* configuration);
 
-// Files of one type are copied byte by byte. A destination name that begins with a dot is an extension for
-// the source's name. Source and destination may be the same file, which is left as it is.
-QOR_TEXSMITH_API int convert(MemoryRegion* source, const char* sourceExtension,
-                             ResizableMemoryRegion* destination, const char* destinationExtension,
-                             Configuration* configuration);
-QOR_TEXSMITH_API int convert(const char* sourceFilenameOrUrl, const char* destinationFilenameOrExtension,
-                             Configuration* configuration);
+// Turn a file into one of another type. Files of one type are copied byte by byte, and so are two of unknown
+// type. Between .dds and .vxf texels move as they are stored; of a .vxf file the first texture is taken. All
+// others are loaded and saved; a file that ends early is saved as far as it goes, and has failed. A
+// destination name that begins with a dot is an extension for the source's name. Source and destination may
+// be the same file, which is left as it is. A source that is missing or empty leaves the destination alone.
+//
+// Programs want convertWithResult. convert returns 0 for whatever had to be loaded and saved, whatever the
+// reader's and the writer's results.
 QOR_TEXSMITH_API Error convertWithResult(MemoryRegion* source, const char* sourceExtension,
                                          ResizableMemoryRegion* destination, const char* destinationExtension,
                                          Configuration* configuration);
 QOR_TEXSMITH_API Error convertWithResult(const char* sourceFilenameOrUrl,
                                          const char* destinationFilenameOrExtension,
                                          Configuration* configuration);
+QOR_TEXSMITH_API int convert(MemoryRegion* source, const char* sourceExtension,
+                             ResizableMemoryRegion* destination, const char* destinationExtension,
+                             Configuration* configuration);
+QOR_TEXSMITH_API int convert(const char* sourceFilenameOrUrl, const char* destinationFilenameOrExtension,
+                             Configuration* configuration);
 
-// kErrorNone when the two files hold the same stored texels, kErrorFailed when not. Two VXF files are
-// compared as their first textures lie, whatever their descriptors say, and neither they nor DDS files are
-// decoded; other files are loaded first. Names that differ at most in case are equal without a look at the
-// files.
+// kErrorNone when the two files hold the same stored texels, kErrorFailed when not, which is no fault and not
+// reported. Two .vxf files are compared as their first textures lie, whatever their descriptors say, and
+// neither they nor DDS files are decoded; other files are loaded first. A file that cannot be read whole
+// gives its reader's error. Names that differ at most in case are equal without a look at the files.
 QOR_TEXSMITH_API int areBitwiseEqual(MemoryRegion* sourceA, const char* sourceAExtension,
                                      MemoryRegion* sourceB, const char* sourceBExtension,
                                      Configuration* configuration);

@@ -32,6 +32,8 @@ public:
     // The bytes of the whole image, as far as the region has them.
     MemoryRegion getMemoryRegion() const;
     std::uint32_t getBytesTotal() const { return m_bytesTotal; }
+    // The whole region behind the image, whatever its shape; empty without one.
+    MemoryRegion getStorage() const { return m_memoryRegion != nullptr ? *m_memoryRegion : MemoryRegion(); }
 
 protected:
     struct MipRecord {

@@ -123,6 +123,7 @@ public:
     char get();
     char peek() const;
     bool isAtEnd() const { return m_offset >= m_size; }
+    bool hasFailed() const { return m_hasFailed; } // something did not match, and was reported
     void skipWhitespace();
     // Takes a byte, and reports when it is not `c`. No white space is skipped.
     void requireCharacter(char c);
@@ -132,11 +133,14 @@ public:
 private:
     friend class Parser;
 
+    bool checkRead(bool condition, const char* text);
+
     const char* m_text = nullptr;
     unsigned m_size = 0;
     unsigned m_offset = 0;
     IAllocator m_allocator = g_mallocAllocator;
     unsigned m_depth = 0;
+    bool m_hasFailed = false;
 };
 
 // A place in a buffer, which it does not own. What does not fit is reported and dropped. The text gets no

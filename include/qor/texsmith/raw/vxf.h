@@ -93,6 +93,8 @@ public:
     // textures and chunks give equal files. The format itself needs no capitals behind the last chunk.
     void zeroPadding();
     bool hasFile() const { return m_header != nullptr; }
+    // Whether readFrom found no fault, or writeTo could lay the file out.
+    bool isWellFormed() const { return m_isWellFormed; }
     int getNumberOfTextures() const;
 
     // None of these checks its index. Regions may run past the end of a truncated file.
@@ -119,6 +121,7 @@ private:
 
     Vxf::Header* m_header = nullptr;
     std::uint8_t* m_end = nullptr; // of the file in memory
+    bool m_isWellFormed = false;
 };
 
 // All null pointers are reported. Operations that run jobs report a null job manager and return its result.

@@ -20,19 +20,22 @@ struct FileTexture {
     Error reportMissing() const;
 };
 
-struct VxfPicture {
+struct VxfTexture {
     VxfManipulator m_file;
-    FileTexture m_texture;
+    FileTexture m_stored;
 };
 
 // Makes the checks and reports of convertFromVxf. False when there is nothing to read.
-bool openVxf(VxfPicture* picture, MemoryRegion* source, const void* destination,
+bool openVxf(VxfTexture* texture, MemoryRegion* source, const void* destination,
              const Configuration* configuration, int index);
-Error readVxf(const VxfPicture& picture, ReallocatableImage* destination, Configuration* configuration);
+// Texels and modifiers. What the file lacks reads as zeros, and gives kErrorFailed after a warning.
+Error readVxf(const VxfTexture& texture, ReallocatableImage* destination, Configuration* configuration);
+// The same into an image of that shape.
+Error readVxf(const VxfTexture& texture, Image* destination, Configuration* configuration);
 // The texels where they lie, as far as the file has them, under identity modifiers.
-std::unique_ptr<TextureElementProvider> providerOf(const VxfPicture& picture);
+std::unique_ptr<TextureElementProvider> providerOf(const VxfTexture& texture);
 // The same with the modifiers of the file. Null when the file lacks texels, or has them in an order that
 // gives no strips.
-std::unique_ptr<TextureElementProvider> viewVxf(const VxfPicture& picture);
+std::unique_ptr<TextureElementProvider> viewVxf(const VxfTexture& texture);
 
 } // namespace qor::Texsmith::Raw

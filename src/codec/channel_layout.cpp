@@ -1,0 +1,86 @@
+#include "codec/channel_layout.h"
+
+#include "qor/texsmith/raw/format.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <new>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+// By alpha, grey and depth.
+constexpr Vex::DataFormat kFormats[2][2][2] = {
+    {{{0x3AC00A}, {0x3AC00C}}, {{0x324001}, {0x324002}}},
+    {{{0xFAC00A}, {0xFAC00C}}, {{0xB24003}, {0xB24005}}},
+};
+
+bool isDeep(Vex::DataFormat format) {
+    if (format.isBlockCompressedFormat()) {
+        return format.getSurfaceFormat() == Vex::kSurfaceFormatBc6;
+    }
+    const auto& bits = getSurfaceFormatInfo(format.getSurfaceFormat()).bitsPerChannel;
+    return format.getTextureChannelType() == Vex::kTextureChannelTypeFloat ||
+           std::any_of(std::begin(bits), std::end(bits), [](unsigned count) { return count > 8; });
+}
+
+bool isGrey(Vex::DataFormat format) {
+    const Vex::TextureChannel x = format.getChannel(0);
+    return x >= Vex::kTextureChannelX && format.getChannel(1) == x && format.getChannel(2) == x;
+}
+
+bool isSrgb(const Image& image) {
+    return image.getDataFormat().getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
+}
+
+} // namespace
+
+Vex::DataFormat formatOf(const ChannelLayout& layout, Vex::TextureChannelType channelType) {
+    const bool isSrgb = channelType == Vex::kTextureChannelTypeSrgb;
+    return kFormats[layout.m_hasAlpha][layout.m_isGrey][layout.m_isDeep].withTextureChannelType(
+        layout.m_isDeep && isSrgb ? Vex::kTextureChannelTypeUNorm : channelType);
+}
+
+ChannelLayout layoutOf(const Image& image) {
+    const Vex::DataFormat format = image.getDataFormat();
+    return {isGrey(format) && image.getModifiers().m_decode.isNop(),
+            format.getChannel(3) >= Vex::kTextureChannelX, isDeep(format)};
+}
+
+std::uint8_t* makeRows(const FileKind& kind, ReallocatableImage* image, unsigned width, unsigned height,
+                       Vex::DataFormat format) {
+    const MemoryRegion rows = allocateFlatImage(kind, image, width, height, format);
+    std::fill(rows.begin, rows.end, std::uint8_t{0});
+    return rows.begin;
+}
+
+Error writeRows(const FileKind& kind, const Image& source, const ChannelLayout& layout,
+                ResizableMemoryRegion* destination, Configuration* configuration, WriteRows write) {
+    const Vex::DataFormat format =
+        formatOf(layout, isSrgb(source) ? Vex::kTextureChannelTypeSrgb : Vex::kTextureChannelTypeUNorm);
+    const auto writeFile = [&](const Image& image, ResizableMemoryRegion* place) {
+        const MemoryRegion elements = firstSurface(image);
+        const unsigned width = image.getPixelsWide(0), height = image.getPixelsTall(0);
+        std::vector<std::uint8_t> file;
+        const Error error =
+            write({elements.begin, elements.length() / height, width, height, layout, isSrgb(image)}, &file);
+        if (error != kErrorNone || !resizeFile(kind, place, file.size())) {
+            return error != kErrorNone ? error : kErrorFailed;
+        }
+        std::memcpy(place->begin, file.data(), file.size());
+        return kErrorNone;
+    };
+    return writeInFormat(kind, source, format, Transforms::kApply, destination, configuration, writeFile);
+}
+
+bool appendBytes(std::vector<std::uint8_t>* file, const std::uint8_t* bytes, std::size_t count) noexcept {
+    try {
+        file->insert(file->end(), bytes, bytes + count);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+} // namespace qor::Texsmith::Raw
