@@ -1,3 +1,4 @@
+// Finds the codec of a type among those of this build.
 #include "codec/codecs.h"
 
 #include <algorithm>

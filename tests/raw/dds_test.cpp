@@ -344,4 +344,32 @@ TEST(Dds, DescriptorsWithoutASurfaceFormatAreNotWritten) {
     EXPECT_EQ(memory.length(), 0u);
 }
 
+// Types that have no column of their own take another type's.
+TEST(Dds, ScaledAndBiasedTypesAreNamedByTheirBits) {
+    const auto back = [](std::uint32_t word) {
+        return getFormatInDds({word}, kDdsVersionDx10, Vex::kTextureChannelTypeUNorm).m_word;
+    };
+    EXPECT_EQ(back(0xFAC20A), 0xFAC40Au); // UScaled as UInt
+    EXPECT_EQ(back(0xFAC30A), 0xFAC50Au); // SScaled as SInt
+    EXPECT_EQ(back(0xFACA0A), 0xFAC00Au); // UBNorm as UNorm
+    EXPECT_EQ(back(0xFAC60A), 0u);        // SNormNoZero
+}
+
+TEST(Dds, AnAssignedImageBorrowsTheTexels) {
+    const ReportRecorder recorder;
+    Configuration configuration;
+    TestImage picture(makeFlat("R8G8B8A8Unorm", 9, 5), 3);
+    AllocatedMemory file;
+    ASSERT_EQ(convertToDds(&picture, &file, 9, &configuration), kErrorNone);
+    for (const unsigned missing : {0u, 7u}) { // in the file, and in memory of the image's own
+        HeapFile heap(bytesOf(file), file.length() - missing);
+        DdsImage image, other;
+        EXPECT_EQ(image.readFrom(heap.region(), Vex::kTextureChannelTypeUNorm) == kErrorNone, missing == 0);
+        other = image;
+        EXPECT_EQ(other.getMemoryRegion().begin, image.getMemoryRegion().begin);
+        EXPECT_EQ(bytesOf(other), bytesOf(image));
+        EXPECT_TRUE(other.hasFile() && !other.hasDx10Header());
+    }
+}
+
 } // namespace

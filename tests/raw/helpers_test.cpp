@@ -200,6 +200,40 @@ TEST(Helpers, OnePassGivesWhatAnImageBetweenGives) {
     EXPECT_TRUE(recorder.empty()) << recorder.texts();
 }
 
+// What lacks texels takes the way through an image, and comes out as far as it goes.
+TEST(Helpers, AFileThatIsCutIsConvertedAsFarAsItGoes) {
+    const ReportRecorder recorder;
+    Configuration configuration;
+    TestImage image(makeFlat("R8G8B8A8Unorm", 37, 21), 5);
+    AllocatedMemory whole, direct, saved;
+    ASSERT_EQ(save(&image, &whole, ".vxf", &configuration), 0);
+    HeapFile cut(bytesOf(whole), whole.length() - 300);
+    MemoryMappedImage loaded;
+    EXPECT_EQ(convertWithResult(cut.region(), ".vxf", &direct, ".tga", &configuration), kErrorFailed);
+    EXPECT_EQ(loadWithResult(&loaded, cut.region(), ".vxf", &configuration, 0), kErrorFailed);
+    ASSERT_EQ(save(&loaded, &saved, ".tga", &configuration), 0);
+    EXPECT_EQ(bytesOf(direct), bytesOf(saved));
+    EXPECT_EQ(recorder.warnings().size(), 2u);
+}
+
+TEST(Helpers, TypesWithoutACodecAreNamed) {
+    const ReportRecorder recorder;
+    Configuration configuration;
+    HeapFile file(Bytes(100));
+    TestImage image(makeFlat("R8G8B8A8Unorm", 4, 4), 5);
+    MemoryMappedImage loaded;
+    AllocatedMemory saved;
+    std::string expected;
+    for (const std::string type : {".GIF", ".ICO", ".TIF", ".JXR", ".WDP", ".EXR"}) {
+        EXPECT_EQ(loadWithResult(&loaded, file.region(), type.c_str(), &configuration, 1), kErrorWicFactory);
+        EXPECT_EQ(saveWithResult(&image, &saved, type.c_str(), &configuration), kErrorWicFactory);
+        const std::string name = type == ".JXR" ? ".WDP" : type; // one codec for both
+        EXPECT_EQ(recorder.warnings().back().m_text,
+                  "There is no codec for files of type '" + name + "' here.");
+    }
+    EXPECT_EQ(recorder.warnings().size(), 12u);
+}
+
 TEST(Helpers, EveryPairOfOwnTypesConverts) {
     const ReportRecorder recorder;
     Configuration configuration;

@@ -254,6 +254,8 @@ TEST(Vxf, TextureNumbersAreChecked) {
     const std::string report = "VXF has only 2 textures, so you can't request texture index ";
     EXPECT_EQ(recorder.texts(), report + "2\n" + report + "-1\n");
     Texture texture;
+    EXPECT_EQ(vxf2Texture(file.region(), &texture, &configuration), kErrorNone);
+    EXPECT_EQ(bytesOf(texture.m_memoryRegion), Bytes(256, 1));
     EXPECT_EQ(vxf2Texture(file.region(), &texture, &configuration, 1), kErrorNone);
     EXPECT_EQ(bytesOf(texture.m_memoryRegion), Bytes(256, 2));
     vxf2Texture(file.region(), &texture, &configuration, 2); // not checked, but kept inside the file

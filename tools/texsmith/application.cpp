@@ -4,9 +4,9 @@
 #include "failure.h"
 #include "replacement_file.h"
 
-#include "platform/platform.h"
 #include "qor/texsmith/raw/normalization_policy.h"
 #include "qor/texsmith/raw/process.h"
+#include "qor/texsmith/version.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -16,8 +16,6 @@
 
 namespace Tool {
 namespace {
-
-namespace Platform = qor::Texsmith::Platform;
 
 struct Command {
     std::string_view m_name;
@@ -86,7 +84,7 @@ void runArguments(Arguments arguments) {
     if (first == "--help" || first == "-h" || first == "help") {
         std::fputs(kUsage, stdout);
     } else if (first == "--version") {
-        std::puts("texsmith " TEXSMITH_VERSION);
+        std::printf("texsmith %s\n", qor::Texsmith::getLibraryVersionText());
     } else {
         runCommand(first, arguments.subspan(1));
     }
@@ -99,7 +97,7 @@ void runArguments(Arguments arguments) {
 class Application : public qor::Texsmith::Raw::UnhandledExceptionAbsorber {
     int doMain(int argc, char** argv) override {
         try {
-            Platform::failWritesWithoutSignals();
+            qor::Texsmith::Raw::failWritesWithoutSignals();
             installReportHandlers();
             // Signed blocks hold -1 to 1, like all other signed texels.
             qor::Texsmith::g_normalizationPolicy = qor::Texsmith::kNormalizationPolicyAsItIs;

@@ -1,3 +1,4 @@
+// texsmith compare: how far two files are apart, by channel and mip.
 #include "commands.h"
 #include "failure.h"
 #include "float_image.h"
@@ -5,7 +6,6 @@
 #include "options.h"
 
 #include "qor/texsmith/raw/comparison.h"
-#include "raw/surfaces/walk.h"
 
 #include <algorithm>
 #include <cmath>
@@ -99,11 +99,9 @@ public:
     }
     LargestDifference largest() const {
         LargestDifference largest;
-        for (Raw::SurfaceWalk walk(m_a.getSurfaceCount(), *m_a.getVexTexture()); !walk.atEnd();
-             walk.advance()) {
-            findLargest(&largest, walk.index(), m_a.getElementRows(&walk.index()),
-                        m_b.getElementRows(&walk.index()));
-        }
+        forEachSurface(m_a, [&](const Raw::SurfaceIndex& index) {
+            findLargest(&largest, index, m_a.getElementRows(&index), m_b.getElementRows(&index));
+        });
         return largest;
     }
     // Of the first surface, scaled to its own largest difference.

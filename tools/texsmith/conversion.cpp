@@ -24,7 +24,7 @@ using namespace qor::Texsmith;
 constexpr Raw::FileType kDds = Raw::makeFileType(".DDS");
 constexpr Raw::FileType kVxf = Raw::makeFileType(".VXF");
 
-using Picture = std::unique_ptr<Raw::MemoryMappedImage>;
+using OwnedImage = std::unique_ptr<Raw::MemoryMappedImage>;
 
 void hint(const std::string& text) { std::fprintf(stderr, "texsmith: hint: %s\n", text.c_str()); }
 
@@ -50,7 +50,7 @@ void checkStep(int error, const char* step) {
     }
 }
 
-Picture withMips(Picture image, Configuration* configuration) {
+OwnedImage withMips(OwnedImage image, Configuration* configuration) {
     auto chain = std::make_unique<Raw::MemoryMappedImage>();
     Raw::reallocateAndAddMips(image.get(), chain.get(), image->getDataFormat());
     chain->setModifiers(image->getModifiers());
@@ -64,7 +64,7 @@ Picture withMips(Picture image, Configuration* configuration) {
     return chain;
 }
 
-Picture inFormat(Picture image, Vex::DataFormat format, Configuration* configuration) {
+OwnedImage inFormat(OwnedImage image, Vex::DataFormat format, Configuration* configuration) {
     if (wastesTransparency(*image, format, configuration)) {
         const bool isSrgb = format.getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
         hint(std::string("an opaque picture loses quality in a format with transparency; pick ") +
@@ -157,8 +157,7 @@ Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
     image = wishes.m_mips ? withMips(std::move(image), configuration) : std::move(image);
     image = wishes.m_format ? inFormat(std::move(image), *wishes.m_format, configuration) : std::move(image);
     return to == kDds ? writeDds(*image, destination, wishes, configuration)
-                      : static_cast<Raw::Error>(
-                            Raw::save(image.get(), destination, destinationName.c_str(), configuration));
+                      : Raw::saveWithResult(image.get(), destination, destinationName.c_str(), configuration);
 }
 
 } // namespace Tool

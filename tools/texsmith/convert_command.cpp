@@ -1,3 +1,4 @@
+// texsmith convert: writes a file as another type, beside the destination first.
 #include "commands.h"
 #include "conversion.h"
 #include "failure.h"
@@ -5,7 +6,6 @@
 #include "paths.h"
 #include "replacement_file.h"
 
-#include "platform/platform.h"
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/helpers.h"
 #include "qor/texsmith/raw/memory_region.h"
@@ -38,12 +38,12 @@ std::string resolveDestination(const std::string& source, const std::string& des
 bool isAlreadyThere(const std::string& source, const std::string& destination) {
     return Raw::getFileTypeFromExtension(source.c_str()) ==
                Raw::getFileTypeFromExtension(destination.c_str()) &&
-           Platform::isSameFile(source.c_str(), destination.c_str());
+           isSameFile(source, destination);
 }
 
 // A link stays and the file behind it is replaced, unless that is the source.
 std::string fileToReplace(const std::string& source, const std::string& destination) {
-    const bool leadsToSource = Platform::isSameFile(source.c_str(), destination.c_str());
+    const bool leadsToSource = isSameFile(source, destination);
     return leadsToSource ? destination : followLinks(destination);
 }
 

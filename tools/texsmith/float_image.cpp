@@ -4,7 +4,8 @@
 
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/helpers.h"
-#include "raw/pertile/reformatpertile.h"
+#include "qor/texsmith/raw/reformat.h"
+#include "qor/texsmith/raw/view.h"
 
 namespace Tool {
 
@@ -34,12 +35,12 @@ void convertToFloats(Raw::MemoryMappedImage* floats, const Raw::MemoryMappedImag
     texture.setMipLevelRange(0, mips - 1);
     texture = Raw::changeDataFormat(texture, format);
     floats->reallocate(&texture);
-    Raw::Error error = Raw::kErrorFailed;
-    if (Raw::ReformatPerTile::canReformat(&image, floats)) {
-        Raw::ReformatPerTile perTile(&image, floats, &configuration);
-        const Raw::PerTileJob job(floats, &perTile, &configuration); // no more mips than these
-        error = configuration.m_jobManager->submitAndStall(&job);
-    }
+    Raw::Error error = Raw::kErrorNone;
+    forEachSurface(*floats, [&](const Raw::SurfaceIndex& index) { // the image may have more mips
+        const Raw::AsSurfaceElementProvider from(&image, &index);
+        Raw::AsSurfaceElementProvider to(floats, &index);
+        error = error == Raw::kErrorNone ? Raw::reformat(&from, &to, &configuration) : error;
+    });
     if (error != Raw::kErrorNone || !firstReport().empty()) {
         throwFileFailure(name, error);
     }

@@ -7,6 +7,23 @@
 
 namespace Tool {
 
+// Calls use(index) for the surfaces of all mips, from the largest mip on.
+template <typename Use> void forEachSurface(const qor::Texsmith::Raw::ElementProvider& image, Use use) {
+    const qor::Texsmith::Raw::SurfaceCount count = image.getSurfaceCount();
+    qor::Texsmith::Raw::SurfaceIndex index;
+    for (index.mip = 0; index.mip < count.mips; ++index.mip) {
+        for (index.arrayEntry = 0; index.arrayEntry < count.arrayEntries; ++index.arrayEntry) {
+            for (index.face = 0; index.face < count.faces; ++index.face) {
+                for (index.depth = 0; index.depth < image.getDepth(index.mip); ++index.depth) {
+                    for (index.fragment = 0; index.fragment < count.fragments; ++index.fragment) {
+                        use(index);
+                    }
+                }
+            }
+        }
+    }
+}
+
 // Loads the first texture of a file. Throws Failure.
 void loadFile(qor::Texsmith::Raw::MemoryMappedImage* image, const std::string& name);
 

@@ -1,3 +1,4 @@
+// texsmith formats: the formats that have a name.
 #include "commands.h"
 #include "failure.h"
 

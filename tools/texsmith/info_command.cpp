@@ -1,3 +1,4 @@
+// texsmith info: what a file holds, as text or as JSON.
 #include "commands.h"
 #include "failure.h"
 #include "file_info.h"

@@ -1,3 +1,4 @@
+// The entry on Windows, whose arguments are wide.
 #include "application.h"
 
 #include "qor/texsmith/raw/process.h"

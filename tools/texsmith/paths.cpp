@@ -29,6 +29,11 @@ std::size_t extensionOffset(std::string_view path) {
     return dot == path.npos || dot < nameOffset(path) ? path.size() : dot;
 }
 
+bool isSameFile(const std::string& a, const std::string& b) {
+    std::error_code error;
+    return fs::equivalent(toPath(a), toPath(b), error);
+}
+
 std::string followLinks(const std::string& path) {
     fs::path file = toPath(path);
     std::error_code error;

@@ -12,6 +12,9 @@ namespace Tool {
 std::size_t nameOffset(std::string_view path);
 std::size_t extensionOffset(std::string_view path);
 
+// Both exist and are one.
+bool isSameFile(const std::string& a, const std::string& b);
+
 // The file that a chain of links ends at, whether it exists or not; `path` itself when it is no link.
 std::string followLinks(const std::string& path);
 

@@ -104,15 +104,15 @@ void Picture::save(const std::string& name) const {
                           Vex::kNumFragments1, false);
     Raw::MemoryMappedImage image;
     image.reallocate(&texture);
-    int error = -1;
+    Raw::Error error = Raw::kErrorFailed;
     ReplacementFile file(name);
     try {
         std::memcpy(image.getMemoryRegion().begin, m_pixels.data(), m_pixels.size());
-        error = Raw::save(&image, file.name().c_str(), &configuration);
+        error = Raw::saveWithResult(&image, file.name().c_str(), &configuration);
     } catch (const Failure&) { // its text is the first report
     }
-    if (error != 0 || !firstReport().empty()) {
-        throwFileFailure(name, static_cast<Raw::Error>(error));
+    if (error != Raw::kErrorNone || !firstReport().empty()) {
+        throwFileFailure(name, error);
     }
     file.takePlace();
 }

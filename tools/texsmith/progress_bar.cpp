@@ -1,6 +1,6 @@
 #include "progress_bar.h"
 
-#include "platform/platform.h"
+#include "qor/texsmith/raw/process.h"
 
 #include <algorithm>
 #include <atomic>
@@ -18,7 +18,7 @@ constexpr std::chrono::milliseconds kInterval(50);
 } // namespace
 
 ProgressBar::ProgressBar(const char* label, unsigned steps) : m_label(label), m_steps(std::max(1u, steps)) {
-    if (qor::Texsmith::Platform::isTerminal(kStandardError)) {
+    if (qor::Texsmith::Raw::isTerminal(kStandardError)) {
         m_watcher = std::thread([this] { watch(); });
     }
 }

@@ -1,28 +1,28 @@
-// A file in the making.
+// The file that a command writes, which takes its destination's place once it is whole.
 #pragma once
+
+#include "qor/texsmith/raw/replacement_file.h"
 
 #include <string>
 
 namespace Tool {
 
-// Stands beside the destination, with the same extension, and takes its place once it is whole; until then
-// what is at the destination stays. At most one at a time.
+// The library's, known by the whole process while it lives. At most one at a time. Failures are thrown.
 class ReplacementFile {
 public:
     explicit ReplacementFile(const std::string& destination);
-    ~ReplacementFile() { removeUnfinished(); }
+    ~ReplacementFile();
     ReplacementFile(const ReplacementFile&) = delete;
     ReplacementFile& operator=(const ReplacementFile&) = delete;
 
-    const std::string& name() const;
-    // Throws Failure when the destination does not let it.
-    void takePlace();
+    std::string name() const { return m_file.getName(); }
+    void takePlace() { m_file.takePlace(); }
 
     // For when a fault has kept the destructor from running.
     static void removeUnfinished();
 
 private:
-    std::string m_destination;
+    qor::Texsmith::Raw::ReplacementFile m_file;
 };
 
 } // namespace Tool

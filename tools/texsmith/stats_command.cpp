@@ -1,3 +1,4 @@
+// texsmith stats: range, mean, constants and histogram of the values in a file.
 #include "commands.h"
 #include "failure.h"
 #include "float_image.h"

@@ -1,3 +1,4 @@
+// texsmith texel: what stands at one place of a file.
 #include "commands.h"
 #include "failure.h"
 #include "options.h"

@@ -44,6 +44,7 @@
 #include "qor/texsmith/raw/reflected_types.h"
 #include "qor/texsmith/raw/reflection.h"
 #include "qor/texsmith/raw/reformat.h"
+#include "qor/texsmith/raw/replacement_file.h"
 #include "qor/texsmith/raw/sha1_hasher.h"
 #include "qor/texsmith/raw/singleton.h"
 #include "qor/texsmith/raw/statistics.h"

@@ -14,12 +14,6 @@ namespace {
 
 using namespace DdsTables;
 
-constexpr std::uint32_t kTypeMask = 0xF00;
-
-Vex::DataFormat withType(std::uint32_t word, Vex::TextureChannelType type) {
-    return {(word & ~kTypeMask) | (std::uint32_t(type) << 8 & kTypeMask)};
-}
-
 // Numbers without a row, which only a descriptor can have, count as the format of no texels.
 const SurfaceFormatInfo& rowOf(Vex::DataFormat format) {
     const unsigned number = format.getSurfaceFormat();
@@ -40,7 +34,7 @@ DdsFormat formatFromFourCc(std::uint32_t fourCcWord, Vex::TextureChannelType cha
     }
     Vex::DataFormat format{row->m_word};
     if (format.getTextureChannelType() == kUNorm) {
-        format = withType(row->m_word, channelType);
+        format = format.withTextureChannelType(channelType);
     }
     return {format, row->m_bytesInFile != 0 ? row->m_bytesInFile : rowOf(format).bytesPerElement};
 }
@@ -122,7 +116,8 @@ DdsFormat formatFromMasks(const Dds::PixelFormat& pixelFormat, Vex::TextureChann
     }
     const bool isLuminance = (pixelFormat.m_flags & Dds::kPixelLuminance) != 0;
     const std::uint32_t selectBits = selectsOf(fields, *info, isLuminance);
-    return {withType(info->surfaceFormat | selectBits << 12, channelType), bytesInFile};
+    const Vex::DataFormat format{info->surfaceFormat | selectBits << 12};
+    return {format.withTextureChannelType(channelType), bytesInFile};
 }
 
 enum Pass { kExactly, kBySurfaceFormat };
@@ -204,7 +199,8 @@ Vex::DataFormat formatFromDxgi(std::uint32_t dxgi, Vex::TextureChannelType chann
         return {0};
     }
     const DxgiRow& row = kFormatOfDxgi[dxgi];
-    return row.m_typing == kCallersType ? withType(row.m_word, channelType) : Vex::DataFormat{row.m_word};
+    const Vex::DataFormat format{row.m_word};
+    return row.m_typing == kCallersType ? format.withTextureChannelType(channelType) : format;
 }
 
 std::uint32_t dxgiFromFormat(Vex::DataFormat format) {

@@ -1,3 +1,4 @@
+// An image whose texels are the bytes of a DDS file.
 #include "qor/texsmith/raw/dds.h"
 
 #include "raw/elementprovider/ddsimage_header.h"

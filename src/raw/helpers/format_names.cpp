@@ -1,3 +1,4 @@
+// The formats that have a name, and how a format is found by its name or by JSON text.
 #include "qor/texsmith/raw/error.h"
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/json.h"

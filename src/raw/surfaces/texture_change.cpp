@@ -73,10 +73,6 @@ bool init(Vex::Texture& texture, const Shape& shape, Vex::DataFormat format) {
     }
 }
 
-Vex::DataFormat withChannelType(Vex::DataFormat format, Vex::TextureChannelType type) {
-    return {(format.m_word & ~0xF00u) | (type & 0xFu) << 8};
-}
-
 } // namespace
 
 Vex::TileMode defaultTileMode(GpuAddress::SurfaceType type, Vex::DataFormat format, unsigned fragments) {
@@ -86,11 +82,11 @@ Vex::TileMode defaultTileMode(GpuAddress::SurfaceType type, Vex::DataFormat form
 }
 
 void Texture::setTextureChannelType(Vex::TextureChannelType type) {
-    setDataFormat(withChannelType(getDataFormat(), type));
+    setDataFormat(getDataFormat().withTextureChannelType(type));
 }
 
 Vex::Texture changeChannelType(Vex::Texture texture, Vex::TextureChannelType type) {
-    texture.setDataFormat(withChannelType(texture.getDataFormat(), type));
+    texture.setDataFormat(texture.getDataFormat().withTextureChannelType(type));
     return texture;
 }
 

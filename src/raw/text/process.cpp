@@ -101,4 +101,8 @@ int main_utf8(int argc, wchar_t** argv, int (*main)(int, char**), IAllocator all
     return main(count, pointers.get());
 }
 
+bool isTerminal(int stream) { return Platform::isTerminal(stream); }
+
+void failWritesWithoutSignals() { Platform::failWritesWithoutSignals(); }
+
 } // namespace qor::Texsmith::Raw

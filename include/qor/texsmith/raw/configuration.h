@@ -102,7 +102,11 @@ private:
     void updateExternalCompressor();
 };
 
-// A plain value: it may be copied by assignment.
+// A plain value: it may be copied by assignment. One that is made without arguments serves for every call:
+// work on all cores, UNorm texels, no transforms.
+//
+// The tile mode of a new texture is no setting of a call: it is part of a descriptor. Readers and
+// changeDataFormat choose one (see image.h); a copy of the descriptor with another one goes to reallocate.
 struct QOR_TEXSMITH_API Configuration {
     unsigned m_version;                           // of this structure, 250; not that of the library
     volatile unsigned* m_abort;                   // a nonzero word stops work; null, as at first: none does

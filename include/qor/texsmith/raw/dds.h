@@ -57,15 +57,24 @@ private:
 QOR_TEXSMITH_API Vex::DataFormat getFormatInDds(Vex::DataFormat format, unsigned version,
                                                 Vex::TextureChannelType channelType);
 
-// Null arguments and a missing job manager are reported. A file that ends early gives kErrorFailed and all
-// that it has. The channel type is m_textureChannelType of the configuration.
+// ---- Conversions
+//
+// Bytes are copied as they lie, by jobs of the configuration's job manager. Null arguments and a null job
+// manager are reported. Every failure is reported and gives kErrorFailed; a header that cannot be read leaves
+// the destination as it was, and a file that ends early gives what it has and zeros for the rest. The channel
+// type of files that leave it open is m_textureChannelType of the configuration. Destination and source may
+// share memory.
 
-// The destination must have the shape and the format of the file (reported otherwise).
+// Reads into a provider of the shape and the format of the file. Another channel type or swizzle is reported
+// and gives kErrorFailed with the bytes copied; another shape is reported, and nothing is written.
 QOR_TEXSMITH_API Error convertFromDds(MemoryRegion* source, ElementProvider* destination,
                                       Configuration* configuration);
-// Sets identity modifiers.
+// Gives the image the shape of the file, in the tile mode of new textures, and identity modifiers.
 QOR_TEXSMITH_API Error convertFromDds(MemoryRegion* source, ReallocatableImage* destination,
                                       Configuration* configuration);
+// Write every mip and face, and every slice, though readers of the header take the first slice of an array.
+// `version` is kDdsVersionDx10, or any other number for the classic header, in which sRGB types and many
+// formats are lost: see getFormatInDds. Modifiers are not kept.
 QOR_TEXSMITH_API Error convertToDds(const ElementProvider* source, ResizableMemoryRegion* destination,
                                     unsigned version, Configuration* configuration);
 QOR_TEXSMITH_API Error convertToDds(const Image* source, ResizableMemoryRegion* destination, unsigned version,

@@ -1,7 +1,10 @@
 // Images: providers whose elements lie in plain, row-ordered memory.
 //
 // Storage order, outermost first: array entries, faces, mips, depth slices, fragments, rows, elements.
-// Surfaces are contiguous and unpadded. The tile mode of the descriptor plays no part. Tiles and blocks may
+// Surfaces are contiguous and unpadded. The tile mode of the descriptor plays no part here: it says how
+// convertToVxf will lay the texels out. Readers of files that name none choose Thick_1dThick for volumes,
+// Thin_2dThin for several fragments, and Thin_1dThin for all else; setTileMode before reallocate chooses
+// another. Tiles and blocks may
 // be written in parallel; reallocate must not run during a job.
 #pragma once
 

@@ -16,8 +16,9 @@ namespace qor::Texsmith::Raw {
 QOR_TEXSMITH_API Error convertFromPng(MemoryRegion* source, ReallocatableImage* destination,
                                       Configuration* configuration);
 // Writes the first surface with 8 bits a channel, or with 16 where the source has more than 8 or floats; grey
-// where X, Y and Z select one channel, and with alpha where W selects one. A source of 8 bits with an sRGB
-// type keeps its bytes, and the file is marked as sRGB.
+// where X, Y and Z select one channel, and with alpha where W selects one; grey with alpha only for L8A8Unorm
+// and L16A16Unorm themselves, and four channels for all other formats of that kind. A source of 8 bits with
+// an sRGB type keeps its bytes, and the file is marked as sRGB.
 QOR_TEXSMITH_API Error convertToPng(const Image* source, ResizableMemoryRegion* destination,
                                     Configuration* configuration);
 

@@ -28,4 +28,11 @@ private:
 // arguments or 128 bytes of text.
 QOR_TEXSMITH_API int main_utf8(int argc, wchar_t** argv, int (*main)(int, char**), IAllocator allocator);
 
+// Whether somebody looks at a standard stream: 1 for the output, 2 for errors.
+QOR_TEXSMITH_API bool isTerminal(int stream);
+
+// From now on a write to a pipe that nobody reads, or beyond the size that a file may have, fails in the
+// whole process, where the system would end the process without a word.
+QOR_TEXSMITH_API void failWritesWithoutSignals();
+
 } // namespace qor::Texsmith::Raw

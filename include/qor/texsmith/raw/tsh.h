@@ -7,8 +7,8 @@
 namespace qor::Texsmith::Raw {
 
 // Reallocates the destination to the descriptor and sets identity modifiers; the texels are whatever that
-// leaves. What the text does not name is zero. A descriptor of an image without bytes gives a warning and
-// kErrorFailed. Null arguments are reported.
+// leaves. What the text does not name is zero. A text that is not whole, and a descriptor of an image without
+// bytes, give a warning and kErrorFailed, and leave the destination alone. Null arguments are reported.
 QOR_TEXSMITH_API Error convertFromTsh(MemoryRegion* source, ReallocatableImage* destination,
                                       Configuration* configuration);
 // Writes the descriptor, without a terminator.

@@ -78,16 +78,19 @@ QOR_TEXSMITH_API void read(VxfChunkTable* table, MemoryRegion region);
 // Writes nothing behind the last chunk. A region that is too small is reported, and nothing is written.
 QOR_TEXSMITH_API void write(const VxfChunkTable* table, MemoryRegion region);
 
-// A view on a file in the caller's memory.
+// A view on a file in the caller's memory, which must outlive it. It owns nothing, and a copy is another
+// view. Several threads may read through one; writeTo must be alone.
 class QOR_TEXSMITH_API VxfManipulator {
 public:
     VxfManipulator() = default;
 
     // Every fault of the file is reported, in the order of the tests. Texel ranges are not looked at: a file
-    // cut short behind its header passes. hasFile() tells whether the header could be taken at all.
+    // cut short behind its header passes. A header with faults is taken all the same where the memory is long
+    // enough: hasFile() tells that, and isWellFormed() that there was no fault.
     void readFrom(MemoryRegion* memoryRegion);
     // Lays out a file for `count` descriptors at `texture` and the chunks now in the table, and writes all
-    // but the texels.
+    // but the texels. Null pointers, more than 255 textures, a file of 4 GiB and more, and a destination that
+    // does not grow are reported, and leave no file.
     void writeTo(ResizableMemoryRegion* destinationMemory, const Vex::Texture* texture, int count);
     // Writes zeros wherever writeTo leaves what the destination held, except to the texels, so that equal
     // textures and chunks give equal files. The format itself needs no capitals behind the last chunk.
@@ -124,13 +127,29 @@ private:
     bool m_isWellFormed = false;
 };
 
-// All null pointers are reported. Operations that run jobs report a null job manager and return its result.
-QOR_TEXSMITH_API Error capture2Vxf(const Texture* source, ResizableMemoryRegion* destination,
-                                   Configuration* configuration);
-QOR_TEXSMITH_API Error capture2ReallocatableImage(const Texture* source, ReallocatableImage* destination,
-                                                  Configuration* configuration);
-// The modifiers of a "MODI" chunk go to the destination; without one it keeps its own. A file that lacks
-// texels gives what it has, zeros for the rest, a warning and kErrorFailed.
+// ---- Conversions
+//
+// Texels lie tiled in a file, in the order of the tile mode that its descriptor names, and go in and out of
+// it in rows or as they are; no texel is ever decoded. Nothing keeps a pointer but where told. A destination
+// may share memory with a source: the work then goes through memory of its own.
+//
+// Null pointers are reported; so is a null job manager where work runs as a job, which is all but join, split
+// and vxf2Texture. A header with any fault is reported and gives kErrorFailed, with the destination as it
+// was. A file that lacks texels gives what it has, zeros for the rest, a warning and kErrorFailed; one whose
+// descriptor claims more than 1 MiB of texels, of which the file has less than a sixteenth, is refused.
+
+// Writes the image as a file of one texture, with its modifiers as a "MODI" chunk. Equal images give equal
+// files, whatever the destination held. The tile mode is the one in the image's descriptor: readers of files
+// that name none choose Thick_1dThick for volumes and Thin_1dThin for all else, and so do
+// setupAsTwoDimensional and changeDataFormat; several fragments take Thin_2dThin. For another one, set it
+// (setTileMode) in a copy of the descriptor, and give that to reallocate before the image is filled.
+QOR_TEXSMITH_API Error convertToVxf(const Image* source, ResizableMemoryRegion* destination,
+                                    Configuration* configuration);
+
+// Read texture `index`, from 0; without an index the first. An index that the file does not have is reported.
+// The modifiers of a "MODI" chunk go to the destination; without one it keeps its own. The first two want an
+// image of the same dimensions and surface format; another one is reported, takes what fits, and gives
+// kErrorFailed. The other two give the image the texture's shape.
 QOR_TEXSMITH_API Error convertFromVxf(MemoryRegion* source, Image* destination, Configuration* configuration);
 QOR_TEXSMITH_API Error convertFromVxf(MemoryRegion* source, Image* destination, Configuration* configuration,
                                       int index);
@@ -138,16 +157,33 @@ QOR_TEXSMITH_API Error convertFromVxf(MemoryRegion* source, ReallocatableImage* 
                                       Configuration* configuration);
 QOR_TEXSMITH_API Error convertFromVxf(MemoryRegion* source, ReallocatableImage* destination,
                                       Configuration* configuration, int index);
-QOR_TEXSMITH_API Error convertToVxf(const Image* source, ResizableMemoryRegion* destination,
-                                    Configuration* configuration);
-// The result points into `source`.
+
+// The descriptor as it stands in the file, with the three words that the file has for itself, and its texels
+// where they lie: the result points into `source`, which must outlive it. The index is compared with what the
+// file can hold and not with its count.
 QOR_TEXSMITH_API Error vxf2Texture(MemoryRegion* source, Texture* destination, Configuration* configuration);
 QOR_TEXSMITH_API Error vxf2Texture(MemoryRegion* source, Texture* destination, Configuration* configuration,
                                    int index);
+
+// The count in the header, whatever else it says; 0 for memory that is too short for one, which is reported.
+// The configuration plays no part and may be null.
 QOR_TEXSMITH_API int vxfGetNumberOfTextures(MemoryRegion* source, Configuration* configuration);
-// A join takes the first texture of each source and no chunks; a split gives every output all chunks.
+
+// A texture that lies tiled in memory, as a file without chunks. Of the surfaces, only those that the
+// descriptor's range of mips and slices names are copied; the bytes of others are what the resize left.
+QOR_TEXSMITH_API Error capture2Vxf(const Texture* source, ResizableMemoryRegion* destination,
+                                   Configuration* configuration);
+// The same as an image in rows.
+QOR_TEXSMITH_API Error capture2ReallocatableImage(const Texture* source, ReallocatableImage* destination,
+                                                  Configuration* configuration);
+
+// Makes one file of the first textures of up to 255; more are reported. Chunks are dropped. The configuration
+// plays no part and may be null.
 QOR_TEXSMITH_API Error vxfJoin(ResizableMemoryRegion* destination, MemoryRegion** sources, int count,
                                Configuration* configuration);
+// Makes a file of each texture, all of them with all the chunks. A `count` of destinations that is not that
+// of the textures is reported; what both have is split, and the result is kErrorFailed. The configuration
+// plays no part and may be null.
 QOR_TEXSMITH_API Error vxfSplit(ResizableMemoryRegion** destinations, int count, MemoryRegion* source,
                                 Configuration* configuration);
 
