@@ -9,7 +9,7 @@ namespace qor::Texsmith::Raw {
 
 inline bool overlap(const MemoryRegion& a, const MemoryRegion& b) {
     const std::less<const void*> isBefore;
-    return isBefore(a.begin, b.end) && isBefore(b.begin, a.end);
+    return a.length() != 0 && b.length() != 0 && isBefore(a.begin, b.end) && isBefore(b.begin, a.end);
 }
 
 // Calls read(region), which returns an Error, with the source itself, or with a copy of it when it shares

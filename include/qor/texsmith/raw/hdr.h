@@ -1,4 +1,4 @@
-// Radiance HDR, by whose pixels of three mantissas and one exponent in bytes light is kept.
+// Radiance HDR: pictures of light, whose pixels are three mantissas and one exponent, a byte each.
 #pragma once
 
 #include "qor/texsmith/export.h"
