@@ -183,9 +183,10 @@ TEST_F(ToolTest, FailedConversionHarmsNothing) {
     writeFile(file("keep.tga"), "precious");
     const std::size_t files = filesInDirectory();
     expectFailure(convert(file("cut.tga"), file("keep.vxf")), "cut.tga: ");
-    expectFailure(convert(file("wrong.tga"), file("keep.vxf")), "wrong.tga: the TGA image type is unknown");
+    expectFailure(convert(file("wrong.tga"), file("keep.vxf")),
+                  "wrong.tga: The TGA file cannot be read: its image type is unknown");
     expectFailure(convert(file("tiny.tga"), file("new.vxf")),
-                  "tiny.tga: the file is too small for a TGA header");
+                  "tiny.tga: The TGA file cannot be read: it is too small for its header");
     expectFailure(convert(file("empty.tga"), file("new.vxf")), "empty.tga: ");
     expectFailure(convert(file("cut.vxf"), file("keep.tga")),
                   "MemoryRegion must be big enough to hold minimal header (48 bytes,) but is only 4 bytes.");
