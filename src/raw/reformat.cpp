@@ -78,7 +78,8 @@ int reformatCached(const ElementProvider* source, ElementProvider* destination, 
     const bool hasPointers = checkReformatPointers(source, destination, configuration, kSourcePath);
     const bool hasState = checkNotNull(state, kSourcePath, "state must not be NULL.");
     const ReformatChecks checks = checkReformatWork(source, destination, configuration, kSourcePath);
-    if (!hasPointers || !hasState || !checks.m_canWork || stateLength < 0 ||
+    const bool hasLength = check(stateLength >= 0, kSourcePath, "stateLength >= 0");
+    if (!hasPointers || !hasState || !checks.m_canWork || !hasLength ||
         !ReformatBlockJob::canReformat(source, destination)) {
         return static_cast<int>(kErrorFailed);
     }

@@ -195,6 +195,9 @@ TEST_F(ReformatCached, EncodesOnlyWhatItHasNotSeen) {
               0);
     m_configuration.m_abort = nullptr;
     EXPECT_EQ(run(state), kRecords); // a run that was cut short is not believed
+    const ReportRecorder recorder;
+    EXPECT_NE(Raw::reformatCached(&m_source, &m_destination, &m_configuration, bytesOf(state), -1), 0);
+    EXPECT_EQ(recorder.texts(), "Assertion 'stateLength >= 0' failed.\n");
 }
 
 // Records lie over what a short state leaves of the header: the next run believes it only where they fit.

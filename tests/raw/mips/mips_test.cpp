@@ -353,9 +353,11 @@ TEST(MipMaps, WithoutMemoryToWorkInReportOnce) {
     configuration.m_allocator.m_allocate = [](void*, unsigned long long, unsigned long long) -> void* {
         return nullptr;
     };
-    ReportRecorder reports;
-    EXPECT_NE(Raw::makeMipMaps(&source, &made, formatNamed("Bc4Unorm"), &configuration), 0);
-    EXPECT_EQ(reports.texts(), "there is no memory to make a mip in.\n");
+    for (const auto mode : {ReportRecorder::kReturn, ReportRecorder::kThrow}) {
+        const ReportRecorder reports(mode);
+        EXPECT_NE(Raw::makeMipMaps(&source, &made, formatNamed("Bc4Unorm"), &configuration), 0);
+        EXPECT_EQ(reports.texts(), "there is no memory to make a mip in.\n");
+    }
 }
 
 TEST(MipMaps, AreSharedOutWhateverTheNumberOfCallbacks) {

@@ -19,8 +19,9 @@ QOR_TEXSMITH_API Error reformat(const ElementProvider* source, ElementProvider* 
 // block that has not changed costs a comparison. The file goes by the `stateLength` bytes at `state`, in
 // which the caller names everything that the result depends on beside the source's texels: the settings, and
 // which texture this is. Nothing deletes these files. Sound for compressed destinations only: of other blocks
-// the file keeps no more than their first texels. Two runs with one state must not overlap. A null state is
-// reported; without a usable file the failure is reported and all blocks are converted. Returns an Error.
+// the file keeps no more than their first texels. Two runs with one state must not overlap. A null state and
+// a negative length are reported and fail the call; without a usable file the failure is reported and all
+// blocks are converted. Returns an Error.
 QOR_TEXSMITH_API int reformatCached(const ElementProvider* source, ElementProvider* destination,
                                     Configuration* configuration, const unsigned char* state,
                                     int stateLength);
