@@ -113,6 +113,8 @@ public:
     static void estimate(const Bc6Planes& planes, Bc6Estimates* estimates) {
         Products products;
         products.fill(planes);
+        estimates->m_squaredWeights =
+            (products.m_sums[kWw] + products.m_sums[kWw + 1]) + products.m_sums[kWw + 2];
         estimateWhole(planes, products, estimates);
         for (unsigned at = 0; at < kBc6Partitions; at += Lanes::kCount) {
             Float sums[2][kProducts];

@@ -67,6 +67,7 @@ private:
         Pair m_mean[3], m_axis[3];
         Float m_place[kBc6Texels];  // along the axis, each found by the texel's own weights
         Float m_weight[kBc6Texels]; // of an error there
+        Pair m_weights, m_weightedPlaces;
 
         explicit Lines(const Entries& entries) {
             Int word = Lanes::loadInts(entries.m_masks);
@@ -97,6 +98,13 @@ private:
                 }
                 m_place[texel] = along / maximum(length, Lanes::splat(0x1p-100f)); // 0 where the axis is
                 m_weight[texel] = length;
+            }
+        }
+
+        void sumPlaces() {
+            for (unsigned texel = 0; texel < kBc6Texels; ++texel) {
+                m_weights.add(m_second[texel], m_weight[texel]);
+                m_weightedPlaces.add(m_second[texel], m_weight[texel] * m_place[texel]);
             }
         }
 
@@ -161,8 +169,8 @@ private:
     // Of the texels' shares of the high end by their nearest indices.
     struct Sums {
         Pair m_error;
-        Pair m_all, m_high, m_highHigh; // of weights, by the shares
-        Pair m_place, m_highPlace;
+        Pair m_high, m_highHigh; // of weights, by the shares
+        Pair m_highPlace;
     };
 
     static Sums sumsFor(const Lines& lines, const Bc6Ramp<Lanes>& ramp, const Extents& extents) {
@@ -180,22 +188,20 @@ private:
             const Float share = ramp.weight(index) * Lanes::splat(1.0f / 64.0f);
             const Float rest = fromLow - share * length.at(second), weighted = weight * share;
             sums.m_error.add(second, weight * (rest * rest));
-            sums.m_all.add(second, weight);
             sums.m_high.add(second, weighted);
             sums.m_highHigh.add(second, weighted * share);
-            sums.m_place.add(second, weight * place);
             sums.m_highPlace.add(second, weighted * place);
         }
         return sums;
     }
 
     // The extents of least error for the indices that the sums are of.
-    static void solve(const Sums& sums, Extents* extents) {
+    static void solve(const Lines& lines, const Sums& sums, Extents* extents) {
         for (unsigned subset = 0; subset < 2; ++subset) {
             const Float high = sums.m_high.m_of[subset], highHigh = sums.m_highHigh.m_of[subset];
-            const Float lowHigh = high - highHigh, lowLow = (sums.m_all.m_of[subset] - high) - lowHigh;
+            const Float lowHigh = high - highHigh, lowLow = (lines.m_weights.m_of[subset] - high) - lowHigh;
             const Float highPlace = sums.m_highPlace.m_of[subset];
-            const Float lowPlace = sums.m_place.m_of[subset] - highPlace;
+            const Float lowPlace = lines.m_weightedPlaces.m_of[subset] - highPlace;
             const Float product = lowLow * highHigh, determinant = product - lowHigh * lowHigh;
             const Int exists = less(product * Lanes::splat(1e-6f), determinant);
             Float& first = extents->m_low.m_of[subset];
@@ -219,7 +225,9 @@ private:
                 best.m_low.m_of[subset] = pick(better, tried.m_low.m_of[subset], best.m_low.m_of[subset]);
                 best.m_high.m_of[subset] = pick(better, tried.m_high.m_of[subset], best.m_high.m_of[subset]);
             }
-            solve(sums, &extents);
+            if (round + 1 < kRounds) {
+                solve(lines, sums, &extents);
+            }
         }
         *error = least.m_of[0] + least.m_of[1];
         return best;
@@ -230,6 +238,7 @@ private:
         lines.findPlaces(planes);
         lines.turnAxes(planes);
         lines.findPlaces(planes);
+        lines.sumPlaces();
         Float along;
         Extents extents = bestExtents(lines, Bc6Ramp<Lanes>(Lanes::loadInts(entries.m_isWhole)), &along);
         store(&fits->m_error[lane], along + lines.errorAcross(planes));

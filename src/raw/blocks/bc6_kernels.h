@@ -41,6 +41,7 @@ struct Bc6Planes {
 struct Bc6Estimates {
     static constexpr unsigned kRoom = 40;
     alignas(32) float m_error[kRoom];
+    float m_squaredWeights; // of all texels and channels
     alignas(32) float m_mean[2][3][kRoom];
     alignas(32) float m_axis[2][3][kRoom];
 };
