@@ -1,3 +1,5 @@
+// The settings of a call: their defaults, and what follows from the texture that is read or written.
+
 #include "qor/texsmith/raw/configuration.h"
 
 #include "qor/texsmith/raw/singleton.h"

@@ -1,3 +1,5 @@
+// The two managers of jobs, on the calling thread and on the pool, and the public functions that run one job.
+
 #include "qor/texsmith/raw/job_manager.h"
 
 #include "platform/platform.h"

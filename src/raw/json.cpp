@@ -1,3 +1,5 @@
+// Reads and writes the text of JSON trees.
+
 #include "qor/texsmith/raw/json.h"
 #include "raw/frame/check.h"
 #include "raw/text/fixed_text.h"

@@ -1,3 +1,5 @@
+// Typed values with names, and their text.
+
 #include "qor/texsmith/raw/property.h"
 
 #include "qor/texsmith/raw/reflected_types.h"

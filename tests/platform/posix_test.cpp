@@ -118,6 +118,22 @@ TEST(GuardedCall, TheEndOfAThreadPassesThrough) {
 
 #endif
 
+// The default handlers let their event source go then. The thread sanitizer sees whether they do it safely.
+TEST(ReportingDeathTest, TheProcessMayEndWhileOthersReport) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto end = [] {
+        Platform::setEventSink([](int, int, const char*) {});
+        std::thread([] {
+            for (;;) {
+                Raw::g_logHandler->report(Raw::LogHandler::kTypeWarning, 0, "%s", "text");
+            }
+        }).detach();
+        Platform::sleepMilliseconds(10);
+        std::exit(7);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(7), "");
+}
+
 char* g_page;
 int g_handled;
 

@@ -165,6 +165,7 @@ TEST(JobManager, AFailedCallbackFailsTheJobAndSkipsTheEpilogue) {
     const TestJob job(8, failing);
     EXPECT_EQ(g_serial.submit(&job), kErrorFailed);
     EXPECT_EQ(g_serial.stall(&job), kErrorNone); // only submit shows it
+    EXPECT_EQ(g_serial.stall(), kErrorNone);
 }
 
 TEST(JobManager, ExceptionsEndAtThePoolAndPassThroughTheSerialManager) {

@@ -1,3 +1,5 @@
+// Files, mappings and whole-file operations by the calls of POSIX.
+
 #include "platform/platform.h"
 
 #include <cerrno>

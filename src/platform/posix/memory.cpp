@@ -1,3 +1,5 @@
+// Pages of memory, and their protection, by mmap.
+
 #include "platform/platform.h"
 
 #include <cerrno>

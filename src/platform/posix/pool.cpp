@@ -1,3 +1,5 @@
+// A pool of threads for the whole process, with a queue of work that is run several times.
+
 #include "platform/platform.h"
 
 #include <algorithm>

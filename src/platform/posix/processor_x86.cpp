@@ -1,3 +1,5 @@
+// Asks an x86 processor which vector instructions it has.
+
 #include "platform/platform.h"
 
 namespace qor::Texsmith::Platform {

@@ -1,3 +1,5 @@
+// Error texts, the system log, clocks and the process, by the calls of POSIX.
+
 #include "platform/platform.h"
 
 #include <atomic>

@@ -1,3 +1,5 @@
+// UTF-8 to wide text and back, where wide characters are code points.
+
 #include "platform/platform.h"
 
 namespace qor::Texsmith::Platform {

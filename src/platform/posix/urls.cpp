@@ -1,3 +1,5 @@
+// URLs where nothing can fetch them: those of local files are unescaped into names.
+
 #include "platform/platform.h"
 
 #include <cerrno>

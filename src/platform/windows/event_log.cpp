@@ -1,3 +1,5 @@
+// The Windows event log.
+
 #include "platform/platform.h"
 #include "platform/windows/text.h"
 #include "platform/windows/win32.h"

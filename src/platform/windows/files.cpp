@@ -1,3 +1,5 @@
+// Whole-file operations by the calls of Windows.
+
 #include "platform/platform.h"
 #include "platform/windows/text.h"
 #include "platform/windows/win32.h"

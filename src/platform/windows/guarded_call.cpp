@@ -1,3 +1,5 @@
+// Absorbs what a function throws and the faults that end it, by a structured exception frame.
+
 #include "platform/platform.h"
 #include "platform/windows/seh_call.h"
 

@@ -1,3 +1,5 @@
+// Files opened for mapping, and their mappings, by the calls of Windows.
+
 #include "platform/platform.h"
 #include "platform/windows/text.h"
 #include "platform/windows/win32.h"

@@ -1,3 +1,5 @@
+// Pages of memory, and their protection, by VirtualAlloc.
+
 #include "platform/platform.h"
 #include "platform/windows/win32.h"
 

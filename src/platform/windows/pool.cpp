@@ -1,3 +1,5 @@
+// The pool of threads: the thread pool of Windows, with the order of effects that jobs rely on.
+
 #include "platform/platform.h"
 #include "platform/windows/win32.h"
 

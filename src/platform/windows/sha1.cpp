@@ -1,3 +1,5 @@
+// SHA-1 by the system's own provider.
+
 #include "platform/platform.h"
 #include "platform/windows/win32.h"
 

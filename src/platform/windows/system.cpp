@@ -1,10 +1,14 @@
+// Error texts, consoles, clocks and the process, by the calls of Windows.
+
 #include "platform/platform.h"
 #include "platform/windows/text.h"
 #include "platform/windows/win32.h"
 
 #include <io.h>
 
+#include <cstdio>
 #include <cstring>
+#include <new>
 
 namespace qor::Texsmith::Platform {
 
@@ -46,10 +50,14 @@ void lastErrorText(char* buffer, std::size_t size) {
         return;
     }
     const DWORD error = GetLastError();
-    std::string text = systemText(error);
-    trimEnd(&text);
-    cut(&text, size - 1);
-    std::memcpy(buffer, text.c_str(), text.size() + 1);
+    try {
+        std::string text = systemText(error);
+        trimEnd(&text);
+        cut(&text, size - 1);
+        std::memcpy(buffer, text.c_str(), text.size() + 1);
+    } catch (const std::bad_alloc&) { // which may be what the report is about
+        std::snprintf(buffer, size, "error %lu", error);
+    }
     SetLastError(error);
 }
 

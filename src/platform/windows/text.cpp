@@ -1,3 +1,5 @@
+// UTF-8 to UTF-16 and back, and file names as the calls of Windows take them.
+
 #include "platform/windows/text.h"
 
 #include "platform/platform.h"

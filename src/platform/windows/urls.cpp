@@ -1,3 +1,5 @@
+// URLs by the system's cache; those of local files are unescaped into names.
+
 #include "platform/platform.h"
 #include "platform/windows/text.h"
 #include "platform/windows/win32.h"

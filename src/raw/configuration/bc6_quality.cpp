@@ -1,3 +1,5 @@
+// The table that turns a quality into settings of the BC6H encoder.
+
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/tools_assert.h"
 

@@ -1,3 +1,5 @@
+// The process-wide choice of how normalised block formats map their range.
+
 #include "qor/texsmith/raw/normalization_policy.h"
 
 namespace qor::Texsmith {

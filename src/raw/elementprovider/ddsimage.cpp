@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -104,6 +105,20 @@ DdsImage& DdsImage::operator=(const DdsImage& other) {
         m_headerDx10 = other.m_headerDx10;
         m_ownMemory = other.m_ownMemory;
         m_texels = other.m_texels;
+        m_memoryRegion = &m_texels;
+    }
+    return *this;
+}
+
+DdsImage::DdsImage(DdsImage&& other) noexcept { *this = std::move(other); }
+
+DdsImage& DdsImage::operator=(DdsImage&& other) noexcept {
+    if (this != &other) {
+        Image::operator=(other);
+        m_header = std::exchange(other.m_header, nullptr);
+        m_headerDx10 = std::exchange(other.m_headerDx10, nullptr);
+        m_ownMemory = std::move(other.m_ownMemory);
+        m_texels = std::exchange(other.m_texels, MemoryRegion());
         m_memoryRegion = &m_texels;
     }
     return *this;

@@ -1,3 +1,5 @@
+// The default handlers of errors and log events, and the callbacks that lead reports to them.
+
 #include "qor/texsmith/raw/error_handler.h"
 
 #include "platform/platform.h"

@@ -1,3 +1,5 @@
+// The process-wide SHA-1 service, on that of the system.
+
 #include "qor/texsmith/raw/sha1_hasher.h"
 
 #include "platform/platform.h"

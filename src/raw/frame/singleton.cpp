@@ -1,3 +1,5 @@
+// The start of a process-wide service: once, whichever thread comes first.
+
 #include "qor/texsmith/raw/singleton.h"
 
 #include "platform/platform.h"

@@ -1,3 +1,5 @@
+// The slots that reports go through, and what stands in them at first: print, or throw.
+
 #include "qor/texsmith/tools_assert.h"
 
 #include "platform/platform.h"

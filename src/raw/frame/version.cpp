@@ -1,3 +1,5 @@
+// The version of the library, from the macros of its header.
+
 #include "qor/texsmith/version.h"
 
 // A macro's value as a string literal.

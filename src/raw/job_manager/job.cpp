@@ -1,3 +1,5 @@
+// Jobs: their counters and shares, the guard of one callback, copies and comparisons as jobs.
+
 #include "platform/platform.h"
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/job_manager.h"

@@ -1,3 +1,5 @@
+// The default allocator: aligned, zeroed blocks of the heap; and the two that clients may replace.
+
 #include "qor/texsmith/raw/allocator.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// A stream of bytes on a memory region, in the shape of the C library's files.
+
 #include "qor/texsmith/raw/file.h"
 
 #include "raw/frame/check.h"

@@ -1,3 +1,5 @@
+// Files mapped into memory, with a report for each step that the system refuses.
+
 #include "platform/platform.h"
 #include "qor/texsmith/raw/memory_region.h"
 #include "raw/frame/check.h"

@@ -1,3 +1,5 @@
+// Regions, copies between them, and the storage that heap blocks and pages give.
+
 #include "qor/texsmith/raw/memory_region.h"
 
 #include "platform/platform.h"

@@ -7,6 +7,7 @@
 
 namespace qor::Texsmith::Raw {
 
+// Whether two regions share bytes. An empty one shares none.
 inline bool overlap(const MemoryRegion& a, const MemoryRegion& b) {
     const std::less<const void*> isBefore;
     return a.length() != 0 && b.length() != 0 && isBefore(a.begin, b.end) && isBefore(b.begin, a.end);

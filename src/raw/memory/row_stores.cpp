@@ -1,3 +1,5 @@
+// Copies of rows, through the caches or past them.
+
 #include "raw/memory/row_stores.h"
 
 #include "simd/dispatch.h"

@@ -1,3 +1,5 @@
+// Stores past the caches with SSE2; plain copies on other machines.
+
 #include "raw/memory/row_stores.h"
 
 #include <algorithm>

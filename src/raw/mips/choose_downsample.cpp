@@ -4,6 +4,7 @@
 #include "raw/frame/shared_word.h"
 #include "raw/mips/downsample_job.h"
 #include "raw/surfaces/extent.h"
+#include "raw/surfaces/tile_rows.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -107,12 +108,8 @@ Error run2d(Path path, const DownsampleSurfaces& surfaces, const Configuration& 
 
 // Rows that lie close together, so that a copy of all bytes writes nothing but texels.
 bool areCopyable(const ElementRows& from, const ElementRows& to, unsigned bytesPerElement) {
-    const auto begin = [](const ElementRows& rows) {
-        return reinterpret_cast<std::uintptr_t>(rows.m_memory);
-    };
-    const auto end = [=](const ElementRows& rows) { return begin(rows) + rows.m_pitch * rows.m_tall; };
-    const bool areApart = end(from) <= begin(to) || end(to) <= begin(from);
-    return begin(from) != 0 && begin(to) != 0 && areApart && from.m_pitch == to.m_pitch &&
+    const bool haveMemory = from.m_memory != nullptr && to.m_memory != nullptr;
+    return haveMemory && !overlap(from, to) && from.m_pitch == to.m_pitch &&
            from.m_pitch == std::size_t{from.m_wide} * bytesPerElement && from.m_tall == to.m_tall;
 }
 

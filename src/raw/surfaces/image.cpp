@@ -2,6 +2,8 @@
 
 #include "raw/frame/check.h"
 
+#include <utility>
+
 namespace qor::Texsmith::Raw {
 namespace {
 
@@ -56,6 +58,18 @@ MemoryMappedImage::MemoryMappedImage() : ReallocatableImage(nullptr) { setStorag
 MemoryMappedImage::MemoryMappedImage(const MemoryMappedImage& other)
     : ReallocatableImage(other), m_mappedMemory(other.m_mappedMemory) {
     setStorage(&m_mappedMemory);
+}
+
+MemoryMappedImage::MemoryMappedImage(MemoryMappedImage&& other) noexcept
+    : ReallocatableImage(other), m_mappedMemory(std::move(other.m_mappedMemory)) {
+    setStorage(&m_mappedMemory);
+}
+
+MemoryMappedImage& MemoryMappedImage::operator=(MemoryMappedImage&& other) noexcept {
+    ReallocatableImage::operator=(other);
+    m_mappedMemory = std::move(other.m_mappedMemory);
+    setStorage(&m_mappedMemory);
+    return *this;
 }
 
 MemoryMappedImage& MemoryMappedImage::operator=(const MemoryMappedImage& other) {

@@ -1,8 +1,7 @@
 #include "raw/surfaces/tile_rows.h"
 
+#include "raw/memory/overlap.h"
 #include "raw/surfaces/extent.h"
-
-#include <cstdint>
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -21,15 +20,16 @@ bool openSide(ElementRows* rows, const ElementProvider& provider, const SurfaceI
     return hasStrips(ElementRows{});
 }
 
-bool overlap(const ElementRows& a, const ElementRows& b) {
-    const auto begin = [](const ElementRows& rows) {
-        return reinterpret_cast<std::uintptr_t>(rows.m_memory);
-    };
-    const auto end = [&](const ElementRows& rows) { return begin(rows) + rows.m_pitch * rows.m_tall; };
-    return a.m_memory != nullptr && b.m_memory != nullptr && begin(a) < end(b) && begin(b) < end(a);
+MemoryRegion regionOf(const ElementRows& rows) {
+    MemoryRegion region;
+    region.begin = rows.m_memory;
+    region.end = rows.m_memory != nullptr ? rows.row(rows.m_tall) : nullptr;
+    return region;
 }
 
 } // namespace
+
+bool overlap(const ElementRows& a, const ElementRows& b) { return overlap(regionOf(a), regionOf(b)); }
 
 OpenSurface openSides(const ElementProvider& source, const ElementProvider& destination,
                       const SurfaceIndex* surfaceIndex) {

@@ -22,6 +22,9 @@ inline ElementRows partOf(const ElementRows& rows, unsigned bytesPerElement, uns
     return {rows.row(y) + std::size_t{x} * bytesPerElement, rows.m_pitch, wide, tall};
 }
 
+// Whether two surfaces in memory share bytes. One without memory shares none.
+bool overlap(const ElementRows& a, const ElementRows& b);
+
 // How to write a surface.
 inline RowStores storesFor(const ElementRows& surface) {
     return storesFor(std::uint64_t{surface.m_pitch} * surface.m_tall);

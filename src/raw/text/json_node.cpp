@@ -1,3 +1,5 @@
+// The nodes of a JSON tree: types, elements, pairs and copies.
+
 #include "qor/texsmith/raw/json.h"
 #include "qor/texsmith/raw/names.h"
 

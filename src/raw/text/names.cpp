@@ -1,3 +1,5 @@
+// Derived file names, comparison without regard to case, and a stop watch.
+
 #include "qor/texsmith/raw/names.h"
 
 #include "platform/platform.h"

@@ -1,3 +1,5 @@
+// The wrappers of a tool's main function.
+
 #include "qor/texsmith/raw/process.h"
 
 #include "platform/platform.h"

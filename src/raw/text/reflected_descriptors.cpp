@@ -1,3 +1,5 @@
+// Converters between JSON and the descriptors of formats, buffers and textures.
+
 #include "qor/texsmith/raw/names.h"
 #include "qor/texsmith/raw/reflected_types.h"
 #include "qor/texsmith/raw/vector_math.h"

@@ -1,3 +1,5 @@
+// Tables of the names that enumerations and numeric structures have in JSON.
+
 #include "qor/texsmith/raw/reflected_types.h"
 
 #include <cstddef>

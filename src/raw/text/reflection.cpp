@@ -1,3 +1,5 @@
+// Converters between JSON and numbers, enumerations, arrays and structures.
+
 #include "qor/texsmith/raw/reflection.h"
 
 #include "qor/texsmith/raw/names.h"

@@ -1,3 +1,5 @@
+// Texts converted for the system or from it, in a local buffer where they fit.
+
 #include "qor/texsmith/raw/text.h"
 
 #include "platform/platform.h"

@@ -174,20 +174,6 @@ TEST_F(Reporting, WindowsErrorHandlerPrintsLogsAndThrows) {
     EXPECT_EQ(g_texts, (Texts{"event 1 c0d78000 " + thrown}));
 }
 
-// As it happens at the end of the process, when static objects go and threads of the pool still report.
-TEST_F(Reporting, AHandlerMayBeDeregisteredWhileOthersReport) {
-    Platform::setEventSink([](int, int, const char*) {});
-    auto* const source = Platform::registerEventSource("test");
-    EXPECT_EQ(Platform::registerEventSource("test") != nullptr, source != nullptr);
-    std::thread reporter([source] {
-        for (int i = 0; i < 1000; ++i) {
-            Platform::reportEvent(source, 1, 2, "text");
-        }
-    });
-    Platform::deregisterEventSource(source);
-    reporter.join();
-}
-
 TEST_F(Reporting, WindowsLogHandlerAssertsErrorsOnly) {
     setAssertCallback(&listCallback);
     setWarningCallback(&Raw::warningCallback);

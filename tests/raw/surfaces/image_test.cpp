@@ -203,4 +203,19 @@ TEST(MemoryMappedImage, CopiesBorrowAndPointAtThemselves) {
     EXPECT_EQ(assigned.getMemoryRegion().begin[0], 1);
 }
 
+// As the elements of a vector that grows and loses its first.
+TEST(MemoryMappedImage, OwnersMayMove) {
+    const Vex::Texture texture = makeFlat("R8Unorm", 100, 3);
+    std::vector<Raw::MemoryMappedImage> images;
+    for (std::uint8_t i = 0; i < 5; ++i) {
+        images.emplace_back();
+        images.back().reallocate(&texture);
+        images.back().getMemoryRegion().begin[299] = i;
+    }
+    images.erase(images.begin());
+    for (std::uint8_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(images[i].getMemoryRegion().begin[299], i + 1);
+    }
+}
+
 } // namespace

@@ -6,11 +6,12 @@
 
 namespace qor::Texsmith::Raw {
 
-// `alignment` is a power of two.
+// The next multiple of `alignment`, a power of two; of T's range, which it must not leave.
 template <typename T> constexpr T roundUp(T value, T alignment) {
     return (value + alignment - 1) & ~(alignment - 1);
 }
 
+// The sum of both must fit.
 constexpr unsigned divideRoundingUp(unsigned value, unsigned divisor) {
     return (value + divisor - 1) / divisor;
 }
@@ -26,7 +27,7 @@ constexpr unsigned log2OfPowerOfTwo(std::uint64_t value) {
     return exponent;
 }
 
-// Product of sizes, or the largest 64-bit number when it does not fit.
+// Product of sizes, or the largest 64-bit number when it does not fit: compare it with a limit before use.
 template <typename... Ts> constexpr std::uint64_t checkedSize(std::uint64_t first, Ts... factors) {
     constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
     std::uint64_t product = first;

@@ -22,7 +22,9 @@ class QOR_TEXSMITH_API DdsImage : public Image {
 public:
     DdsImage() = default; // no file
     DdsImage(const DdsImage& other);
+    DdsImage(DdsImage&& other) noexcept;
     DdsImage& operator=(const DdsImage& other);
+    DdsImage& operator=(DdsImage&& other) noexcept;
 
     // `channelType` is for files that leave it open: typeless formats, masks, and some FourCCs. A file that
     // is not well-formed is reported and leaves the image as it was. One that ends early gives the texels it

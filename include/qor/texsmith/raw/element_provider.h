@@ -42,7 +42,7 @@ public:
     ElementProvider();
     ElementProvider(const ElementProvider&) = default;
     ElementProvider& operator=(const ElementProvider&) = default;
-    virtual ~ElementProvider() noexcept(false) = default;
+    virtual ~ElementProvider() = default;
 
     // `x` and `y` count elements, blocks or tiles, and pixels in getTexel. A null index or buffer is
     // reported; with a null index a get fills its buffer with zeros.

@@ -1,4 +1,13 @@
 // Receivers of errors and log events, and the two callbacks that connect assertions to them.
+//
+//     class Window : public Raw::ErrorHandler {
+//         void doHandle(int code, const char* string) override { ... show it, and throw or return ... }
+//     } window;
+//     Raw::g_errorHandler = &window;
+//     setAssertCallback(&Raw::assertCallback);    // failed checks now come to the window
+//     setWarningCallback(&Raw::warningCallback);  // and warnings to g_logHandler
+//
+// Texts are UTF-8, end in a zero byte, and are valid during the call only.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -10,19 +19,21 @@ namespace qor::Texsmith::Raw {
 
 template <class T> union NeverDestroyed;
 
-// Derive, override doHandle and point g_errorHandler at an object that outlives its use.
-// Must tolerate calls from pool threads.
+// Derive, override doHandle and point g_errorHandler at an object that outlives its use. Calls may come from
+// threads of the pool, several at once. What doHandle throws ends the call that failed, on the pool the
+// callback.
 class QOR_TEXSMITH_API ErrorHandler {
 public:
     virtual ~ErrorHandler() = default;
-    // Formats at most 1023 bytes and calls doHandle.
+    // Formats at most 1023 bytes and calls doHandle. `code` has the values of Error; `format` is that of
+    // printf, and null is reported and taken for an empty text.
     void handle(int code, const char* format, ...) QOR_TEXSMITH_PRINTF(3, 4);
 
 private:
     virtual void doHandle(int code, const char* string) = 0;
 };
 
-// As ErrorHandler, for g_logHandler.
+// As ErrorHandler, for events that end no call: point g_logHandler at it.
 class QOR_TEXSMITH_API LogHandler {
 public:
     enum Type : int { kTypeError = 1, kTypeWarning = 2, kTypeInformation = 4 };
@@ -53,7 +64,8 @@ private:
     std::atomic<void*> m_source{nullptr};
 };
 
-// Puts the text into the event log. A text of type kTypeError also takes the road of toolsAssert.
+// Puts the text into the event log. A text of type kTypeError is also reported
+// through toolsAssert.
 class QOR_TEXSMITH_API WindowsLogHandler : public LogHandler {
 public:
     explicit WindowsLogHandler(const char* sourceName); // UTF-8

@@ -110,7 +110,9 @@ class QOR_TEXSMITH_API MemoryMappedImage : public ReallocatableImage {
 public:
     MemoryMappedImage();
     MemoryMappedImage(const MemoryMappedImage& other);
+    MemoryMappedImage(MemoryMappedImage&& other) noexcept;
     MemoryMappedImage& operator=(const MemoryMappedImage& other);
+    MemoryMappedImage& operator=(MemoryMappedImage&& other) noexcept;
 
 private:
     const std::type_info* doGetRowsClass() const override;

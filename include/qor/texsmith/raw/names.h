@@ -9,6 +9,8 @@ namespace qor::Texsmith::Raw {
 
 // An output name made from an input name. A `filenameToDerive` that begins with a dot is an extension that
 // takes the place of the other name's; anything else is the whole name. At most 1023 bytes.
+// Null names, and an extension where the other name has no dot, are reported; the extension then goes to the
+// end.
 class QOR_TEXSMITH_API DerivedFilename {
 public:
     DerivedFilename(const char* filenameToDerive, const char* filenameToDeriveFrom);
@@ -18,8 +20,8 @@ private:
     char m_text[1024];
 };
 
-// 0 for texts that are equal but for the case of A to Z, whatever the locale. Exactly one null: 0. Two
-// nulls: 1.
+// 0 for texts that are equal but for the case of A to Z, whatever the locale; else the sign of the first
+// difference. Exactly one null: 0. Two nulls: 1. Both are deliberate.
 QOR_TEXSMITH_API int strcmpCaseInsensitive(const char* a, const char* b);
 
 // Measures the time since it was made or reset, by the system's counter that never goes back.

@@ -1,8 +1,13 @@
 // Converters of the library's own vocabulary: the hardware's enumerations under their short names,
 // descriptors, and the small numeric structures.
 //
+//     Json::Node node(g_mallocAllocator);
+//     ReflectedTypes::g_vexTexture.toJson(&node, &texture);       // {"DataFormat" : {...}, "Width" : 256,
+//     ...} node("Width").copyFromNumber(128); ReflectedTypes::g_vexTexture.fromJson(&texture, &node);
+//
 // Descriptors are patched by reading: keys that are absent leave their fields as they were, and keys are
-// taken in the object's own order.
+// taken in the object's own order. Names are compared without regard to case. All objects here are constant
+// and ready before any other code; any thread may use them.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -18,7 +23,7 @@ private:
     unsigned doSize() const override { return 4; }
 };
 
-// Vex::Buffer.
+// Vex::Buffer: DataFormat, NumElements, Stride, ResourceMemoryType.
 class QOR_TEXSMITH_API VexBufferConverter final : public Reflection::Converter {
 private:
     void doFromJson(void* data, Json::Node* node) const override;
@@ -26,7 +31,9 @@ private:
     unsigned doSize() const override { return 16; }
 };
 
-// Vex::Texture.
+// Vex::Texture: DataFormat, Width, Pitch, Height and Depth in pixels (one above the stored fields),
+// ResourceMemoryType, TextureType, NumFragments, TileMode, BaseMipLevel, LastMipLevel, MinLodClamp (the raw
+// field), BaseArraySliceIndex, LastArraySliceIndex.
 class QOR_TEXSMITH_API VexTextureConverter final : public Reflection::Converter {
 private:
     void doFromJson(void* data, Json::Node* node) const override;
