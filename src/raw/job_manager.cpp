@@ -76,14 +76,20 @@ Error JobManager::submit(const Job* job) {
     if (!checkSubmitted(job, job != nullptr ? job->m_state.load() : kJobStateIdle)) {
         return kErrorFailed;
     }
-    // Before the first callback can make it complete.
-    unsigned state = kJobStateIdle;
-    const bool wasIdle = job->m_state.compare_exchange_strong(state, kJobStateRunning);
-    const Error submitted = doSubmit(job);
-    if (submitted != kErrorNone && wasIdle && job->m_nextCallbackId.load() == 0) {
-        job->m_state.store(kJobStateIdle); // a manager that started nothing
-    }
-    return submitted;
+    struct IdleUnlessBegun { // for a manager that fails, or throws, before the first callback
+        const Job& m_job;
+        bool m_wasIdle;
+        Error m_submitted = kErrorFailed;
+        ~IdleUnlessBegun() {
+            if (m_wasIdle && m_submitted != kErrorNone && m_job.m_nextCallbackId.load() == 0) {
+                m_job.m_state.store(kJobStateIdle);
+            }
+        }
+    };
+    unsigned state = kJobStateIdle; // running before the first callback can make it complete
+    IdleUnlessBegun guard{*job, job->m_state.compare_exchange_strong(state, kJobStateRunning)};
+    guard.m_submitted = doSubmit(job);
+    return guard.m_submitted;
 }
 
 Error JobManager::stall(const Job* job) {

@@ -42,7 +42,7 @@ class QOR_TEXSMITH_API NodeList : public AllocatedMemory {
 public:
     explicit NodeList(IAllocator allocator) : AllocatedMemory(allocator) {}
 
-    std::size_t size() const { return m_count; }
+    std::size_t size() const { return m_count < capacity() ? m_count : capacity(); }
     void
     setSize(std::size_t count); // new slots are null; throws std::bad_alloc, and has changed nothing then
     Node*& slot(std::size_t index) { return reinterpret_cast<Node**>(begin)[index]; }
