@@ -8,6 +8,7 @@
 #include "ratio_reporter.h"
 #include "raw/blocks/bc1_group.h"
 #include "raw/blocks/bc1_punch_through.h"
+#include "raw/blocks/bc7_encoder.h"
 #include "raw/blocks/block_encoders.h"
 #include "raw/blocks/block_preparation.h"
 #include "raw/blocks/block_runs.h"
@@ -197,6 +198,23 @@ std::vector<std::uint8_t> encodedPhotographs(const char* format) {
     return blocks;
 }
 
+void addBc7() {
+    struct Row {
+        const char* m_name;
+        Raw::EncoderEffort m_effort;
+    };
+    const Row rows[] = {{"blocks/BC7", Raw::kEncoderEffortNormal},
+                        {"blocks/BC7 fast", Raw::kEncoderEffortFast},
+                        {"blocks/BC7 high", Raw::kEncoderEffortHigh},
+                        {"blocks/BC7 best", Raw::kEncoderEffortBest}};
+    for (const Row& row : rows) {
+        addBoth(row.m_name, "blocks/BC1 peer",
+                [=](const PhotographBlocks& blocks, std::uint8_t* destination) {
+                    Raw::encodeBc7Blocks(destination, blocks.m_texels.data(), blocks.m_count, row.m_effort);
+                });
+    }
+}
+
 // Surfaces of 128 blocks across, whose blocks were encoded before.
 void addDecoder(const std::string& name, const char* format) {
     constexpr unsigned kAcross = 128;
@@ -324,7 +342,7 @@ void addSurface(const std::string& name, const char* format, bool compresses, Ra
 void addSurfaces() {
     static Raw::SerialJobManager s_serial;
     static Raw::ThreadpoolJobManager s_pool;
-    for (const char* format : {"Bc1UnormNoAlpha", "Bc1Unorm", "Bc3Unorm", "Bc5Unorm"}) {
+    for (const char* format : {"Bc1UnormNoAlpha", "Bc1Unorm", "Bc3Unorm", "Bc5Unorm", "Bc7Unorm"}) {
         for (const bool compresses : {true, false}) {
             const std::string name = std::string("blocks/surface ") + (compresses ? "to " : "from ") + format;
             addSurface(name, format, compresses, &s_serial);
@@ -343,6 +361,7 @@ void registerBlockBenchmarks() {
     addBc1();
     addBc3();
     addBc4AndBc5();
+    addBc7();
     addDecoder("blocks/decode BC1", "Bc1UnormNoAlpha");
     addDecoder("blocks/decode BC3", "Bc3Unorm");
     addBc6Encoder();

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -62,6 +63,25 @@ public:
         EXPECT_EQ(kErrorNone, reformat(&stored, &floats, &m_configuration)) << format.m_name;
         add(std::string("to-") + format.m_name, stored.getMemoryRegion());
         add(std::string("from-") + format.m_name, floats.getMemoryRegion());
+    }
+
+    // The blocks of a compressed format at each effort.
+    void addEfforts(const char* name) {
+        constexpr std::pair<const char*, EncoderEffort> kEfforts[] = {{"normal", kEncoderEffortNormal},
+                                                                      {"fast", kEncoderEffortFast},
+                                                                      {"high", kEncoderEffortHigh},
+                                                                      {"best", kEncoderEffortBest}};
+        for (const auto& [effortName, effort] : kEfforts) {
+            Configuration configuration;
+            configuration.m_encoderConfiguration.m_effort = effort;
+            Vex::DataFormat format = {};
+            EXPECT_EQ(0, makeDataFormat(&format, name, &configuration));
+            MappedMemory there;
+            ReallocatableImage stored(&there);
+            reallocate(&stored, &m_image, format);
+            EXPECT_EQ(kErrorNone, reformat(&m_image, &stored, &configuration)) << name;
+            add(std::string("to-") + name + "-" + effortName, stored.getMemoryRegion());
+        }
     }
 
     // The sample as it is, and its rows taken for the slices of a volume.
@@ -124,6 +144,7 @@ Digests computeDigests() {
                 sample.addFormat(format);
             }
         }
+        sample.addEfforts("Bc7Unorm");
         for (unsigned mode = 0; mode < kTileModes; ++mode) {
             sample.addTileMode(static_cast<Vex::TileMode>(mode));
         }

@@ -63,12 +63,16 @@ static_assert(kRunBlocks % kBc7MaxLanes == 0);
 
 void encodeRun(std::uint8_t* destination, const float* texels, std::size_t count, const Bc7Kernels& kernels,
                EncoderEffort effort) {
+    const bool isLong = effort == kEncoderEffortHigh || effort == kEncoderEffortBest;
     Waiting opaque(false), withAlpha(true);
     for (std::size_t i = 0; i < count; ++i) {
         alignas(16) float block[kBlockFloats];
         clampBlock(block, texels + kBlockFloats * i);
         const bool alpha = hasAlpha(block);
-        if (!encodeFewColours(destination + 16 * i, block, alpha)) {
+        // The ends of six bits that pairs of colours with alpha get are not what a longer search would
+        // choose.
+        const unsigned most = alpha && isLong ? 2 : 4;
+        if (!encodeFewColours(destination + 16 * i, block, alpha, most)) {
             (alpha ? withAlpha : opaque).add(block, destination + 16 * i);
         }
     }

@@ -270,6 +270,15 @@ TEST_F(ToolTest, QualityReachesTheEncoderOfHalves) {
     expectFailure(run(start + " a.vxf --quality good"), "--quality is a number from 0 on");
 }
 
+TEST_F(ToolTest, EffortsMakeDifferentBlocks) {
+    const std::string start = "convert --format Bc7Unorm " + quoted(sample("moon.tga"));
+    ASSERT_TRUE(run(start + " normal.dds").m_succeeded);
+    ASSERT_TRUE(run(start + " fast.dds --effort fast").m_succeeded);
+    EXPECT_EQ(readFile(file("normal.dds")).size(), readFile(file("fast.dds")).size());
+    EXPECT_NE(readFile(file("normal.dds")), readFile(file("fast.dds")));
+    expectFailure(run(start + " a.dds --effort quick"), "--effort is fast, normal, high or best");
+}
+
 TEST_F(ToolTest, MipsReachTheFileAndCompareFindsTheChangedTexel) {
     std::string changed = readFile(sample("moon.tga"));
     const unsigned wide =

@@ -30,6 +30,7 @@ constexpr Command kCommands[] = {
 constexpr char kUsage[] =
     "usage: texsmith convert [--resize WxH [--filter box|triangle|cubic|lanczos]] [--mips]\n"
     "                        [--format NAME] [--dds-version 9|10] [--quality N]\n"
+    "                        [--effort fast|normal|high|best]\n"
     "                        SOURCE DESTINATION-OR-EXTENSION\n"
     "       texsmith compare [--heatmap PICTURE] [--fail-psnr DB] A B\n"
     "       texsmith formats\n"
@@ -47,6 +48,7 @@ constexpr char kUsage[] =
     "         that format, such as Bc1UnormNoAlpha, or given as JSON. A DDS file gets the\n"
     "         classic header where that can name the format, unless --dds-version says.\n"
     "         --quality, from 0.3 to 50, is how hard BC6H is searched; 1 without it.\n"
+    "         --effort is how long compressed blocks are searched for.\n"
     "compare  tells how far two files of the same size are apart: errors by channel and\n"
     "         mip, and the largest. Two sRGB files are compared as they are stored, any\n"
     "         other pair as light. --heatmap draws the differences; --fail-psnr fails when\n"

@@ -19,6 +19,7 @@ struct Wishes {
     std::optional<qor::Vex::DataFormat> m_format;
     std::optional<unsigned> m_ddsVersion; // 9 or 10
     std::optional<float> m_quality;       // of BC6H
+    qor::Texsmith::Raw::EncoderEffort m_effort = qor::Texsmith::Raw::kEncoderEffortNormal;
 };
 
 // Throws UsageFailure for a name that no format has, and for formats without texels.

@@ -12,6 +12,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 namespace Tool {
 namespace {
@@ -53,6 +54,7 @@ void convertFile(const std::string& source, const std::string& destination, cons
     if (wishes.m_quality) {
         configuration.m_encoderConfiguration.m_bc6Quality.setFromQuality(*wishes.m_quality);
     }
+    configuration.m_encoderConfiguration.m_effort = wishes.m_effort;
     Raw::Error error = Raw::kErrorFailed;
     const std::string* atWork = &source;
     try {
@@ -78,6 +80,21 @@ float qualityOf(const std::string& text) {
         throw UsageFailure("--quality is a number from 0 on, and not '" + text + "'");
     }
     return value;
+}
+
+Raw::EncoderEffort effortNamed(const std::string& name) {
+    constexpr std::pair<const char*, Raw::EncoderEffort> kEfforts[] = {
+        {"fast", Raw::kEncoderEffortFast},
+        {"normal", Raw::kEncoderEffortNormal},
+        {"high", Raw::kEncoderEffortHigh},
+        {"best", Raw::kEncoderEffortBest},
+    };
+    for (const auto& [known, effort] : kEfforts) {
+        if (name == known) {
+            return effort;
+        }
+    }
+    throw UsageFailure("--effort is fast, normal, high or best, and not '" + name + "'");
 }
 
 Wishes wishesOf(const Options& options) {
@@ -106,6 +123,9 @@ Wishes wishesOf(const Options& options) {
     if (options.has("--quality")) {
         wishes.m_quality = qualityOf(options.value("--quality"));
     }
+    if (options.has("--effort")) {
+        wishes.m_effort = effortNamed(options.value("--effort"));
+    }
     return wishes;
 }
 
@@ -113,7 +133,7 @@ Wishes wishesOf(const Options& options) {
 
 void convertCommand(Arguments arguments) {
     const Options options(arguments, {"--mips"},
-                          {"--format", "--dds-version", "--resize", "--filter", "--quality"});
+                          {"--format", "--dds-version", "--resize", "--filter", "--quality", "--effort"});
     if (options.names().size() != 2) {
         throw UsageFailure("convert takes a source and a destination; see texsmith --help");
     }

@@ -166,9 +166,9 @@ static_assert(kMade.m_pairs[127].m_low == 63 && kMade.m_pairs[127].m_high == 64)
 
 constinit const Bc7SingleColour kBc7SingleColour = kMade;
 
-bool encodeFewColours(std::uint8_t* destination, const float* texels, bool hasAlpha) {
+bool encodeFewColours(std::uint8_t* destination, const float* texels, bool hasAlpha, unsigned most) {
     Colours colours;
-    if (!colours.list(texels)) {
+    if (!colours.list(texels) || colours.m_count > most) {
         return false;
     }
     Bc7Candidate candidate = {};

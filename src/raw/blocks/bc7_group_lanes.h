@@ -1,136 +1,268 @@
-// Blocks of BC7 of more than a few colours, in lanes.
+// Blocks of BC7 of more than a few colours, in lanes: which candidates are made, and which is kept.
 #pragma once
 
+#include "raw/blocks/bc7_estimate_lanes.h"
 #include "raw/blocks/bc7_kernels.h"
-#include "raw/blocks/bc7_partition_lanes.h"
 #include "raw/blocks/bc7_single_lanes.h"
 
 namespace qor::Texsmith::Raw::Bc7Lanes {
 
 inline constexpr float kGoodEnough = 1e-5f;         // for one subset: nothing else is tried
 inline constexpr float kGoodEnoughForTwo = 0.0025f; // three are not tried
-inline constexpr float kNever = 1e30f;
+inline constexpr unsigned kMaxPartitions = 4;
+inline constexpr unsigned kShortPartitions = 16; // of mode 0
+
+// How candidates are made at each effort but the fast one.
+struct Plan {
+    Pursuit m_pursuit;
+    unsigned m_partitions; // of each kind of index, the most promising
+    bool m_triesApart;     // modes 5 and 4 whatever the correlations, and no early end
+    bool m_triesAll;       // these with every channel apart, and three subsets whatever two miss
+};
+inline constexpr Plan kNormalPlan = {{-1, 0}, 1, false, false};
+inline constexpr Plan kHighPlan = {{1, 0}, 1, true, false};
+inline constexpr Plan kBestPlan = {{2, 1}, kMaxPartitions, true, true};
+
+// Blocks that wait until there are enough for the lanes, with what was best for them so far.
+template <typename Lanes> struct WaitingBlocks {
+    alignas(32) float m_blocks[Lanes::kCount][64] = {};
+    alignas(32) float m_scores[Lanes::kCount] = {};
+    Bc7Fields* m_fields[Lanes::kCount];
+    unsigned m_count = 0;
+
+    bool isFull() const { return m_count == Lanes::kCount; }
+    void add(const float* block, float score, Bc7Fields* fields) {
+        for (unsigned i = 0; i < 64; ++i) {
+            m_blocks[m_count][i] = block[i];
+        }
+        m_scores[m_count] = score;
+        m_fields[m_count++] = fields;
+    }
+};
 
 template <typename Lanes, int kChannels> class GroupEncoder {
 public:
+    using Float = typename Lanes::Float;
+    using Int = typename Lanes::Int;
     static constexpr unsigned kCount = Lanes::kCount;
     static constexpr bool kHasAlpha = kChannels == 4;
 
-    // As many blocks as there are lanes, of which the first `used` matter.
-    GroupEncoder(const float* blocks, unsigned used) : m_blocks(blocks, kHasAlpha), m_used(used) {}
+    explicit GroupEncoder(const Plan& plan) : m_plan(plan) {}
 
-    void encode(Bc7Fields* fields) {
-        const Bc7ColourSet<Lanes> whole(m_blocks);
-        alignas(32) float residuals[kCount];
-        const auto together = fitTogether<Lanes, kHasAlpha>(whole, m_candidates[kTogether]);
-        store(residuals, together);
-        if (anyLane(whole.m_isApart)) {
-            const auto apart = fitApart<Lanes>(whole, whole.m_separated, m_candidates[kApart]);
-            store(residuals, select(whole.m_isApart, apart, together));
+    // As many blocks as there are lanes, of which the first `used` matter.
+    void encode(const float* texels, unsigned used, Bc7Fields* fields) {
+        const BlockTexels<Lanes> blocks(texels, kHasAlpha);
+        const Int isOpen = trySingle(blocks);
+        float errors[kCount] = {};
+        tryPairs(blocks, isOpen, used, errors);
+        alignas(32) float scores[kCount]; // m_best is in use again below
+        store(scores, Lanes::loadFloats(m_best.m_scores));
+        const std::uint32_t open = laneBits(isOpen);
+        for (unsigned lane = 0; lane < used; ++lane) {
+            fields[lane] = m_best.fieldsOf(lane);
         }
-        leaveOut(kTogether, whole.m_isApart);
-        leaveOut(kApart, ~whole.m_isApart);
-        m_pairs.findLines(m_blocks);
-        bool wantsTriples = false;
-        for (unsigned lane = 0; lane < m_used; ++lane) {
-            m_isOpen[lane] = residuals[lane] > kGoodEnough;
-            if (m_isOpen[lane]) {
-                m_errors[lane] = searchPairs(lane);
-                wantsTriples |= !kHasAlpha && m_errors[lane] > kGoodEnoughForTwo;
+        for (unsigned lane = 0; lane < used; ++lane) {
+            const bool wantsMore = m_plan.m_triesAll || errors[lane] > kGoodEnoughForTwo;
+            if (!kHasAlpha && (open >> lane & 1) != 0 && wantsMore) {
+                m_waiting.add(texels + 64 * lane, scores[lane], fields + lane);
+                if (m_waiting.isFull()) {
+                    tryTriples();
+                }
             }
         }
-        fitBc7Partition<Lanes, kHasAlpha ? 7 : 3, kChannels>(m_blocks, m_pairs, m_partitions[0],
-                                                             m_candidates[kPair2]);
-        if constexpr (!kHasAlpha) {
-            fitBc7Partition<Lanes, 1, 3>(m_blocks, m_pairs, m_partitions[1], m_candidates[kPair3]);
-            if (wantsTriples) {
-                tryTriples();
-            }
-        }
-        for (unsigned lane = 0; lane < m_used; ++lane) {
-            fields[lane] = m_candidates[selectBc7Candidate(lane, wantsTriples)].fieldsOf(lane);
+    }
+
+    // The blocks that still wait.
+    void finish() {
+        if (m_waiting.m_count != 0) {
+            tryTriples();
         }
     }
 
 private:
-    // In the order in which they are preferred at equal scores.
-    enum Place { kTogether, kApart, kPair2, kPair3, kTriple2, kTriple3, kPlaces };
-
-    BlockTexels<Lanes> m_blocks;
-    unsigned m_used;
-    Candidates<Lanes> m_candidates[kPlaces];
+    const Plan& m_plan;
+    Candidates<Lanes> m_best = {}; // the first of equally good ones
+    Candidates<Lanes> m_candidate = {};
     PartitionLines<Lanes, kChannels, 2> m_pairs;
     PartitionLines<Lanes, 3, 3> m_triples;
-    alignas(32) std::uint32_t m_partitions[3][kCount] = {};
-    bool m_isOpen[kCount] = {};
-    float m_errors[kCount] = {};
+    WaitingBlocks<Lanes> m_waiting;
+    // By rank, for each lane.
+    alignas(32) std::uint32_t m_partitions[2][kMaxPartitions][kCount] = {};
 
-    void leaveOut(Place place, typename Lanes::Int mask) {
-        float* scores = m_candidates[place].m_scores;
-        store(scores, select(mask, Lanes::splat(kNever), Lanes::loadFloats(scores)));
+    static Int everywhere() { return Lanes::splat(0xFFFFFFFFu); }
+    void selectBc7Candidate(Int mask) { m_best.takeBetter(m_candidate, mask); }
+
+    // One subset. Returns for which lanes more is to be tried.
+    Int trySingle(const BlockTexels<Lanes>& blocks) {
+        const Bc7ColourSet<Lanes> whole(blocks);
+        const WholeLine<Lanes> line(whole, WholeLine<Lanes>::allChannels());
+        Float residual = fitTogether<Lanes, kHasAlpha>(blocks, line, m_plan.m_pursuit, m_best);
+        if (m_plan.m_triesAll) {
+            for (unsigned separated = 0; separated < 4; ++separated) {
+                tryApart(ApartBlocks<Lanes>(whole, Lanes::splat(separated)));
+            }
+        } else if (m_plan.m_triesApart) {
+            tryApart(ApartBlocks<Lanes>(whole, whole.m_separated));
+        } else if (anyLane(whole.m_isApart)) {
+            const Float apart = ApartBlocks<Lanes>(whole, whole.m_separated).fit(m_candidate);
+            m_best.take(m_candidate, whole.m_isApart);
+            residual = select(whole.m_isApart, apart, residual);
+        }
+        return m_plan.m_triesApart ? everywhere() : less(Lanes::splat(kGoodEnough), residual);
     }
 
-    float searchPairs(unsigned lane) {
-        const FoundPartition two = m_pairs.template search<2>(lane);
-        m_partitions[0][lane] = two.m_partition;
-        if constexpr (kHasAlpha) {
-            return two.m_error;
-        } else {
-            const FoundPartition three = m_pairs.template search<3>(lane);
-            m_partitions[1][lane] = three.m_partition;
-            return three.m_error < two.m_error ? three.m_error : two.m_error;
+    void tryApart(const ApartBlocks<Lanes>& blocks) {
+        blocks.template refine<5, 2, 2>(m_plan.m_pursuit, m_candidate);
+        selectBc7Candidate(everywhere());
+        blocks.template refine<4, 2, 3>(m_plan.m_pursuit, m_candidate);
+        selectBc7Candidate(everywhere());
+        if (m_plan.m_triesAll) {
+            blocks.template refine<4, 3, 2>(m_plan.m_pursuit, m_candidate);
+            selectBc7Candidate(everywhere());
+        }
+    }
+
+    // `errors` are those of the best line fits, for open lanes.
+    void tryPairs(const BlockTexels<Lanes>& blocks, Int isOpen, unsigned used, float (&errors)[kCount]) {
+        if (!anyLane(isOpen)) {
+            return;
+        }
+        m_pairs.findLines(blocks);
+        const std::uint32_t open = laneBits(isOpen);
+        for (unsigned lane = 0; lane < used; ++lane) {
+            if ((open >> lane & 1) != 0) {
+                errors[lane] = search<2>(m_pairs, lane, m_partitions[0]);
+                if constexpr (!kHasAlpha) {
+                    const float fine = search<3>(m_pairs, lane, m_partitions[1]);
+                    errors[lane] = fine < errors[lane] ? fine : errors[lane];
+                }
+            }
+        }
+        for (unsigned rank = 0; rank < m_plan.m_partitions; ++rank) {
+            tryPartition<kHasAlpha ? 7 : 3>(blocks, m_pairs, m_partitions[0][rank], isOpen);
+        }
+        for (unsigned rank = 0; !kHasAlpha && rank < m_plan.m_partitions; ++rank) {
+            tryPartition<kHasAlpha ? 7 : 1>(blocks, m_pairs, m_partitions[1][rank], isOpen);
         }
     }
 
     void tryTriples() {
-        m_triples.findLines(m_blocks);
-        for (unsigned lane = 0; lane < m_used; ++lane) {
-            if (m_isOpen[lane] && m_errors[lane] > kGoodEnoughForTwo) {
-                m_partitions[2][lane] = m_triples.template search<2>(lane).m_partition;
+        const BlockTexels<Lanes> blocks(m_waiting.m_blocks[0], false);
+        m_triples.findLines(blocks);
+        for (unsigned lane = 0; lane < m_waiting.m_count; ++lane) {
+            search<2>(m_triples, lane, m_partitions[0]);
+        }
+        store(m_best.m_scores, Lanes::loadFloats(m_waiting.m_scores));
+        for (unsigned rank = 0; rank < m_plan.m_partitions; ++rank) {
+            tryPartition<2>(blocks, m_triples, m_partitions[0][rank], everywhere());
+        }
+        if (m_plan.m_triesAll) {
+            searchShort();
+        }
+        for (unsigned rank = 0; rank < m_plan.m_partitions; ++rank) {
+            const auto& partitions = m_partitions[m_plan.m_triesAll ? 1 : 0][rank];
+            const Int isShort = greaterSigned(Lanes::splat(kShortPartitions), Lanes::loadInts(partitions));
+            if (anyLane(isShort)) {
+                tryPartition<0>(blocks, m_triples, partitions, isShort);
             }
         }
-        fitBc7Partition<Lanes, 2, 3>(m_blocks, m_triples, m_partitions[2], m_candidates[kTriple2]);
-        fitBc7Partition<Lanes, 0, 3>(m_blocks, m_triples, m_partitions[2], m_candidates[kTriple3]);
-    }
-
-    bool takesPart(unsigned place, unsigned lane, bool hasTriples) const {
-        switch (place) {
-        case kTogether:
-        case kApart:
-            return true;
-        case kPair2:
-            return m_isOpen[lane];
-        case kPair3:
-            return m_isOpen[lane] && !kHasAlpha;
-        default:
-            return m_isOpen[lane] && hasTriples && m_errors[lane] > kGoodEnoughForTwo &&
-                   (place == kTriple2 || m_partitions[2][lane] < 16);
-        }
-    }
-
-    unsigned selectBc7Candidate(unsigned lane, bool hasTriples) const {
-        unsigned best = kTogether;
-        for (unsigned place = kApart; place < kPlaces; ++place) {
-            if (takesPart(place, lane, hasTriples) &&
-                m_candidates[place].m_scores[lane] < m_candidates[best].m_scores[lane]) {
-                best = place;
+        for (unsigned lane = 0; lane < m_waiting.m_count; ++lane) {
+            if (m_best.m_scores[lane] < m_waiting.m_scores[lane]) {
+                *m_waiting.m_fields[lane] = m_best.fieldsOf(lane);
             }
         }
-        return best;
+        m_waiting.m_count = 0;
+    }
+
+    // For mode 0, which has the first sixteen partitions only, of its own.
+    void searchShort() {
+        for (unsigned lane = 0; lane < m_waiting.m_count; ++lane) {
+            FoundPartition found[kMaxPartitions];
+            m_triples.template searchFirst<3>(lane, kShortPartitions, found, m_plan.m_partitions);
+            note(found, lane, m_partitions[1]);
+        }
+    }
+
+    // Notes the partitions by rank, and returns the error of the first.
+    template <int kBits, typename Lines>
+    float search(const Lines& lines, unsigned lane, std::uint32_t (&partitions)[kMaxPartitions][kCount]) {
+        FoundPartition found[kMaxPartitions];
+        lines.template search<kBits>(lane, found, m_plan.m_partitions);
+        note(found, lane, partitions);
+        return found[0].m_error;
+    }
+
+    void note(const FoundPartition (&found)[kMaxPartitions], unsigned lane,
+              std::uint32_t (&partitions)[kMaxPartitions][kCount]) const {
+        for (unsigned rank = 0; rank < m_plan.m_partitions; ++rank) {
+            partitions[rank][lane] = found[rank].m_partition;
+        }
+    }
+
+    template <int kMode, typename Lines>
+    void tryPartition(const BlockTexels<Lanes>& blocks, const Lines& lines,
+                      const std::uint32_t (&partitions)[kCount], Int mask) {
+        const Int numbers =
+            Lanes::loadInts(partitions) & Lanes::splat((1u << kBc7Modes[kMode].m_partitionBits) - 1);
+        fitBc7Partition<Lanes, kMode>(blocks, numbers, lines.gatherLines(numbers), m_plan.m_pursuit,
+                                      m_candidate);
+        selectBc7Candidate(mask);
     }
 };
 
+// Of two guessed partitions the one whose lines miss less.
 template <typename Lanes, int kChannels>
-void encodeGroups(const float* blocks, unsigned count, Bc7Fields* fields) {
-    for (unsigned i = 0; i < count; i += Lanes::kCount) {
-        const unsigned used = count - i < Lanes::kCount ? count - i : Lanes::kCount;
-        GroupEncoder<Lanes, kChannels>(blocks + 64 * i, used).encode(fields + i);
+void tryEstimated(const BlockTexels<Lanes>& blocks, const typename Lanes::Float (&axis)[4],
+                  Candidates<Lanes>& result) {
+    constexpr Pursuit kOnPalette = {0, 0};
+    const auto partitions = estimatePartitions<Lanes, kChannels>(blocks, axis);
+    auto lines = findLinesOf<Lanes, kChannels>(blocks, partitions.m_first);
+    const auto others = findLinesOf<Lanes, kChannels>(blocks, partitions.m_second);
+    const auto takesOther = less(others.residual(others.m_spreads), lines.residual(lines.m_spreads));
+    lines.take(others, takesOther);
+    fitBc7Partition<Lanes, kChannels == 4 ? 7 : 1>(
+        blocks, select(takesOther, partitions.m_second, partitions.m_first), lines, kOnPalette, result);
+}
+
+// Mode 6, mode 5 or 4, and a guessed partition.
+template <typename Lanes, bool kHasAlpha>
+void encodeFast(const float* texels, unsigned used, Bc7Fields* fields) {
+    constexpr Pursuit kOnce = {-1, 0};
+    const BlockTexels<Lanes> blocks(texels, kHasAlpha);
+    const Bc7ColourSet<Lanes> whole(blocks);
+    const auto all = Lanes::splat(0xFFFFFFFFu);
+    Candidates<Lanes> best = {}, candidate = {};
+    const WholeLine<Lanes> line(whole, WholeLine<Lanes>::allChannels());
+    fitTogether<Lanes, kHasAlpha>(blocks, line, kOnce, best);
+    ApartBlocks<Lanes>(whole, whole.m_separated).fit(candidate);
+    best.takeBetter(candidate, all);
+    tryEstimated<Lanes, kHasAlpha ? 4 : 3>(blocks, line.m_lines.m_axes[0], candidate);
+    best.takeBetter(candidate, all);
+    for (unsigned lane = 0; lane < used; ++lane) {
+        fields[lane] = best.fieldsOf(lane);
     }
 }
 
+template <typename Lanes, bool kHasAlpha>
+void encodeGroups(const float* blocks, unsigned count, EncoderEffort effort, Bc7Fields* fields) {
+    const Plan& plan = effort == kEncoderEffortHigh   ? kHighPlan
+                       : effort == kEncoderEffortBest ? kBestPlan
+                                                      : kNormalPlan;
+    GroupEncoder<Lanes, kHasAlpha ? 4 : 3> encoder(plan);
+    for (unsigned i = 0; i < count; i += Lanes::kCount) {
+        const unsigned used = count - i < Lanes::kCount ? count - i : Lanes::kCount;
+        if (effort == kEncoderEffortFast) {
+            encodeFast<Lanes, kHasAlpha>(blocks + 64 * i, used, fields + i);
+        } else {
+            encoder.encode(blocks + 64 * i, used, fields + i);
+        }
+    }
+    encoder.finish();
+}
+
 template <typename Lanes>
-void encodeAll(const float* blocks, unsigned count, bool hasAlpha, EncoderEffort, Bc7Fields* fields) {
-    hasAlpha ? encodeGroups<Lanes, 4>(blocks, count, fields) : encodeGroups<Lanes, 3>(blocks, count, fields);
+void encodeAll(const float* blocks, unsigned count, bool hasAlpha, EncoderEffort effort, Bc7Fields* fields) {
+    (hasAlpha ? encodeGroups<Lanes, true> : encodeGroups<Lanes, false>)(blocks, count, effort, fields);
 }
 
 } // namespace qor::Texsmith::Raw::Bc7Lanes

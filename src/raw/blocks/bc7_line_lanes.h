@@ -231,6 +231,20 @@ template <typename Lanes, int kChannels, int kSubsets> struct LineSet {
     Float m_counts[kSubsets];  // texels
     Float m_squares;           // of all distances from the means, over all subsets
 
+    // Other lines in the lanes of a mask.
+    void take(const LineSet& other, typename Lanes::Int mask) {
+        for (int subset = 0; subset < kSubsets; ++subset) {
+            for (int channel = 0; channel < kChannels; ++channel) {
+                m_axes[subset][channel] =
+                    select(mask, other.m_axes[subset][channel], m_axes[subset][channel]);
+            }
+            m_offsets[subset] = select(mask, other.m_offsets[subset], m_offsets[subset]);
+            m_spreads[subset] = select(mask, other.m_spreads[subset], m_spreads[subset]);
+            m_counts[subset] = select(mask, other.m_counts[subset], m_counts[subset]);
+        }
+        m_squares = select(mask, other.m_squares, m_squares);
+    }
+
     // What is left of the squares. With m_spreads for gains it is what no span on these lines can better.
     Float residual(const Float (&gains)[kSubsets]) const {
         Float rest = m_squares;

@@ -7,7 +7,7 @@
 // through all of them.
 #pragma once
 
-#include "raw/blocks/bc7_blocks_lanes.h"
+#include "raw/blocks/bc7_refine_lanes.h"
 
 #include <cstring>
 
@@ -17,6 +17,52 @@ struct FoundPartition {
     float m_error;
     unsigned m_partition;
 };
+
+// The line of one subset.
+template <typename Lanes, int kChannels> struct SubsetLine {
+    Axis<Lanes, kChannels> m_axis;
+    typename Lanes::Float m_offset;
+    typename Lanes::Float m_squares;
+};
+
+// Of the sums of its texels, then of their products; `inverse` is one over their number.
+template <typename Lanes, int kChannels>
+inline SubsetLine<Lanes, kChannels>
+lineOf(const typename Lanes::Float (&moments)[kChannels + kTriangle<kChannels>],
+       typename Lanes::Float inverse) {
+    using Float = typename Lanes::Float;
+    SubsetLine<Lanes, kChannels> line;
+    Symmetric<Lanes, kChannels> about;
+    line.m_squares = Lanes::splat(0.0f);
+    unrolled<kChannels>([&](auto row) {
+        constexpr int i = decltype(row)::value;
+        const Float mean = moments[i] * inverse;
+        unrolled<kChannels - i>([&](auto more) {
+            constexpr int j = i + decltype(more)::value, at = triangleAt<kChannels>(i, j);
+            about.m_upper[at] = moments[kChannels + at] - mean * moments[j];
+        });
+        Float& square = about.m_upper[triangleAt<kChannels>(i, i)];
+        square = maximum(square, Lanes::splat(0.0f));
+        line.m_squares = line.m_squares + square;
+    });
+    line.m_axis = findAxis(about);
+    line.m_offset = line.m_axis.m_direction[0] * moments[0];
+    unrolled<kChannels - 1>([&](auto before) {
+        constexpr int i = decltype(before)::value + 1;
+        line.m_offset = line.m_offset + line.m_axis.m_direction[i] * moments[i];
+    });
+    line.m_offset = line.m_offset * inverse;
+    return line;
+}
+
+template <typename Lanes, int kSubsets>
+Membership<Lanes, kSubsets> membershipOf(typename Lanes::Int partitions) {
+    Membership<Lanes, kSubsets> membership;
+    for (int i = 0; i + 1 < kSubsets; ++i) {
+        membership.m_words[i] = Lanes::lookUp(Bc7SubsetsOf<kSubsets>::kTable->m_words[i], partitions);
+    }
+    return membership;
+}
 
 template <typename Lanes, int kChannels, int kSubsets> class PartitionLines {
 public:
@@ -48,41 +94,52 @@ public:
         }
     }
 
-    // With indices of kBits bits, for the block of one lane. Of equal errors the lowest partition. Without
-    // pruning all are fitted, which tests compare with.
-    template <int kBits> FoundPartition search(unsigned lane, bool prunes = true) const {
-        std::uint32_t partitions[kBc7Partitions];
+    // The best `wanted` of all for indices of kBits bits, for the block of one lane, best first; of equal
+    // errors the lowest partition. Without pruning all are fitted, which tests compare with.
+    template <int kBits>
+    void search(unsigned lane, FoundPartition* best, unsigned wanted, bool prunes = true) const {
         constexpr float kAny = 1e30f;
-        FoundPartition best = {kAny, 0};
+        for (unsigned i = 0; i < wanted; ++i) {
+            best[i] = {kAny, 0};
+        }
+        const float& worst = best[wanted - 1].m_error;
         // One of every eight to begin with, the most promising.
+        std::uint32_t partitions[kBc7Partitions];
         for (unsigned i = 0; i < kColumns; ++i) {
             partitions[i] = m_columnKeys[i][lane] & (kBc7Partitions - 1);
         }
         for (unsigned i = 0; i < kColumns; i += kCount) {
-            fit<kBits>(partitions + i, lane, best);
+            fit<kBits>(partitions + i, kCount, lane, best, wanted);
         }
-        unsigned count = listRest(partitions, lane, prunes ? best.m_error : kAny);
+        unsigned count = listRest(partitions, lane, prunes ? worst : kAny);
         for (unsigned i = 0; i < count; i += kCount) {
+            const unsigned used = count - i < kCount ? count - i : kCount;
             std::uint32_t batch[kCount];
             for (unsigned k = 0; k < kCount; ++k) {
-                batch[k] = partitions[i + k < count ? i + k : i] & (kBc7Partitions - 1);
+                batch[k] = partitions[k < used ? i + k : i] & (kBc7Partitions - 1);
             }
-            fit<kBits>(batch, lane, best);
-            count = dropHopeless(partitions, i + kCount, count, prunes ? best.m_error : kAny);
+            fit<kBits>(batch, used, lane, best, wanted);
+            count = dropHopeless(partitions, i + kCount, count, prunes ? worst : kAny);
         }
-        return best;
+    }
+
+    // The same among the first `count` partitions, a multiple of the lanes.
+    template <int kBits>
+    void searchFirst(unsigned lane, unsigned count, FoundPartition* best, unsigned wanted) const {
+        for (unsigned i = 0; i < wanted; ++i) {
+            best[i] = {1e30f, 0};
+        }
+        for (unsigned first = 0; first < count; first += kCount) {
+            std::uint32_t batch[kCount];
+            for (unsigned k = 0; k < kCount; ++k) {
+                batch[k] = first + k;
+            }
+            fit<kBits>(batch, kCount, lane, best, wanted);
+        }
     }
 
     // The lines of one partition in each lane, for the block of that lane.
     Lines gatherLines(Int partitions) const { return gather(partitions, Lanes::laneNumbers()); }
-
-    static Membership<Lanes, kSubsets> membershipOf(Int partitions) {
-        Membership<Lanes, kSubsets> membership;
-        for (int i = 0; i + 1 < kSubsets; ++i) {
-            membership.m_words[i] = Lanes::lookUp(kTable->m_words[i], partitions);
-        }
-        return membership;
-    }
 
 private:
     static constexpr int kMoments = kChannels + kTriangle<kChannels>;
@@ -136,30 +193,16 @@ private:
 
     void storeLine(unsigned partition, unsigned subset, const Float (&moments)[kMoments], Float& squares,
                    Float& spread) {
-        const Float inverse = Lanes::splat(1.0f / kTable->m_counts[subset][partition]);
-        Symmetric<Lanes, kChannels> about;
-        for (int i = 0; i < kChannels; ++i) {
-            const Float mean = moments[i] * inverse;
-            for (int j = i; j < kChannels; ++j) {
-                const int at = triangleAt<kChannels>(i, j);
-                about.m_upper[at] = moments[kChannels + at] - mean * moments[j];
-            }
-            Float& square = about.m_upper[triangleAt<kChannels>(i, i)];
-            square = maximum(square, Lanes::splat(0.0f));
-            squares = squares + square;
-        }
-        const Axis<Lanes, kChannels> axis = findAxis(about);
-        Float offset = axis.m_direction[0] * moments[0];
-        for (int channel = 1; channel < kChannels; ++channel) {
-            offset = offset + axis.m_direction[channel] * moments[channel];
-        }
+        const auto line =
+            lineOf<Lanes, kChannels>(moments, Lanes::splat(1.0f / kTable->m_counts[subset][partition]));
         const unsigned first = subset * kPerSubset;
         for (int channel = 0; channel < kChannels; ++channel) {
-            store(m_fields[first + channel][partition], axis.m_direction[channel]);
+            store(m_fields[first + channel][partition], line.m_axis.m_direction[channel]);
         }
-        store(m_fields[first + kChannels][partition], offset * inverse);
-        store(m_fields[first + kChannels + 1][partition], axis.m_spread);
-        spread = axis.m_spread;
+        store(m_fields[first + kChannels][partition], line.m_offset);
+        store(m_fields[first + kChannels + 1][partition], line.m_axis.m_spread);
+        squares = squares + line.m_squares;
+        spread = line.m_axis.m_spread;
     }
 
     Lines gather(Int partitions, Int lanes) const {
@@ -181,10 +224,11 @@ private:
     }
 
     template <int kBits>
-    void fit(const std::uint32_t* partitions, unsigned lane, FoundPartition& best) const {
+    void fit(const std::uint32_t* partitions, unsigned used, unsigned lane, FoundPartition* best,
+             unsigned wanted) const {
         const Int numbers = Lanes::loadInts(partitions);
         const Lines lines = gather(numbers, Lanes::splat(lane));
-        const auto membership = membershipOf(numbers);
+        const auto membership = membershipOf<Lanes, kSubsets>(numbers);
         const auto* centred = m_blocks->m_centred;
         const auto texels = [=](unsigned i, int channel) {
             return Lanes::splat(reinterpret_cast<const float*>(&centred[i][channel])[lane]);
@@ -197,11 +241,21 @@ private:
         }
         alignas(32) float errors[kCount];
         store(errors, lines.residual(gains));
-        for (unsigned i = 0; i < kCount; ++i) {
-            const bool isLower = partitions[i] < best.m_partition;
-            if (errors[i] < best.m_error || (errors[i] == best.m_error && isLower)) {
-                best = {errors[i], partitions[i]};
+        for (unsigned i = 0; i < used; ++i) {
+            insert({errors[i], partitions[i]}, best, wanted);
+        }
+    }
+
+    static bool isBefore(const FoundPartition& a, const FoundPartition& b) {
+        return a.m_error < b.m_error || (a.m_error == b.m_error && a.m_partition < b.m_partition);
+    }
+    static void insert(const FoundPartition& found, FoundPartition* best, unsigned wanted) {
+        if (isBefore(found, best[wanted - 1])) {
+            unsigned at = wanted - 1;
+            for (; at > 0 && isBefore(found, best[at - 1]); --at) {
+                best[at] = best[at - 1];
             }
+            best[at] = found;
         }
     }
 
@@ -236,16 +290,14 @@ private:
     }
 };
 
-// The candidate of one partition for each lane.
-template <typename Lanes, int kMode, int kChannels>
-inline void fitBc7Partition(const BlockTexels<Lanes>& blocks,
-                            const PartitionLines<Lanes, kChannels, kBc7Modes[kMode].m_subsets>& table,
-                            const std::uint32_t (&partitions)[Lanes::kCount], Candidates<Lanes>& result) {
+// The candidate of one partition for each lane, along its lines.
+template <typename Lanes, int kMode, int kChannels, int kSubsets>
+void fitBc7Partition(const BlockTexels<Lanes>& blocks, typename Lanes::Int partitions,
+                     const LineSet<Lanes, kChannels, kSubsets>& lines, Pursuit pursuit,
+                     Candidates<Lanes>& result) {
     using Float = typename Lanes::Float;
-    constexpr int kSubsets = kBc7Modes[kMode].m_subsets, kBits = kBc7Modes[kMode].m_indexBits;
-    const auto numbers = Lanes::loadInts(partitions);
-    const auto lines = table.gatherLines(numbers);
-    const auto membership = table.membershipOf(numbers);
+    constexpr int kBits = kBc7Modes[kMode].m_indexBits;
+    const auto membership = membershipOf<Lanes, kSubsets>(partitions);
     const auto texels = [&](unsigned i, int channel) { return blocks.m_centred[i][channel]; };
     const auto projection = project<Lanes, kChannels, kSubsets>(texels, membership, lines);
     const auto fit = fitBc7Line<Lanes, kBits, kChannels, kSubsets>(projection, membership, lines);
@@ -266,16 +318,20 @@ inline void fitBc7Partition(const BlockTexels<Lanes>& blocks,
             ends.m_channels[subset][1][channel] = mean + direction * (middle + half);
         }
     }
-    const auto quantised = Quantiser<Lanes, kMode, kChannels == 4>::quantise(ends);
-    result.setEnds(quantised);
-    store(result.m_modes, Lanes::splat(static_cast<std::uint32_t>(kMode)));
-    store(result.m_partitions, numbers);
-    store(result.m_rotations, Lanes::splat(0u));
-    for (unsigned i = 0; i < 16; ++i) {
-        store(result.m_indices[i], indexOf<Lanes, kBits>(fit.m_weights[i]));
+    result.setKind(kMode, partitions, Lanes::splat(0u), 0);
+    if (pursuit.m_rounds < 0) {
+        const auto quantised = Quantiser<Lanes, kMode, kChannels == 4>::quantise(ends);
+        result.setEnds(quantised);
+        result.template setIndices<kBits>(fit.m_weights);
+        store(result.m_scores, scoreOf<Lanes, kSubsets>(quantised, blocks.m_channels, membership,
+                                                        fit.m_weights, 0, kChannels));
+    } else {
+        Refiner<Lanes, kMode, kBits, 0, kChannels, kChannels == 4> refiner(blocks.m_channels, membership);
+        refiner.refine(ends, pursuit);
+        result.setEnds(refiner.m_ends);
+        result.template setIndices<kBits>(refiner.m_weights);
+        store(result.m_scores, refiner.error());
     }
-    store(result.m_scores,
-          scoreOf<Lanes, kSubsets>(quantised, blocks.m_channels, membership, fit.m_weights, 0, 4));
 }
 
 } // namespace qor::Texsmith::Raw::Bc7Lanes

@@ -102,6 +102,15 @@ public:
         setLevels(pBit, result, subset, end);
     }
 
+    // One code to a neighbour, if there is one.
+    static void move(QuantisedEnds<Lanes, kSubsets>& ends, int subset, int end, int channel, float step) {
+        const float top =
+            static_cast<float>((1 << (channel < 3 ? kLayout.m_colourBits : kLayout.m_alphaBits)) - 1);
+        Int& code = ends.m_codes[subset][end][channel];
+        code = truncateToInts(clamped<Lanes>(toFloats(code) + Lanes::splat(step), top));
+        setLevels(ends.m_pBits[subset][end], ends, subset, end);
+    }
+
 private:
     static void setLevels(Int pBit, QuantisedEnds<Lanes, kSubsets>& result, int subset, int end) {
         result.m_pBits[subset][end] = pBit;

@@ -1,13 +1,13 @@
 // Candidates of one subset, in lanes: one line for all channels (mode 6), or one channel apart (5 and 4).
 #pragma once
 
-#include "raw/blocks/bc7_blocks_lanes.h"
+#include "raw/blocks/bc7_refine_lanes.h"
 
 namespace qor::Texsmith::Raw::Bc7Lanes {
 
 // A channel whose squared correlations with the three others sum up to less is encoded apart. The value with
 // the least error on photographs; docs/decisions.md has the figures.
-inline constexpr float kSeparationLimit = 1.25f;
+inline constexpr float kSeparationLimit = 1.75f;
 // Channels that range no further have no part in the axis of a block.
 inline constexpr float kActiveRange = 0.003921569f;
 
@@ -84,15 +84,24 @@ template <typename Lanes> struct WholeLine {
     Membership<Lanes, 1> m_membership;
     Projection<Lanes, 1> m_projection;
 
-    WholeLine(const Bc7ColourSet<Lanes>& whole, const typename Lanes::Int (&isCounted)[4])
-        : m_membership{{Lanes::splat(0u)}} {
+    struct Mask {
+        typename Lanes::Int m_channels[4];
+    };
+
+    static Mask allChannels() {
+        const auto all = Lanes::splat(0xFFFFFFFFu);
+        return {{all, all, all, all}};
+    }
+
+    WholeLine(const Bc7ColourSet<Lanes>& whole, const Mask& counted) : m_membership{{Lanes::splat(0u)}} {
         const auto zero = Lanes::splat(0.0f);
         Symmetric<Lanes, 4> squares;
         m_lines.m_squares = zero;
         for (int i = 0; i < 4; ++i) {
-            m_lines.m_squares = m_lines.m_squares + select(isCounted[i], whole.squaresOf(i), zero);
+            m_lines.m_squares = m_lines.m_squares + select(counted.m_channels[i], whole.squaresOf(i), zero);
             for (int j = i; j < 4; ++j) {
-                const auto mask = isCounted[i] & isCounted[j] & whole.m_isActive[i] & whole.m_isActive[j];
+                const auto mask =
+                    counted.m_channels[i] & counted.m_channels[j] & whole.m_isActive[i] & whole.m_isActive[j];
                 const int at = triangleAt<4>(i, j);
                 squares.m_upper[at] = select(mask, whole.m_squares[at], zero);
             }
@@ -122,28 +131,27 @@ template <typename Lanes> struct WholeLine {
     }
 };
 
-template <typename Lanes, int kBits>
-inline void storeIndices(std::uint32_t (&indices)[16][Lanes::kCount],
-                         const typename Lanes::Float (&weights)[16]) {
-    for (unsigned i = 0; i < 16; ++i) {
-        store(indices[i], indexOf<Lanes, kBits>(weights[i]));
-    }
-}
-
-// Mode 6. Returns what the line misses before its ends are rounded.
+// Mode 6, along the line over all channels. Returns what the line misses before its ends are rounded.
 template <typename Lanes, bool kHasAlpha>
-inline typename Lanes::Float fitTogether(const Bc7ColourSet<Lanes>& whole, Candidates<Lanes>& result) {
-    const auto all = Lanes::splat(0xFFFFFFFFu);
-    const WholeLine<Lanes> line(whole, {all, all, all, all});
+typename Lanes::Float fitTogether(const BlockTexels<Lanes>& blocks, const WholeLine<Lanes>& line,
+                                  Pursuit pursuit, Candidates<Lanes>& result) {
+    const auto none = Lanes::splat(0u);
     const auto fit = fitBc7Line<Lanes, 4, 4, 1>(line.m_projection, line.m_membership, line.m_lines);
-    const auto ends = Quantiser<Lanes, 6, kHasAlpha>::quantise(line.endsOf(whole.m_blocks, fit.m_spans));
-    result.setEnds(ends);
-    store(result.m_modes, Lanes::splat(6u));
-    store(result.m_partitions, Lanes::splat(0u));
-    store(result.m_rotations, Lanes::splat(0u));
-    storeIndices<Lanes, 4>(result.m_indices, fit.m_weights);
-    store(result.m_scores,
-          scoreOf<Lanes, 1>(ends, whole.m_blocks.m_channels, line.m_membership, fit.m_weights, 0, 4));
+    const Ends<Lanes, 1> ends = line.endsOf(blocks, fit.m_spans);
+    result.setKind(6, none, none, 0);
+    if (pursuit.m_rounds < 0) {
+        const auto quantised = Quantiser<Lanes, 6, kHasAlpha>::quantise(ends);
+        result.setEnds(quantised);
+        result.template setIndices<4>(fit.m_weights);
+        store(result.m_scores,
+              scoreOf<Lanes, 1>(quantised, blocks.m_channels, line.m_membership, fit.m_weights, 0, 4));
+    } else {
+        Refiner<Lanes, 6, 4, 0, kHasAlpha ? 4 : 3, kHasAlpha> refiner(blocks.m_channels, line.m_membership);
+        refiner.refine(ends, pursuit);
+        result.setEnds(refiner.m_ends);
+        result.template setIndices<4>(refiner.m_weights);
+        store(result.m_scores, refiner.error());
+    }
     return line.m_lines.residual(fit.m_gains);
 }
 
@@ -163,6 +171,10 @@ template <typename Lanes> struct ScalarLine {
         m_lines.m_spreads[0] = m_lines.m_squares;
         m_projection =
             project<Lanes, 1, 1>([&](unsigned i, int) { return centred[i]; }, m_membership, m_lines);
+    }
+
+    template <int kBits> FittedSpans<Lanes, 1> fit() const {
+        return fitBc7Line<Lanes, kBits, 1, 1>(m_projection, m_membership, m_lines);
     }
 };
 
@@ -196,76 +208,111 @@ private:
     typename Lanes::Int m_isSwapped[3];
 };
 
-// Mode 5, or 4 where the separated channel misses more than half of what the colours miss and so takes
-// indices of three bits. Returns what the lines miss before their ends are rounded.
-template <typename Lanes>
-inline typename Lanes::Float fitApart(const Bc7ColourSet<Lanes>& whole, typename Lanes::Int separated,
-                                      Candidates<Lanes>& result) {
+// Blocks with one channel apart from the colours: two lines.
+template <typename Lanes> class ApartBlocks {
+public:
     using Float = typename Lanes::Float;
     using Int = typename Lanes::Int;
-    const BlockTexels<Lanes>& blocks = whole.m_blocks;
-    const Rotation<Lanes> rotation(separated);
-    Int isCounted[4];
-    for (unsigned channel = 0; channel < 4; ++channel) {
-        isCounted[channel] = ~equal(separated, Lanes::splat(channel));
-    }
-    Float texels[16][4], scalars[16];
-    for (unsigned i = 0; i < 16; ++i) {
-        Float centred[4];
-        for (int channel = 0; channel < 4; ++channel) {
-            texels[i][channel] = blocks.m_channels[i][channel];
-            centred[channel] = blocks.m_centred[i][channel];
-        }
-        rotation.apply(texels[i]);
-        rotation.apply(centred);
-        scalars[i] = centred[3];
-    }
-    const WholeLine<Lanes> line(whole, isCounted);
-    const auto fit = fitBc7Line<Lanes, 2, 4, 1>(line.m_projection, line.m_membership, line.m_lines);
-    const Float colourResidual = line.m_lines.residual(fit.m_gains);
-    const ScalarLine<Lanes> scalar(scalars);
-    const auto coarse = fitBc7Line<Lanes, 2, 1, 1>(scalar.m_projection, scalar.m_membership, scalar.m_lines);
-    const auto fine = fitBc7Line<Lanes, 3, 1, 1>(scalar.m_projection, scalar.m_membership, scalar.m_lines);
-    const Float coarseResidual = scalar.m_lines.residual(coarse.m_gains);
-    const Int isFine = less(colourResidual, coarseResidual + coarseResidual);
 
-    Ends<Lanes, 1> ends = line.endsOf(blocks, fit.m_spans);
-    Float means[4] = {blocks.m_means[0], blocks.m_means[1], blocks.m_means[2], blocks.m_means[3]};
-    rotation.apply(means);
-    for (int end = 0; end < 2; ++end) {
-        rotation.apply(ends.m_channels[0][end]);
+    ApartBlocks(const Bc7ColourSet<Lanes>& whole, Int separated)
+        : m_blocks(whole.m_blocks), m_rotation(separated), m_colours(whole, allBut(separated)),
+          m_scalar(rotate(whole.m_blocks)) {}
+
+    // Mode 5, or 4 where the separated channel misses more than half of what the colours miss and so takes
+    // indices of three bits. Returns what the lines miss before their ends are rounded.
+    Float fit(Candidates<Lanes>& result) const {
+        const auto colours = colourFit<2>();
+        const Float colourResidual = m_colours.m_lines.residual(colours.m_gains);
+        const auto coarse = m_scalar.template fit<2>(), fine = m_scalar.template fit<3>();
+        const Float coarseResidual = m_scalar.m_lines.residual(coarse.m_gains);
+        const Int isFine = less(colourResidual, coarseResidual + coarseResidual);
+        Candidates<Lanes> other = {};
+        set<5, 2, 2>(colours, coarse, result);
+        set<4, 2, 3>(colours, fine, other);
+        result.take(other, isFine);
+        return colourResidual + select(isFine, m_scalar.m_lines.residual(fine.m_gains), coarseResidual);
     }
-    const auto quantised = [&](auto quantiser, const auto& scalarFit) {
-        const auto half = scalarFit.m_spans.m_halves[0];
-        const auto middle = means[3] + scalarFit.m_spans.m_middles[0];
-        ends.m_channels[0][0][3] = middle - half;
-        ends.m_channels[0][1][3] = middle + half;
-        return decltype(quantiser)::quantise(ends);
-    };
-    auto chosen = quantised(Quantiser<Lanes, 5, true>(), coarse);
-    const auto other = quantised(Quantiser<Lanes, 4, true>(), fine);
-    Float weights[16];
-    for (unsigned i = 0; i < 16; ++i) {
-        weights[i] = select(isFine, fine.m_weights[i], coarse.m_weights[i]);
-        store(result.m_scalarIndices[i],
-              select(isFine, indexOf<Lanes, 3>(fine.m_weights[i]), indexOf<Lanes, 2>(coarse.m_weights[i])));
-    }
-    for (int end = 0; end < 2; ++end) {
-        for (int channel = 0; channel < 4; ++channel) {
-            chosen.m_codes[0][end][channel] =
-                select(isFine, other.m_codes[0][end][channel], chosen.m_codes[0][end][channel]);
-            chosen.m_levels[0][end][channel] =
-                select(isFine, other.m_levels[0][end][channel], chosen.m_levels[0][end][channel]);
+
+    // One mode, with so many bits for the indices of the colours and of the channel apart.
+    template <int kMode, int kColourBits, int kScalarBits>
+    void refine(Pursuit pursuit, Candidates<Lanes>& result) const {
+        const auto ends =
+            endsOf(colourFit<kColourBits>().m_spans, m_scalar.template fit<kScalarBits>().m_spans);
+        Refiner<Lanes, kMode, kColourBits, 0, 3, true> colours(m_texels, m_colours.m_membership);
+        Refiner<Lanes, kMode, kScalarBits, 3, 4, true> scalar(m_texels, m_colours.m_membership);
+        colours.refine(ends, pursuit);
+        scalar.refine(ends, pursuit);
+        for (int end = 0; end < 2; ++end) {
+            colours.m_ends.m_codes[0][end][3] = scalar.m_ends.m_codes[0][end][3];
         }
+        result.setKind(kMode, Lanes::splat(0u), m_rotation.code(), kColourBits > kScalarBits ? 1 : 0);
+        result.setEnds(colours.m_ends);
+        result.template setIndices<kColourBits>(colours.m_weights);
+        result.template setScalarIndices<kScalarBits>(scalar.m_weights);
+        store(result.m_scores, colours.error() + scalar.error());
     }
-    result.setEnds(chosen);
-    store(result.m_modes, select(isFine, Lanes::splat(4u), Lanes::splat(5u)));
-    store(result.m_partitions, Lanes::splat(0u));
-    store(result.m_rotations, rotation.code());
-    storeIndices<Lanes, 2>(result.m_indices, fit.m_weights);
-    store(result.m_scores, scoreOf<Lanes, 1>(chosen, texels, line.m_membership, fit.m_weights, 0, 3) +
-                               scoreOf<Lanes, 1>(chosen, texels, line.m_membership, weights, 3, 4));
-    return colourResidual + select(isFine, scalar.m_lines.residual(fine.m_gains), coarseResidual);
-}
+
+private:
+    const BlockTexels<Lanes>& m_blocks;
+    Rotation<Lanes> m_rotation;
+    WholeLine<Lanes> m_colours;
+    Float m_texels[16][4]; // rotated
+    Float m_scalars[16];   // centred
+    ScalarLine<Lanes> m_scalar;
+
+    static typename WholeLine<Lanes>::Mask allBut(Int separated) {
+        typename WholeLine<Lanes>::Mask mask;
+        for (unsigned channel = 0; channel < 4; ++channel) {
+            mask.m_channels[channel] = ~equal(separated, Lanes::splat(channel));
+        }
+        return mask;
+    }
+
+    const Float (&rotate(const BlockTexels<Lanes>& blocks))[16] {
+        for (unsigned i = 0; i < 16; ++i) {
+            Float centred[4];
+            for (int channel = 0; channel < 4; ++channel) {
+                m_texels[i][channel] = blocks.m_channels[i][channel];
+                centred[channel] = blocks.m_centred[i][channel];
+            }
+            m_rotation.apply(m_texels[i]);
+            m_rotation.apply(centred);
+            m_scalars[i] = centred[3];
+        }
+        return m_scalars;
+    }
+
+    template <int kBits> FittedSpans<Lanes, 1> colourFit() const {
+        return fitBc7Line<Lanes, kBits, 4, 1>(m_colours.m_projection, m_colours.m_membership,
+                                              m_colours.m_lines);
+    }
+
+    Ends<Lanes, 1> endsOf(const Spans<Lanes, 1>& colours, const Spans<Lanes, 1>& scalar) const {
+        Ends<Lanes, 1> ends = m_colours.endsOf(m_blocks, colours);
+        Float means[4] = {m_blocks.m_means[0], m_blocks.m_means[1], m_blocks.m_means[2], m_blocks.m_means[3]};
+        m_rotation.apply(means);
+        for (int end = 0; end < 2; ++end) {
+            m_rotation.apply(ends.m_channels[0][end]);
+        }
+        const Float middle = means[3] + scalar.m_middles[0];
+        ends.m_channels[0][0][3] = middle - scalar.m_halves[0];
+        ends.m_channels[0][1][3] = middle + scalar.m_halves[0];
+        return ends;
+    }
+
+    template <int kMode, int kColourBits, int kScalarBits>
+    void set(const FittedSpans<Lanes, 1>& colours, const FittedSpans<Lanes, 1>& scalar,
+             Candidates<Lanes>& result) const {
+        const auto quantised =
+            Quantiser<Lanes, kMode, true>::quantise(endsOf(colours.m_spans, scalar.m_spans));
+        result.setKind(kMode, Lanes::splat(0u), m_rotation.code(), 0);
+        result.setEnds(quantised);
+        result.template setIndices<kColourBits>(colours.m_weights);
+        result.template setScalarIndices<kScalarBits>(scalar.m_weights);
+        const auto& all = m_colours.m_membership;
+        store(result.m_scores, scoreOf<Lanes, 1>(quantised, m_texels, all, colours.m_weights, 0, 3) +
+                                   scoreOf<Lanes, 1>(quantised, m_texels, all, scalar.m_weights, 3, 4));
+    }
+};
 
 } // namespace qor::Texsmith::Raw::Bc7Lanes

@@ -6,6 +6,7 @@
 #include "raw/blocks/bc7_writers.h"
 #include "raw/blocks/block_encoders.h"
 #include "raw/texels/srgb.h"
+#include "simd/dispatch.h"
 #include "simd/lanes4.h"
 #include "support/bptc_oracle.h"
 #include "support/report_recorder.h"
@@ -198,6 +199,29 @@ TEST(Bc7Encoder, AlphaDecidesTheModes) {
     EXPECT_EQ((std::set<unsigned>{4, 5, 6, 7}), alphaModes);
 }
 
+// Blocks share lanes with whatever stands beside them, and more than 64 are done in several goes.
+TEST(Bc7Encoder, RunsOfAnyLengthAndWidthGiveTheBytesOfSingleBlocks) {
+    constexpr unsigned kBlocks = 75;
+    Random random(4);
+    std::vector<ColorRGBA32F> texels;
+    for (unsigned i = 0; i < kBlocks; ++i) {
+        const auto block = randomPixels(random, i % 3 != 0).floats();
+        texels.insert(texels.end(), block.begin(), block.end());
+    }
+    for (unsigned effort = 0; effort < 4; ++effort) {
+        std::vector<std::uint8_t> single(16 * kBlocks), run(16 * kBlocks);
+        for (unsigned i = 0; i < kBlocks; ++i) {
+            encodeBc7Blocks(&single[16 * i], &texels[16 * i], 1, EncoderEffort(effort));
+        }
+        for (const bool wide : {true, false}) {
+            Simd::allowAvx2(wide);
+            encodeBc7Blocks(run.data(), texels.data(), kBlocks, EncoderEffort(effort));
+            EXPECT_EQ(single, run) << effort << wide;
+        }
+        Simd::allowAvx2(true);
+    }
+}
+
 // Ends that are exchanged, with indices counted from the other side, are the same block: whatever stands at
 // the anchors, packing must come out alike, and the texels of the first and last index are the ends.
 template <int kMode> void checkWriter() {
@@ -291,10 +315,16 @@ template <int kChannels, int kSubsets, int kBits> void checkSearch(unsigned bloc
         Bc7Lanes::PartitionLines<Lanes, kChannels, kSubsets> lines;
         lines.findLines(inLanes);
         for (unsigned lane = 0; lane < Lanes::kCount; ++lane) {
-            const auto pruned = lines.template search<kBits>(lane);
-            const auto full = lines.template search<kBits>(lane, false);
-            ASSERT_EQ(full.m_partition, pruned.m_partition) << i;
-            ASSERT_EQ(full.m_error, pruned.m_error) << i;
+            constexpr unsigned kWanted = 3;
+            Bc7Lanes::FoundPartition pruned[kWanted], full[kWanted], first;
+            lines.template search<kBits>(lane, pruned, kWanted);
+            lines.template search<kBits>(lane, full, kWanted, false);
+            lines.template search<kBits>(lane, &first, 1);
+            for (unsigned rank = 0; rank < kWanted; ++rank) {
+                ASSERT_EQ(full[rank].m_partition, pruned[rank].m_partition) << i;
+                ASSERT_EQ(full[rank].m_error, pruned[rank].m_error) << i;
+            }
+            ASSERT_EQ(full[0].m_partition, first.m_partition) << i;
         }
     }
 }
