@@ -254,6 +254,14 @@ TEST(BlockEncoders, Bc4KeepsConstantAndTwoValuedBlocks) {
         encodeBc4Channel(bytes, greys(values).data(), 0, false);
         ASSERT_LE(errorOf(bytes, greys(values), false), 1e-8) << pair;
     }
+    g_normalizationPolicy = kNormalizationPolicyAsItIs;
+    for (int value = -8128; value <= 8128; value += 64) {
+        const Texels block = greys(std::vector<float>(16, float(value) / 8128));
+        std::uint8_t bytes[8];
+        encodeBc4Channel(bytes, block.data(), 0, true);
+        EXPECT_LE(errorOf(bytes, block, true), 1e-8) << value;
+    }
+    g_normalizationPolicy = kNormalizationPolicyUnit;
 }
 
 // What is out of range, and not a number, counts as the end of the range; under policy 0 the range is 0..1.
