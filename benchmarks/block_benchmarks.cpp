@@ -208,10 +208,12 @@ void addBc7() {
                         {"blocks/BC7 high", Raw::kEncoderEffortHigh},
                         {"blocks/BC7 best", Raw::kEncoderEffortBest}};
     for (const Row& row : rows) {
-        addBoth(row.m_name, "blocks/BC1 peer",
-                [=](const PhotographBlocks& blocks, std::uint8_t* destination) {
-                    Raw::encodeBc7Blocks(destination, blocks.m_texels.data(), blocks.m_count, row.m_effort);
-                });
+        addBoth(
+            row.m_name, "blocks/BC1 peer",
+            [=](const PhotographBlocks& blocks, std::uint8_t* destination) {
+                Raw::encodeBc7Blocks(destination, blocks.m_texels.data(), blocks.m_count, row.m_effort);
+            },
+            fewPhotographs);
     }
 }
 
