@@ -21,7 +21,6 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr Vex::DataFormat kR8{0x204001};
-constexpr Vex::DataFormat kR8G8B8A8{0xFAC00A};
 
 std::mt19937 g_random(20240607);
 

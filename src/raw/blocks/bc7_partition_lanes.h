@@ -273,7 +273,8 @@ private:
         for (unsigned partition = 0; partition < kBc7Partitions; ++partition) {
             const std::uint32_t key = m_keys[partition][lane];
             keys[count] = key;
-            count += (key <= limit) & (key != m_columnKeys[partition % kColumns][lane]) ? 1u : 0u;
+            const bool counts = (key <= limit) & (key != m_columnKeys[partition % kColumns][lane]);
+            count += counts ? 1u : 0u;
         }
         return count;
     }

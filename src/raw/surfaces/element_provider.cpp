@@ -113,7 +113,8 @@ Error copy(const ElementProvider* destination, const ElementProvider* source, Co
     if (!hasDestination || !hasSource) {
         return kErrorFailed;
     }
-    if (!dimensionsAndFormatAreIdentical(destination, source)) {
+    const bool fits = dimensionsAndFormatAreIdentical(destination, source);
+    if (!fits) {
         toolsAssert(kSourcePath, __LINE__,
                     "destination and source must have the same dimensions and format.");
     }
@@ -122,7 +123,8 @@ Error copy(const ElementProvider* destination, const ElementProvider* source, Co
     }
     CopyPerTile copyPerTile(destination, source);
     PerTileJob job(source, &copyPerTile, configuration);
-    return configuration->m_jobManager->submitAndStall(&job);
+    const Error error = configuration->m_jobManager->submitAndStall(&job);
+    return fits ? error : kErrorFailed;
 }
 
 } // namespace qor::Texsmith::Raw

@@ -10,7 +10,8 @@
 namespace qor::Texsmith::Raw {
 
 // The tile mode that a mode becomes when its surface only gets `newArrayMode`. On failure `result` is
-// untouched.
+// untouched. A depth mode becomes Depth_1dThin, with success, also where that is not the array mode asked
+// for, which is reported.
 int degradeTileMode(Vex::TileMode* result, Vex::TileMode oldTileMode, Vex::ArrayMode newArrayMode);
 TilingMode tilingModeFromParameters(const GpuAddress::TilingParameters* parameters);
 

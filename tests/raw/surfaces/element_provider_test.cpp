@@ -161,8 +161,8 @@ TEST(Copy, MovesElementsAndReports) {
     }
     const ReportRecorder reports;
     TestImage larger(makeFlat("R32G32Float", 17, 9)), smaller(makeFlat("R8Unorm", 5, 5));
-    EXPECT_EQ(Raw::copy(&smaller, &larger, &configuration), Raw::kErrorNone);
-    EXPECT_EQ(Raw::copy(&larger, &smaller, &configuration), Raw::kErrorNone);
+    EXPECT_EQ(Raw::copy(&smaller, &larger, &configuration), Raw::kErrorFailed);
+    EXPECT_EQ(Raw::copy(&larger, &smaller, &configuration), Raw::kErrorFailed);
     EXPECT_EQ(reports.texts(), "destination and source must have the same dimensions and format.\n"
                                "destination and source must have the same dimensions and format.\n");
 }

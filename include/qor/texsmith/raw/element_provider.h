@@ -185,7 +185,8 @@ private:
                       unsigned y) const;
 };
 
-// Copies all elements through jobs. Null arguments, and differing dimensions or formats, are reported.
+// Copies all elements through jobs. Null arguments are reported. So are differing dimensions or formats: what
+// lies in both is copied as it is stored, and the result is kErrorFailed.
 QOR_TEXSMITH_API Error copy(const ElementProvider* destination, const ElementProvider* source,
                             Configuration* configuration);
 
