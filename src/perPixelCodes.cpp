@@ -40,8 +40,7 @@ DataFormat formatUnder(NormalizationPolicy policy, DataFormat format) {
     const Vex::TextureChannelType type = format.getTextureChannelType();
     const bool isSrgb = type == Vex::kTextureChannelTypeSrgb;
     const Vex::TextureChannelType plain = isSrgb ? Vex::kTextureChannelTypeUNorm : type;
-    const std::uint32_t used = policy == kNormalizationPolicyUnit ? normalizedType(type) : plain;
-    return {(format.m_word & ~0xF00u) | used << 8};
+    return format.withTextureChannelType(policy == kNormalizationPolicyUnit ? normalizedType(type) : plain);
 }
 
 bool holdsBothSigns(Vex::TextureChannelType type) {

@@ -2,6 +2,7 @@
 #include "codec/bmp_layout.h"
 #include "codec/codecs.h"
 #include "qor/texsmith/raw/bithacks.h"
+#include "qor/vex/data_formats.h"
 #include "raw/files/flat_image.h"
 
 #include <algorithm>
@@ -16,8 +17,8 @@ static_assert(std::endian::native == std::endian::little, "elements are put toge
 constexpr char kSourcePath[] = "codec\\bmp_codec";
 constexpr FileKind kKind = {"BMP", kSourcePath};
 
-constexpr Vex::DataFormat kBgrx{0x32E00A}; // B8G8R8X8Unorm
-constexpr Vex::DataFormat kBgra{0xF2E00A}; // B8G8R8A8Unorm
+constexpr Vex::DataFormat kBgrx = Vex::kDataFormatB8G8R8X8Unorm;
+constexpr Vex::DataFormat kBgra = Vex::kDataFormatB8G8R8A8Unorm;
 
 // The palette index at pixel `i`. Bits lie from the highest down.
 template <unsigned kBits> unsigned indexAt(const std::uint8_t* bytes, std::uint64_t i) {

@@ -1,6 +1,7 @@
 #include "codec/channel_layout.h"
 
 #include "qor/texsmith/raw/format.h"
+#include "qor/vex/data_formats.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,8 +13,9 @@ namespace {
 
 // By alpha, grey and depth.
 constexpr Vex::DataFormat kFormats[2][2][2] = {
-    {{{0x3AC00A}, {0x3AC00C}}, {{0x324001}, {0x324002}}},
-    {{{0xFAC00A}, {0xFAC00C}}, {{0xB24003}, {0xB24005}}},
+    {{{0x3AC00A}, {0x3AC00C}}, {Vex::kDataFormatL8Unorm, Vex::kDataFormatL16Unorm}},
+    {{Vex::kDataFormatR8G8B8A8Unorm, Vex::kDataFormatR16G16B16A16Unorm},
+     {Vex::kDataFormatL8A8Unorm, {0xB24005}}},
 };
 
 bool isDeep(Vex::DataFormat format) {

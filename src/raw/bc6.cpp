@@ -1,6 +1,7 @@
 // The entry points of the BC6H encoder, and how blocks are packed.
 #include "raw/blocks/bc6_encoder.h"
 
+#include "qor/vex/data_formats.h"
 #include "raw/blocks/bc6_bit_writer.h"
 #include "raw/blocks/bc6_group.h"
 #include "raw/blocks/bc6_search.h"
@@ -78,7 +79,7 @@ bool hasExternalEncoder(const EncoderConfiguration& configuration) {
 
 void encodeOutside(std::uint8_t* destination, const ColorRGBA32F* block,
                    const EncoderConfiguration& configuration) {
-    constexpr Vex::DataFormat kHalves = {0xFAC70C}; // R16G16B16A16Float
+    constexpr Vex::DataFormat kHalves = Vex::kDataFormatR16G16B16A16Float;
     VectorFloat texels[kTexelsPerBlock];
     std::memcpy(texels, block, sizeof texels);
     std::uint8_t halves[kTexelsPerBlock * 8];

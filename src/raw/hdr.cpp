@@ -3,6 +3,7 @@
 
 #include "qor/texsmith/raw/bithacks.h"
 #include "qor/texsmith/raw/file.h"
+#include "qor/vex/data_formats.h"
 #include "raw/files/flat_image.h"
 #include "raw/files/hdr_decode.h"
 
@@ -20,7 +21,7 @@ constexpr FileKind kKind = {"HDR", kSourcePath};
 constexpr char kSignature[] = "#?RADIANCE";
 constexpr char kFormatKey[] = "FORMAT=";
 constexpr char kFormatName[] = "32-bit_rle_rgbe";
-constexpr Vex::DataFormat kFormat{0x3AC722}; // R9G9B9E5Float
+constexpr Vex::DataFormat kFormat = Vex::kDataFormatR9G9B9E5Float;
 
 bool beginsWith(const char* line, const char* text) {
     return std::strncmp(line, text, std::strlen(text)) == 0;

@@ -19,7 +19,7 @@ DataFormat Buffer::getDataFormat() const {
 }
 
 void Buffer::setFormat(DataFormat format) {
-    kSelects.set(m_regs[3], format.m_word >> 12);
+    kSelects.set(m_regs[3], format.getChannels());
     kChannelType.set(m_regs[3], format.getTextureChannelType());
     kSurfaceFormat.set(m_regs[3], format.getSurfaceFormat());
 }

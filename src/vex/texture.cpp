@@ -32,7 +32,7 @@ DataFormat Texture::getDataFormat() const {
 void Texture::setDataFormat(DataFormat format) {
     kSurfaceFormat.set(m_regs[1], format.getSurfaceFormat());
     kChannelType.set(m_regs[1], format.getTextureChannelType());
-    kSelects.set(m_regs[3], format.m_word >> 12);
+    kSelects.set(m_regs[3], format.getChannels());
 }
 
 void Texture::setWidthMinus1(unsigned value) { kWidth.set(m_regs[2], value); }

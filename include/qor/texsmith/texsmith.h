@@ -65,4 +65,5 @@
 #include "qor/texsmith/vxf_util.h"
 #include "qor/vex/buffer.h"
 #include "qor/vex/data_format.h"
+#include "qor/vex/data_formats.h"
 #include "qor/vex/texture.h"

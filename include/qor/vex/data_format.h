@@ -106,14 +106,31 @@ public:
     constexpr TextureChannelType getTextureChannelType() const {
         return TextureChannelType(m_word >> 8 & 0xF);
     }
-    // The same surface format and selects with another channel type.
-    constexpr DataFormat withTextureChannelType(TextureChannelType channelType) const {
-        return {(m_word & ~0xF00u) | (std::uint32_t(channelType) & 0xF) << 8};
-    }
     // `index` 0 to 3 for the selects X to W.
     constexpr TextureChannel getChannel(unsigned index) const {
         return TextureChannel(m_word >> (12 + 3 * (index & 3)) & 7);
     }
+    // All four selects, X in the lowest of the 12 bits.
+    constexpr std::uint32_t getChannels() const { return m_word >> 12 & 0xFFF; }
+    // Surface format and channel type, the 12 bits below the selects.
+    constexpr std::uint32_t getLayoutAndType() const { return m_word & 0xFFF; }
+
+    // The same format but for one thing.
+    constexpr DataFormat withSurfaceFormat(SurfaceFormat surfaceFormat) const {
+        return {(m_word & ~0xFFu) | (surfaceFormat & 0xFFu)};
+    }
+    constexpr DataFormat withTextureChannelType(TextureChannelType type) const {
+        return {(m_word & ~0xF00u) | (std::uint32_t(type) & 0xF) << 8};
+    }
+    constexpr DataFormat withChannel(unsigned index, TextureChannel select) const {
+        const unsigned shift = 12 + 3 * (index & 3);
+        return {(m_word & ~(7u << shift)) | (select & 7u) << shift};
+    }
+    constexpr DataFormat withChannelsOf(DataFormat other) const {
+        return {(m_word & ~0xFFF000u) | other.getChannels() << 12};
+    }
+
+    // Bits and bytes of an element, as the functions above tell them.
     unsigned getBitsPerElement() const;
     unsigned getBytesPerElement() const;
     constexpr bool isBlockCompressedFormat() const {

@@ -40,8 +40,7 @@ bool hasExternalBc7(const EncoderConfiguration& configuration) {
 
 // Texels of four bytes with the configuration's channel type.
 Block8 toBytes(const ColorRGBA32F* block, const EncoderConfiguration& configuration) {
-    Vex::DataFormat format = formatOf(&configuration);
-    format.m_word = (format.m_word & ~0xFFu) | Vex::kSurfaceFormat8_8_8_8;
+    const Vex::DataFormat format = formatOf(&configuration).withSurfaceFormat(Vex::kSurfaceFormat8_8_8_8);
     VectorFloat texels[kTexelsPerBlock];
     std::memcpy(texels, block, sizeof texels);
     Block8 bytes;

@@ -1,5 +1,6 @@
 #include "raw/blocks/table_functions.h"
 
+#include "qor/vex/data_formats.h"
 #include "raw/blocks/bc6_decoder.h"
 #include "raw/blocks/bc6_encoder.h"
 #include "raw/blocks/bc7_decoder.h"
@@ -17,8 +18,8 @@ namespace {
 
 // Decoded blocks of bytes are texels of this format, with the texture's channel type.
 Vex::DataFormat bytesFormatOf(const DecoderConfiguration* configuration) {
-    constexpr std::uint32_t kChannelTypeMask = 0xF00, kBytesInOrder = 0xFAC00A;
-    return {(formatOf(configuration).m_word & kChannelTypeMask) | kBytesInOrder};
+    return Vex::kDataFormatR8G8B8A8Unorm.withTextureChannelType(
+        formatOf(configuration).getTextureChannelType());
 }
 
 using Decode8 = void (*)(std::uint8_t* destination, const std::uint8_t* source);

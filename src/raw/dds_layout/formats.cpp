@@ -156,7 +156,7 @@ Column columnOf(Vex::TextureChannelType type) {
 const DxgiOfFormatRow* findDxgiRow(Vex::DataFormat format, Pass pass) {
     return findRow(kDxgiOfFormat, [=](const DxgiOfFormatRow& row) {
         return row.m_surfaceFormat == format.getSurfaceFormat() &&
-               (pass == kBySurfaceFormat || row.m_selects == format.m_word >> 12);
+               (pass == kBySurfaceFormat || row.m_selects == format.getChannels());
     });
 }
 

@@ -1,6 +1,7 @@
 // Plain bitmaps of 24 and 32 bits are read here, row by row; all others, and all writing, go to the codec.
 #include "qor/texsmith/raw/bmp.h"
 
+#include "qor/vex/data_formats.h"
 #include "raw/files/codec.h"
 #include "raw/files/flat_image.h"
 #include "raw/files/widened_rows.h"
@@ -13,7 +14,7 @@ constexpr FileKind kKind = {"BMP", kSourcePath};
 
 constexpr FileType kType = makeFileType(".BMP");
 constexpr unsigned kHeaderBytes = 54;
-constexpr Vex::DataFormat kFormat{0x32E00A}; // B8G8R8X8Unorm
+constexpr Vex::DataFormat kFormat = Vex::kDataFormatB8G8R8X8Unorm;
 
 //    0  "BM"                   18  s32 width        28  u16 bits of a pixel
 //   10  u32 place of texels    22  s32 height       30  u32 compression

@@ -2,6 +2,7 @@
 #include "qor/texsmith/raw/pfm.h"
 
 #include "qor/texsmith/raw/bithacks.h"
+#include "qor/vex/data_formats.h"
 #include "raw/files/flat_image.h"
 #include "raw/files/widened_rows.h"
 
@@ -16,8 +17,8 @@ namespace {
 constexpr char kSourcePath[] = "raw\\files\\pfm";
 constexpr FileKind kKind = {"PFM", kSourcePath};
 
-constexpr Vex::DataFormat kGrey{0x324704};  // L32Float
-constexpr Vex::DataFormat kColor{0x3AC70E}; // R32G32B32X32Float
+constexpr Vex::DataFormat kGrey = Vex::kDataFormatL32Float;
+constexpr Vex::DataFormat kColor = Vex::kDataFormatR32G32B32X32Float;
 
 Vex::DataFormat formatOf(unsigned channels) { return channels == 1 ? kGrey : kColor; }
 

@@ -2,6 +2,7 @@
 #include "qor/texsmith/raw/tga.h"
 
 #include "qor/texsmith/raw/bithacks.h"
+#include "qor/vex/data_formats.h"
 #include "raw/files/flat_image.h"
 #include "raw/files/tga_encode.h"
 #include "raw/files/tga_header.h"
@@ -95,12 +96,14 @@ struct FormatRow {
 
 // The last two name a format of 16 bits, for which there is no decoder.
 constexpr FormatRow kFormats[] = {
-    {true, 8, {0x324001}},   // L8Unorm
-    {true, 16, {0x324002}},  // L16Unorm
-    {true, 32, {0x324004}},  // one channel of 32 bits
-    {false, 16, {0xF2E011}}, // B5G5R5A1Unorm
-    {false, 24, {0x32E00A}}, // B8G8R8X8Unorm
-    {false, 32, kTgaFormat}, {false, 48, {0x32E002}}, {false, 64, {0xF2E002}},
+    {true, 8, Vex::kDataFormatL8Unorm},
+    {true, 16, Vex::kDataFormatL16Unorm},
+    {true, 32, {0x324004}}, // one channel of 32 bits
+    {false, 16, Vex::kDataFormatB5G5R5A1Unorm},
+    {false, 24, Vex::kDataFormatB8G8R8X8Unorm},
+    {false, 32, kTgaFormat},
+    {false, 48, {0x32E002}},
+    {false, 64, {0xF2E002}},
 };
 
 // Format 0 when the table has none.

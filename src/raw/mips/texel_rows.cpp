@@ -1,5 +1,6 @@
 #include "raw/mips/texel_rows.h"
 
+#include "qor/vex/data_formats.h"
 #include "raw/configuration/provider_settings.h"
 #include "raw/surfaces/extent.h"
 #include "raw/texels/channels.h"
@@ -14,14 +15,7 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-// R32G32B32A32Float
-constexpr Vex::DataFormat kFloats = {Vex::kSurfaceFormat32_32_32_32 | Vex::kTextureChannelTypeFloat << 8 |
-                                     Vex::kTextureChannelX << 12 | Vex::kTextureChannelY << 15 |
-                                     Vex::kTextureChannelZ << 18 | Vex::kTextureChannelW << 21};
-
-// The selects Z, Y, X, W
-constexpr std::uint32_t kSwapped = Vex::kTextureChannelZ << 12 | Vex::kTextureChannelY << 15 |
-                                   Vex::kTextureChannelX << 18 | Vex::kTextureChannelW << 21;
+constexpr Vex::DataFormat kFloats = Vex::kDataFormatR32G32B32A32Float;
 
 template <typename Configuration> Configuration plainConfiguration() {
     Configuration configuration;
@@ -40,7 +34,6 @@ bool isPlain(const DecoderConfiguration& configuration) {
 }
 
 TexelKind kindOf(const DecoderConfiguration& configuration) {
-    constexpr std::uint32_t kSelects = 0xFFF000;
     const Vex::DataFormat format = formatOf(&configuration);
     if (format.getSurfaceFormat() != Vex::kSurfaceFormat8_8_8_8 ||
         format.getTextureChannelType() != Vex::kTextureChannelTypeSrgb ||
@@ -50,7 +43,8 @@ TexelKind kindOf(const DecoderConfiguration& configuration) {
     if (isIdentitySwizzle(format)) {
         return TexelKind::kSrgb;
     }
-    return (format.m_word & kSelects) == kSwapped ? TexelKind::kSrgbSwapped : TexelKind::kFloats;
+    const bool isSwapped = format.getChannels() == Vex::kDataFormatB8G8R8A8UnormSrgb.getChannels();
+    return isSwapped ? TexelKind::kSrgbSwapped : TexelKind::kFloats;
 }
 
 TexelSurface openSurface(const ElementProvider& provider, const SurfaceIndex& index, bool mayHaveRows) {

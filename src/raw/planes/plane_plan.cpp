@@ -166,7 +166,7 @@ private:
         return plane;
     }
 
-    void transform(const Transform& transform, unsigned to, Few<PlaneTransform, 1>* steps) {
+    void transform(const Transform& transform, unsigned to, FixedList<PlaneTransform, 1>* steps) {
         if (transform.isNop()) {
             return;
         }

@@ -18,7 +18,7 @@ inline constexpr unsigned kPlaneOfSrgb = 19;
 inline constexpr unsigned kPlaneCount = 22;
 
 // A few of something, in order.
-template <typename Item, unsigned kMost> struct Few {
+template <typename Item, unsigned kMost> struct FixedList {
     Item m_items[kMost];
     unsigned m_count = 0;
 
@@ -49,17 +49,17 @@ struct PlaneEncodeStep {
 struct PlanePlan {
     unsigned m_sourceBytes; // of an element
     unsigned m_destinationBytes;
-    Few<PlaneFill, kPlaneOfSrgb - kPlaneOfConstants> m_fills;
+    FixedList<PlaneFill, kPlaneOfSrgb - kPlaneOfConstants> m_fills;
     GatherWords m_gather; // null where the elements are the words
-    Few<PlaneDecodeStep, 4> m_decode;
-    Few<PlaneTransform, 1> m_decodeTransform;
+    FixedList<PlaneDecodeStep, 4> m_decode;
+    FixedList<PlaneTransform, 1> m_decodeTransform;
     ConvertPlane m_convert;
-    Few<unsigned, 4> m_converted; // planes
-    Few<PlaneTransform, 1> m_encodeTransform;
+    FixedList<unsigned, 4> m_converted; // planes
+    FixedList<PlaneTransform, 1> m_encodeTransform;
     TransformPlanes m_transform;
-    Few<PlaneCurve, 3> m_curves;
-    Few<PlaneEncodeStep, 4> m_encode; // one for each word
-    ScatterWords m_scatter;           // null where the words are the elements
+    FixedList<PlaneCurve, 3> m_curves;
+    FixedList<PlaneEncodeStep, 4> m_encode; // one for each word
+    ScatterWords m_scatter;                 // null where the words are the elements
 };
 
 // False where the steps do something that planes do not: powers, channels of 32 bits other than floats and

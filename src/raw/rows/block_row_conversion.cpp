@@ -1,5 +1,6 @@
 #include "raw/rows/block_row_conversion.h"
 
+#include "qor/vex/data_formats.h"
 #include "raw/blocks/block_decoders.h"
 #include "raw/blocks/block_encoders.h"
 #include "raw/rows/lane_swizzle.h"
@@ -12,13 +13,12 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-constexpr std::uint32_t kSelectsInOrder = 0xFAC000, kSelectsMask = 0xFFF000, kTypeMask = 0xF00;
-constexpr std::uint32_t kFloatLanes =
-    Vex::kSurfaceFormat32_32_32_32 | std::uint32_t{Vex::kTextureChannelTypeFloat} << 8;
-
-Vex::DataFormat asFloats(Vex::DataFormat format) { return {(format.m_word & kSelectsMask) | kFloatLanes}; }
+// Texels of four lanes or bytes, with the selects of `format`; bytes keep its channel type.
+Vex::DataFormat asFloats(Vex::DataFormat format) {
+    return Vex::kDataFormatR32G32B32A32Float.withChannelsOf(format);
+}
 Vex::DataFormat asBytes(Vex::DataFormat format) {
-    return {(format.m_word & (kSelectsMask | kTypeMask)) | Vex::kSurfaceFormat8_8_8_8};
+    return format.withSurfaceFormat(Vex::kSurfaceFormat8_8_8_8);
 }
 
 template <typename Configuration>
@@ -114,7 +114,7 @@ BlockRowConversion::BlockRowConversion(const DecoderConfiguration& decoder,
         m_bytes.emplace(asBytes(from), asBytes(to));
     }
     if (m_encode != nullptr) {
-        const Vex::DataFormat bytes = {(asBytes(to).m_word & ~kSelectsMask) | kSelectsInOrder};
+        const Vex::DataFormat bytes = asBytes(to).withChannelsOf(Vex::kDataFormatR8G8B8A8Unorm);
         m_rows.emplace(TileConversion(withFormat(DecoderConfiguration(), bytes),
                                       withFormat(EncoderConfiguration(), asFloats(bytes))));
     }

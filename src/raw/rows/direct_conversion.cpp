@@ -57,7 +57,7 @@ constexpr Pair kPairs[] = {
 
 const Pair* findPair(Vex::DataFormat from, Vex::DataFormat to) {
     const auto isIt = [&](const Pair& pair) {
-        return pair.m_from == (from.m_word & 0xFFF) && pair.m_to == (to.m_word & 0xFFF);
+        return pair.m_from == from.getLayoutAndType() && pair.m_to == to.getLayoutAndType();
     };
     const Pair* const found = std::find_if(std::begin(kPairs), std::end(kPairs), isIt);
     return found == std::end(kPairs) ? nullptr : found;

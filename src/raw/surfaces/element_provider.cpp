@@ -1,6 +1,7 @@
 #include "qor/texsmith/raw/element_provider.h"
 
 #include "qor/texsmith/raw/per_tile.h"
+#include "qor/vex/data_formats.h"
 #include "raw/configuration/check_configuration.h"
 #include "raw/surfaces/copy_tiles.h"
 #include "raw/surfaces/default_tile_mode.h"
@@ -15,7 +16,7 @@ namespace {
 constexpr char kSourcePath[] = "raw\\surfaces\\element_provider";
 constexpr char kNeedsTexture[] = "texture must not be NULL.";
 
-constexpr Vex::DataFormat kR8Unorm = {0x204001}; // what the invalid format is laid out as
+constexpr Vex::DataFormat kR8Unorm = Vex::kDataFormatR8Unorm; // what the invalid format is laid out as
 
 // The square of `size` by `size` elements at (x, y), cut to the surface.
 GpuAddress::SurfaceRegion regionOf(Extent surface, unsigned depth, unsigned size, unsigned x, unsigned y) {
@@ -50,8 +51,7 @@ void ElementProvider::setTextureChannelType(Vex::TextureChannelType type) {
 
 void ElementProvider::setChannelSelect(unsigned channel, Vex::TextureChannel select) {
     if (check(channel < 4, kSourcePath, "channel < 4")) {
-        const unsigned shift = 12 + 3 * channel; // each select has three bits
-        m_texture.setDataFormat({(getDataFormat().m_word & ~(7u << shift)) | select << shift});
+        m_texture.setDataFormat(getDataFormat().withChannel(channel, select));
     }
 }
 

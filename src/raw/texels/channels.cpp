@@ -1,12 +1,11 @@
 #include "raw/texels/channels.h"
 
+#include "qor/vex/data_formats.h"
+
 #include <limits>
 
 namespace qor::Texsmith::Raw {
 namespace {
-
-constexpr std::uint32_t kSelectsMask = 0xFFF000;
-constexpr std::uint32_t kSelectsXyzw = 0xFAC000;
 
 constexpr VectorFloat allLanes(float value) { return {{value, value, value, value}}; }
 
@@ -24,7 +23,9 @@ bool isUnsignedIntegerChannelType(Vex::TextureChannelType type) {
     return type == Vex::kTextureChannelTypeUInt;
 }
 
-bool isIdentitySwizzle(Vex::DataFormat format) { return (format.m_word & kSelectsMask) == kSelectsXyzw; }
+bool isIdentitySwizzle(Vex::DataFormat format) {
+    return format.getChannels() == Vex::kDataFormatR8G8B8A8Unorm.getChannels();
+}
 
 void getChannelTypeRange(VectorFloat* lowest, VectorFloat* highest, Vex::TextureChannelType type) {
     switch (type) {

@@ -198,12 +198,12 @@ constexpr KernelIndex kKernelIndex = makeKernelIndex(); // 0 for none, else one 
 } // namespace
 
 DecodeKernel findDecodeKernel(Vex::DataFormat format) {
-    const unsigned place = kKernelIndex[format.m_word & 0xFFF];
+    const unsigned place = kKernelIndex[format.getLayoutAndType()];
     return place == 0 ? nullptr : kKernels[place - 1].m_decode;
 }
 
 EncodeKernel findEncodeKernel(Vex::DataFormat format) {
-    const unsigned place = kKernelIndex[format.m_word & 0xFFF];
+    const unsigned place = kKernelIndex[format.getLayoutAndType()];
     return place == 0 ? nullptr : kKernels[place - 1].m_encode;
 }
 

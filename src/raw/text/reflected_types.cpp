@@ -87,9 +87,9 @@ constexpr Member kTextureTypes[] = {{"1d", 8},       {"2d", 9},       {"3d", 10}
 constexpr Member kResourceMemoryTypes[] = {
     {"Private", 96}, {"GPUCoherent", 109}, {"SystemCoherent", 110}, {"Uncached", 111}, {"ReadOnly", 16}};
 
-constexpr Member kNumSampless[] = {{"1", 0}, {"2", 1}, {"4", 2}, {"8", 3}, {"16", 4}};
+constexpr Member kSampleCounts[] = {{"1", 0}, {"2", 1}, {"4", 2}, {"8", 3}, {"16", 4}};
 
-constexpr Member kNumFragmentss[] = {{"1", 0}, {"2", 1}, {"4", 2}, {"8", 3}};
+constexpr Member kFragmentCounts[] = {{"1", 0}, {"2", 1}, {"4", 2}, {"8", 3}};
 
 constexpr Member kPropertyNames[] = {{"TexelU", 0},
                                      {"TexelUV", 1},
@@ -159,8 +159,8 @@ constinit const EnumConverter g_vexTextureChannel = enumOf(kTextureChannels);
 constinit const EnumConverter g_vexTileMode = enumOf(kTileModes);
 constinit const EnumConverter g_vexTextureType = enumOf(kTextureTypes);
 constinit const EnumConverter g_vexResourceMemoryType = enumOf(kResourceMemoryTypes);
-constinit const EnumConverter g_vexNumSamples = enumOf(kNumSampless);
-constinit const EnumConverter g_vexNumFragments = enumOf(kNumFragmentss);
+constinit const EnumConverter g_vexNumSamples = enumOf(kSampleCounts);
+constinit const EnumConverter g_vexNumFragments = enumOf(kFragmentCounts);
 constinit const EnumConverter g_propertyName = enumOf(kPropertyNames);
 
 constinit const StructConverter g_gpuFormatMatrix = structOf(kMatrix, 64);

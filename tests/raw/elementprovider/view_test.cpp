@@ -47,6 +47,21 @@ TEST(AsSurface, ShowsAndChangesOneSurfaceInEveryGrain) {
     }
 }
 
+TEST(AsSurface, TellsTheTexelsOfItsTarget) {
+    const TestImage image(makeTexture({"", Vex::kTextureTypeCubemap, 40, 40, 2, 4, 0, 0}, {0xFAC00A}), 2);
+    const AsSurfaceElementProvider view(&image, &kSmall);
+    Raw::Properties own, shown;
+    image.getTexel(&kSmall, &own, 3, 4);
+    view.getTexel(&kFirstSurface, &shown, 3, 4);
+    ASSERT_EQ(shown.getCount(), own.getCount());
+    for (unsigned i = 0; i < own.getCount(); ++i) {
+        char expected[256], text[256];
+        own[i].print(expected, sizeof expected, nullptr);
+        shown[i].print(text, sizeof text, nullptr);
+        EXPECT_STREQ(text, expected);
+    }
+}
+
 TEST(AsSurface, CopiesOutliveTheirOriginalAndViewsNest) {
     const TestImage image(makeTexture({"", Vex::kTextureTypeCubemap, 40, 40, 2, 4, 0, 0}, {0xFAC00A}), 2);
     auto original = std::make_unique<AsSurfaceElementProvider>(&image, &kSmall);
@@ -142,8 +157,8 @@ private:
 TEST(AsSurface, WalksGoByCheckedTilesOverTargetsThatChanged) {
     const Vex::Texture first = makeFlat("R8G8B8A8Unorm", 29, 21);
     for (const Vex::Texture& second :
-         {makeFlat("R8G8B8A8Unorm", 13, 9), makeFlat("R8G8B8A8Unorm", 61, 40), makeFlat("R8Unorm", 29, 21),
-          makeFlat("R32G32B32A32Float", 29, 21), makeFlat("Bc1Unorm", 29, 21)}) {
+         {first, makeFlat("R8G8B8A8Unorm", 13, 9), makeFlat("R8G8B8A8Unorm", 61, 40),
+          makeFlat("R8Unorm", 29, 21), makeFlat("R32G32B32A32Float", 29, 21), makeFlat("Bc1Unorm", 29, 21)}) {
         for (const bool isTiled : {false, true}) {
             Target target(isTiled);
             target.become(first);
@@ -152,6 +167,10 @@ TEST(AsSurface, WalksGoByCheckedTilesOverTargetsThatChanged) {
             target.become(second);
             const Bytes expected = walked(tiles), expectedLeft = target.bytes();
             target.become(second);
+            const bool isSame = second.getWidth() == 29 && second.getDataFormat() == first.getDataFormat();
+            EXPECT_EQ(view.getElementRows(&kFirstSurface).m_memory != nullptr, isSame && !isTiled);
+            EXPECT_EQ(view.getStrip(&kFirstSurface, {}, 0, 0), isSame && isTiled);
+            EXPECT_EQ(view.putStrip(&kFirstSurface, {}, 0, 0), isSame && isTiled);
             EXPECT_EQ(walked(view), expected) << second.getWidth() << isTiled;
             EXPECT_EQ(target.bytes(), expectedLeft) << second.getWidth() << isTiled;
         }

@@ -83,6 +83,38 @@ TEST(PerTileJob, VisitsEveryTileOfEverySurfaceOnce) {
     }
 }
 
+class BlockRowLog : public Raw::PerBlockRowsJob {
+public:
+    using PerBlockRowsJob::PerBlockRowsJob;
+    mutable std::map<Place, int> m_visits; // of rows
+
+private:
+    Error doPerBlockRowsCallback(unsigned, const Index* index, unsigned begin, unsigned end) const override {
+        for (unsigned y = begin; y < end; ++y) {
+            ++m_visits[placeOf(*index, 0, y)];
+        }
+        return Raw::kErrorNone;
+    }
+};
+
+TEST(PerBlockRowsJob, VisitsEveryRowOfBlocksOfEverySurfaceOnce) {
+    for (const Shape& shape : kShapes) {
+        const TestImage image(makeTexture(shape, formatNamed("R8Unorm")));
+        std::map<Place, int> expected;
+        for (int i = 0; i < Raw::getNumberOfSurfaces(&image); ++i) {
+            Index index;
+            Raw::getSurfaceIndexFromSurfaceNumber(&index, &image, i);
+            for (unsigned y = 0; y < image.getBlocksTall(index.mip); ++y) {
+                expected[placeOf(index, 0, y)] = 1;
+            }
+        }
+        Raw::Configuration configuration = configurationFor(5);
+        BlockRowLog job(&image, &configuration);
+        EXPECT_EQ(g_serial.submitAndStall(&job), Raw::kErrorNone);
+        EXPECT_EQ(job.m_visits, expected) << shape.m_name;
+    }
+}
+
 TEST(PerTileJob, RunsAChainOfAtMostSixteen) {
     Raw::Configuration configuration = configurationFor(1);
     const TestImage image(makeFlat("R8Unorm", 9, 9));

@@ -124,7 +124,7 @@ public:
 protected:
     void setupAsVexTexture(const Vex::Texture* texture);
     void setupAsTexture(const Texture* texture);
-    // One mip of one slice, sizes at most 16384.
+    // One mip of one slice, sizes cut to Vex::kMaxTextureSize.
     void setupAsTwoDimensional(Vex::DataFormat format, unsigned width, unsigned height);
     void getTexelFromElement(const VectorFloat& element, Properties* properties, unsigned x,
                              unsigned y) const;
