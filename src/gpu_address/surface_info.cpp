@@ -1,3 +1,4 @@
+// How large one tiled surface is, with its padding, and which array mode it gets in the end.
 #include "qor/gpu_address/gpu_address.h"
 
 #include "gpu_address/array_modes.h"

@@ -1,3 +1,4 @@
+// Filling texture descriptors for textures of each shape.
 #include "qor/gpu_address/gpu_address.h"
 #include "qor/vex/texture.h"
 

@@ -1,3 +1,4 @@
+// Where the mips and slices of a whole tiled texture lie.
 #include "qor/gpu_address/gpu_address.h"
 
 #include "gpu_address/sizes.h"

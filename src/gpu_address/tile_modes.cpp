@@ -1,3 +1,4 @@
+// What each tile mode stands for, and the mode that a new surface gets.
 #include "qor/gpu_address/gpu_address.h"
 
 #include <cstdint>

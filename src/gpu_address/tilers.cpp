@@ -1,3 +1,4 @@
+// The tilers of each family of tile modes: checks of regions in front of the moves.
 #include "qor/gpu_address/gpu_address.h"
 
 #include "gpu_address/element_order.h"

@@ -1,3 +1,4 @@
+// What a tiler needs to know of a surface, taken from its descriptor.
 #include "qor/gpu_address/gpu_address.h"
 
 #include <algorithm>

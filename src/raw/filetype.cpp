@@ -1,3 +1,4 @@
+// Telling the type of a file by its extension or its first bytes.
 #include "qor/texsmith/raw/filetype.h"
 
 #include "qor/texsmith/raw/names.h"

@@ -1,3 +1,4 @@
+// The table of surface formats, made at compile time.
 #include "qor/texsmith/raw/format.h"
 
 #include "qor/texsmith/tools_assert.h"

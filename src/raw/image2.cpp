@@ -1,3 +1,4 @@
+// Where the surfaces and elements of an image lie in its memory, and access to them that stays inside it.
 #include "qor/texsmith/raw/image.h"
 
 #include "qor/texsmith/raw/bithacks.h"

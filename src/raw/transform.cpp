@@ -1,3 +1,4 @@
+// Colour matrices and powers on runs of texels, and how such steps are put together.
 #include "qor/texsmith/raw/transform.h"
 
 #include "raw/frame/check.h"

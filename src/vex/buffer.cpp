@@ -1,3 +1,4 @@
+// The fields of the buffer descriptor, by register and bit.
 #include "qor/vex/buffer.h"
 
 #include "vex/register_field.h"

@@ -1,3 +1,4 @@
+// Sizes of elements, looked up by surface format.
 #include "qor/vex/data_format.h"
 
 #include "vex/surface_formats.h"

@@ -1,3 +1,4 @@
+// The fields of the texture descriptor, by register and bit.
 #include "qor/vex/texture.h"
 
 #include "vex/register_field.h"

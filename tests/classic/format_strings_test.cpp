@@ -94,10 +94,10 @@ TEST(FormatStrings, ArePrinted) {
         EXPECT_EQ(nameOf({c.m_word}), c.m_name) << std::hex << c.m_word;
     }
     char kept[31] = "kept";
-    format2Str({0xFAC00A}, kept, sizeof(kept));
+    format2Str(Vex::kDataFormatR8G8B8A8Unorm, kept, sizeof(kept));
     EXPECT_STREQ(kept, "kept");
     char details[256];
-    getFormatDetails({0xFAC00A}, details, sizeof(details));
+    getFormatDetails(Vex::kDataFormatR8G8B8A8Unorm, details, sizeof(details));
     EXPECT_STREQ(details,
                  "Format as int = 0xFAC00A\nFormatString=R8G8B8A8UNorm\nsurfaceType= 8_8_8_8\n"
                  "channelType= UNorm\nchannelX =  4\nchannelY =  5\nchannelZ =  6\nchannelW =  7\n\n");
@@ -105,8 +105,8 @@ TEST(FormatStrings, ArePrinted) {
 
 // Selects do not count.
 TEST(FormatStrings, BlessFormatsByLayoutAndType) {
-    EXPECT_TRUE(isBlessedFormat({0xF2E00A}));
-    EXPECT_TRUE(isBlesssedFormat({0xF2E00A}));
+    EXPECT_TRUE(isBlessedFormat(Vex::kDataFormatB8G8R8A8Unorm));
+    EXPECT_TRUE(isBlesssedFormat(Vex::kDataFormatB8G8R8A8Unorm));
     EXPECT_FALSE(isBlessedFormat({0xFAC70A}));
     EXPECT_FALSE(isBlessedFormat({0}));
 }

@@ -1,6 +1,7 @@
 #include "gpu_address/micro_tile.h"
 #include "gpu_address/region_move.h"
 #include "qor/gpu_address/gpu_address.h"
+#include "qor/vex/data_formats.h"
 #include "simd/dispatch.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +21,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr Vex::DataFormat kR8{0x204001};
+constexpr Vex::DataFormat kR8 = Vex::kDataFormatR8Unorm;
 
 std::mt19937 g_random(20240607);
 

@@ -82,7 +82,7 @@ std::vector<float> floatsOf(MemoryMappedImage& image) {
     }
     Configuration configuration;
     MemoryMappedImage converted;
-    reallocate(&converted, &image, Vex::DataFormat{0xFAC70E});
+    reallocate(&converted, &image, Vex::kDataFormatR32G32B32A32Float);
     EXPECT_EQ(reformat(&image, &converted, &configuration), kErrorNone);
     image.setTextureChannelType(type);
     std::vector<float> floats(4 * std::size_t{image.getPixelsWide(0)} * image.getPixelsTall(0));

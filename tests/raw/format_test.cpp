@@ -117,8 +117,8 @@ TEST(FormatChannels, TypesAndSwizzles) {
         EXPECT_EQ(range[number] == 'U' ? 0.0f : range[number] == 'S' ? -1.0f : -FLT_MAX, lowest[number % 4]);
         EXPECT_EQ(range[number] == 'N' ? FLT_MAX : 1.0f, highest[number % 4]) << number;
     }
-    EXPECT_TRUE(isIdentitySwizzle({0xFAC90A}));
-    EXPECT_FALSE(isIdentitySwizzle({0xF2E00A}));
+    EXPECT_TRUE(isIdentitySwizzle(Vex::kDataFormatR8G8B8A8UnormSrgb));
+    EXPECT_FALSE(isIdentitySwizzle(Vex::kDataFormatB8G8R8A8Unorm));
 }
 
 } // namespace

@@ -23,11 +23,11 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr Vex::DataFormat kR8{0x204001};
-constexpr Vex::DataFormat kR8G8B8A8{0xFAC00A};
-constexpr Vex::DataFormat kR32G32B32{0x3AC70D};
-constexpr Vex::DataFormat kR16G16B16A16{0xFAC70C};
-constexpr Vex::DataFormat kBc1{0xFAC023};
+constexpr Vex::DataFormat kR8 = Vex::kDataFormatR8Unorm;
+constexpr Vex::DataFormat kR8G8B8A8 = Vex::kDataFormatR8G8B8A8Unorm;
+constexpr Vex::DataFormat kR32G32B32 = Vex::kDataFormatR32G32B32Float;
+constexpr Vex::DataFormat kR16G16B16A16 = Vex::kDataFormatR16G16B16A16Float;
+constexpr Vex::DataFormat kBc1 = Vex::kDataFormatBc1Unorm;
 constexpr Vex::DataFormat kNoBytes{33};
 constexpr char kNeedsManager[] =
     "configuration->m_jobManager parameter must not be NULL - this function runs jobs.\n";

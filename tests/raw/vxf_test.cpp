@@ -12,8 +12,8 @@ using namespace qor::Texsmith;
 using namespace qor::Texsmith::Raw;
 using namespace TestSupport;
 
-constexpr Vex::DataFormat kRgba8{0xFAC00A};
-constexpr Vex::DataFormat kR8{0x204001};
+constexpr Vex::DataFormat kRgba8 = Vex::kDataFormatR8G8B8A8Unorm;
+constexpr Vex::DataFormat kR8 = Vex::kDataFormatR8Unorm;
 constexpr VxfChunkType kOther = makeVxfChunkType('A', 'B', 'C', 'D');
 
 MemoryRegion regionOf(Bytes& bytes) { return {bytes.data(), bytes.data() + bytes.size()}; }

@@ -7,8 +7,6 @@
 #include "raw/texels/codec.h"
 #include "raw/texels/texture_format.h"
 
-#include <algorithm>
-
 namespace qor::Texsmith::Raw {
 namespace {
 
@@ -64,18 +62,16 @@ unsigned PerTexel::doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfa
     if (surface.m_isHidden) {
         return m_elementProvider->getTilesWide(mip);
     }
-    if (!surface.m_hasRows || y * 8 + 8 > m_elementProvider->getPixelsTall(mip)) {
-        return 0;
+    if (!surface.m_hasRows) {
+        return 0; // the decoder knows formats with rows only
     }
     const TileDecoder decoder(m_decoderConfiguration);
-    const unsigned whole = m_elementProvider->getPixelsWide(mip) / 8;
     Tile tiles[kTilesAtOnce];
-    for (unsigned x = 0; x < whole; x += kTilesAtOnce) {
-        const unsigned count = std::min(kTilesAtOnce, whole - x);
+    return surface.forWholeTiles(*m_elementProvider, mip, y, kTilesAtOnce, [&](unsigned x, unsigned count) {
         decoder.decode(tiles, surface.m_source, x, y, count);
         doTiles(callbackId, tiles, count);
-    }
-    return whole;
+        return true;
+    });
 }
 
 void PerTexel::doTiles(unsigned callbackId, const Tile* tiles, unsigned count) const {

@@ -1,3 +1,4 @@
+// The view of one surface of another provider.
 #include "qor/texsmith/raw/view.h"
 #include "raw/frame/check.h"
 #include "raw/surfaces/extent.h"

@@ -1,3 +1,4 @@
+// What all views made of tiles of another provider share: each access goes to its place in the target.
 #include "qor/texsmith/raw/view.h"
 #include "raw/frame/check.h"
 

@@ -1,3 +1,4 @@
+// Tiled textures in memory as providers: each access goes through the tiler of its surface.
 #include "qor/texsmith/raw/view.h"
 
 #include "raw/tiles/surface_rows.h"

@@ -173,22 +173,20 @@ unsigned CalculateErrorPerTexel::doLeadingTiles(unsigned callbackId, const Surfa
     if (surface.m_isHidden) {
         return m_imageA->getTilesWide(mip);
     }
-    if (!surface.m_hasRows || y * 8 + 8 > m_imageA->getPixelsTall(mip)) {
+    if (!surface.m_hasRows) {
         return 0;
     }
     const TileErrors errors(m_decoderA, m_decoderB, *m_calculator);
-    const unsigned whole = m_imageA->getPixelsWide(mip) / 8;
     ErrorSummary& slot = m_slots[callbackId];
-    for (unsigned x = 0; x < whole; x += kTilesAtOnce) {
-        const unsigned count = std::min(kTilesAtOnce, whole - x);
+    return surface.forWholeTiles(*m_imageA, mip, y, kTilesAtOnce, [&](unsigned x, unsigned count) {
         VectorFloat sums[kTilesAtOnce];
         errors.sum(sums, surface.m_source, surface.m_destination, x, y, count);
         for (unsigned i = 0; i < count; ++i) {
             addTo(slot.sums[mip], sums[i]);
         }
-    }
-    slot.counts[mip] += 64 * whole;
-    return whole;
+        slot.counts[mip] += 64 * count;
+        return true;
+    });
 }
 
 Error CalculateErrorPerTexel::doEpilogue(unsigned callbacks) const {

@@ -35,29 +35,20 @@ OpenSurface openBlockTiles(const ElementProvider& source, const ElementProvider&
 unsigned convertBlockTiles(const ElementProvider& source, const ElementProvider& destination,
                            const SurfaceIndex* surfaceIndex, const OpenSurface& surface, unsigned y,
                            const BlockRowConversion& conversion) {
-    const unsigned mip = surfaceIndex->mip;
-    if (!surface.m_hasRows || y * 8 + 8 > source.getPixelsTall(mip)) {
-        return 0;
-    }
     const ElementRows &from = surface.m_source, &to = surface.m_destination;
-    const unsigned whole = source.getPixelsWide(mip) / 8;
     StripBuffer fetched, toStore;
-    for (unsigned x = 0; x < whole; x += kTilesAtOnce) {
-        const unsigned count = std::min(kTilesAtOnce, whole - x);
+    return surface.forWholeTiles(source, surfaceIndex->mip, y, kTilesAtOnce, [&](unsigned x, unsigned count) {
         const ElementRows in =
             stripOf(from, source.getBytesPerElement(), placeOf(source, x, y, count), fetched);
         const ElementRows out =
             stripOf(to, destination.getBytesPerElement(), placeOf(destination, x, y, count), toStore);
         if (from.m_memory == nullptr && !source.getStrip(surfaceIndex, in, x, y)) {
-            return x;
+            return false;
         }
         conversion.convert(out, in, 2 * count);
         conversion.convert(lowerHalf(out), lowerHalf(in), 2 * count);
-        if (to.m_memory == nullptr && !destination.putStrip(surfaceIndex, out, x, y)) {
-            return x;
-        }
-    }
-    return whole;
+        return to.m_memory != nullptr || destination.putStrip(surfaceIndex, out, x, y);
+    });
 }
 
 } // namespace qor::Texsmith::Raw

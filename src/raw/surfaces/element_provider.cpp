@@ -1,3 +1,5 @@
+// How providers are set up, what part of a surface a block or tile covers, and the copy between two
+// providers.
 #include "qor/texsmith/raw/element_provider.h"
 
 #include "qor/texsmith/raw/per_tile.h"

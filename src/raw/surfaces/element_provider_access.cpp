@@ -1,3 +1,5 @@
+// The accesses to elements, blocks and tiles: what is checked before a provider is asked, and the defaults
+// that make one grain from another.
 #include "qor/texsmith/raw/element_provider.h"
 #include "raw/frame/check.h"
 #include "raw/surfaces/extent.h"

@@ -1,3 +1,4 @@
+// Sizes of a provider by mip and of the whole texture, in pixels, elements, blocks, tiles and bytes.
 #include "qor/texsmith/raw/bithacks.h"
 #include "qor/texsmith/raw/element_provider.h"
 #include "raw/surfaces/extent.h"

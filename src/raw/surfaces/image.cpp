@@ -1,3 +1,4 @@
+// Images that bring storage along, and the ways to give them a descriptor.
 #include "qor/texsmith/raw/image.h"
 
 #include "raw/frame/check.h"

@@ -1,3 +1,4 @@
+// Counting, naming and comparing the surfaces of textures.
 #include "qor/texsmith/raw/texture.h"
 
 #include "qor/texsmith/raw/element_provider.h"

@@ -1,3 +1,4 @@
+// The descriptor of the same texture in another format or channel type.
 #include "qor/texsmith/raw/texture.h"
 #include "raw/surfaces/default_tile_mode.h"
 

@@ -1,3 +1,4 @@
+// Conversion between floats and half floats, and a check of it that clients may run.
 #include "qor/texsmith/raw/half.h"
 
 #include "raw/frame/check.h"

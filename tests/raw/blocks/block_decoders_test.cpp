@@ -246,7 +246,7 @@ TEST(BlockCompression, ReportsWhatItCannotDecode) {
     const ReportRecorder reports;
     std::uint8_t block[16] = {};
     ColorRGBA32F texels[16];
-    CpuBlockDecoder plain({0xFAC00A}), bc1({0xFAC023});
+    CpuBlockDecoder plain(Vex::kDataFormatR8G8B8A8Unorm), bc1(Vex::kDataFormatBc1Unorm);
     EXPECT_EQ(plain.decode(texels, block), nullptr);
     EXPECT_EQ(bc1.decode(nullptr, nullptr), nullptr);
     EXPECT_EQ(blockDecompress(nullptr, block, &bc1, false), nullptr);
@@ -301,9 +301,9 @@ TEST(BlockCompression, PixelCodesFollowThePolicy) {
         EXPECT_NEAR(PixelDecoder(format).decode(stored)[0], c.m_back, 1e-6f); // products against quotients
     }
     std::uint8_t untouched = 5;
-    PixelEncoder({0xFAC023}).encode(&untouched, {});
+    PixelEncoder(Vex::kDataFormatBc1Unorm).encode(&untouched, {});
     EXPECT_EQ(untouched, 5);
-    EXPECT_EQ(PixelDecoder({0xFAC023}).decode(&untouched)[0], 0.0f);
+    EXPECT_EQ(PixelDecoder(Vex::kDataFormatBc1Unorm).decode(&untouched)[0], 0.0f);
 }
 
 } // namespace

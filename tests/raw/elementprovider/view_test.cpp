@@ -48,7 +48,8 @@ TEST(AsSurface, ShowsAndChangesOneSurfaceInEveryGrain) {
 }
 
 TEST(AsSurface, TellsTheTexelsOfItsTarget) {
-    const TestImage image(makeTexture({"", Vex::kTextureTypeCubemap, 40, 40, 2, 4, 0, 0}, {0xFAC00A}), 2);
+    const TestImage image(
+        makeTexture({"", Vex::kTextureTypeCubemap, 40, 40, 2, 4, 0, 0}, Vex::kDataFormatR8G8B8A8Unorm), 2);
     const AsSurfaceElementProvider view(&image, &kSmall);
     Raw::Properties own, shown;
     image.getTexel(&kSmall, &own, 3, 4);
@@ -63,7 +64,8 @@ TEST(AsSurface, TellsTheTexelsOfItsTarget) {
 }
 
 TEST(AsSurface, CopiesOutliveTheirOriginalAndViewsNest) {
-    const TestImage image(makeTexture({"", Vex::kTextureTypeCubemap, 40, 40, 2, 4, 0, 0}, {0xFAC00A}), 2);
+    const TestImage image(
+        makeTexture({"", Vex::kTextureTypeCubemap, 40, 40, 2, 4, 0, 0}, Vex::kDataFormatR8G8B8A8Unorm), 2);
     auto original = std::make_unique<AsSurfaceElementProvider>(&image, &kSmall);
     const AsSurfaceElementProvider made(*original);
     AsSurfaceElementProvider assigned;

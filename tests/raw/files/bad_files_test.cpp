@@ -10,7 +10,8 @@ using namespace TestSupport;
 
 std::vector<Sample> makeSamples() {
     Vex::Texture texture;
-    texture.initAs2dArray(9, 5, 1, 0, 2, {0xFAC00A}, Vex::kTileModeThin_1dThin, Vex::kNumFragments1, false);
+    texture.initAs2dArray(9, 5, 1, 0, 2, Vex::kDataFormatR8G8B8A8Unorm, Vex::kTileModeThin_1dThin,
+                          Vex::kNumFragments1, false);
     MemoryMappedImage image;
     image.reallocate(&texture);
     std::memset(image.getMemoryRegion().begin, 0x5A, image.getBytesTotal());

@@ -46,7 +46,7 @@ Bytes hdrFile(unsigned width, unsigned height, const Bytes& pixels) {
 std::vector<std::uint32_t> loadHdr(const Bytes& file) {
     MemoryMappedImage image;
     EXPECT_EQ(loadFile(&image, file, ".hdr"), kErrorNone);
-    EXPECT_EQ(image.getDataFormat().m_word, 0x3AC722u);
+    EXPECT_EQ(image.getDataFormat(), Vex::kDataFormatR9G9B9E5Float);
     return wordsOf<std::uint32_t>(image);
 }
 
@@ -206,10 +206,10 @@ TEST(Pfm, FloatsAreTakenAsTheyLie) {
     }
     MemoryMappedImage image;
     ASSERT_EQ(loadFile(&image, bytes(" Pf 3\t3 \r\n2.5\n") + floats, ".pfm"), kErrorNone);
-    EXPECT_EQ(image.getDataFormat().m_word, 0x324704u);
+    EXPECT_EQ(image.getDataFormat(), Vex::kDataFormatL32Float);
     EXPECT_EQ(bytesOf(image), floats);
     ASSERT_EQ(loadFile(&image, bytes("PF 3 1 +1e9x ") + floats, ".pfm"), kErrorNone);
-    EXPECT_EQ(image.getDataFormat().m_word, 0x3AC70Eu);
+    EXPECT_EQ(image.getDataFormat(), Vex::kDataFormatR32G32B32X32Float);
     EXPECT_EQ(saveFile(image, ".pfm"), bytes("PF\n3 1\n-1.0\n") + floats);
     Bytes wide;
     for (std::size_t i = 0; i < 36; i += 12) {
@@ -361,7 +361,8 @@ TEST(Bmp, OtherFilesAreRefused) {
 
 TEST(Tsh, TheShapeComesBackWithoutTexels) {
     Vex::Texture texture;
-    texture.initAs2dArray(40, 24, 3, 0, 4, {0xFAC923}, Vex::kTileModeThin_2dThin, Vex::kNumFragments1, true);
+    texture.initAs2dArray(40, 24, 3, 0, 4, Vex::kDataFormatBc1UnormSrgb, Vex::kTileModeThin_2dThin,
+                          Vex::kNumFragments1, true);
     MemoryMappedImage image, back;
     image.reallocate(&texture);
     const Bytes file = saveFile(image, ".tsh");
@@ -386,7 +387,8 @@ std::vector<Sample> makeSamples() {
         byte = std::uint8_t(random() % 4 + 100);
     }
     Vex::Texture texture;
-    texture.initAs2dArray(4, 4, 1, 0, 1, {0xFAC00A}, Vex::kTileModeThin_1dThin, Vex::kNumFragments1, false);
+    texture.initAs2dArray(4, 4, 1, 0, 1, Vex::kDataFormatR8G8B8A8Unorm, Vex::kTileModeThin_1dThin,
+                          Vex::kNumFragments1, false);
     MemoryMappedImage image;
     image.reallocate(&texture);
     struct Case {

@@ -119,7 +119,7 @@ TEST(Tga, AnyImageIsWrittenWith32BitsFromTheTop) {
     EXPECT_EQ(bytesOf(file), expected);
     configuration.m_textureChannelType = qor::Vex::kTextureChannelTypeSrgb;
     ASSERT_EQ(loadTga(&image, writer.file(), configuration), kErrorNone);
-    EXPECT_EQ(image.getDataFormat().m_word, 0x32E90Au);
+    EXPECT_EQ(image.getDataFormat(), qor::Vex::kDataFormatB8G8R8X8UnormSrgb);
 }
 
 } // namespace

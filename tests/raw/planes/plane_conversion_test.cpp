@@ -1,5 +1,6 @@
 #include "raw/planes/plane_conversion.h"
 
+#include "qor/vex/data_formats.h"
 #include "simd/dispatch.h"
 #include "support/conversions.h"
 
@@ -13,7 +14,7 @@ namespace {
 
 using namespace TestSupport;
 
-constexpr Vex::DataFormat kFloats = {0xFAC70E};
+constexpr Vex::DataFormat kFloats = Vex::kDataFormatR32G32B32A32Float;
 
 // Whether there is a conversion in planes; if so, it has to be right.
 bool compare(const TileConversion& steps, std::size_t count, RandomBits& random) {

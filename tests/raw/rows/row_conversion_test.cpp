@@ -1,5 +1,6 @@
 #include "raw/rows/row_conversion.h"
 
+#include "qor/vex/data_formats.h"
 #include "raw/texels/srgb.h"
 #include "raw/texels/srgb_bytes.h"
 #include "simd/dispatch.h"
@@ -155,7 +156,7 @@ TEST(ByteConversion, TakesOneSwizzleAfterTheOther) {
         }
     }
     Simd::allowAvx2(true);
-    const Vex::DataFormat same = {0x00A | kXyzw}, swapped = {0xF2E00A}; // its own inverse
+    const Vex::DataFormat same = {0x00A | kXyzw}, swapped = Vex::kDataFormatB8G8R8A8Unorm; // its own inverse
     for (const Vex::DataFormat format : {same, swapped}) {
         expectRuns("identity", format, format, [&] { return ByteConversion(format, format); }, source, source,
                    {1100});

@@ -90,7 +90,7 @@ TEST(Comparisons, AddToEachOther) {
         {1, [](Vex::Texture& t) { t.setMipLevelRange(0, 3); }},
         {2, [](Vex::Texture& t) { t.setDataFormat({0xFAC00B}); }},
         {3, [](Vex::Texture& t) { t = Raw::changeChannelType(t, Vex::kTextureChannelTypeSrgb); }},
-        {3, [](Vex::Texture& t) { t.setDataFormat({0xF2E00A}); }},
+        {3, [](Vex::Texture& t) { t.setDataFormat(Vex::kDataFormatB8G8R8A8Unorm); }},
         {5, [](Vex::Texture& t) { t.setPitchMinus1(77); }},
         {5, [](Vex::Texture& t) { t.setTileMode(Vex::kTileModeThin_2dThin); }},
     };

@@ -215,7 +215,8 @@ TEST(FormatCodec, RunsAboveSixteenAreReportedOnceAndEncodedWhole) {
 
 TEST(FormatCodec, HardwareReadingOfSrgbRepeatsTheFirstElement) {
     const std::uint8_t source[] = {0, 255, 17, 51, 9, 9, 9, 9, 34, 34, 34, 34, 1, 1, 1, 1};
-    const EncoderConfiguration four = configurationFor({0xF2E90A}), two = configurationFor({0xFAC903});
+    const EncoderConfiguration four = configurationFor(Vex::kDataFormatB8G8R8A8UnormSrgb),
+                               two = configurationFor({0xFAC903});
     VectorFloat texels[17];
     hardwareDecodeTexelRun(texels, source, &four, 17);
     for (const VectorFloat& texel : texels) {
@@ -231,7 +232,7 @@ TEST(FormatCodec, HardwareReadingOfSrgbRepeatsTheFirstElement) {
 }
 
 TEST(FormatCodec, SharedExponent) {
-    const Vex::DataFormat format = {0x3AC722};
+    const Vex::DataFormat format = Vex::kDataFormatR9G9B9E5Float;
     const SurfaceFormatInfo& row = g_surfaceFormatInfo[34];
     const std::pair<float, float> kValues[] = {{257.5f, 258}, {1e-6f, 268 * 0x1p-23f}, {1e6f, 124928},
                                                {-1, 0},       {HUGE_VALF, 65536},      {NAN, 98304}};
@@ -294,7 +295,7 @@ TEST(FormatCodec, BlocksAndTilesAreTheirRows) {
 }
 
 TEST(FormatCodec, StepsAroundTheRowComeInTheirOrder) {
-    EncoderConfiguration bgra = configurationFor({0xF2E00A});
+    EncoderConfiguration bgra = configurationFor(Vex::kDataFormatB8G8R8A8Unorm);
     bgra.m_transform.m_multiply[0] = {{2, 0, 0, 0}}; // doubles red
     bgra.m_transform.m_power = {{2, 2, 2, 2}};
     const float red = 102 * (1.0f / 255);
@@ -325,7 +326,8 @@ TEST(FormatCodec, StepsAroundTheRowComeInTheirOrder) {
 TEST(FormatCodec, SwizzlesAreNotInvertedWhenStored) {
     const VectorFloat texel = {{1, 0, 0, 0.4f}};
     std::uint8_t stored[2] = {9, 9};
-    const EncoderConfiguration alpha = configurationFor({0x800001}), pair = configurationFor({0xB24003});
+    const EncoderConfiguration alpha = configurationFor(Vex::kDataFormatA8Unorm),
+                               pair = configurationFor(Vex::kDataFormatL8A8Unorm);
     encodeTexelRun(stored, &texel, &alpha, 1);
     EXPECT_EQ(0, stored[0]);
     encodeTexelRun(stored, &texel, &pair, 1);

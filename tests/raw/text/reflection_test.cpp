@@ -60,12 +60,12 @@ TEST(ReflectedTypes, DescriptorsSurviveTheirText) {
 }
 
 TEST(ReflectedTypes, WritesFormatsOnOneLineAndNamesThem) {
-    Vex::DataFormat format = {0xFAC00A};
+    Vex::DataFormat format = Vex::kDataFormatR8G8B8A8Unorm;
     EXPECT_EQ(toText(Types::g_vexDataFormat, &format),
               "{\"SurfaceFormat\" : \"8_8_8_8\", \"ChannelType\" : \"UNorm\", \"X\" : \"X\", \"Y\" : \"Y\", "
               "\"Z\" : \"Z\", \"W\" : \"W\"}");
     Raw::Configuration configuration;
-    Vex::DataFormat named = {0xFAC00A};
+    Vex::DataFormat named = Vex::kDataFormatR8G8B8A8Unorm;
     EXPECT_EQ(
         Raw::makeDataFormat(&named, "{'channeltype':'srgb', 'X':'z', 'Y':7, 'other':1}", &configuration), 0);
     EXPECT_EQ(named.m_word, 0xFBE90Au);

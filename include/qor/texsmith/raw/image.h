@@ -1,11 +1,24 @@
 // Images: providers whose elements lie in plain, row-ordered memory.
 //
 // Storage order, outermost first: array entries, faces, mips, depth slices, fragments, rows, elements.
-// Surfaces are contiguous and unpadded. The tile mode of the descriptor plays no part here: it says how
-// convertToVxf will lay the texels out. Readers of files that name none choose Thick_1dThick for volumes,
-// Thin_2dThin for several fragments, and Thin_1dThin for all else; setTileMode before reallocate chooses
-// another. Tiles and blocks may
-// be written in parallel; reallocate must not run during a job.
+// Surfaces are contiguous and unpadded: a row of elements follows the one before it, and the offset of
+// element (x, y) in its surface is getBytesPerElement() * (y * getElementsWide(mip) + x). The tile mode of
+// the descriptor plays no part here: it says how convertToVxf will lay the texels out. Readers of files that
+// name none choose Thick_1dThick for volumes, Thin_2dThin for several fragments, and Thin_1dThin for all
+// else; setTileMode before reallocate chooses another. Tiles and blocks may be written in parallel;
+// reallocate must not run during a job.
+//
+//     Vex::Texture texture;
+//     texture.initAs2d(640, 480, 1, Vex::kDataFormatR8G8B8A8Unorm, Vex::kTileModeThin_1dThin,
+//                      Vex::kNumFragments1);
+//     AllocatedMemory memory;
+//     ReallocatableImage image(&memory);       // `memory` stays the caller's
+//     image.reallocate(&texture);              // makes it 640 * 480 * 4 bytes, of undefined contents
+//     const SurfaceIndex first;
+//     std::memcpy(image.getMemoryRegion(&first).begin, pixels, image.getBytesTotal());
+//
+// A class that derives from one of these and keeps their tiles as they are says so in doGetRowsClass
+// (raw/element_provider.h), else walks take it tile by tile.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -92,7 +105,10 @@ public:
     ReallocatableImage(const ReallocatableImage&) = default;
     ReallocatableImage& operator=(const ReallocatableImage&) = default;
 
-    // The contents are undefined afterwards. Without storage only the descriptor is taken.
+    // The contents are undefined afterwards. Without storage only the descriptor is taken. Storage that
+    // cannot get its size reports it; accesses to what it lacks are then reported, read zeros and drop
+    // writes. An image that would be too large leaves the storage alone. A null texture is reported and
+    // changes nothing.
     void reallocate(const Texture* texture);
     void reallocate(const Vex::Texture* texture);
 

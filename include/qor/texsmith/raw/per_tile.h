@@ -11,6 +11,8 @@
 #include "qor/texsmith/raw/job_manager.h"
 #include "qor/texsmith/raw/texture.h"
 
+#include <algorithm>
+
 namespace qor::Texsmith::Raw {
 
 class QOR_TEXSMITH_API PerSurfaceJob : public Job {
@@ -56,6 +58,24 @@ struct OpenSurface {
     ElementRows m_destination;
     bool m_hasRows = false;  // false: tile by tile
     bool m_isHidden = false; // outside the view: there is nothing to measure
+
+    // The walk of a pass over those tiles of row `y` that lie whole in the surface of `provider`, at most
+    // `atOnce` at a time: calls `use(x, count)` until that returns false, and returns how many were done.
+    // None where there are no rows.
+    template <typename Use>
+    unsigned forWholeTiles(const ElementProvider& provider, unsigned mip, unsigned y, unsigned atOnce,
+                           Use use) const {
+        if (!m_hasRows || y * 8 + 8 > provider.getPixelsTall(mip)) {
+            return 0;
+        }
+        const unsigned whole = provider.getPixelsWide(mip) / 8;
+        for (unsigned x = 0; x < whole; x += atOnce) {
+            if (!use(x, std::min(atOnce, whole - x))) {
+                return x;
+            }
+        }
+        return whole;
+    }
 };
 
 // Work on one tile, apart from the job, so that several can run in one pass. Lives on the stack of the

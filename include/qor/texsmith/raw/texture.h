@@ -1,4 +1,13 @@
 // The shape of a texture: a stack of two-dimensional surfaces, how one is named and how they are counted.
+//
+//     for (int i = 0; i < getNumberOfSurfaces(&image); ++i) {
+//         SurfaceIndex index;
+//         getSurfaceIndexFromSurfaceNumber(&index, &image, i);
+//         use(image.getMemoryRegion(&index));
+//     }
+//
+// All numbers count from 0. Nothing here owns memory or changes shared state. A null pointer is reported, and
+// the answer is then 0, false or nothing.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -26,17 +35,19 @@ static_assert(sizeof(Texture) == 48);
 // Names one surface of a texture. The first and the last word are carried along without a meaning.
 struct QOR_TEXSMITH_API SurfaceIndex {
     std::uint32_t first = 0;
-    std::uint32_t arrayEntry = 0;
-    std::uint32_t face = 0;
-    std::uint32_t mip = 0;
-    std::uint32_t depth = 0;
-    std::uint32_t fragment = 0;
+    std::uint32_t arrayEntry = 0; // a cubemap counts its six faces as one entry
+    std::uint32_t face = 0;       // 0 to 5 of a cubemap: +X, -X, +Y, -Y, +Z, -Z; else 0
+    std::uint32_t mip = 0;        // 0 is the largest
+    std::uint32_t depth = 0;      // slice of a volume, of which a mip has half as many as the one before
+    std::uint32_t fragment = 0;   // stored sample of a multisampled surface
     std::uint32_t last = 0;
 
     // All seven words plus one, which is not the next surface of the walk.
     SurfaceIndex getNext() const;
 };
 
+// How many of each there are; depth differs from mip to mip (getDepthOfMip). Mips are counted from 0 to the
+// last, whatever mip a view begins with.
 struct QOR_TEXSMITH_API SurfaceCount {
     std::uint32_t arrayEntries = 1;
     std::uint32_t faces = 1;
@@ -66,7 +77,9 @@ QOR_TEXSMITH_API void getSurfaceIndexFromSurfaceNumber(SurfaceIndex* result,
 QOR_TEXSMITH_API unsigned getBlockPitchInBytes(Vex::DataFormat format);
 QOR_TEXSMITH_API unsigned getTilePitchInBytes(Vex::DataFormat format);
 
-// Each compares what the one before it does, and more. Pitch, tile mode and memory type never take part.
+// Each compares what the one before it does, and more: type, width, height, depth and array view; then the
+// range of mips; then the surface format; then the whole format word; then the modifiers of both, byte by
+// byte. Pitch, tile mode and memory type never take part.
 QOR_TEXSMITH_API bool dimensionsAreIdenticalExceptMips(const Vex::Texture& a, const Vex::Texture& b);
 QOR_TEXSMITH_API bool dimensionsAreIdenticalExceptMips(const ElementProvider* a, const ElementProvider* b);
 QOR_TEXSMITH_API bool dimensionsAreIdentical(const Vex::Texture& a, const Vex::Texture& b);

@@ -18,6 +18,10 @@ enum TilingMode : unsigned {
     kTilingModeNone = 3
 };
 
+// In linear memory the element (x, y, z) of a region lies at x - left + (y - top) * pitch +
+// (z - front) * slicePitch elements from the start; in tiled memory where qor/gpu_address/gpu_address.h
+// draws it.
+//
 // One surface's tiler, whatever its tile mode: made for one mip of one slice, then used for any number of
 // regions. It holds no memory of the caller's, is copied freely, and leaves a null texture or target without
 // a mode after a report. Regions count elements, `m_left` to `m_right` and so on, half-open. Region

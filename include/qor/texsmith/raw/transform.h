@@ -4,7 +4,12 @@
 // product is ((X*x + Y*y) + Z*z) + W*w, then + add, without fused multiply-add. The power of all ones does
 // nothing, of all twos squares, of all halves takes the exact square root; any other goes through
 // approximations of exp2 and log2 (about 3e-6 relative) that check for no zero, negative or non-finite input.
-// Null arguments are reported and nothing is done.
+// Where a result is a NaN it is the quiet one of no payload, 0x7FC00000. Null arguments are reported and
+// nothing is done. The objects are plain values; const members may be called from any number of threads.
+//
+//     Modifiers modifiers;                           // do nothing
+//     modifiers.m_decode.Init(maddFromRange(range)); // what `range` spans is read as 0..1
+//     image.setModifiers(modifiers);                 // for reformat, mips and measures
 #pragma once
 
 #include "qor/texsmith/export.h"

@@ -1,7 +1,9 @@
 // Views: providers that own no texels.
 //
 // A proxy view is a two-dimensional surface made of tiles of its target. Where a view shows nothing, reads
-// give zeros and writes do nothing. Views keep no per-call state; the target must outlive them.
+// give zeros and writes do nothing. Views keep no per-call state, so that many threads may use one; the
+// target must outlive them, and copies of a view have the same target. A target that changes its size or its
+// format later keeps the view as it was made: it then shows what lies at the same tiles, and zeros beyond.
 #pragma once
 
 #include "qor/texsmith/export.h"
