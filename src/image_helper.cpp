@@ -10,8 +10,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <memory>
+#include <new>
 
 namespace qor::Texsmith {
 namespace {
@@ -20,32 +22,32 @@ constexpr char kSourcePath[] = "image_helper";
 constexpr unsigned kLanes = 8;
 constexpr unsigned kBandRows = 32; // of the destination
 
-// The samples of one position of the destination, and their weights.
+// The samples of one position of the destination, at least one, and their weights.
 struct Contribution {
     const float* m_weights;
-    int m_first;
-    int m_last;
+    unsigned m_first;
+    unsigned m_count;
 };
 
 // For every position of a destination, in one block of memory.
 class WeightTable {
 public:
     WeightTable(unsigned sourceSize, unsigned destinationSize, const Filters::IFilter& filter)
-        : m_entries(std::make_unique<Contribution[]>(destinationSize)) {
+        : m_entries(std::make_unique_for_overwrite<Contribution[]>(destinationSize)) {
         const float scale = static_cast<float>(destinationSize) / static_cast<float>(sourceSize);
         const bool enlarges = scale > 1.0f;
         const float half = extentWithin(enlarges ? filter.getWidth() : filter.getWidth() / scale, sourceSize);
         const float factor = enlarges ? 1.0f : scale;
-        const int slots = static_cast<int>(std::ceil(half)) * 2 + 1;
-        m_weights = std::make_unique<float[]>(std::size_t{destinationSize} * static_cast<unsigned>(slots));
+        const std::uint64_t slots = static_cast<std::uint64_t>(std::ceil(half)) * 2 + 1;
+        const std::size_t stride = static_cast<std::size_t>(std::min<std::uint64_t>(slots, sourceSize));
+        m_weights = std::make_unique_for_overwrite<float[]>(destinationSize * stride);
         for (unsigned i = 0; i < destinationSize; ++i) {
             const float center = static_cast<float>(i) / scale;
-            Contribution& entry = m_entries[i];
-            placeWindow(&entry, center, half, static_cast<int>(sourceSize), slots);
-            float* weights = m_weights.get() + std::size_t{i} * static_cast<unsigned>(slots);
-            entry.m_weights = weights;
+            float* weights = m_weights.get() + i * stride;
+            m_entries[i] = windowAt(center, half, sourceSize, slots);
+            m_entries[i].m_weights = weights;
             // The kernel is deliberately centred elsewhere than the window of samples.
-            fillWeights(weights, entry, center, 0.5f / scale - 0.5f, factor, filter);
+            fillWeights(weights, m_entries[i], center, 0.5f / scale - 0.5f, factor, filter);
         }
     }
 
@@ -57,28 +59,30 @@ private:
         return half > 0.0f ? std::min(half, static_cast<float>(sourceSize)) : 0.0f;
     }
 
-    static void placeWindow(Contribution* entry, float center, float half, int sourceSize, int slots) {
-        int first = static_cast<int>(std::max(std::floor(center - half), 0.0f));
-        int last = static_cast<int>(std::min(std::ceil(center + half), static_cast<float>(sourceSize - 1)));
-        first = std::min(first, sourceSize - 1);
-        if (last - first + 1 > slots) {
+    // Cut to the source as integers: not every position beyond 2^24 is a float.
+    static Contribution windowAt(float center, float half, unsigned sourceSize, std::uint64_t slots) {
+        const std::int64_t end = sourceSize;
+        std::int64_t first =
+            std::clamp<std::int64_t>(static_cast<std::int64_t>(std::floor(center - half)), 0, end - 1);
+        const std::int64_t last =
+            std::clamp<std::int64_t>(static_cast<std::int64_t>(std::ceil(center + half)), first, end - 1);
+        if (static_cast<std::uint64_t>(last - first + 1) > slots) {
             ++first;
         }
-        last = std::min(std::max(last, first), first + slots - 1); // at least one, and within the block
-        *entry = {nullptr, first, last};
+        const std::uint64_t count = std::min(static_cast<std::uint64_t>(last - first + 1), slots);
+        return {nullptr, static_cast<unsigned>(first), static_cast<unsigned>(count)};
     }
 
     static void fillWeights(float* weights, const Contribution& entry, float center, float shift,
                             float factor, const Filters::IFilter& filter) {
         float sum = 0.0f;
-        const int count = entry.m_last - entry.m_first + 1;
-        for (int n = 0; n < count; ++n) {
+        for (unsigned n = 0; n < entry.m_count; ++n) {
             const float sample = static_cast<float>(entry.m_first + n);
             weights[n] = filter.evaluate((center - sample + shift) * factor) * factor;
             sum += weights[n];
         }
         if (sum > 0.0f && sum != 1.0f) {
-            for (int n = 0; n < count; ++n) {
+            for (unsigned n = 0; n < entry.m_count; ++n) {
                 weights[n] /= sum;
             }
         }
@@ -129,11 +133,11 @@ void gatherLanes(float* lanes, const float* const (&rows)[kLanes], const std::si
     for (unsigned l = 0; l < kLanes; l += 4) {
         const bool together = rows[l + 1] == rows[l] + 1 && rows[l + 2] == rows[l] + 2 &&
                               rows[l + 3] == rows[l] + 3 && strides[l] >= 4 && strides[l] == strides[l + 3];
-        for (unsigned j = 0; j < samples && together; ++j) {
+        for (std::size_t j = 0; j < samples && together; ++j) {
             std::memcpy(lanes + j * kLanes + l, rows[l] + j * strides[l], 4 * sizeof(float));
         }
         for (unsigned lane = l; lane < l + 4 && !together; ++lane) {
-            for (unsigned j = 0; j < samples; ++j) {
+            for (std::size_t j = 0; j < samples; ++j) {
                 lanes[j * kLanes + lane] = rows[lane][j * strides[lane]];
             }
         }
@@ -142,8 +146,8 @@ void gatherLanes(float* lanes, const float* const (&rows)[kLanes], const std::si
 
 void sumLanes(float (&sums)[kLanes], const float* lanes, const Contribution& entry) {
     Simd::Float4 low = Simd::splat(0.0f), high = low;
-    const float* samples = lanes + static_cast<unsigned>(entry.m_first) * kLanes;
-    for (int n = 0; n <= entry.m_last - entry.m_first; ++n, samples += kLanes) {
+    const float* samples = lanes + std::size_t{entry.m_first} * kLanes;
+    for (unsigned n = 0; n < entry.m_count; ++n, samples += kLanes) {
         const Simd::Float4 weight = Simd::splat(entry.m_weights[n]);
         low = low + Simd::loadFloats(samples) * weight;
         high = high + Simd::loadFloats(samples + 4) * weight;
@@ -156,14 +160,14 @@ void sumLanes(float (&sums)[kLanes], const float* lanes, const Contribution& ent
 // `width` at `result`, the planes of a row one after another. `lanes` has room for eight rows of samples.
 void resampleAcross(float* result, std::size_t width, float* lanes, const Image& source, unsigned begin,
                     unsigned end, unsigned planes, const WeightTable& table) {
-    const unsigned lines = (end - begin) * planes;
-    for (unsigned first = 0; first < lines; first += kLanes) {
+    const std::size_t lines = std::size_t{end - begin} * planes;
+    for (std::size_t first = 0; first < lines; first += kLanes) {
         const float* rows[kLanes];
         std::size_t strides[kLanes];
         float* results[kLanes];
         for (unsigned l = 0; l < kLanes; ++l) {
-            const unsigned line = std::min(first + l, lines - 1); // too few lines repeat the last
-            const Image::PlanePixels pixels = source.getPlanePixels(line % planes);
+            const std::size_t line = std::min(first + l, lines - 1); // too few lines repeat the last
+            const Image::PlanePixels pixels = source.getPlanePixels(static_cast<unsigned>(line % planes));
             const std::size_t row = begin + line / planes;
             rows[l] = pixels.m_first + row * source.getWidth() * pixels.m_stride;
             strides[l] = pixels.m_stride;
@@ -203,13 +207,13 @@ void storeRows(Image* destination, unsigned y, const float* rows, unsigned plane
 template <typename RowOf>
 void sumRows(float* row, std::size_t width, const Contribution& entry, const RowOf& rowOf) {
     std::fill_n(row, width, 0.0f);
-    for (int j = entry.m_first; j <= entry.m_last; ++j) {
-        addProducts(row, rowOf(static_cast<unsigned>(j)), entry.m_weights[j - entry.m_first], width);
+    for (unsigned n = 0; n < entry.m_count; ++n) {
+        addProducts(row, rowOf(entry.m_first + n), entry.m_weights[n], width);
     }
 }
 
 struct Extent {
-    unsigned m_width, m_height, m_planes;
+    unsigned m_width, m_height;
     bool isEmpty() const { return m_width == 0 || m_height == 0; }
 };
 
@@ -225,7 +229,7 @@ bool slicesAreWhole(const VolumeImage& volume) {
 }
 
 template <typename Picture> Extent extentOf(const Picture& picture) {
-    return {picture.getWidth(), picture.getHeight(), picture.getNumPlanes()};
+    return {picture.getWidth(), picture.getHeight()};
 }
 
 // Across and down, band by band, so that what lies between the two stays in the caches. Calls
@@ -239,28 +243,48 @@ Raw::Error resample(const Image& source, const Extent& to, unsigned planes, cons
         Floats between;
         std::size_t room = 0;
         for (unsigned band = firstBand; band < endBand; ++band) {
-            const unsigned begin = band * kBandRows, end = std::min(begin + kBandRows, to.m_height);
-            unsigned first = source.getHeight(), last = 0;
+            const unsigned begin = band * kBandRows, end = begin + std::min(kBandRows, to.m_height - begin);
+            unsigned first = source.getHeight(), behind = 0; // rows of the source
             for (unsigned y = begin; y < end; ++y) {
-                first = std::min(first, static_cast<unsigned>(down[y].m_first));
-                last = std::max(last, static_cast<unsigned>(down[y].m_last));
+                first = std::min(first, down[y].m_first);
+                behind = std::max(behind, down[y].m_first + down[y].m_count);
             }
-            const std::size_t rows = std::size_t{last - first + 1} * planes;
+            const std::size_t rows = std::size_t{behind - first} * planes;
             if (rows > room) {
                 between = makeFloats(rows, to.m_width);
                 room = rows;
             }
-            resampleAcross(between.get(), to.m_width, lanes.get(), source, first, last + 1, planes, across);
+            resampleAcross(between.get(), to.m_width, lanes.get(), source, first, behind, planes, across);
             for (unsigned y = begin; y < end; ++y) {
                 for (unsigned plane = 0; plane < planes; ++plane) {
-                    sumRows(result.get() + plane * to.m_width, to.m_width, down[y], [&](unsigned j) {
-                        return between.get() + (std::size_t{j - first} * planes + plane) * to.m_width;
-                    });
+                    sumRows(result.get() + std::size_t{plane} * to.m_width, to.m_width, down[y],
+                            [&](unsigned j) {
+                                return between.get() + (std::size_t{j - first} * planes + plane) * to.m_width;
+                            });
                 }
                 store(y, result.get());
             }
         }
     });
+}
+
+// Constant planes take nothing, and may have any size.
+bool takesPixels(Image* image) {
+    for (unsigned plane = 0; plane < image->getNumPlanes(); ++plane) {
+        if (image->getWritablePixels(plane) != nullptr) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool takesPixels(VolumeImage* volume) {
+    for (unsigned z = 0; z < volume->getDepth(); ++z) {
+        if (takesPixels(volume->getSlice(z))) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // The planes that both have; none when there is no destination.
@@ -279,7 +303,8 @@ template <typename Picture> unsigned checkPictures(const Picture& source, const 
 void ImageHelper::resizeImage(const Image& source, Image* destination, const Filters::IFilter& filter,
                               JobManager* jobManager) {
     const unsigned planes = checkPictures(source, destination);
-    if (planes == 0 || extentOf(source).isEmpty() || extentOf(*destination).isEmpty()) {
+    if (planes == 0 || extentOf(source).isEmpty() || extentOf(*destination).isEmpty() ||
+        !takesPixels(destination)) {
         return;
     }
     Raw::failWithoutMemory(kSourcePath, [&] {
@@ -287,11 +312,12 @@ void ImageHelper::resizeImage(const Image& source, Image* destination, const Fil
         const WeightTable across(source.getWidth(), to.m_width, filter);
         const WeightTable down(source.getHeight(), to.m_height, filter);
         const std::unique_ptr<Image> ownSource(&source == destination ? source.clone() : nullptr);
-        const Raw::Error error =
-            resample(ownSource != nullptr ? *ownSource : source, to, planes, across, down, jobManager,
-                     [&](unsigned y, const float* rows) { storeRows(destination, y, rows, planes); });
-        destination->deleteRawData();
-        return error;
+        if (&source == destination && ownSource == nullptr) {
+            throw std::bad_alloc();
+        }
+        destination->deleteRawData(); // first: a report's handler may end the work half done
+        return resample(ownSource != nullptr ? *ownSource : source, to, planes, across, down, jobManager,
+                        [&](unsigned y, const float* rows) { storeRows(destination, y, rows, planes); });
     });
 }
 
@@ -299,7 +325,7 @@ void ImageHelper::resizeImage(const VolumeImage& source, VolumeImage* destinatio
                               const Filters::IFilter& filter, JobManager* jobManager) {
     const unsigned planes = checkPictures(source, destination);
     if (planes == 0 || extentOf(source).isEmpty() || extentOf(*destination).isEmpty() ||
-        source.getDepth() == 0 || destination->getDepth() == 0 || !slicesAreWhole(source) ||
+        source.getDepth() == 0 || !takesPixels(destination) || !slicesAreWhole(source) ||
         !slicesAreWhole(*destination)) {
         return;
     }

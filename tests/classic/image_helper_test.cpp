@@ -185,6 +185,18 @@ TEST(ResizeImage, StaysInMemoryWhateverItIsGiven) {
     EXPECT_EQ(recorder.assertions().size(), 3u);
 }
 
+// A float cannot say where the last row of so many lies.
+TEST(ResizeImage, ReadsNoRowBehindTheLastOfMillions) {
+    Image source(1, (1u << 24) + 4, 1), result(1, 2, 1);
+    const float one = 1.0f;
+    source.setColumn(&one, 1, 0, 0);
+    source.getPlane(0)->setScanline(&one, 1, source.getHeight() - 1);
+    ImageHelper::resizeImage(source, &result, OddFilter(1.0f));
+    const std::vector<float> column = columnOf(result, 0, 0);
+    EXPECT_GT(column[0], 0.0f);
+    EXPECT_GT(column[1], 0.0f);
+}
+
 TEST(ResizeImage, TakesVolumesInDepthToo) {
     VolumeImage source(6, 4, 4, 1), result(3, 2, 2, 1);
     for (unsigned z = 0; z < 4; ++z) {

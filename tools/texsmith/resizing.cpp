@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 
 namespace Tool {
@@ -19,6 +20,7 @@ using namespace qor;
 using namespace qor::Texsmith;
 
 constexpr unsigned kMaxSize = 16384, kPlanes = 4;
+constexpr std::uint64_t kMaxPixels = 0xFFFFFFFF / (kPlanes * sizeof(float)); // as four floats each
 constexpr unsigned kLargestStep = 3; // the filters leave samples out where they reduce by more at once
 
 const Filters::BoxFilter kBox;
@@ -129,6 +131,11 @@ std::unique_ptr<Raw::MemoryMappedImage> resized(const Raw::MemoryMappedImage& pi
     Vex::Texture texture = *picture.getVexTexture();
     const Size from = {texture.getWidth(), texture.getHeight()};
     const unsigned depth = Raw::getDepthOfMip(texture, 0);
+    for (const Size& each : {from, size}) {
+        if (std::uint64_t{each.m_width} * each.m_height > kMaxPixels) {
+            throw Failure("pictures of 2^28 pixels and more cannot be resized");
+        }
+    }
     texture.setWidthMinus1(size.m_width - 1);
     texture.setHeightMinus1(size.m_height - 1);
     texture.setMipLevelRange(0, 0);
