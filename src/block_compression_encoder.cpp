@@ -8,6 +8,7 @@
 #include "raw/blocks/block_alpha.h"
 #include "raw/frame/check.h"
 #include "raw/texels/srgb.h"
+#include "raw/texels/srgb_run.h"
 
 #include <algorithm>
 #include <cstring>
@@ -54,12 +55,12 @@ CpuBlockEncoder::CpuBlockEncoder(std::uint8_t* destination, const Image* image, 
         return;
     }
     const unsigned planes = image->getNumPlanes();
-    unsigned minimum = kMinimumPlanes[m_formatIndex];
+    std::uint64_t minimum = kMinimumPlanes[m_formatIndex];
     if (m_formatIndex == kBc4 || m_formatIndex == kBc5) {
-        minimum = std::max(minimum, image->getSelectedChannel(0) + 1);
+        minimum = std::max(minimum, std::uint64_t{image->getSelectedChannel(0)} + 1);
     }
     if (m_formatIndex == kBc5) {
-        minimum = std::max(minimum, image->getSelectedChannel(1) + 1);
+        minimum = std::max(minimum, std::uint64_t{image->getSelectedChannel(1)} + 1);
     }
     if (m_formatIndex == kBc6) {
         m_configuration.m_bc6Quality.setFromQuality(image->getQuality());
@@ -192,15 +193,43 @@ void CpuBlockEncoder::GetBlockRGBA(float* out, unsigned x, unsigned y) const {
     }
 }
 
+// One channel of whole blocks, of which `pixel` is the first, with the values that its reader gives.
+void CpuBlockEncoder::gatherChannel(ColorRGBA32F* texels, unsigned channel, std::size_t pixel,
+                                    unsigned columns) const {
+    const ReadChannel read = m_readChannel[channel];
+    const std::size_t stride = m_channelStride[channel];
+    const bool isStored = read == &readChannelPlain || read == &readChannelSrgb;
+    float values[kBlocksAtOnce * 4];
+    for (unsigned row = 0; row < 4; ++row, pixel += m_image->getWidth()) {
+        const float* pixels = m_channelData[channel] + pixel * stride;
+        for (unsigned x = 0; x < columns; ++x) {
+            values[x] = isStored ? pixels[x * stride] : read(pixels, x * stride);
+        }
+        if (read == &readChannelSrgb) {
+            Raw::srgbEncodeRun(values, values, columns);
+        }
+        float* first = &texels[row * 4].r + channel;
+        for (unsigned x = 0; x < columns; ++x) {
+            first[(x / 4 * kTexels + x % 4) * 4] = values[x];
+        }
+    }
+}
+
 void CpuBlockEncoder::gatherBlocks(ColorRGBA32F* texels, unsigned x, unsigned y, unsigned count) const {
-    const bool isWhole = y + 4 <= m_image->getHeight() && x + 4 * count <= m_image->getWidth();
-    if (!isWhole || !isPacked()) {
+    const std::size_t width = m_image->getWidth();
+    const bool isWhole = std::size_t{y} + 4 <= m_image->getHeight() && std::size_t{x} + 4 * count <= width;
+    if (!isWhole) {
         for (unsigned block = 0; block < count; ++block) {
             GetBlockRGBA(&texels[block * kTexels].r, x + 4 * block, y);
         }
         return;
     }
-    const std::size_t width = m_image->getWidth();
+    if (!isPacked()) {
+        for (unsigned channel = 0; channel < 4; ++channel) {
+            gatherChannel(texels, channel, y * width + x, 4 * count);
+        }
+        return;
+    }
     for (unsigned row = 0; row < 4; ++row) {
         const float* pixels = m_channelData[0] + ((y + row) * width + x) * 4;
         for (unsigned block = 0; block < count; ++block) {

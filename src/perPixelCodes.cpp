@@ -3,7 +3,7 @@
 #include "qor/texsmith/per_pixel_codes.h"
 
 #include "qor/texsmith/tools_assert.h"
-#include "raw/texels/srgb.h"
+#include "raw/texels/srgb_run.h"
 #include "simd/float4.h"
 
 #include <algorithm>
@@ -204,8 +204,6 @@ void PerImagePixelEncoder::initChannels() {
     const int components = static_cast<int>(m_format.getNumComponents());
     bool isNamed[4] = {};
     for (unsigned channel = 0; channel < 4; ++channel) {
-        const std::uint32_t mode = encodeModeOf(*m_image, channel);
-        m_isSrgb[channel] = mode == kEncodeAlways || (mode == kEncodeByFormat && channel < 3 && isSrgbFormat);
         const int component = componentOf(m_format, channel);
         if (component < 0) {
             continue;
@@ -217,7 +215,10 @@ void PerImagePixelEncoder::initChannels() {
                         m_format.m_word, component + 1, components);
         }
         if (!isNamed[component]) {
+            const std::uint32_t mode = encodeModeOf(*m_image, channel);
             isNamed[component] = true;
+            m_isSrgb[m_planeCount] =
+                mode == kEncodeAlways || (mode == kEncodeByFormat && channel < 3 && isSrgbFormat);
             m_sourcePlanes[m_planeCount++] = component;
         }
     }
@@ -233,9 +234,15 @@ void PerImagePixelEncoder::gather(VectorFloat* pixels, std::size_t first, unsign
     for (unsigned place = 0; place < m_planeCount; ++place) {
         const Image::PlanePixels plane = m_pixels[place];
         const unsigned lane = isLuminance ? place : static_cast<unsigned>(m_sourcePlanes[place]);
+        float values[PixelEncoder::kMaxPixels];
         for (unsigned i = 0; i < count; ++i) {
-            const float value = plane.m_first[(first + i) * plane.m_stride];
-            pixels[i][lane] = m_isSrgb[place] ? Raw::srgbEncode(value) : value;
+            values[i] = plane.m_first[(first + i) * plane.m_stride];
+        }
+        if (m_isSrgb[place]) {
+            Raw::srgbEncodeRun(values, values, count);
+        }
+        for (unsigned i = 0; i < count; ++i) {
+            pixels[i][lane] = values[i];
         }
     }
     if (!isLuminance) {

@@ -18,14 +18,15 @@ public:
 
     MultiImageEncoderJob() : Job(0) {}
 
-    // All rows of the encoder's picture. The seventeenth is reported and dropped, which false tells.
+    // All rows of the encoder's picture. The seventeenth, and one whose rows bring the count to 2^32, are
+    // reported and dropped, which false tells.
     bool addImage(const Encoder* encoder) {
-        if (m_images == kMaxImages) {
+        const unsigned rows = encoder->getNumberOfRows();
+        if (m_images == kMaxImages || m_rows + rows < m_rows) {
             toolsAssert("image", __LINE__,
                         "number of images cannot exceed the number of reserved images in JobData\n");
             return false;
         }
-        const unsigned rows = encoder->getNumberOfRows();
         m_entries[m_images++] = {encoder, m_rows, rows};
         m_rows += rows;
         return true;

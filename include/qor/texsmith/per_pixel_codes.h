@@ -57,7 +57,7 @@ public:
     std::uint8_t* m_destination;
     const Image* m_image;
     int m_sourcePlanes[4]; // the component that a place stands for
-    bool m_isSrgb[4];      // of each place: it goes through the sRGB curve
+    bool m_isSrgb[4];      // of each place: the first channel that names it goes through the sRGB curve
     unsigned m_planeCount;
     int m_luminanceChannel; // -1 for none
     unsigned m_bytesPerElement;
