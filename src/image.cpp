@@ -8,6 +8,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -60,7 +61,7 @@ void Image::Plane::getScanline(float* destination, unsigned count, unsigned y) c
     if (m_image == nullptr || destination == nullptr || y >= m_image->m_height) {
         return;
     }
-    const PlanePixels pixels = m_image->getPlanePixels(static_cast<unsigned>(this - m_image->m_planes));
+    const PlanePixels pixels = m_image->pixelsOf(*this);
     const std::size_t first = std::size_t{y} * m_image->m_width * pixels.m_stride;
     copyStrided(destination, 1, pixels.m_first + first, pixels.m_stride, std::min(count, m_image->m_width));
 }
@@ -69,10 +70,9 @@ void Image::Plane::setScanline(const float* source, unsigned count, unsigned y) 
     if (m_image == nullptr || source == nullptr || y >= m_image->m_height) {
         return;
     }
-    float* pixels = m_image->getWritablePixels(static_cast<unsigned>(this - m_image->m_planes));
-    if (pixels != nullptr) {
+    if (m_image->hasPixels(*this)) {
         const std::size_t stride = m_image->m_pixelStride;
-        copyStrided(pixels + std::size_t{y} * m_image->m_width * stride, stride, source, 1,
+        copyStrided(m_data.m_pixels + std::size_t{y} * m_image->m_width * stride, stride, source, 1,
                     std::min(count, m_image->m_width));
     }
 }
@@ -91,7 +91,7 @@ Image::~Image() {
 void Image::initializeUncompressedMemory(Plane::Type type) {
     deleteData();
     for (unsigned p = 0; p < kMaxPlanes; ++p) {
-        m_planes[p].m_type = type;
+        m_planes[p].m_type = type == Plane::kTypeInterleaved ? type : Plane::kTypeConstant;
         m_planes[p].m_image = this;
         m_planes[p].m_data = {};
     }
@@ -138,15 +138,15 @@ bool Image::hasPixels(const Plane& plane) const {
            (pixels == 0 || offset / sizeof(float) + (pixels - 1) * m_pixelStride < m_pixelFloats);
 }
 
+Image::PlanePixels Image::pixelsOf(const Plane& plane) const {
+    if (plane.m_type == Plane::kTypeConstant) {
+        return {&plane.m_data.m_value, 0};
+    }
+    return hasPixels(plane) ? PlanePixels{plane.m_data.m_pixels, m_pixelStride} : PlanePixels{&kZero, 0};
+}
+
 Image::PlanePixels Image::getPlanePixels(unsigned plane) const {
-    if (plane >= m_numPlanes) {
-        return {&kZero, 0};
-    }
-    const Plane& wanted = m_planes[plane];
-    if (wanted.m_type == Plane::kTypeConstant) {
-        return {&wanted.m_data.m_value, 0};
-    }
-    return hasPixels(wanted) ? PlanePixels{wanted.m_data.m_pixels, m_pixelStride} : PlanePixels{&kZero, 0};
+    return plane < m_numPlanes ? pixelsOf(m_planes[plane]) : PlanePixels{&kZero, 0};
 }
 
 float* Image::getWritablePixels(unsigned plane) {
@@ -176,8 +176,9 @@ void Image::getScanline(float* destination, unsigned count, unsigned y, unsigned
 }
 
 void Image::getScanline(float* destination, unsigned count, unsigned y, unsigned plane, unsigned x) const {
-    if (!isInside(y < m_height && plane < m_numPlanes, "Coordinates for getScanline() are out of range.") ||
-        destination == nullptr || x >= m_width) {
+    if (!isInside(y < m_height && plane < m_numPlanes && (x < m_width || x == 0),
+                  "Coordinates for getScanline() are out of range.") ||
+        destination == nullptr) {
         return;
     }
     const PlanePixels pixels = getPlanePixels(plane);
@@ -253,7 +254,8 @@ void Image::swapPlanes(unsigned a, unsigned b) {
     }
 }
 
-std::uint8_t* Image::allocateRawData(Vex::DataFormat format) {
+// Null when memory is short, which is the caller's to report.
+std::uint8_t* Image::reserveRawData(Vex::DataFormat format) {
     const unsigned size = getBufferSizeRequired(format);
     if (m_rawData == nullptr || size != m_rawDataSize) {
         deleteRawData();
@@ -261,14 +263,21 @@ std::uint8_t* Image::allocateRawData(Vex::DataFormat format) {
                         ? nullptr
                         : static_cast<std::uint8_t*>(toolsSystemAllocate(std::max(size, 1u), 16));
         if (m_rawData == nullptr) {
-            toolsAssert(kSourcePath, __LINE__, "failed to allocate memory for rawData! rawSize was %i",
-                        static_cast<int>(size));
             return nullptr;
         }
     }
     m_rawDataFormat = format;
     m_rawDataSize = size;
     return m_rawData;
+}
+
+std::uint8_t* Image::allocateRawData(Vex::DataFormat format) {
+    std::uint8_t* data = reserveRawData(format);
+    if (data == nullptr) {
+        toolsAssert(kSourcePath, __LINE__, "failed to allocate memory for rawData! rawSize was %i",
+                    static_cast<int>(getBufferSizeRequired(format)));
+    }
+    return data;
 }
 
 void Image::setRawData(const void* source, Vex::DataFormat format) {
@@ -287,17 +296,28 @@ void Image::deleteRawData() {
 }
 
 void Image::deleteData() {
+    for (Plane& plane : m_planes) {
+        if (hasPixels(plane)) {
+            plane.m_data = {};
+        }
+    }
     toolsSystemRelease(m_pixels);
     m_pixels = nullptr;
     m_pixelFloats = 0;
 }
 
 Image* Image::clone() const {
-    Image* image = new (std::nothrow) Image(m_width, m_height, m_numPlanes, m_planes[0].m_type);
-    if (image != nullptr) {
-        image->copy(this);
+    const Plane::Type type = m_pixelStride != 0 ? Plane::kTypeInterleaved : Plane::kTypeConstant;
+    std::unique_ptr<Image> image(new (std::nothrow) Image(m_width, m_height, m_numPlanes, type));
+    if (image == nullptr || (m_pixels != nullptr && image->m_pixels == nullptr)) {
+        return nullptr;
     }
-    return image;
+    image->m_imageType = m_imageType;
+    image->copy(this);
+    if (m_pixelStride == 0) { // copy takes no raw data beside constant planes
+        image->setRawData(m_rawData, m_rawDataFormat);
+    }
+    return m_rawData == nullptr || image->m_rawData != nullptr ? image.release() : nullptr;
 }
 
 int Image::copy(const Image* other) {
@@ -308,9 +328,11 @@ int Image::copy(const Image* other) {
     if (other == this) {
         return 0;
     }
+    // Clients may set the type of single planes: what counts is whether there are pixels at all.
+    const bool isInterleaved = other->m_pixelStride != 0;
     const std::uint64_t floats = std::uint64_t{m_width} * m_height * other->m_pixelStride;
-    if (m_planes[0].m_type != other->m_planes[0].m_type || m_pixelFloats < floats) {
-        initializeUncompressedMemory(other->m_planes[0].m_type);
+    if (isInterleaved != (m_pixelStride != 0) || m_pixelFloats < floats) {
+        initializeUncompressedMemory(isInterleaved ? Plane::kTypeInterleaved : Plane::kTypeConstant);
     }
     for (unsigned p = 0; p < m_numPlanes; ++p) {
         m_planes[p].m_type = other->m_planes[p].m_type;
@@ -322,8 +344,7 @@ int Image::copy(const Image* other) {
     if (floats != 0 && m_pixelFloats >= floats && other->m_pixelFloats >= floats) {
         std::memcpy(m_pixels, other->m_pixels, static_cast<std::size_t>(floats) * sizeof(float));
     }
-    setRawData(other->m_planes[0].m_type == Plane::kTypeInterleaved ? other->m_rawData : nullptr,
-               other->m_rawDataFormat);
+    setRawData(isInterleaved ? other->m_rawData : nullptr, other->m_rawDataFormat);
     VexTextureGen::operator=(*other);
     return 0;
 }

@@ -129,7 +129,7 @@ unsigned Image::compressPixels(void* outBuffer, Vex::DataFormat format) {
 }
 
 void Image::decompressRawData() {
-    if (m_rawDataFormat.m_word == 0 && m_rawData == nullptr && m_numPlanes == 0) {
+    if (m_rawDataFormat.m_word == 0 && m_rawData == nullptr && m_pixels == nullptr) {
         toolsAssert(kSourcePath, __LINE__, "Image does not have good rawData or sufficient number of planes");
     }
     if (m_rawData == nullptr || m_rawDataSize < getBufferSizeRequired(m_rawDataFormat)) {
@@ -228,6 +228,7 @@ unsigned Image::fillSurface(void* destination, unsigned bufferSize, Vex::TileMod
                     static_cast<int>(bytes));
         return 0;
     }
+    std::memset(buffer.get(), 0, static_cast<std::size_t>(bytes)); // of formats that nothing encodes
     compressPixels(buffer.get(), format);
     return tileSurface(destination, bufferSize, buffer.get(), surface);
 }
@@ -244,7 +245,7 @@ unsigned Image::loadFromSurface(const void* source, unsigned bufferSize, Vex::Ti
                     static_cast<long>(surface.m_tiledBytes), static_cast<int>(bufferSize));
         return 0; // where tileSurface gives the buffer's size: nothing was loaded
     }
-    std::uint8_t* linear = allocateRawData(format);
+    std::uint8_t* linear = reserveRawData(format);
     if (linear == nullptr || m_rawDataSize < surface.m_linearBytes) {
         toolsAssert(kSourcePath, __LINE__,
                     "Out of memory! failed to allocate image rawData buffer: buffer size needed %i.",

@@ -30,7 +30,8 @@ void collect(Image* image, const Raw::SurfaceIndex& index, void* context) {
     surfaces.back().m_images.push_back(image);
 }
 
-// One after another at `linear`, as many at once as a job takes.
+// One after another at `linear`, as many at once as a job takes. Pictures that hold the format already are
+// copied.
 template <typename Encoder>
 Raw::Error encodeImages(std::uint8_t* linear, std::uint64_t imageBytes, const std::vector<Image*>& images,
                         Vex::DataFormat format, JobManager* jobManager) {
@@ -41,7 +42,12 @@ Raw::Error encodeImages(std::uint8_t* linear, std::uint64_t imageBytes, const st
         encoders.reserve(kAtOnce); // the job points at them
         MultiImageEncoderJob<Encoder> job;
         for (std::size_t i = first; i < images.size() && i < first + kAtOnce; ++i) {
-            job.addImage(&encoders.emplace_back(linear + i * imageBytes, images[i], format));
+            std::uint8_t* const destination = linear + i * imageBytes;
+            if (images[i]->getRawData() != nullptr && images[i]->getRawDataFormat() == format) {
+                std::memcpy(destination, images[i]->getRawData(), static_cast<std::size_t>(imageBytes));
+            } else {
+                job.addImage(&encoders.emplace_back(destination, images[i], format));
+            }
         }
         const Raw::Error error = jobManager->submitAndStall(&job);
         if (error != Raw::kErrorNone) {
@@ -72,8 +78,8 @@ Raw::Error encodeSurface(std::uint8_t* destination, std::uint64_t size, const Ve
     }
     const std::uint64_t imageBytes = linearBytes / parameters.m_depth;
     for (const Image* image : surface.m_images) {
-        if (image->getWidth() != parameters.m_width || image->getHeight() != parameters.m_height ||
-            image->getBufferSizeRequired(format) != imageBytes) {
+        if (image == nullptr || image->getWidth() != parameters.m_width ||
+            image->getHeight() != parameters.m_height || image->getBufferSizeRequired(format) != imageBytes) {
             return Raw::kErrorFailed;
         }
     }

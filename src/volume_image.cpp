@@ -2,18 +2,31 @@
 #include "qor/texsmith/volume_image.h"
 
 #include "qor/gpu_address/gpu_address.h"
+#include "raw/frame/check.h"
+#include "raw/frame/out_of_memory.h"
+
+#include <algorithm>
 
 namespace qor::Texsmith {
+namespace {
+
+constexpr char kSourcePath[] = "volume_image";
+
+} // namespace
 
 VolumeImage::VolumeImage(unsigned width, unsigned height, unsigned depth, unsigned planes,
                          Image::Plane::Type type)
-    : VexTextureGen(kImageTypeVolume), m_width(width), m_height(height), m_numPlanes(planes) {
-    m_slices.reserve(depth);
-    for (unsigned z = 0; z < depth; ++z) {
-        m_slices.push_back(std::make_unique<Image>(width, height, planes, type));
-    }
-    if (depth != 0) {
-        m_numPlanes = m_slices[0]->getNumPlanes();
+    : VexTextureGen(kImageTypeVolume), m_width(width), m_height(height),
+      m_numPlanes(std::clamp(planes, 1u, Image::kMaxPlanes)) {
+    const Raw::Error error = Raw::failWithoutMemory(kSourcePath, [&] {
+        m_slices.reserve(depth);
+        for (unsigned z = 0; z < depth; ++z) {
+            m_slices.push_back(std::make_unique<Image>(width, height, planes, type));
+        }
+        return Raw::Error(Raw::kErrorNone);
+    });
+    if (error != Raw::kErrorNone) {
+        m_slices.clear();
     }
 }
 
@@ -48,11 +61,9 @@ unsigned VolumeImage::fillSurface(void* destination, unsigned bufferSize, Vex::T
     Vex::Texture texture;
     std::uint64_t size = 0;
     unsigned alignment = 0;
-    if (!initTexture(&texture, &size, &alignment, format, tileMode) ||
-        !encodeSurfaces(destination, bufferSize, texture, nullptr)) {
-        return 0;
-    }
-    return static_cast<unsigned>(size);
+    const bool isFilled = initTexture(&texture, &size, &alignment, format, tileMode) &&
+                          encodeSurfaces(destination, bufferSize, texture, nullptr);
+    return Raw::check(isFilled, kSourcePath, "isFilled") ? static_cast<unsigned>(size) : 0;
 }
 
 unsigned VolumeImage::loadFromSurface(const void* source, unsigned bufferSize, Vex::TileMode tileMode,
@@ -68,20 +79,25 @@ unsigned VolumeImage::loadFromSurface(const void* source, unsigned bufferSize, V
         GpuAddress::computeUntiledSurfaceSize(&linearBytes, &alignment, &parameters) !=
             GpuAddress::kStatusSuccess ||
         tiledBytes > bufferSize) {
+        Raw::check(false, kSourcePath, "tiledBytes <= bufferSize");
         return 0;
     }
-    std::vector<std::uint8_t> linear(static_cast<std::size_t>(linearBytes));
-    GpuAddress::detileSurface(linear.data(), source, &parameters);
-    const std::uint8_t* slice = linear.data();
-    for (const auto& image : m_slices) {
-        if (image->getBufferSizeRequired(format) != linearBytes / m_slices.size()) {
-            return 0;
+    const Raw::Error error = Raw::failWithoutMemory(kSourcePath, [&] {
+        std::vector<std::uint8_t> linear(static_cast<std::size_t>(linearBytes));
+        GpuAddress::detileSurface(linear.data(), source, &parameters);
+        const std::uint64_t sliceBytes = linearBytes / m_slices.size();
+        const std::uint8_t* slice = linear.data();
+        for (const auto& image : m_slices) {
+            if (!Raw::check(image->getBufferSizeRequired(format) == sliceBytes, kSourcePath, "sliceBytes")) {
+                return Raw::Error(Raw::kErrorFailed);
+            }
+            image->setRawData(slice, format);
+            image->decompressRawData();
+            slice += sliceBytes;
         }
-        image->setRawData(slice, format);
-        image->decompressRawData();
-        slice += image->getBufferSizeRequired(format);
-    }
-    return static_cast<unsigned>(size);
+        return Raw::Error(Raw::kErrorNone);
+    });
+    return error == Raw::kErrorNone ? static_cast<unsigned>(size) : 0;
 }
 
 } // namespace qor::Texsmith

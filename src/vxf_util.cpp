@@ -32,6 +32,10 @@ std::uint64_t descriptorsEnd(const Vxf::Contents& contents) {
     return kContentsBytes + kDescriptorBytes * contents.m_numTextures;
 }
 
+constexpr unsigned saturated(std::uint64_t size) {
+    return static_cast<unsigned>(std::min<std::uint64_t>(size, std::numeric_limits<unsigned>::max()));
+}
+
 // What the contents ask for, of which `known` bytes are there: a chunk whose head lies behind them is none.
 std::uint64_t contentSizeWithin(const Vxf::Contents& contents, std::uint64_t known) {
     std::uint64_t end = kHeaderBytes + descriptorsEnd(contents);
@@ -126,8 +130,7 @@ unsigned int computeContentSize(const Vxf::Contents* contents) {
     if (contents == nullptr) {
         return 0;
     }
-    const std::uint64_t size = contentSizeWithin(*contents, kNoLimit);
-    return static_cast<unsigned>(std::min<std::uint64_t>(size, std::numeric_limits<unsigned>::max()));
+    return saturated(contentSizeWithin(*contents, kNoLimit));
 }
 
 Vxf::UserData* getUserData(const Vxf::Contents* contents) {
@@ -171,7 +174,8 @@ void createVxfErrorMessage(char* buffer, unsigned int size, ErrorCode code, cons
             buffer, size,
             "Header data is corrupt. Expected content size %i does not correspond to actual content size %i.",
             static_cast<int>(contentsSize),
-            contents != nullptr ? static_cast<int>(contentSizeWithin(*contents, contentsSize)) : 0);
+            contents != nullptr ? static_cast<int>(saturated(contentSizeWithin(*contents, contentsSize)))
+                                : 0);
         break;
     case kVxfErrorCannotOpen:
         std::snprintf(buffer, size, "Cannot open the file for read: %s",
@@ -197,7 +201,8 @@ struct FileLayout {
     std::uint64_t m_texelOffset = 0;
 
     unsigned alignmentLog2() const { return static_cast<unsigned>(std::bit_width(m_alignment)) - 1; }
-    std::uint64_t total() const { return m_texelOffset + m_texelBytes; }
+    // A client's picture may ask for any size: too much stays so.
+    std::uint64_t total() const { return m_texelOffset + std::min(m_texelBytes, kNoLimit - m_texelOffset); }
 };
 
 bool layOut(FileLayout* layout, const VexTextureGen& image, Vex::DataFormat format,

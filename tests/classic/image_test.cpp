@@ -158,6 +158,17 @@ TEST(ClassicImage, ShrinksSwapsAndCopiesWithTheOrderOfItsPlanes) {
     EXPECT_EQ(other.copy(&image), -1);
     EXPECT_EQ(constant.copy(&image), 0);
     EXPECT_EQ(pixelsOf(constant), pixelsOf(image));
+    Plane& taken = *image.getPlane(0);
+    const Plane detached = taken; // reads the same pixels
+    detached.getScanline(after, 3, 3);
+    image.getScanline(before, 3, 3, 0);
+    EXPECT_EQ(0, std::memcmp(before, after, 3 * sizeof(float)));
+    taken.m_type = Plane::kTypeConstant; // beside interleaved ones
+    taken.m_data.m_value = 0.25f;
+    const std::unique_ptr<Classic> mixed(image.clone());
+    EXPECT_EQ(pixelsOf(*mixed), pixelsOf(image));
+    EXPECT_EQ(constant.copy(&image), 0);
+    EXPECT_EQ(pixelsOf(constant), pixelsOf(image));
     image.setHeight(2); // the raw data is larger than what fits now
     EXPECT_EQ(image.getRawData(), nullptr);
 }
@@ -179,6 +190,59 @@ TEST(ClassicImage, KeepsRawDataOfEqualSize) {
     float value = 1.0f;
     huge.getScanline(&value, 1, 39999, 3);
     EXPECT_EQ(value, 0.0f);
+}
+
+// Takes no block of memory after so many.
+class ScarceMemory {
+public:
+    explicit ScarceMemory(int blocks) : m_blocks(blocks) {
+        setToolsSystemAllocator({this, &allocate, &Raw::defaultRelease});
+    }
+    ~ScarceMemory() { setToolsSystemAllocator(Raw::g_mallocAllocator); }
+
+private:
+    static void* allocate(void* self, unsigned long long size, unsigned long long alignment) {
+        const bool hasMore = static_cast<ScarceMemory*>(self)->m_blocks-- > 0;
+        return hasMore ? Raw::defaultAllocate(nullptr, size, alignment) : nullptr;
+    }
+
+    int m_blocks;
+};
+
+TEST(ClassicImage, SaysWhatMemoryWasMissingFor) {
+    Classic image(4, 4, 4);
+    const Vex::DataFormat format = formatNamed("R8G8B8A8Unorm");
+    image.allocateRawData(format);
+    std::vector<std::uint8_t> tiled(1024);
+    const ScarceMemory memory(1);
+    ReportRecorder recorder;
+    EXPECT_EQ(image.clone(), nullptr); // the pixels fit, the raw data does not
+    EXPECT_EQ(image.fillSurface(tiled.data(), 1024, Vex::kTileModeThin_1dThin, formatNamed("R8Unorm")), 0u);
+    EXPECT_EQ(image.loadFromSurface(tiled.data(), 1024, Vex::kTileModeThin_1dThin, formatNamed("R8Unorm")),
+              0u);
+    Classic none(4, 4, 4);
+    EXPECT_EQ(
+        recorder.texts(),
+        "failed to allocate memory for rawData! rawSize was 64\n"
+        "Out of memory! failed to allocate buffer to compressPixels, in fillSurface method: buffer size "
+        "needed 16.\n"
+        "Out of memory! failed to allocate image rawData buffer: buffer size needed 16.\n"
+        "failed to allocate memory for image! buffer size needed  was 256\n");
+}
+
+// Constant planes and raw data are a whole picture: nothing else holds it.
+TEST(ClassicImage, KeepsTheRawDataOfAPictureWithoutPixels) {
+    const Vex::DataFormat format = formatNamed("R8Unorm");
+    Classic image(2, 2, 1, Plane::kTypeConstant);
+    image.setRawData("abcd", format);
+    const std::unique_ptr<Classic> clone(image.clone());
+    EXPECT_EQ(encoded(clone.get(), format), (std::vector<std::uint8_t>{'a', 'b', 'c', 'd'}));
+    ReportRecorder recorder;
+    image.decompressRawData();
+    EXPECT_TRUE(recorder.empty());
+    image.deleteRawData();
+    image.decompressRawData();
+    EXPECT_EQ(recorder.texts(), "Image does not have good rawData or sufficient number of planes\n");
 }
 
 bool holdsIntegers(Vex::TextureChannelType type) {
@@ -297,6 +361,28 @@ TEST(CpuBlockEncoder, RepeatsTheFirstTexelBeyondTheEdge) {
     EXPECT_EQ(block[3], 1.0f); // no fourth plane
 }
 
+// Rows of blocks are gathered many at once, whatever the planes are.
+TEST(CpuBlockEncoder, EncodesRowsAsBlockAfterBlock) {
+    for (const char* name : {"Bc1Unorm", "Bc1UnormSrgb", "Bc5Unorm"}) {
+        for (const unsigned planes : {3u, 4u}) {
+            Classic image(141, 6, planes); // more blocks than go at once, and an edge
+            fill(&image, planes);
+            image.swapPlanes(0, 1);
+            image.getPlane(2)->m_type = Plane::kTypeConstant;
+            const std::vector<std::uint8_t> rows = encoded(&image, formatNamed(name));
+            const CpuBlockEncoder encoder(nullptr, &image, formatNamed(name));
+            std::vector<std::uint8_t> blocks(rows.size());
+            std::uint8_t* next = blocks.data();
+            for (unsigned block = 0; block < 2 * 36; ++block) {
+                ColorRGBA32F texels[16];
+                encoder.GetBlockRGBA(&texels[0].r, block % 36 * 4, block / 36 * 4);
+                next += encoder.encode(next, texels);
+            }
+            EXPECT_EQ(rows, blocks) << name << ", planes " << planes;
+        }
+    }
+}
+
 TEST(CpuBlockEncoder, ReportsWhatItCannotEncode) {
     ReportRecorder recorder;
     Classic image(4, 4, 1);
@@ -353,6 +439,8 @@ TEST(ClassicImage, TakesTheSrgbModesOfItsChannels) {
     back.setRawData(srgb.data(), formatNamed("R8G8B8A8UnormSrgb"));
     back.decompressRawData();
     const std::vector<float> pixels = pixelsOf(back);
+    EXPECT_EQ(encoded(&image, str2Format("A8UNormSrgb")), std::vector<std::uint8_t>{188}); // as W says
+    EXPECT_EQ(encoded(&back, str2Format("A8UNormSrgb")), std::vector<std::uint8_t>{128});
     EXPECT_EQ(pixels[0], 128 / 255.0f);
     EXPECT_NEAR(pixels[1], 0.5f, 1.0f / 255); // one step of the byte
     EXPECT_NEAR(pixels[2], 0.5f, 1.0f / 255);

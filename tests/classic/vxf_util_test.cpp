@@ -88,6 +88,45 @@ TEST(VxfUtil, WritesWhatBothInterfacesRead) {
     EXPECT_TRUE(recorder.empty()) << recorder.texts();
 }
 
+// Raw data of that format goes into the file as it is, without its pixels.
+TEST(VxfUtil, WritesRawDataAsItIs) {
+    Classic image(4, 4, 4, Classic::Plane::kTypeConstant);
+    image.setRawData("block of sixteen", formatNamed("Bc7Unorm"));
+    const std::vector<std::uint8_t> file = fileOf(&image, "Bc7Unorm");
+    const std::string text(file.begin(), file.end());
+    EXPECT_NE(text.find("block of sixteen"), std::string::npos);
+}
+
+// A client's class may hand out anything.
+class OddPicture : public Classic {
+public:
+    OddPicture() : Classic(4, 4, 1) {}
+    bool m_hasImage = true;
+    std::uint64_t m_extraBytes = 0;
+
+    void enumerateImages(IdentifiedImageCallback callback, void* context) override {
+        callback(m_hasImage ? this : nullptr, {}, context);
+    }
+    using Classic::enumerateImages;
+    bool initTexture(Vex::Texture* texture, std::uint64_t* size, unsigned* alignment, Vex::DataFormat format,
+                     Vex::TileMode tileMode) const override {
+        const bool isThere = Classic::initTexture(texture, size, alignment, format, tileMode);
+        *size += m_extraBytes;
+        return isThere;
+    }
+};
+
+TEST(VxfUtil, TurnsDownPicturesWithoutImagesAndBeyondAllMemory) {
+    ReportRecorder recorder;
+    OddPicture picture;
+    picture.m_hasImage = false;
+    EXPECT_TRUE(fileOf(&picture, "R8Unorm").empty());
+    picture.m_hasImage = true;
+    picture.m_extraBytes = ~std::uint64_t{511}; // with the head this wraps
+    EXPECT_TRUE(fileOf(&picture, "R8Unorm").empty());
+    EXPECT_EQ(recorder.assertions().size(), 2u);
+}
+
 TEST(VxfUtil, WritesVolumesInThickTiles) {
     VolumeImage volume(12, 8, 20, 1);
     for (unsigned z = 0; z < 20; ++z) {

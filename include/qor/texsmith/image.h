@@ -72,8 +72,8 @@ public:
     // Bytes of the picture in a format. Sizes of 4 GiB and more give 0xFFFFFFFF, and cannot be allocated.
     unsigned getBufferSizeRequired(Vex::DataFormat format) const;
 
-    // Each is reported when a coordinate lies outside, and moves nothing then. `count` is cut to the width
-    // (or height). Constant planes fill, and take nothing. The setters drop the raw data.
+    // Each is reported when a coordinate lies outside, and moves nothing then. `count` is cut to what is left
+    // of the row (or column). Constant planes fill, and take nothing. The setters drop the raw data.
     void getScanline(float* destination, unsigned count, unsigned y, unsigned plane) const;
     void getScanline(float* destination, unsigned count, unsigned y, unsigned plane, unsigned x) const;
     void setScanline(const float* source, unsigned count, unsigned y, unsigned plane);
@@ -96,12 +96,14 @@ public:
     void deleteData(); // the pixels; they read as zeros then
 
     Image* clone() const; // the caller's; null when memory is short
-    // 0, or -1 when the sizes, the plane counts or the image types differ.
+    // 0, or -1 when the sizes, the plane counts or the image types differ. The raw data comes along with
+    // interleaved planes, and is dropped with constant ones.
     int copy(const Image* other);
 
     // Encodes the picture into getBufferSizeRequired(format) bytes at `outBuffer`, and returns how many.
     unsigned compressPixels(void* outBuffer, Vex::DataFormat format);
     // Fills the planes from the raw data: channel after channel in the order in which the selects name them.
+    // Does nothing without raw data, which is reported when there are no pixels to fill either.
     void decompressRawData();
 
     void enumerateImages(IdentifiedImageCallback callback, void* context) override;
@@ -122,6 +124,8 @@ private:
 
     void initializeUncompressedMemory(Plane::Type type);
     bool hasPixels(const Plane& plane) const;
+    PlanePixels pixelsOf(const Plane& plane) const;
+    std::uint8_t* reserveRawData(Vex::DataFormat format);
     Surface surfaceFor(Vex::TileMode tileMode, Vex::DataFormat format, std::uint64_t baseAddress,
                        unsigned flag) const;
     unsigned tileSurface(void* destination, unsigned bufferSize, const void* linear,

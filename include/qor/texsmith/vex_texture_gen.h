@@ -33,6 +33,7 @@ public:
     virtual ~VexTextureGen() = default;
 
     // Call `callback` once for each image, in surface order: mip outermost, then array entry, face and depth.
+    // No image is null.
     virtual void enumerateImages(IdentifiedImageCallback callback, void* context) = 0;
     virtual void enumerateImages(ImageCallback callback, void* context) = 0;
     // The descriptor of the picture in that format and tile mode, and what it needs in tiled memory, in
@@ -59,7 +60,8 @@ public:
     virtual Raw::SurfaceCount getSurfaceCount() const = 0;
 
     // Encodes all surfaces into `size` bytes at `destination`, as `texture` lays them out, on the manager, or
-    // on this thread when that is null. False when anything failed; what does not fit is not written.
+    // on this thread when that is null. Each image is encoded with its own settings, or copied where its raw
+    // data has that format. False when anything failed; what does not fit is not written.
     bool encodeSurfaces(void* destination, std::uint64_t size, const Vex::Texture& texture,
                         JobManager* jobManager);
 

@@ -9,8 +9,10 @@
 
 namespace qor::Texsmith {
 
+// Slices are encoded with their own settings: those of the volume itself play no part.
 class QOR_TEXSMITH_API VolumeImage : public VexTextureGen {
 public:
+    // Without slices when memory is short for them, which is reported.
     VolumeImage(unsigned width, unsigned height, unsigned depth, unsigned planes,
                 Image::Plane::Type type = Image::Plane::kTypeInterleaved);
 

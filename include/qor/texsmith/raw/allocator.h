@@ -54,7 +54,8 @@ namespace qor::Texsmith {
 using Raw::IAllocator;
 
 // Two process-wide allocators, g_mallocAllocator at first, that a client may replace at start-up, before
-// other threads use them. The library keeps them for its clients and takes nothing from them itself.
+// other threads use them. The classic interface takes pixels, encoded pictures and files from the first; the
+// rest of the library takes nothing from them.
 QOR_TEXSMITH_API extern IAllocator g_systemAllocator;
 QOR_TEXSMITH_API extern IAllocator g_gpuMappedAllocator;
 
