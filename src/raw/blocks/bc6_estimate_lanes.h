@@ -18,7 +18,7 @@ struct Bc6PartitionMasks {
 };
 
 // Of the square of a line's length, by the texels of its subset: what indices cost.
-constexpr float bc6LineShare(unsigned count) {
+static inline constexpr float bc6LineShare(unsigned count) {
     return count == 16 ? 0.013671875f : count > 2 ? static_cast<float>(count - 2) / 256.0f : 0.0f;
 }
 

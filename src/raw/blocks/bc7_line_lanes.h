@@ -20,7 +20,8 @@ template <int kCount, typename Body> inline void unrolled(Body body) {
 }
 
 // The place of (i, j), i <= j, in the upper triangle of a matrix of kChannels rows.
-template <int kChannels> constexpr int triangleAt(int i, int j) {
+// Static, so that objects compiled for AVX2 share it with no others.
+template <int kChannels> static constexpr int triangleAt(int i, int j) {
     return i <= j ? i * kChannels - i * (i - 1) / 2 + j - i : triangleAt<kChannels>(j, i);
 }
 template <int kChannels> inline constexpr int kTriangle = kChannels*(kChannels + 1) / 2;
