@@ -121,49 +121,4 @@ template <typename Lanes> struct Candidates {
     }
 };
 
-// The span of a projection after the search, with the weights of its texels.
-template <typename Lanes, int kSubsets> struct FittedSpans {
-    Spans<Lanes, kSubsets> m_spans;
-    typename Lanes::Float m_gains[kSubsets];
-    typename Lanes::Float m_weights[16];
-};
-
-inline constexpr int kRefinements = 2;
-
-template <typename Lanes, int kBits, int kChannels, int kSubsets>
-inline FittedSpans<Lanes, kSubsets> fitBc7Line(const Projection<Lanes, kSubsets>& projection,
-                                               const Membership<Lanes, kSubsets>& membership,
-                                               const LineSet<Lanes, kChannels, kSubsets>& lines) {
-    FittedSpans<Lanes, kSubsets> fit;
-    fit.m_spans = projection.m_spans;
-    for (int i = 0; i < kRefinements; ++i) {
-        refineSpans<Lanes, kBits>(projection, membership, lines.m_counts, lines.m_spreads, fit.m_spans,
-                                  fit.m_gains);
-    }
-    const Scale<Lanes, kSubsets> scale(fit.m_spans);
-    for (unsigned i = 0; i < 16; ++i) {
-        fit.m_weights[i] = nearestWeight<Lanes, kBits>(scale.at(membership.at(i), projection.m_positions[i]));
-    }
-    return fit;
-}
-
-// The squares that a candidate misses in some channels. `weights` are those of the texels' indices.
-template <typename Lanes, int kSubsets>
-inline typename Lanes::Float
-scoreOf(const QuantisedEnds<Lanes, kSubsets>& ends, const typename Lanes::Float (&texels)[16][4],
-        const Membership<Lanes, kSubsets>& membership, const typename Lanes::Float (&weights)[16],
-        int firstChannel, int endChannel) {
-    auto score = Lanes::splat(0.0f);
-    for (int channel = firstChannel; channel < endChannel; ++channel) {
-        const Mix<Lanes, kSubsets> mix(ends, channel);
-        for (unsigned i = 0; i < 16; ++i) {
-            const auto texel = membership.at(i);
-            const auto level =
-                mixedLevel<Lanes>(texel.choose(mix.m_slope), texel.choose(mix.m_base), weights[i]);
-            score = score + squaredMiss<Lanes>(level, texels[i][channel]);
-        }
-    }
-    return score;
-}
-
 } // namespace qor::Texsmith::Raw::Bc7Lanes

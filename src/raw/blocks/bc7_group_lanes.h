@@ -12,16 +12,27 @@ inline constexpr float kGoodEnoughForTwo = 0.0025f; // three are not tried
 inline constexpr unsigned kMaxPartitions = 4;
 inline constexpr unsigned kShortPartitions = 16; // of mode 0
 
-// How candidates are made at each effort but the fast one.
+// Which channels are encoded apart, in modes 5 and 4.
+enum class Apart { ByCorrelation, LeastTied, Each };
+
+// How candidates are made at each effort but the fast one. Only correlations may end a search early.
 struct Plan {
     Pursuit m_pursuit;
     unsigned m_partitions; // of each kind of index, the most promising
-    bool m_triesApart;     // modes 5 and 4 whatever the correlations, and no early end
-    bool m_triesAll;       // these with every channel apart, and three subsets whatever two miss
+    Apart m_apart;
+    bool m_triesTriples; // three subsets whatever two miss
 };
-inline constexpr Plan kNormalPlan = {{-1, 0}, 1, false, false};
-inline constexpr Plan kHighPlan = {{1, 0}, 1, true, false};
-inline constexpr Plan kBestPlan = {{2, 1}, kMaxPartitions, true, true};
+inline constexpr Plan kNormalPlan = {{1, -1, 0}, 1, Apart::ByCorrelation, false};
+inline constexpr Plan kNormalAlphaPlan = {{3, -1, 0}, 1, Apart::ByCorrelation, false};
+inline constexpr Plan kHighPlan = {{3, 1, 0}, 2, Apart::LeastTied, false};
+inline constexpr Plan kHighAlphaPlan = {{3, 1, 0}, 1, Apart::Each, false};
+inline constexpr Plan kBestPlan = {{3, 2, 1}, kMaxPartitions, Apart::Each, true};
+
+inline const Plan& planOf(EncoderEffort effort, bool hasAlpha) {
+    return effort == kEncoderEffortBest   ? kBestPlan
+           : effort == kEncoderEffortHigh ? (hasAlpha ? kHighAlphaPlan : kHighPlan)
+                                          : (hasAlpha ? kNormalAlphaPlan : kNormalPlan);
+}
 
 // Blocks that wait until there are enough for the lanes, with what was best for them so far.
 template <typename Lanes> struct WaitingBlocks {
@@ -62,7 +73,7 @@ public:
             fields[lane] = m_best.fieldsOf(lane);
         }
         for (unsigned lane = 0; lane < used; ++lane) {
-            const bool wantsMore = m_plan.m_triesAll || errors[lane] > kGoodEnoughForTwo;
+            const bool wantsMore = m_plan.m_triesTriples || errors[lane] > kGoodEnoughForTwo;
             if (!kHasAlpha && (open >> lane & 1) != 0 && wantsMore) {
                 m_waiting.add(texels + 64 * lane, scores[lane], fields + lane);
                 if (m_waiting.isFull()) {
@@ -97,27 +108,29 @@ private:
         const Bc7ColourSet<Lanes> whole(blocks);
         const WholeLine<Lanes> line(whole, WholeLine<Lanes>::allChannels());
         Float residual = fitTogether<Lanes, kHasAlpha>(blocks, line, m_plan.m_pursuit, m_best);
-        if (m_plan.m_triesAll) {
+        if (m_plan.m_apart == Apart::Each) {
             for (unsigned separated = 0; separated < 4; ++separated) {
                 tryApart(ApartBlocks<Lanes>(whole, Lanes::splat(separated)));
             }
-        } else if (m_plan.m_triesApart) {
+        } else if (m_plan.m_apart == Apart::LeastTied) {
             tryApart(ApartBlocks<Lanes>(whole, whole.m_separated));
         } else if (anyLane(whole.m_isApart)) {
-            const Float apart = ApartBlocks<Lanes>(whole, whole.m_separated).fit(m_candidate);
+            const Float apart = ApartBlocks<Lanes>(whole, whole.m_separated)
+                                    .fit(whole.m_isApart, m_plan.m_pursuit, m_candidate);
             m_best.take(m_candidate, whole.m_isApart);
             residual = select(whole.m_isApart, apart, residual);
         }
-        return m_plan.m_triesApart ? everywhere() : less(Lanes::splat(kGoodEnough), residual);
+        return m_plan.m_apart != Apart::ByCorrelation ? everywhere()
+                                                      : less(Lanes::splat(kGoodEnough), residual);
     }
 
     void tryApart(const ApartBlocks<Lanes>& blocks) {
-        blocks.template refine<5, 2, 2>(m_plan.m_pursuit, m_candidate);
+        blocks.template fitAs<5, 2, 2>(m_plan.m_pursuit, m_candidate);
         selectBc7Candidate(everywhere());
-        blocks.template refine<4, 2, 3>(m_plan.m_pursuit, m_candidate);
+        blocks.template fitAs<4, 2, 3>(m_plan.m_pursuit, m_candidate);
         selectBc7Candidate(everywhere());
-        if (m_plan.m_triesAll) {
-            blocks.template refine<4, 3, 2>(m_plan.m_pursuit, m_candidate);
+        if (m_plan.m_apart == Apart::Each) {
+            blocks.template fitAs<4, 3, 2>(m_plan.m_pursuit, m_candidate);
             selectBc7Candidate(everywhere());
         }
     }
@@ -156,11 +169,11 @@ private:
         for (unsigned rank = 0; rank < m_plan.m_partitions; ++rank) {
             tryPartition<2>(blocks, m_triples, m_partitions[0][rank], everywhere());
         }
-        if (m_plan.m_triesAll) {
+        if (m_plan.m_triesTriples) {
             searchShort();
         }
         for (unsigned rank = 0; rank < m_plan.m_partitions; ++rank) {
-            const auto& partitions = m_partitions[m_plan.m_triesAll ? 1 : 0][rank];
+            const auto& partitions = m_partitions[m_plan.m_triesTriples ? 1 : 0][rank];
             const Int isShort = greaterSigned(Lanes::splat(kShortPartitions), Lanes::loadInts(partitions));
             if (anyLane(isShort)) {
                 tryPartition<0>(blocks, m_triples, partitions, isShort);
@@ -214,7 +227,7 @@ private:
 template <typename Lanes, int kChannels>
 void tryEstimated(const BlockTexels<Lanes>& blocks, const typename Lanes::Float (&axis)[4],
                   Candidates<Lanes>& result) {
-    constexpr Pursuit kOnPalette = {0, 0};
+    constexpr Pursuit kOnPalette = {0, 0, 0};
     const auto partitions = estimatePartitions<Lanes, kChannels>(blocks, axis);
     auto lines = findLinesOf<Lanes, kChannels>(blocks, partitions.m_first);
     const auto others = findLinesOf<Lanes, kChannels>(blocks, partitions.m_second);
@@ -227,14 +240,14 @@ void tryEstimated(const BlockTexels<Lanes>& blocks, const typename Lanes::Float 
 // Mode 6, mode 5 or 4, and a guessed partition.
 template <typename Lanes, bool kHasAlpha>
 void encodeFast(const float* texels, unsigned used, Bc7Fields* fields) {
-    constexpr Pursuit kOnce = {-1, 0};
+    constexpr Pursuit kOnce = {0, -1, 0};
     const BlockTexels<Lanes> blocks(texels, kHasAlpha);
     const Bc7ColourSet<Lanes> whole(blocks);
     const auto all = Lanes::splat(0xFFFFFFFFu);
     Candidates<Lanes> best = {}, candidate = {};
     const WholeLine<Lanes> line(whole, WholeLine<Lanes>::allChannels());
     fitTogether<Lanes, kHasAlpha>(blocks, line, kOnce, best);
-    ApartBlocks<Lanes>(whole, whole.m_separated).fit(candidate);
+    ApartBlocks<Lanes>(whole, whole.m_separated).fit(all, kOnce, candidate);
     best.takeBetter(candidate, all);
     tryEstimated<Lanes, kHasAlpha ? 4 : 3>(blocks, line.m_lines.m_axes[0], candidate);
     best.takeBetter(candidate, all);
@@ -245,10 +258,7 @@ void encodeFast(const float* texels, unsigned used, Bc7Fields* fields) {
 
 template <typename Lanes, bool kHasAlpha>
 void encodeGroups(const float* blocks, unsigned count, EncoderEffort effort, Bc7Fields* fields) {
-    const Plan& plan = effort == kEncoderEffortHigh   ? kHighPlan
-                       : effort == kEncoderEffortBest ? kBestPlan
-                                                      : kNormalPlan;
-    GroupEncoder<Lanes, kHasAlpha ? 4 : 3> encoder(plan);
+    GroupEncoder<Lanes, kHasAlpha ? 4 : 3> encoder(planOf(effort, kHasAlpha));
     for (unsigned i = 0; i < count; i += Lanes::kCount) {
         const unsigned used = count - i < Lanes::kCount ? count - i : Lanes::kCount;
         if (effort == kEncoderEffortFast) {

@@ -234,13 +234,9 @@ private:
             return Lanes::splat(reinterpret_cast<const float*>(&centred[i][channel])[lane]);
         };
         const auto projection = project<Lanes, kChannels, kSubsets>(texels, membership, lines);
-        Spans<Lanes, kSubsets> spans = projection.m_spans;
-        Float gains[kSubsets];
-        for (int i = 0; i < kRefinements; ++i) {
-            refineSpans<Lanes, kBits>(projection, membership, lines.m_counts, lines.m_spreads, spans, gains);
-        }
+        const auto fitted = fitBc7Line<Lanes, kBits, kChannels, kSubsets>(projection, membership, lines);
         alignas(32) float errors[kCount];
-        store(errors, lines.residual(gains));
+        store(errors, lines.residual(fitted.m_gains));
         for (unsigned i = 0; i < used; ++i) {
             insert({errors[i], partitions[i]}, best, wanted);
         }
@@ -302,7 +298,7 @@ void fitBc7Partition(const BlockTexels<Lanes>& blocks, typename Lanes::Int parti
     const auto texels = [&](unsigned i, int channel) { return blocks.m_centred[i][channel]; };
     const auto projection = project<Lanes, kChannels, kSubsets>(texels, membership, lines);
     const auto fit = fitBc7Line<Lanes, kBits, kChannels, kSubsets>(projection, membership, lines);
-    Ends<Lanes, kSubsets> ends;
+    Course<Lanes, kSubsets> course;
     for (int channel = 0; channel < 4; ++channel) {
         SubsetSums<Lanes, kSubsets> sums;
         for (unsigned i = 0; i < 16; ++i) {
@@ -311,28 +307,17 @@ void fitBc7Partition(const BlockTexels<Lanes>& blocks, typename Lanes::Int parti
         Float means[kSubsets];
         sums.finish(means);
         for (int subset = 0; subset < kSubsets; ++subset) {
-            const Float mean = blocks.m_means[channel] + means[subset] / lines.m_counts[subset];
-            const Float direction =
+            course.m_means[subset][channel] =
+                blocks.m_means[channel] + means[subset] / lines.m_counts[subset];
+            course.m_directions[subset][channel] =
                 channel < kChannels ? lines.m_axes[subset][channel % kChannels] : Lanes::splat(0.0f);
-            const Float middle = fit.m_spans.m_middles[subset], half = fit.m_spans.m_halves[subset];
-            ends.m_channels[subset][0][channel] = mean + direction * (middle - half);
-            ends.m_channels[subset][1][channel] = mean + direction * (middle + half);
         }
     }
     result.setKind(kMode, partitions, Lanes::splat(0u), 0);
-    if (pursuit.m_rounds < 0) {
-        const auto quantised = Quantiser<Lanes, kMode, kChannels == 4>::quantise(ends);
-        result.setEnds(quantised);
-        result.template setIndices<kBits>(fit.m_weights);
-        store(result.m_scores, scoreOf<Lanes, kSubsets>(quantised, blocks.m_channels, membership,
-                                                        fit.m_weights, 0, kChannels));
-    } else {
-        Refiner<Lanes, kMode, kBits, 0, kChannels, kChannels == 4> refiner(blocks.m_channels, membership);
-        refiner.refine(ends, pursuit);
-        result.setEnds(refiner.m_ends);
-        result.template setIndices<kBits>(refiner.m_weights);
-        store(result.m_scores, refiner.error());
-    }
+    SpanTrials<Lanes, kMode, kBits, 0, kChannels, kChannels == 4> trials(
+        blocks.m_channels, membership, projection.m_positions, course, fit.m_spans);
+    trials.search(kTrialSteps[kMode], pursuit.m_spanSteps);
+    finish<kBits>(trials, pursuit, result);
 }
 
 } // namespace qor::Texsmith::Raw::Bc7Lanes

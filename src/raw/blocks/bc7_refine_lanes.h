@@ -2,16 +2,9 @@
 // these indices, and neighbouring codes. Used where more than the normal effort is asked for.
 #pragma once
 
-#include "raw/blocks/bc7_blocks_lanes.h"
+#include "raw/blocks/bc7_spans_lanes.h"
 
 namespace qor::Texsmith::Raw::Bc7Lanes {
-
-// How far candidates are pursued.
-struct Pursuit {
-    int m_rounds; // of least squares on the chosen indices; negative: the ends are rounded once, and that is
-                  // it
-    int m_nudges; // rounds of steps of each code to its neighbours
-};
 
 // Sets of texels that share one line over the channels kFirst to kEnd - 1 of one mode. `m_weights` are those
 // of the indices nearest on the decoded palette.
@@ -199,5 +192,40 @@ private:
         }
     }
 };
+
+// Ends and weights at last, with what they miss.
+template <typename Lanes, int kSubsets> struct Pursued {
+    QuantisedEnds<Lanes, kSubsets> m_ends;
+    typename Lanes::Float m_weights[16];
+    typename Lanes::Float m_error;
+};
+
+template <typename Lanes, int kMode, int kBits, int kFirst, int kEnd, bool kHasAlpha>
+auto pursued(const SpanTrials<Lanes, kMode, kBits, kFirst, kEnd, kHasAlpha>& trials, Pursuit pursuit) {
+    Pursued<Lanes, kBc7Modes[kMode].m_subsets> result;
+    if (pursuit.m_rounds < 0) {
+        result.m_ends = trials.ends();
+        trials.weights(result.m_weights);
+        result.m_error = trials.error();
+    } else {
+        Refiner<Lanes, kMode, kBits, kFirst, kEnd, kHasAlpha> refiner(trials.texels(), trials.membership());
+        refiner.refine(trials.fittedEnds(), pursuit);
+        result.m_ends = refiner.m_ends;
+        for (unsigned i = 0; i < 16; ++i) {
+            result.m_weights[i] = refiner.m_weights[i];
+        }
+        result.m_error = refiner.error();
+    }
+    return result;
+}
+
+// The same as a candidate whose kind is set.
+template <int kBits, typename Lanes, typename Trials>
+void finish(const Trials& trials, Pursuit pursuit, Candidates<Lanes>& candidate) {
+    const auto result = pursued(trials, pursuit);
+    candidate.setEnds(result.m_ends);
+    candidate.template setIndices<kBits>(result.m_weights);
+    store(candidate.m_scores, result.m_error);
+}
 
 } // namespace qor::Texsmith::Raw::Bc7Lanes

@@ -6,8 +6,8 @@
 namespace qor::Texsmith::Raw::Bc7Lanes {
 
 // A channel whose squared correlations with the three others sum up to less is encoded apart. The value with
-// the least error on photographs; docs/decisions.md has the figures.
-inline constexpr float kSeparationLimit = 1.75f;
+// the least error on pictures; docs/decisions.md has the figures.
+inline constexpr float kSeparationLimit = 2.4f;
 // Channels that range no further have no part in the axis of a block.
 inline constexpr float kActiveRange = 0.003921569f;
 
@@ -118,16 +118,13 @@ template <typename Lanes> struct WholeLine {
             m_lines);
     }
 
-    Ends<Lanes, 1> endsOf(const BlockTexels<Lanes>& blocks, const Spans<Lanes, 1>& spans) const {
-        Ends<Lanes, 1> ends;
+    Course<Lanes, 1> courseOf(const BlockTexels<Lanes>& blocks) const {
+        Course<Lanes, 1> course;
         for (int channel = 0; channel < 4; ++channel) {
-            const auto direction = m_lines.m_axes[0][channel];
-            ends.m_channels[0][0][channel] =
-                blocks.m_means[channel] + direction * (spans.m_middles[0] - spans.m_halves[0]);
-            ends.m_channels[0][1][channel] =
-                blocks.m_means[channel] + direction * (spans.m_middles[0] + spans.m_halves[0]);
+            course.m_means[0][channel] = blocks.m_means[channel];
+            course.m_directions[0][channel] = m_lines.m_axes[0][channel];
         }
-        return ends;
+        return course;
     }
 };
 
@@ -137,21 +134,12 @@ typename Lanes::Float fitTogether(const BlockTexels<Lanes>& blocks, const WholeL
                                   Pursuit pursuit, Candidates<Lanes>& result) {
     const auto none = Lanes::splat(0u);
     const auto fit = fitBc7Line<Lanes, 4, 4, 1>(line.m_projection, line.m_membership, line.m_lines);
-    const Ends<Lanes, 1> ends = line.endsOf(blocks, fit.m_spans);
+    const Course<Lanes, 1> course = line.courseOf(blocks);
     result.setKind(6, none, none, 0);
-    if (pursuit.m_rounds < 0) {
-        const auto quantised = Quantiser<Lanes, 6, kHasAlpha>::quantise(ends);
-        result.setEnds(quantised);
-        result.template setIndices<4>(fit.m_weights);
-        store(result.m_scores,
-              scoreOf<Lanes, 1>(quantised, blocks.m_channels, line.m_membership, fit.m_weights, 0, 4));
-    } else {
-        Refiner<Lanes, 6, 4, 0, kHasAlpha ? 4 : 3, kHasAlpha> refiner(blocks.m_channels, line.m_membership);
-        refiner.refine(ends, pursuit);
-        result.setEnds(refiner.m_ends);
-        result.template setIndices<4>(refiner.m_weights);
-        store(result.m_scores, refiner.error());
-    }
+    SpanTrials<Lanes, 6, 4, 0, kHasAlpha ? 4 : 3, kHasAlpha> trials(
+        blocks.m_channels, line.m_membership, line.m_projection.m_positions, course, fit.m_spans);
+    trials.search(kTrialSteps[6], pursuit.m_spanSteps);
+    finish<4>(trials, pursuit, result);
     return line.m_lines.residual(fit.m_gains);
 }
 
@@ -219,37 +207,30 @@ public:
           m_scalar(rotate(whole.m_blocks)) {}
 
     // Mode 5, or 4 where the separated channel misses more than half of what the colours miss and so takes
-    // indices of three bits. Returns what the lines miss before their ends are rounded.
-    Float fit(Candidates<Lanes>& result) const {
+    // indices of three bits; lanes outside the mask do not matter. Returns what the lines miss before their
+    // ends are rounded.
+    Float fit(Int mask, Pursuit pursuit, Candidates<Lanes>& result) const {
         const auto colours = colourFit<2>();
         const Float colourResidual = m_colours.m_lines.residual(colours.m_gains);
-        const auto coarse = m_scalar.template fit<2>(), fine = m_scalar.template fit<3>();
+        const auto coarse = m_scalar.template fit<2>();
         const Float coarseResidual = m_scalar.m_lines.residual(coarse.m_gains);
         const Int isFine = less(colourResidual, coarseResidual + coarseResidual);
+        set<5, 2, 2>(colours, coarse, pursuit, result);
+        if (!anyLane(isFine & mask)) {
+            return colourResidual + coarseResidual;
+        }
+        const auto fine = m_scalar.template fit<3>();
         Candidates<Lanes> other = {};
-        set<5, 2, 2>(colours, coarse, result);
-        set<4, 2, 3>(colours, fine, other);
+        set<4, 2, 3>(colours, fine, pursuit, other);
         result.take(other, isFine);
         return colourResidual + select(isFine, m_scalar.m_lines.residual(fine.m_gains), coarseResidual);
     }
 
     // One mode, with so many bits for the indices of the colours and of the channel apart.
     template <int kMode, int kColourBits, int kScalarBits>
-    void refine(Pursuit pursuit, Candidates<Lanes>& result) const {
-        const auto ends =
-            endsOf(colourFit<kColourBits>().m_spans, m_scalar.template fit<kScalarBits>().m_spans);
-        Refiner<Lanes, kMode, kColourBits, 0, 3, true> colours(m_texels, m_colours.m_membership);
-        Refiner<Lanes, kMode, kScalarBits, 3, 4, true> scalar(m_texels, m_colours.m_membership);
-        colours.refine(ends, pursuit);
-        scalar.refine(ends, pursuit);
-        for (int end = 0; end < 2; ++end) {
-            colours.m_ends.m_codes[0][end][3] = scalar.m_ends.m_codes[0][end][3];
-        }
-        result.setKind(kMode, Lanes::splat(0u), m_rotation.code(), kColourBits > kScalarBits ? 1 : 0);
-        result.setEnds(colours.m_ends);
-        result.template setIndices<kColourBits>(colours.m_weights);
-        result.template setScalarIndices<kScalarBits>(scalar.m_weights);
-        store(result.m_scores, colours.error() + scalar.error());
+    void fitAs(Pursuit pursuit, Candidates<Lanes>& result) const {
+        set<kMode, kColourBits, kScalarBits>(colourFit<kColourBits>(), m_scalar.template fit<kScalarBits>(),
+                                             pursuit, result);
     }
 
 private:
@@ -287,31 +268,36 @@ private:
                                               m_colours.m_lines);
     }
 
-    Ends<Lanes, 1> endsOf(const Spans<Lanes, 1>& colours, const Spans<Lanes, 1>& scalar) const {
-        Ends<Lanes, 1> ends = m_colours.endsOf(m_blocks, colours);
-        Float means[4] = {m_blocks.m_means[0], m_blocks.m_means[1], m_blocks.m_means[2], m_blocks.m_means[3]};
-        m_rotation.apply(means);
-        for (int end = 0; end < 2; ++end) {
-            m_rotation.apply(ends.m_channels[0][end]);
-        }
-        const Float middle = means[3] + scalar.m_middles[0];
-        ends.m_channels[0][0][3] = middle - scalar.m_halves[0];
-        ends.m_channels[0][1][3] = middle + scalar.m_halves[0];
-        return ends;
+    // Of the rotated channels; positions are those on the colours' line, or of the scalar.
+    Course<Lanes, 1> course() const {
+        Course<Lanes, 1> course = m_colours.courseOf(m_blocks);
+        m_rotation.apply(course.m_means[0]);
+        m_rotation.apply(course.m_directions[0]);
+        course.m_directions[0][3] = Lanes::splat(1.0f);
+        return course;
     }
 
     template <int kMode, int kColourBits, int kScalarBits>
-    void set(const FittedSpans<Lanes, 1>& colours, const FittedSpans<Lanes, 1>& scalar,
+    void set(const FittedSpans<Lanes, 1>& colours, const FittedSpans<Lanes, 1>& scalar, Pursuit pursuit,
              Candidates<Lanes>& result) const {
-        const auto quantised =
-            Quantiser<Lanes, kMode, true>::quantise(endsOf(colours.m_spans, scalar.m_spans));
-        result.setKind(kMode, Lanes::splat(0u), m_rotation.code(), 0);
-        result.setEnds(quantised);
-        result.template setIndices<kColourBits>(colours.m_weights);
-        result.template setScalarIndices<kScalarBits>(scalar.m_weights);
-        const auto& all = m_colours.m_membership;
-        store(result.m_scores, scoreOf<Lanes, 1>(quantised, m_texels, all, colours.m_weights, 0, 3) +
-                                   scoreOf<Lanes, 1>(quantised, m_texels, all, scalar.m_weights, 3, 4));
+        const auto course = this->course();
+        SpanTrials<Lanes, kMode, kColourBits, 0, 3, true> colourTrials(
+            m_texels, m_colours.m_membership, m_colours.m_projection.m_positions, course, colours.m_spans);
+        SpanTrials<Lanes, kMode, kScalarBits, 3, 4, true> scalarTrials(
+            m_texels, m_colours.m_membership, m_scalar.m_projection.m_positions, course, scalar.m_spans);
+        colourTrials.search(kTrialSteps[kMode], pursuit.m_spanSteps);
+        scalarTrials.search(kScalarTrialSteps[kMode], pursuit.m_spanSteps);
+        const auto colourResult = pursued(colourTrials, pursuit),
+                   scalarResult = pursued(scalarTrials, pursuit);
+        auto ends = colourResult.m_ends;
+        for (int end = 0; end < 2; ++end) {
+            ends.m_codes[0][end][3] = scalarResult.m_ends.m_codes[0][end][3];
+        }
+        result.setKind(kMode, Lanes::splat(0u), m_rotation.code(), kColourBits > kScalarBits ? 1 : 0);
+        result.setEnds(ends);
+        result.template setIndices<kColourBits>(colourResult.m_weights);
+        result.template setScalarIndices<kScalarBits>(scalarResult.m_weights);
+        store(result.m_scores, colourResult.m_error + scalarResult.m_error);
     }
 };
 
