@@ -133,7 +133,8 @@ void addMemory(const std::string& group, unsigned size) {
 }
 
 // Between regions of memory, which are made large enough by the first run.
-void addRoad(const std::string& group, const char* fromExtension, const char* toExtension, unsigned size) {
+void addFileConversion(const std::string& group, const char* fromExtension, const char* toExtension,
+                       unsigned size) {
     const double work = 2 * bytesOf("R8G8B8A8Unorm", size);
     const std::string name = std::string("convert ") + fromExtension + " to " + toExtension;
     addOperation(group, name, work, memcpyOf(work), [=] {
@@ -256,8 +257,8 @@ void registerSurfaceBenchmarks() {
     }
     addReformat("512", "R8G8B8A8UnormSrgb", "R32G32B32A32Float", 512);
     addReformat("512", "R32G32B32A32Float", "R8G8B8A8UnormSrgb", 512);
-    addRoad("4096", ".vxf", ".tga", 4096);
-    addRoad("4096", ".tga", ".vxf", 4096);
+    addFileConversion("4096", ".vxf", ".tga", 4096);
+    addFileConversion("4096", ".tga", ".vxf", 4096);
 }
 
 } // namespace Bench

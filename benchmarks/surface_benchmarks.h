@@ -9,7 +9,7 @@
 
 namespace Bench {
 
-// Changes of format and order at 2048 x 2048 and 8192 x 8192, memory operations, roads of files.
+// Changes of format and order at 2048 x 2048 and 8192 x 8192, memory operations, shortcuts between files.
 void registerSurfaceBenchmarks();
 // An empty job on the pool beside a round trip through a condition variable.
 void registerJobBenchmarks();

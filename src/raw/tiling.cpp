@@ -61,7 +61,7 @@ Error moveMip(const Image& image, const MemoryRegion& tiled, const SurfaceIndex&
     return checkAddressStatus(move(tiledSurface, linear, &parameters), kSourcePath);
 }
 
-// The single-threaded road: whole mips, slice by slice.
+// On the calling thread alone: whole mips, slice by slice.
 template <typename Move> Error moveImage(const Image& image, const MemoryRegion& tiled, Move move) {
     const SurfaceCount count = image.getSurfaceCount();
     SurfaceIndex index;

@@ -84,7 +84,7 @@ TEST(Compare, EveryMetricAgreesWithDoublesOnEveryShape) {
     }
 }
 
-TEST(Compare, HasTheSameBitsOnEveryRoad) {
+TEST(Compare, HasTheSameBitsEveryWay) {
     for (const char* format : {"R8G8B8A8Unorm", "B8G8R8X8Unorm", "R16G16B16A16Float", "Bc4Unorm"}) {
         const TestImage a(makeFlat(format, 171, 45, 4), 21), b(makeFlat(format, 171, 45, 4), 22);
         for (const Metric& metric : kMetrics) {
@@ -94,7 +94,7 @@ TEST(Compare, HasTheSameBitsOnEveryRoad) {
                 first.m_callbacksPerJob = callbacks;
                 VectorFloat expected;
                 Raw::compare(&expected, &a, &tilesOfB, &first, metric.m_calculator.get());
-                onEachRoad(a, callbacks, [&](const auto& provider, Configuration& configuration) {
+                inEveryWay(a, callbacks, [&](const auto& provider, Configuration& configuration) {
                     VectorFloat mean;
                     Raw::compare(&mean, &provider, &b, &configuration, metric.m_calculator.get());
                     EXPECT_TRUE(equal(mean, expected)) << format << metric.m_name;
@@ -124,7 +124,7 @@ TEST(Compare, KeepsMipsApartAndCountsWhatLiesInThem) {
         }
     }
     for (const unsigned callbacks : {1u, 32u}) {
-        onEachRoad(a, callbacks, [&](const auto& provider, Configuration& configuration) {
+        inEveryWay(a, callbacks, [&](const auto& provider, Configuration& configuration) {
             Raw::ErrorSummary summary = filledWith<Raw::ErrorSummary>(1);
             Raw::CalculateErrorPerTexel perTexel(&summary, &provider, &b, &configuration, &standard);
             Raw::PerTileJob job(&provider, &perTexel, &configuration);
@@ -177,7 +177,7 @@ TEST(Compare, EveryByteCountsForEquality) {
         for (const Shape& shape : kShapes) {
             const TestImage a(makeTexture(shape, formatNamed(format)), 61);
             TestImage b(makeTexture(shape, formatNamed(format)), 61);
-            onEachRoad(a, 7, [&](const auto& provider, Configuration& configuration) {
+            inEveryWay(a, 7, [&](const auto& provider, Configuration& configuration) {
                 const Raw::ElementProvider& other = b;
                 const Raw::Image &imageA = a, &imageB = b;
                 EXPECT_EQ(Raw::areBitwiseEqual(&provider, &other, &configuration), Raw::kErrorNone);

@@ -307,7 +307,7 @@ TEST(Dds, AnExistingDestinationMustHaveTheShapeOfTheFile) {
     EXPECT_EQ(recorder.texts(), "destination and source must have the same dimensions and format.\n");
 }
 
-TEST(Dds, TheRoadsToTheContainerAndBackKeepEveryByte) {
+TEST(Dds, ShortcutsToTheContainerAndBackKeepEveryByte) {
     for (const Shape& shape : kShapes) {
         if (shape.m_log2Fragments != 0) {
             continue;

@@ -32,7 +32,7 @@ Bytes slowly(TestImage& source, Vex::DataFormat to) {
                    source.bytes().size() / reader.bytesPerElement);
 }
 
-TEST(Reformat, AgreesWithTheSlowRoadForAllPairsOfFormats) {
+TEST(Reformat, AgreesWithTheSlowModelForAllPairsOfFormats) {
     const int count = Raw::getNamedDataFormatCount();
     Raw::Configuration configuration = onThisThread();
     for (int pair = 0; pair < count * count; ++pair) {

@@ -67,7 +67,7 @@ TEST(Statistics, RangeAndMeanAgreeWithDoubles) {
     }
 }
 
-TEST(Statistics, HaveTheSameBitsOnEveryRoad) {
+TEST(Statistics, HaveTheSameBitsEveryWay) {
     for (const unsigned callbacks : {1u, 5u, 32u}) {
         for (const char* format : kFormats) {
             const TestImage image(makeFlat(format, 203, 77), 3);
@@ -76,7 +76,7 @@ TEST(Statistics, HaveTheSameBitsOnEveryRoad) {
             Raw::MinMaxMean expected;
             Raw::getMinMaxMean(&image, &expected, &first);
             const Raw::FastHistogram bins = fastHistogramOf(image, first);
-            onEachRoad(image, callbacks, [&](const auto& provider, Configuration& configuration) {
+            inEveryWay(image, callbacks, [&](const auto& provider, Configuration& configuration) {
                 Raw::MinMaxMean range;
                 Raw::getMinMaxMean(&provider, &range, &configuration);
                 EXPECT_TRUE(equal(range, expected, 52)) << format;
@@ -104,7 +104,7 @@ TEST(Statistics, CountOnlyWhatLiesInTheSurface) {
             }
         }
         for (const unsigned callbacks : {1u, 32u}) {
-            onEachRoad(image, callbacks, [&](const auto& provider, Configuration& configuration) {
+            inEveryWay(image, callbacks, [&](const auto& provider, Configuration& configuration) {
                 Raw::MinMaxMean range;
                 Raw::getMinMaxMean(&provider, &range, &configuration);
                 EXPECT_TRUE(equal(range, expected, 52));
@@ -122,7 +122,7 @@ TEST(Statistics, TakeNegativeValuesNansAndZerosAsTold) {
     Texels texels(128, VectorFloat{{-3, -2, 0.0f, 1}});
     texels[70] = {{-5, std::numeric_limits<float>::quiet_NaN(), -0.0f, 2}};
     setTexels(image, texels);
-    onEachRoad(image, 1, [&](const auto& provider, Configuration& configuration) {
+    inEveryWay(image, 1, [&](const auto& provider, Configuration& configuration) {
         Raw::MinMaxMean range;
         Raw::getMinMaxMean(&provider, &range, &configuration);
         const float least = 1.17549435e-38f;
@@ -140,7 +140,7 @@ TEST(Statistics, FastHistogramTellsOfFractionsAndFullBins) {
     TestImage image(makeFloats(260, 256)); // 66560 texels, of which 1024 lie in tiles that overhang
     Texels texels(image.getPixels(), VectorFloat{{1, 0, 0.2f, 1}});
     setTexels(image, texels);
-    onEachRoad(image, 1, [&](const auto& provider, Configuration& one) {
+    inEveryWay(image, 1, [&](const auto& provider, Configuration& one) {
         for (const unsigned callbacks : {1u, 32u}) { // full in one worker, and in the merge
             one.m_callbacksPerJob = callbacks;
             const Raw::FastHistogram bins = fastHistogramOf(provider, one);
@@ -270,7 +270,7 @@ TEST(Statistics, LeaveOutWhatTheViewHides) {
     }
     std::fill(texels.begin(), texels.end(), VectorFloat{{2, 1, 0, 0.5f}});
     setTexels(other, texels);
-    onEachRoad(image, 7, [&](const auto& provider, Configuration& configuration) {
+    inEveryWay(image, 7, [&](const auto& provider, Configuration& configuration) {
         Raw::MinMaxMean range;
         EXPECT_EQ(Raw::getMinMaxMean(&provider, &range, &configuration), Raw::kErrorNone);
         EXPECT_TRUE(range.count == 128 && range.Mean()[0] == 1.5f && range.min[1] == 1 && range.max[1] == 1);

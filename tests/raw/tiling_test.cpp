@@ -115,30 +115,30 @@ Configuration configurationOf(JobManager* manager, unsigned callbacks) {
     return configuration;
 }
 
-// Six roads between an image and tiled memory.
-constexpr const char* kRoads[] = {"serial jobs", "pool", "single-threaded", "tiles", "blocks", "strips"};
-constexpr int kJobRoads = 3;
-constexpr int kStripRoad = 5;
+// Six ways between an image and tiled memory.
+constexpr const char* kWays[] = {"serial jobs", "pool", "single-threaded", "tiles", "blocks", "strips"};
+constexpr int kJobWays = 3;
+constexpr int kStripWay = 5;
 
-Error move(int road, TestImage& image, Bytes& tiled, bool toTiled) {
-    if (road < kJobRoads) {
+Error move(int way, TestImage& image, Bytes& tiled, bool toTiled) {
+    if (way < kJobWays) {
         SerialJobManager serial;
         ThreadpoolJobManager pool;
         JobManager* managers[] = {&serial, &pool, nullptr};
-        Configuration configuration = configurationOf(managers[road], 7);
+        Configuration configuration = configurationOf(managers[way], 7);
         MemoryRegion region = regionOf(tiled);
-        return toTiled ? tileImage(&region, &image, &configuration, road == 2)
-                       : detileImage(&image, &region, &configuration, road == 2);
+        return toTiled ? tileImage(&region, &image, &configuration, way == 2)
+                       : detileImage(&image, &region, &configuration, way == 2);
     }
     const Raw::Texture texture = tiledTexture(*image.getVexTexture(), tiled);
     auto original = std::make_unique<TextureElementProvider>(&texture);
     const auto provider = std::make_unique<TextureElementProvider>(*original);
     original.reset(); // the copy stands on its own
-    if (road == kStripRoad) {
+    if (way == kStripWay) {
         moveStrips(*provider, image, toTiled);
         return kErrorNone;
     }
-    const auto copyBetween = road == kJobRoads ? copyAll<Tile> : copyAll<Block>;
+    const auto copyBetween = way == kJobWays ? copyAll<Tile> : copyAll<Block>;
     toTiled ? copyBetween(*provider, image) : copyBetween(image, *provider);
     return kErrorNone;
 }
@@ -300,10 +300,10 @@ TEST(LinearGeneral, HasRoomForOneSurface) {
         TestImage image(texture, 1);
         Bytes tiled(4096, 0xA5);
         const Bytes before = image.bytes();
-        for (const int road : {0, 2}) {
+        for (const int way : {0, 2}) {
             const ReportRecorder reports;
-            EXPECT_EQ(move(road, image, tiled, true), kErrorFailed);
-            EXPECT_EQ(move(road, image, tiled, false), kErrorFailed);
+            EXPECT_EQ(move(way, image, tiled, true), kErrorFailed);
+            EXPECT_EQ(move(way, image, tiled, false), kErrorFailed);
             EXPECT_EQ(reports.assertions().size(), 2u) << reports.texts();
         }
         const ReportRecorder reports;
@@ -318,7 +318,7 @@ TEST(LinearGeneral, HasRoomForOneSurface) {
     }
 }
 
-TEST(TilingRoads, AllGiveTheSameMemoryAndTheSameImage) {
+TEST(WaysOfTiling, AllGiveTheSameMemoryAndTheSameImage) {
     std::vector<Vex::Texture> textures;
     for (const Vex::DataFormat format : {kR8, kR8G8B8A8, kR16G16B16A16, kR32G32B32, kBc1}) {
         for (const unsigned tileMode : {0u, 8u, 9u, 10u, 13u, 14u, 17u, 19u, 28u}) {
@@ -340,40 +340,40 @@ TEST(TilingRoads, AllGiveTheSameMemoryAndTheSameImage) {
         ReportRecorder reports; // of the rotated modes
         TestImage image(texture, 1);
         Bytes first;
-        for (int road = 0; road < int(std::size(kRoads)); ++road) {
-            SCOPED_TRACE(kRoads[road]);
+        for (int way = 0; way < int(std::size(kWays)); ++way) {
+            SCOPED_TRACE(kWays[way]);
             Bytes tiled(tiledSize(texture), 0xA5); // padding must stay so
-            EXPECT_EQ(move(road, image, tiled, true), kErrorNone);
+            EXPECT_EQ(move(way, image, tiled, true), kErrorNone);
             first = first.empty() ? tiled : first;
             EXPECT_EQ(tiled, first);
             TestImage back(texture);
-            EXPECT_EQ(move(road, back, tiled, false), kErrorNone);
+            EXPECT_EQ(move(way, back, tiled, false), kErrorNone);
             EXPECT_EQ(back.bytes(), image.bytes());
         }
         EXPECT_NE(first, Bytes(first.size(), 0xA5));
     }
 }
 
-TEST(TilingRoads, StayInsideBothMemories) {
+TEST(WaysOfTiling, StayInsideBothMemories) {
     const Vex::Texture texture = flat(20, 20, 2, 2, kR8G8B8A8, 13);
-    for (int road = 0; road < int(std::size(kRoads)); ++road) {
-        SCOPED_TRACE(kRoads[road]);
-        const Error expected = road < kJobRoads ? kErrorFailed : kErrorNone;
+    for (int way = 0; way < int(std::size(kWays)); ++way) {
+        SCOPED_TRACE(kWays[way]);
+        const Error expected = way < kJobWays ? kErrorFailed : kErrorNone;
         TestImage whole(texture, 1), back(texture, 2), cut(texture, 1);
         Bytes shorter(tiledSize(texture) - 1), tiled(tiledSize(texture));
-        EXPECT_EQ(move(road, whole, shorter, true), expected);
-        EXPECT_EQ(move(road, back, shorter, false), expected);
+        EXPECT_EQ(move(way, whole, shorter, true), expected);
+        EXPECT_EQ(move(way, back, shorter, false), expected);
         // A provider reads zeros for the last surface, which does not lie in the memory.
         const Bytes last(back.bytes().end() - 400, back.bytes().end());
-        EXPECT_EQ(last == Bytes(400), road >= kJobRoads && road != kStripRoad); // a strip moves nothing
-        ReportRecorder reports;                                                 // of the image
+        EXPECT_EQ(last == Bytes(400), way >= kJobWays && way != kStripWay); // a strip moves nothing
+        ReportRecorder reports;                                             // of the image
         cut.resize(cut.bytes().size() - 1);
-        EXPECT_EQ(move(road, cut, tiled, true), expected);
-        EXPECT_EQ(move(road, cut, tiled, false), expected);
+        EXPECT_EQ(move(way, cut, tiled, true), expected);
+        EXPECT_EQ(move(way, cut, tiled, false), expected);
         whole.setDataFormat(kR16G16B16A16); // the storage stays as it was
         tiled.resize(tiledSize(*whole.getVexTexture()));
-        EXPECT_EQ(move(road, whole, tiled, true), expected);
-        EXPECT_EQ(move(road, whole, tiled, false), expected);
+        EXPECT_EQ(move(way, whole, tiled, true), expected);
+        EXPECT_EQ(move(way, whole, tiled, false), expected);
     }
 }
 
@@ -418,7 +418,7 @@ TEST(TextureElementProvider, StaysInsideItsMemoryInAnotherFormat) {
     }
 }
 
-TEST(TilingRoads, ReportNullArgumentsAndBadFormats) {
+TEST(WaysOfTiling, ReportNullArgumentsAndBadFormats) {
     SerialJobManager serial;
     Configuration noManager = configurationOf(nullptr, 1), oneCallback = configurationOf(&serial, 1);
     Bytes bytes(4096);
@@ -450,7 +450,7 @@ TEST(TilingRoads, ReportNullArgumentsAndBadFormats) {
     EXPECT_EQ(reports.texts(), "texture must not be NULL.\n");
 }
 
-TEST(TilingRoads, NoDescriptorLeadsOutside) {
+TEST(WaysOfTiling, NoDescriptorLeadsOutside) {
     Random random;
     SerialJobManager serial;
     Configuration configuration = configurationOf(&serial, 7);

@@ -50,16 +50,16 @@ inline Texels exactTexels(std::size_t count, unsigned seed) {
 
 // Calls `use(provider, configuration)` for the image and for its tiles alone, with and without wide kernels,
 // on this thread and on the pool.
-template <typename Use> void onEachRoad(const Raw::ElementProvider& image, unsigned callbacks, Use use) {
+template <typename Use> void inEveryWay(const Raw::ElementProvider& image, unsigned callbacks, Use use) {
     const TilesOnly tiles(image);
     Raw::SerialJobManager serial;
-    for (unsigned road = 0; road < 8; ++road) {
+    for (unsigned way = 0; way < 8; ++way) {
         Raw::Configuration configuration;
         configuration.m_callbacksPerJob = callbacks;
-        configuration.m_jobManager = road % 2 != 0 ? &serial : configuration.m_jobManager;
-        qor::Texsmith::Simd::allowAvx2(road / 2 % 2 != 0);
-        SCOPED_TRACE(road);
-        use(road < 4 ? static_cast<const Raw::ElementProvider&>(tiles) : image, configuration);
+        configuration.m_jobManager = way % 2 != 0 ? &serial : configuration.m_jobManager;
+        qor::Texsmith::Simd::allowAvx2(way / 2 % 2 != 0);
+        SCOPED_TRACE(way);
+        use(way < 4 ? static_cast<const Raw::ElementProvider&>(tiles) : image, configuration);
     }
     qor::Texsmith::Simd::allowAvx2(true);
 }

@@ -78,12 +78,13 @@ OwnedImage inFormat(OwnedImage image, Vex::DataFormat format, Configuration* con
 }
 
 // The classic header where it brings the format back, and the extended one where it does not.
-unsigned ddsVersionFor(Vex::DataFormat format, const Wishes& wishes, const Configuration& configuration) {
+unsigned ddsVersionFor(Vex::DataFormat format, const ConversionOptions& options,
+                       const Configuration& configuration) {
     const auto formatBack = [&](unsigned version) {
         return Raw::getFormatInDds(format, version, configuration.m_textureChannelType);
     };
     const bool classicServes = formatBack(9) == format;
-    const unsigned version = wishes.m_ddsVersion.value_or(classicServes ? 9 : Raw::kDdsVersionDx10);
+    const unsigned version = options.m_ddsVersion.value_or(classicServes ? 9 : Raw::kDdsVersionDx10);
     if (!(formatBack(version) == format)) {
         hint("a DDS header of version " + std::to_string(version) + " cannot name " + formatName(format) +
              "; it will be read as " + formatName(formatBack(version)));
@@ -91,12 +92,12 @@ unsigned ddsVersionFor(Vex::DataFormat format, const Wishes& wishes, const Confi
     return version;
 }
 
-Raw::Error writeDds(const Raw::Image& image, Raw::ResizableMemoryRegion* destination, const Wishes& wishes,
-                    Configuration* configuration) {
+Raw::Error writeDds(const Raw::Image& image, Raw::ResizableMemoryRegion* destination,
+                    const ConversionOptions& options, Configuration* configuration) {
     if (image.getSurfaceCount().arrayEntries > 1) {
         hint("readers of DDS files take the first slice of an array");
     }
-    const unsigned version = ddsVersionFor(image.getDataFormat(), wishes, *configuration);
+    const unsigned version = ddsVersionFor(image.getDataFormat(), options, *configuration);
     return Raw::convertToDds(&image, destination, version, configuration);
 }
 
@@ -126,22 +127,22 @@ Vex::DataFormat findFormat(const std::string& name) {
     return format;
 }
 
-void checkWishes(const Wishes& wishes, const std::string& destination) {
+void checkConversionOptions(const ConversionOptions& options, const std::string& destination) {
     const Raw::FileType type = Raw::getFileTypeFromExtension(destination.c_str());
-    if (wishes.m_mips && !holdsMips(type)) {
+    if (options.m_mips && !holdsMips(type)) {
         throw UsageFailure(destination + ": only .vxf and .dds files hold mips");
     }
-    if (wishes.m_ddsVersion && type != kDds) {
+    if (options.m_ddsVersion && type != kDds) {
         throw UsageFailure(destination + ": --dds-version is for .dds files");
     }
 }
 
 Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
                           Raw::ResizableMemoryRegion* destination, const std::string& destinationName,
-                          const Wishes& wishes, Configuration* configuration) {
+                          const ConversionOptions& options, Configuration* configuration) {
     const Raw::FileType from = Raw::getFileTypeFromExtension(sourceName.c_str());
     const Raw::FileType to = Raw::getFileTypeFromExtension(destinationName.c_str());
-    const bool changesTexels = wishes.m_size || wishes.m_mips || wishes.m_format || wishes.m_ddsVersion;
+    const bool changesTexels = options.m_size || options.m_mips || options.m_format || options.m_ddsVersion;
     if (!changesTexels && (to != kDds || from == kDds)) {
         return Raw::convertWithResult(source, sourceName.c_str(), destination, destinationName.c_str(),
                                       configuration);
@@ -151,12 +152,13 @@ Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
     if (error != Raw::kErrorNone) {
         return error;
     }
-    if (wishes.m_size) {
-        image = resized(*image, *wishes.m_size, wishes.m_filter, configuration);
+    if (options.m_size) {
+        image = resized(*image, *options.m_size, options.m_filter, configuration);
     }
-    image = wishes.m_mips ? withMips(std::move(image), configuration) : std::move(image);
-    image = wishes.m_format ? inFormat(std::move(image), *wishes.m_format, configuration) : std::move(image);
-    return to == kDds ? writeDds(*image, destination, wishes, configuration)
+    image = options.m_mips ? withMips(std::move(image), configuration) : std::move(image);
+    image =
+        options.m_format ? inFormat(std::move(image), *options.m_format, configuration) : std::move(image);
+    return to == kDds ? writeDds(*image, destination, options, configuration)
                       : Raw::saveWithResult(image.get(), destination, destinationName.c_str(), configuration);
 }
 

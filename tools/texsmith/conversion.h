@@ -12,7 +12,8 @@
 
 namespace Tool {
 
-struct Wishes {
+// What the command line asks for beyond a change of the file type.
+struct ConversionOptions {
     std::optional<Size> m_size;
     std::string m_filter = "lanczos";
     bool m_mips = false;
@@ -24,14 +25,15 @@ struct Wishes {
 
 // Throws UsageFailure for a name that no format has, and for formats without texels.
 qor::Vex::DataFormat findFormat(const std::string& name);
-// Throw UsageFailure for types that cannot keep what is wished.
-void checkWishes(const Wishes& wishes, const std::string& destination);
+// Throws UsageFailure for types that cannot keep what is asked for.
+void checkConversionOptions(const ConversionOptions& options, const std::string& destination);
 
-// Without wishes this is the library's own conversion, but that a DDS file gets the extended header when the
-// classic one would bring back another format. What a file cannot keep is told on the standard error stream.
+// With no option set this is the library's own conversion, but that a DDS file gets the extended header when
+// the classic one would bring back another format. What a file cannot keep is told on the standard error
+// stream.
 qor::Texsmith::Raw::Error convertRegions(qor::Texsmith::MemoryRegion* source, const std::string& sourceName,
                                          qor::Texsmith::Raw::ResizableMemoryRegion* destination,
-                                         const std::string& destinationName, const Wishes& wishes,
+                                         const std::string& destinationName, const ConversionOptions& options,
                                          qor::Texsmith::Configuration* configuration);
 
 } // namespace Tool

@@ -49,12 +49,12 @@ std::string fileToReplace(const std::string& source, const std::string& destinat
 }
 
 void convertFile(const std::string& source, const std::string& destination, const std::string& written,
-                 const Wishes& wishes) {
+                 const ConversionOptions& conversion) {
     Configuration configuration;
-    if (wishes.m_quality) {
-        configuration.m_encoderConfiguration.m_bc6Quality.setFromQuality(*wishes.m_quality);
+    if (conversion.m_quality) {
+        configuration.m_encoderConfiguration.m_bc6Quality.setFromQuality(*conversion.m_quality);
     }
-    configuration.m_encoderConfiguration.m_effort = wishes.m_effort;
+    configuration.m_encoderConfiguration.m_effort = conversion.m_effort;
     Raw::Error error = Raw::kErrorFailed;
     const std::string* atWork = &source;
     try {
@@ -62,7 +62,7 @@ void convertFile(const std::string& source, const std::string& destination, cons
         atWork = &destination;
         Raw::MemoryMappedFile to(written.c_str(), Raw::kPermissionsReadWrite, configuration.m_allocator);
         atWork = &source;
-        error = convertRegions(&from, source, &to, destination, wishes, &configuration);
+        error = convertRegions(&from, source, &to, destination, conversion, &configuration);
     } catch (const Failure&) { // whose text is the first report, where there is one
         if (firstReport().empty()) {
             throw;
@@ -97,36 +97,36 @@ Raw::EncoderEffort effortNamed(const std::string& name) {
     throw UsageFailure("--effort is fast, normal, high or best, and not '" + name + "'");
 }
 
-Wishes wishesOf(const Options& options) {
-    Wishes wishes;
-    wishes.m_mips = options.has("--mips");
+ConversionOptions conversionOptionsOf(const Options& options) {
+    ConversionOptions conversion;
+    conversion.m_mips = options.has("--mips");
     if (options.has("--resize")) {
-        wishes.m_size = readSize(options.value("--resize"));
+        conversion.m_size = readSize(options.value("--resize"));
     }
     if (options.has("--filter")) {
-        wishes.m_filter = options.value("--filter");
-        checkFilter(wishes.m_filter);
-        if (!wishes.m_size) {
+        conversion.m_filter = options.value("--filter");
+        checkFilter(conversion.m_filter);
+        if (!conversion.m_size) {
             throw UsageFailure("--filter goes with --resize");
         }
     }
     if (options.has("--format")) {
-        wishes.m_format = findFormat(options.value("--format"));
+        conversion.m_format = findFormat(options.value("--format"));
     }
     if (options.has("--dds-version")) {
         const std::string version = options.value("--dds-version");
         if (version != "9" && version != "10") {
             throw UsageFailure("--dds-version is 9 or 10, and not '" + version + "'");
         }
-        wishes.m_ddsVersion = version == "9" ? 9 : 10;
+        conversion.m_ddsVersion = version == "9" ? 9 : 10;
     }
     if (options.has("--quality")) {
-        wishes.m_quality = qualityOf(options.value("--quality"));
+        conversion.m_quality = qualityOf(options.value("--quality"));
     }
     if (options.has("--effort")) {
-        wishes.m_effort = effortNamed(options.value("--effort"));
+        conversion.m_effort = effortNamed(options.value("--effort"));
     }
-    return wishes;
+    return conversion;
 }
 
 } // namespace
@@ -137,16 +137,17 @@ void convertCommand(Arguments arguments) {
     if (options.names().size() != 2) {
         throw UsageFailure("convert takes a source and a destination; see texsmith --help");
     }
-    const Wishes wishes = wishesOf(options);
+    const ConversionOptions conversion = conversionOptionsOf(options);
     const std::string source = options.names()[0];
     const std::string destination = resolveDestination(source, options.names()[1]);
-    checkWishes(wishes, destination);
-    const bool changesNothing = !wishes.m_size && !wishes.m_mips && !wishes.m_format && !wishes.m_ddsVersion;
+    checkConversionOptions(conversion, destination);
+    const bool changesNothing =
+        !conversion.m_size && !conversion.m_mips && !conversion.m_format && !conversion.m_ddsVersion;
     if (changesNothing && isAlreadyThere(source, destination)) {
         return;
     }
     ReplacementFile file(fileToReplace(source, destination));
-    convertFile(source, destination, file.name(), wishes);
+    convertFile(source, destination, file.name(), conversion);
     file.takePlace();
 }
 

@@ -1,4 +1,4 @@
-// The fast road of BC6H: eight blocks at once, each in one piece, without a search.
+// The fast effort of BC6H: eight blocks at once, each in one piece, without a search.
 #pragma once
 
 #include "qor/texsmith/raw/vector_math.h"

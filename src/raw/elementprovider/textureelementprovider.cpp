@@ -13,7 +13,7 @@ namespace {
 constexpr char kSourcePath[] = "raw\\elementprovider\\textureelementprovider";
 
 // A strip as a region of its surface. Elements that share bytes, rows that are no whole number of elements
-// apart, and providers whose format was exchanged are left to the road by tiles.
+// apart, and providers whose format was exchanged are left to the walk by tiles.
 struct StripMove {
     GpuAddress::SurfaceRegion m_region = {};
     unsigned m_pitch = 0; // elements

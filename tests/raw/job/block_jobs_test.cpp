@@ -1,4 +1,4 @@
-// Blocks through whole surfaces: the fast roads beside the steps of a tile, the cache, and groups of blocks.
+// Blocks through whole surfaces: runs of blocks beside the steps of a tile, the cache, and groups of blocks.
 #include "platform/platform.h"
 #include "raw/blocks/bc1_group.h"
 #include "raw/blocks/block_cache.h"

@@ -150,7 +150,7 @@ Vex::Texture evenVolume(const char* format, unsigned mips) { return makeVolume(f
 Vex::Texture oddVolume(const char* format, unsigned mips) { return makeVolume(format, 16, 8, 7, mips); }
 
 // Rows in memory against blocks, one callback against many and against a pool.
-TEST(MipMaps, AreTheSameBitsOnEveryRoad) {
+TEST(MipMaps, AreTheSameBitsEveryWay) {
     Raw::ThreadpoolJobManager pool;
     for (const char* format : {"R8G8B8A8Unorm", "R8G8B8A8Snorm", "B8G8R8A8UnormSrgb", "R8G8B8A8UnormSrgb",
                                "R5G6B5Unorm", "R16G16B16A16Float", "R8G8B8A8Uint", kFloats}) {
