@@ -223,11 +223,15 @@ private:
     }
 };
 
+// With fast effort: the ends rounded once, or with every p-bit and the indices nearest on the decoded
+// palette.
+inline constexpr Pursuit kOnce = {0, -1, 0};
+inline constexpr Pursuit kOnPalette = {0, 0, 0};
+
 // Of two guessed partitions the one whose lines miss less.
 template <typename Lanes, int kChannels>
 void tryEstimated(const BlockTexels<Lanes>& blocks, const typename Lanes::Float (&axis)[4],
                   Candidates<Lanes>& result) {
-    constexpr Pursuit kOnPalette = {0, 0, 0};
     const auto partitions = estimatePartitions<Lanes, kChannels>(blocks, axis);
     auto lines = findLinesOf<Lanes, kChannels>(blocks, partitions.m_first);
     const auto others = findLinesOf<Lanes, kChannels>(blocks, partitions.m_second);
@@ -237,17 +241,24 @@ void tryEstimated(const BlockTexels<Lanes>& blocks, const typename Lanes::Float 
         blocks, select(takesOther, partitions.m_second, partitions.m_first), lines, kOnPalette, result);
 }
 
-// Mode 6, mode 5 or 4, and a guessed partition.
+// Mode 6, mode 5 (or 4, and 4 with finer indices for the colours, in blocks with alpha), and a guessed
+// partition.
 template <typename Lanes, bool kHasAlpha>
 void encodeFast(const float* texels, unsigned used, Bc7Fields* fields) {
-    constexpr Pursuit kOnce = {0, -1, 0};
     const BlockTexels<Lanes> blocks(texels, kHasAlpha);
     const Bc7ColourSet<Lanes> whole(blocks);
     const auto all = Lanes::splat(0xFFFFFFFFu);
     Candidates<Lanes> best = {}, candidate = {};
     const WholeLine<Lanes> line(whole, WholeLine<Lanes>::allChannels());
     fitTogether<Lanes, kHasAlpha>(blocks, line, kOnce, best);
-    ApartBlocks<Lanes>(whole, whole.m_separated).fit(all, kOnce, candidate);
+    const ApartBlocks<Lanes> apart(whole, whole.m_separated);
+    if constexpr (kHasAlpha) {
+        apart.fit(all, kOnce, candidate);
+        best.takeBetter(candidate, all);
+        apart.template fitAs<4, 3, 2>(kOnce, candidate);
+    } else {
+        apart.template fitAs<5, 2, 2>(kOnPalette, candidate);
+    }
     best.takeBetter(candidate, all);
     tryEstimated<Lanes, kHasAlpha ? 4 : 3>(blocks, line.m_lines.m_axes[0], candidate);
     best.takeBetter(candidate, all);

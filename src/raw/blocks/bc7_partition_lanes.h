@@ -316,7 +316,9 @@ void fitBc7Partition(const BlockTexels<Lanes>& blocks, typename Lanes::Int parti
     result.setKind(kMode, partitions, Lanes::splat(0u), 0);
     SpanTrials<Lanes, kMode, kBits, 0, kChannels, kChannels == 4> trials(
         blocks.m_channels, membership, projection.m_positions, course, fit.m_spans);
-    trials.search(kTrialSteps[kMode], pursuit.m_spanSteps);
+    if (pursuit.measuresSpans()) {
+        trials.search(kTrialSteps[kMode], pursuit.m_spanSteps);
+    }
     finish<kBits>(trials, pursuit, result);
 }
 

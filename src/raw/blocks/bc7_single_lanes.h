@@ -138,7 +138,9 @@ typename Lanes::Float fitTogether(const BlockTexels<Lanes>& blocks, const WholeL
     result.setKind(6, none, none, 0);
     SpanTrials<Lanes, 6, 4, 0, kHasAlpha ? 4 : 3, kHasAlpha> trials(
         blocks.m_channels, line.m_membership, line.m_projection.m_positions, course, fit.m_spans);
-    trials.search(kTrialSteps[6], pursuit.m_spanSteps);
+    if (pursuit.measuresSpans()) {
+        trials.search(kTrialSteps[6], pursuit.m_spanSteps);
+    }
     finish<4>(trials, pursuit, result);
     return line.m_lines.residual(fit.m_gains);
 }
@@ -285,8 +287,10 @@ private:
             m_texels, m_colours.m_membership, m_colours.m_projection.m_positions, course, colours.m_spans);
         SpanTrials<Lanes, kMode, kScalarBits, 3, 4, true> scalarTrials(
             m_texels, m_colours.m_membership, m_scalar.m_projection.m_positions, course, scalar.m_spans);
-        colourTrials.search(kTrialSteps[kMode], pursuit.m_spanSteps);
-        scalarTrials.search(kScalarTrialSteps[kMode], pursuit.m_spanSteps);
+        if (pursuit.measuresSpans()) {
+            colourTrials.search(kTrialSteps[kMode], pursuit.m_spanSteps);
+            scalarTrials.search(kScalarTrialSteps[kMode], pursuit.m_spanSteps);
+        }
         const auto colourResult = pursued(colourTrials, pursuit),
                    scalarResult = pursued(scalarTrials, pursuit);
         auto ends = colourResult.m_ends;

@@ -85,6 +85,8 @@ struct Pursuit {
     int m_rounds; // of least squares on the chosen indices; negative: the ends of the span are rounded once,
                   // and that is it
     int m_nudges; // rounds of steps of each code to its neighbours
+
+    bool measuresSpans() const { return m_spanSteps > 0 || m_rounds < 0; }
 };
 
 // How far the ends of a span are moved, in levels, in search of ends that suit a mode's precision.
@@ -109,11 +111,11 @@ public:
                const Float (&positions)[16], const Course<Lanes, kSubsets>& course,
                const Spans<Lanes, kSubsets>& fitted)
         : m_texels(texels), m_membership(membership), m_positions(positions), m_course(course),
-          m_best(fitted) {
-        errorsOf(fitted, m_errors);
-    }
+          m_best(fitted) {}
 
+    // To be called before error(), with any number of steps.
     void search(const TrialSteps& steps, int count) {
+        errorsOf(m_best, m_errors);
         for (int i = 0; i < count && steps.m_levels[i] != 0.0f; ++i) {
             moveEnds(steps.m_levels[i]);
         }
