@@ -101,11 +101,9 @@ Bytes decodeByReference(const Bytes& file) {
 }
 
 TEST(JpegReader, GivesGreyAndColourSequentialAndProgressive) {
-    for (const ReferenceFile& kind : std::initializer_list<ReferenceFile>{{},
-                                                                          {JCS_GRAYSCALE, 1},
-                                                                          {JCS_RGB, 3, false, 2},
-                                                                          {JCS_RGB, 3, true, 2},
-                                                                          {JCS_GRAYSCALE, 1, true}}) {
+    const ReferenceFile kinds[] = {
+        {}, {JCS_GRAYSCALE, 1}, {JCS_RGB, 3, false, 2}, {JCS_RGB, 3, true, 2}, {JCS_GRAYSCALE, 1, true}};
+    for (const ReferenceFile& kind : kinds) {
         const Bytes file = kind.encode(45, 37);
         const Outcome result = loadFront(file, file.size(), ".jpg");
         EXPECT_EQ(result.m_error, Raw::kErrorNone);
@@ -128,10 +126,12 @@ TEST(JpegWriter, KeepsPicturesWithinWhatTheEyeSees) {
         unsigned m_channels;
         std::uint32_t m_read;
     };
-    for (const Case& c : std::initializer_list<Case>{{"R8G8B8A8Unorm", 4, 0x3AC00A},
-                                                     {"R8G8B8A8UnormSrgb", 4, 0x3AC00A},
-                                                     {"L8Unorm", 1, 0x324001},
-                                                     {"L8UnormSrgb", 1, 0x324001}}) {
+    constexpr std::uint32_t kRgbx8 = 0x3AC00A, kL8 = Vex::kDataFormatL8Unorm.m_word;
+    constexpr Case kCases[] = {{"R8G8B8A8Unorm", 4, kRgbx8},
+                               {"R8G8B8A8UnormSrgb", 4, kRgbx8},
+                               {"L8Unorm", 1, kL8},
+                               {"L8UnormSrgb", 1, kL8}};
+    for (const Case& c : kCases) {
         SCOPED_TRACE(c.m_format);
         TestImage image(makeFlat(c.m_format, 83, 51));
         fillWithWaves(image, c.m_channels);

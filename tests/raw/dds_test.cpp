@@ -52,33 +52,37 @@ TEST(Dds, DxgiValuesNameTheFormatsThatTheyArePublishedAs) {
 
 struct MaskCase {
     std::uint32_t m_flags, m_bits, m_masks[4];
-    std::uint32_t m_format;
+    Vex::DataFormat m_format;
     unsigned m_bytesInFile;
 };
 
 TEST(Dds, MasksNameTheFirstFormatThatHasTheirFields) {
     constexpr std::uint32_t kLuminance = 1 << 17;
     constexpr MaskCase kCases[] = {
-        {0x41, 32, {0xFF0000, 0xFF00, 0xFF, 0xFF000000}, 0xF2E00A, 4},
-        {0x40, 24, {0xFF0000, 0xFF00, 0xFF, 0}, 0x32E00A, 3},
-        {0x40, 16, {0xF800, 0x7E0, 0x1F, 0}, 0x32E010, 2},
-        {0x41, 16, {0xF00, 0xF0, 0xF, 0xF000}, 0xF2E013, 2},
-        {0x41, 32, {0x3FF00000, 0xFFC00, 0x3FF, 0xC0000000}, 0xFAC009, 4}, // red and blue changed
-        {0x40, 32, {0xFFFF, 0xFFFF0000, 0, 0}, 0x22C005, 4},
-        {kLuminance, 8, {0xFF, 0, 0, 0}, 0x324001, 1},
-        {kLuminance | 1, 16, {0xFF, 0, 0, 0xFF00}, 0xB24003, 2},
-        {2, 8, {0, 0, 0, 0xFF}, 0x800001, 1},
-        {0x40, 64, {0xFFFFFFFF, 0, 0, 0}, 0x20400B, 8},
-        {0x40, 32, {0x7, 0x38, 0xFFC0, 0}, 0, 0},
-        {0x40, 32, {0, 0, 0, 0}, 0, 0},
-        {0, 0xFFFFFFFF, {0xFF, 0xFF00, 0, 0}, 0, 0},
+        {0x41, 32, {0xFF0000, 0xFF00, 0xFF, 0xFF000000}, Vex::kDataFormatB8G8R8A8Unorm, 4},
+        {0x40, 24, {0xFF0000, 0xFF00, 0xFF, 0}, Vex::kDataFormatB8G8R8X8Unorm, 3},
+        {0x40, 16, {0xF800, 0x7E0, 0x1F, 0}, Vex::kDataFormatB5G6R5Unorm, 2},
+        {0x41, 16, {0xF00, 0xF0, 0xF, 0xF000}, Vex::kDataFormatB4G4R4A4Unorm, 2},
+        {0x41,
+         32,
+         {0x3FF00000, 0xFFC00, 0x3FF, 0xC0000000},
+         Vex::kDataFormatR10G10B10A2Unorm,
+         4}, // red and blue changed
+        {0x40, 32, {0xFFFF, 0xFFFF0000, 0, 0}, Vex::kDataFormatR16G16Unorm, 4},
+        {kLuminance, 8, {0xFF, 0, 0, 0}, Vex::kDataFormatL8Unorm, 1},
+        {kLuminance | 1, 16, {0xFF, 0, 0, 0xFF00}, Vex::kDataFormatL8A8Unorm, 2},
+        {2, 8, {0, 0, 0, 0xFF}, Vex::kDataFormatA8Unorm, 1},
+        {0x40, 64, {0xFFFFFFFF, 0, 0, 0}, {0x20400B}, 8},
+        {0x40, 32, {0x7, 0x38, 0xFFC0, 0}, {}, 0},
+        {0x40, 32, {0, 0, 0, 0}, {}, 0},
+        {0, 0xFFFFFFFF, {0xFF, 0xFF00, 0, 0}, {}, 0},
     };
     for (const MaskCase& row : kCases) {
         Dds::PixelFormat pixelFormat = {32, row.m_flags, 0, row.m_bits, {}};
         std::copy_n(row.m_masks, 4, pixelFormat.m_masks);
         const DdsFormat format = formatFromPixelFormat(pixelFormat, Vex::kTextureChannelTypeUNorm);
-        EXPECT_EQ(format.m_format.m_word, row.m_format) << std::hex << row.m_format;
-        EXPECT_EQ(format.m_bytesInFile, row.m_bytesInFile) << std::hex << row.m_format;
+        EXPECT_EQ(format.m_format, row.m_format) << std::hex << row.m_format.m_word;
+        EXPECT_EQ(format.m_bytesInFile, row.m_bytesInFile) << std::hex << row.m_format.m_word;
     }
 }
 

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -232,26 +231,6 @@ TEST(Helpers, TypesWithoutACodecAreNamed) {
                   "There is no codec for files of type '" + name + "' here.");
     }
     EXPECT_EQ(recorder.warnings().size(), 12u);
-}
-
-TEST(Helpers, EveryPairOfOwnTypesConverts) {
-    const ReportRecorder recorder;
-    Configuration configuration;
-    TestImage image(makeFlat("R8G8B8A8Unorm", 11, 6), 3);
-    const char* const kTypes[] = {".vxf", ".tga", ".dds", ".hdr", ".pfm", ".bmp"};
-    for (const char* from : kTypes) {
-        AllocatedMemory file;
-        ASSERT_EQ(save(&image, &file, from, &configuration), 0) << from;
-        for (const char* to : kTypes) {
-            AllocatedMemory converted;
-            MemoryMappedImage loaded;
-            EXPECT_EQ(convertWithResult(&file, from, &converted, to, &configuration), kErrorNone)
-                << from << " to " << to;
-            EXPECT_EQ(loadWithResult(&loaded, &converted, to, &configuration, 0), kErrorNone) << to;
-            EXPECT_TRUE(loaded.getPixelsWide(0) == 11 && loaded.getPixelsTall(0) == 6) << from << to;
-        }
-    }
-    EXPECT_TRUE(recorder.empty()) << recorder.texts();
 }
 
 TEST(Helpers, FilesAreComparedAsStoredOrAsPictures) {

@@ -1,6 +1,5 @@
 #include "support/hooked_manager.h"
 #include "support/measures.h"
-#include "support/report_recorder.h"
 
 #include <gtest/gtest.h>
 

@@ -179,14 +179,19 @@ TEST(VxfManipulator, AFileIsLaidOutByTheAlignmentsOfItsTextures) {
                                 "can't write more than 255 textures to a VXF file.\n");
 }
 
-TEST(Vxf, ImagesOfEveryShapeComeBack) {
+TEST(Vxf, ImagesOfEveryShapeAndFormatComeBack) {
     Vex::Texture volume, fragments;
     volume.initAs3d(10, 6, 5, 3, kRgba8, Vex::kTileModeThick_1dThick);
     fragments.initAs2d(9, 9, 1, kRgba8, Vex::kTileModeThin_2dThin, Vex::kNumFragments4);
     Configuration configuration;
-    for (const Vex::Texture& texture :
-         {make2d(17, 9, 5), make2d(12, 20, 4, Vex::kTileModeDisplay_1dThin, kRgba8, 3),
-          make2d(80, 80, 1, Vex::kTileModeThin_2dThin, kRgba8, 2, true), make2d(8, 8), volume, fragments}) {
+    std::vector<Vex::Texture> textures = {make2d(12, 20, 4, Vex::kTileModeDisplay_1dThin, kRgba8, 3),
+                                          make2d(80, 80, 1, Vex::kTileModeThin_2dThin, kRgba8, 2, true),
+                                          make2d(8, 8), volume, fragments};
+    for (int i = 1; i < getNamedDataFormatCount(); ++i) {
+        textures.push_back(make2d(17, 9, 5, Vex::kTileModeThin_1dThin, getNamedDataFormat(i).m_dataFormat));
+    }
+    for (const Vex::Texture& texture : textures) {
+        SCOPED_TRACE(texture.getDataFormat().m_word);
         const ReportRecorder recorder;
         MemoryMappedImage image;
         setUp(&image, texture);
@@ -204,23 +209,8 @@ TEST(Vxf, ImagesOfEveryShapeComeBack) {
         EXPECT_EQ(bytesOf(back), bytesOf(image));
         EXPECT_EQ(std::memcmp(back.getVexTexture(), &texture, sizeof texture), 0);
         EXPECT_EQ(std::memcmp(&back.getModifiers(), &modifiers, sizeof modifiers), 0);
-        EXPECT_TRUE(recorder.empty());
-    }
-}
-
-TEST(Vxf, EveryNamedFormatComesBack) {
-    const ReportRecorder recorder; // two formats have no texels to ask memory for
-    Configuration configuration;
-    for (int i = 1; i < getNamedDataFormatCount(); ++i) {
-        const NamedDataFormat named = getNamedDataFormat(i);
-        const Vex::Texture texture = make2d(17, 9, 5, Vex::kTileModeThin_1dThin, named.m_dataFormat);
-        MemoryMappedImage image, back;
-        setUp(&image, texture);
-        AllocatedMemory file;
-        EXPECT_EQ(convertToVxf(&image, &file, &configuration), kErrorNone) << named.m_name;
-        EXPECT_EQ(convertFromVxf(&file, &back, &configuration), kErrorNone) << named.m_name;
-        EXPECT_EQ(bytesOf(back), bytesOf(image)) << named.m_name;
-        EXPECT_EQ(std::memcmp(back.getVexTexture(), &texture, sizeof texture), 0) << named.m_name;
+        EXPECT_EQ(recorder.empty(),
+                  image.getBytesTotal() != 0); // two formats have no texels to ask memory for
     }
 }
 

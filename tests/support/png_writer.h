@@ -4,7 +4,6 @@
 
 #include "support/tga_writer.h"
 
-#include <cstring>
 #include <functional>
 
 namespace TestSupport {

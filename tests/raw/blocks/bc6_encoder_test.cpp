@@ -30,7 +30,7 @@ using BlockBytes = std::array<std::uint8_t, 16>;
 
 EncoderConfiguration configurationOf(bool isSigned, float quality = 1.0f) {
     Raw::Texture texture;
-    texture.setDataFormat({isSigned ? 0x3AC128u : 0x3AC028u});
+    texture.setDataFormat(isSigned ? Vex::kDataFormatBc6Sf16 : Vex::kDataFormatBc6Uf16);
     EncoderConfiguration configuration;
     configuration.setTexture(&texture);
     configuration.m_bc6Quality.setFromQuality(quality);
@@ -186,17 +186,12 @@ TEST(Bc6Encoder, TakesAnyFloat) {
         float m_value;
         std::uint16_t m_unsigned, m_signed;
     };
-    const Case cases[] = {{kInfinity, 0x7BFF, 0x7BFF},
-                          {-kInfinity, 0, 0xFBFF},
-                          {nan, 0x7BFF, 0x7BFF},
-                          {-nan, 0x7BFF, 0x7BFF},
-                          {1e6f, 0x7BFF, 0x7BFF},
-                          {-1.0f, 0, 0xBC00},
-                          {0x1p-24f, 1, 1},
-                          {-0x1p-24f, 0, 0x8001},
-                          {0x1p-27f, 0, 0},
-                          {-0x1p-149f, 0, 0},
-                          {0x1.8p-15f, 0x300, 0x300}};
+    // clang-format off
+    const Case cases[] = {
+        {kInfinity, 0x7BFF, 0x7BFF}, {-kInfinity, 0, 0xFBFF}, {nan, 0x7BFF, 0x7BFF}, {-nan, 0x7BFF, 0x7BFF},
+        {1e6f, 0x7BFF, 0x7BFF}, {-1.0f, 0, 0xBC00}, {0x1p-24f, 1, 1}, {-0x1p-24f, 0, 0x8001}, {0x1p-27f, 0, 0},
+        {-0x1p-149f, 0, 0}, {0x1.8p-15f, 0x300, 0x300}};
+    // clang-format on
     for (const Case& c : cases) {
         for (const bool isSigned : {false, true}) {
             // Beside texels of 1, in the second subset of partition 0: columns 2 and 3.

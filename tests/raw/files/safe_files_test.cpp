@@ -60,7 +60,7 @@ TEST(SharedMemory, AFileMayBeConvertedJoinedAndSplitWhereItLies) {
         if (save(&picture, &file, from.m_extension, &configuration) != 0) {
             continue;
         }
-        for (const char* to : {".tga", ".vxf", ".dds", ".unknown"}) {
+        for (const char* to : {".tga", ".vxf", ".dds", ".hdr", ".pfm", ".bmp", ".unknown"}) {
             Bytes bytes(100, 0x55);
             bytes.insert(bytes.end(), file.begin, file.end);
             setBytes(&memory, bytes);
@@ -69,6 +69,11 @@ TEST(SharedMemory, AFileMayBeConvertedJoinedAndSplitWhereItLies) {
             ASSERT_EQ(convertWithResult(&file, extension, &expected, to, &configuration), kErrorNone);
             EXPECT_EQ(convertWithResult(&inside, extension, &memory, to, &configuration), kErrorNone);
             EXPECT_TRUE(bytesOf(memory) == bytesOf(expected)) << from.m_extension << " to " << to;
+            MemoryMappedImage loaded;
+            if (to != extension) {
+                EXPECT_EQ(loadWithResult(&loaded, &memory, to, &configuration, 0), kErrorNone) << to;
+                EXPECT_TRUE(loaded.getPixelsWide(0) == 61 && loaded.getPixelsTall(0) == 47) << to;
+            }
         }
     }
     TestImage picture(makeFlat("R8G8B8A8Unorm", 9, 5), 4);

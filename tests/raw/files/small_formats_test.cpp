@@ -1,5 +1,6 @@
 // HDR, PFM, BMP and TSH: files built byte by byte, and what becomes of them when they are cut or changed.
 #include "support/damaged_files.h"
+#include "support/surfaces.h"
 
 #include <cmath>
 #include <random>
@@ -238,6 +239,9 @@ TEST(Pfm, FaultsAreRefusedBeforeThereIsAnImage) {
 
 // ---- BMP
 
+constexpr std::uint32_t kBgrx = Vex::kDataFormatB8G8R8X8Unorm.m_word,
+                        kBgra = Vex::kDataFormatB8G8R8A8Unorm.m_word;
+
 struct BmpWriter {
     unsigned m_bits = 24, m_compression = 0, m_headerBytes = 40;
     int m_width = 3, m_height = 2;
@@ -287,26 +291,26 @@ TEST(Bmp, KindsOfPixelsComeToFourBytes) {
     };
     const Case kCases[] = {
         {{24, 0, 40, 3, 2, {}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 0, 0, 11, 12, 13, 14, 15, 16, 17, 18, 19}},
-         0x32E00A,
+         kBgrx,
          {0x0D0C0B, 0x100F0E, 0x131211, 0x030201, 0x060504, 0x090807}},
-        {{32, 0, 40, 1, -2, {}, {1, 2, 3, 4, 5, 6, 7, 8}}, 0x32E00A, {0x04030201, 0x08070605}},
+        {{32, 0, 40, 1, -2, {}, {1, 2, 3, 4, 5, 6, 7, 8}}, kBgrx, {0x04030201, 0x08070605}},
         {{1, 0, 12, 10, 1, palette(2, 3) + Bytes(32), {0x5A, 0x40, 0, 0}}, // an old header and its short
                                                                            // entries
-         0x32E00A,
+         kBgrx,
          {entry(0), entry(1), entry(0), entry(1), entry(1), entry(0), entry(1), entry(0), entry(0),
           entry(1)}},
-        {{16, 0, 40, 2, 1, {}, {0xFF, 0x7F, 0x10, 0x04}}, 0x32E00A, {0xFFFFFF, 0x080084}},
+        {{16, 0, 40, 2, 1, {}, {0xFF, 0x7F, 0x10, 0x04}}, kBgrx, {0xFFFFFF, 0x080084}},
         {{16, 6, 40, 1, 1, {0, 0xF, 0, 0, 0xF0, 0, 0, 0, 0xF, 0, 0, 0, 0, 0xF0, 0, 0}, {0x21, 0x43, 0, 0}},
-         0xF2E00A,
+         kBgra,
          {0x44332211}},
         {{32, 3, 40, 1, 1, {0, 0, 0xF0, 0x3F, 0, 0xFC, 0x0F, 0, 0xFF, 3, 0, 0}, {0xFF, 0x03, 0x08, 0x20}},
-         0x32E00A, // ten bits a channel
+         kBgrx, // ten bits a channel
          {0x8080FF}},
         {kBmpRuns8,
-         0x32E00A,
+         kBgrx,
          {0, entry(4), 0, 0, entry(1), entry(2), entry(3), entry(5), entry(7), entry(7), 0, 0}},
         {kBmpRuns4,
-         0x32E00A,
+         kBgrx,
          {entry(3), entry(4), entry(5), entry(6), entry(7), 0, 0, entry(1), entry(2), entry(1), entry(2),
           entry(1), 0, 0}},
     };
@@ -323,15 +327,12 @@ TEST(Bmp, KindsOfPixelsComeToFourBytes) {
 
 TEST(Bmp, WhatIsWrittenLoadsAsItWas) {
     for (const unsigned width : {1u, 2u, 3u, 4u, 9u}) {
-        for (const std::uint32_t format : {0x32E00Au, 0xF2E00Au, 0xF2E90Au}) {
-            Vex::Texture texture;
-            texture.initAs2dArray(width, 3, 1, 0, 1, {format}, Vex::kTileModeThin_1dThin, Vex::kNumFragments1,
-                                  false);
-            MemoryMappedImage image, back;
-            image.reallocate(&texture);
-            for (unsigned i = 0; i < image.getBytesTotal(); ++i) {
-                image.getMemoryRegion().begin[i] =
-                    format == 0x32E00A && i % 4 == 3 ? 0 : std::uint8_t(i * 41 + 1);
+        for (const std::uint32_t format : {kBgrx, kBgra, Vex::kDataFormatB8G8R8A8UnormSrgb.m_word}) {
+            TestImage image(makeTexture({"", Vex::kTextureType2dArray, width, 3, 1, 1, 0, 1}, {format}),
+                            width);
+            MemoryMappedImage back;
+            for (std::size_t i = 3; format == kBgrx && i < image.bytes().size(); i += 4) {
+                image.bytes()[i] = 0;
             }
             ASSERT_EQ(loadFile(&back, saveFile(image, ".bmp"), ".bmp"), kErrorNone);
             EXPECT_EQ(back.getDataFormat().m_word, format & ~0xF00u);
@@ -360,11 +361,9 @@ TEST(Bmp, OtherFilesAreRefused) {
 // ---- TSH
 
 TEST(Tsh, TheShapeComesBackWithoutTexels) {
-    Vex::Texture texture;
-    texture.initAs2dArray(40, 24, 3, 0, 4, Vex::kDataFormatBc1UnormSrgb, Vex::kTileModeThin_2dThin,
-                          Vex::kNumFragments1, true);
-    MemoryMappedImage image, back;
-    image.reallocate(&texture);
+    TestImage image(
+        makeTexture({"", Vex::kTextureTypeCubemap, 40, 24, 3, 4, 0, 0}, Vex::kDataFormatBc1UnormSrgb));
+    MemoryMappedImage back;
     const Bytes file = saveFile(image, ".tsh");
     ASSERT_EQ(loadFile(&back, file, ".tsh"), kErrorNone);
     EXPECT_EQ(back.getBytesTotal(), image.getBytesTotal());
@@ -386,11 +385,7 @@ std::vector<Sample> makeSamples() {
     for (std::uint8_t& byte : line) {
         byte = std::uint8_t(random() % 4 + 100);
     }
-    Vex::Texture texture;
-    texture.initAs2dArray(4, 4, 1, 0, 1, Vex::kDataFormatR8G8B8A8Unorm, Vex::kTileModeThin_1dThin,
-                          Vex::kNumFragments1, false);
-    MemoryMappedImage image;
-    image.reallocate(&texture);
+    TestImage image(makeFlat("R8G8B8A8Unorm", 4, 4));
     struct Case {
         const char* m_extension;
         Bytes m_file;

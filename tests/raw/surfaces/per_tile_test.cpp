@@ -58,18 +58,25 @@ Raw::Configuration configurationFor(unsigned callbacks, Raw::JobManager* manager
     return configuration;
 }
 
+// Every place of every surface, where size(mip) tells how many there are across and down.
+template <typename Size> std::map<Place, int> onceEach(const TestImage& image, Size size) {
+    std::map<Place, int> visits;
+    for (int i = 0; i < Raw::getNumberOfSurfaces(&image); ++i) {
+        Index index;
+        Raw::getSurfaceIndexFromSurfaceNumber(&index, &image, i);
+        const auto [wide, tall] = size(index.mip);
+        for (unsigned place = 0; place < wide * tall; ++place) {
+            visits[placeOf(index, place % wide, place / wide)] = 1;
+        }
+    }
+    return visits;
+}
+
 TEST(PerTileJob, VisitsEveryTileOfEverySurfaceOnce) {
     for (const Shape& shape : kShapes) {
         const TestImage image(makeTexture(shape, formatNamed("R8Unorm")));
-        std::map<Place, int> expected;
-        for (int i = 0; i < Raw::getNumberOfSurfaces(&image); ++i) {
-            Index index;
-            Raw::getSurfaceIndexFromSurfaceNumber(&index, &image, i);
-            for (unsigned tile = 0; tile < image.getTiles(index.mip); ++tile) {
-                const unsigned wide = image.getTilesWide(index.mip);
-                expected[placeOf(index, tile % wide, tile / wide)] = 1;
-            }
-        }
+        const auto expected = onceEach(
+            image, [&](unsigned mip) { return std::pair(image.getTilesWide(mip), image.getTilesTall(mip)); });
         for (const unsigned callbacks : {1u, 7u, 32u}) {
             for (Raw::JobManager* manager : std::initializer_list<Raw::JobManager*>{&g_serial, &g_pool}) {
                 Raw::Configuration configuration = configurationFor(callbacks, manager);
@@ -100,14 +107,8 @@ private:
 TEST(PerBlockRowsJob, VisitsEveryRowOfBlocksOfEverySurfaceOnce) {
     for (const Shape& shape : kShapes) {
         const TestImage image(makeTexture(shape, formatNamed("R8Unorm")));
-        std::map<Place, int> expected;
-        for (int i = 0; i < Raw::getNumberOfSurfaces(&image); ++i) {
-            Index index;
-            Raw::getSurfaceIndexFromSurfaceNumber(&index, &image, i);
-            for (unsigned y = 0; y < image.getBlocksTall(index.mip); ++y) {
-                expected[placeOf(index, 0, y)] = 1;
-            }
-        }
+        const auto expected =
+            onceEach(image, [&](unsigned mip) { return std::pair(1u, image.getBlocksTall(mip)); });
         Raw::Configuration configuration = configurationFor(5);
         BlockRowLog job(&image, &configuration);
         EXPECT_EQ(g_serial.submitAndStall(&job), Raw::kErrorNone);

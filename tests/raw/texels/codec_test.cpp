@@ -193,9 +193,11 @@ TEST(FormatCodec, EveryPairOfSelectsMovesLanesAndBytes) {
 
 TEST(FormatCodec, RunsAboveSixteenAreReportedOnceAndEncodedWhole) {
     std::vector<VectorFloat> texels(17, {{0, 0.5f, 1, 1}});
-    for (const std::uint32_t word : {0xFAC00A, 0xFAC90A, 0xFAC013, 0xFAC022}) {
-        const EncoderConfiguration configuration = configurationFor({word});
-        const Vex::DataFormat format = {word};
+    for (const Vex::DataFormat format : {Vex::kDataFormatR8G8B8A8Unorm,
+                                         Vex::kDataFormatR8G8B8A8UnormSrgb,
+                                         Vex::kDataFormatR4G4B4A4Unorm,
+                                         {0xFAC022}}) {
+        const EncoderConfiguration configuration = configurationFor(format);
         const SurfaceFormatInfo& row = getSurfaceFormatInfo(format.getSurfaceFormat());
         Bytes single(row.bytesPerElement), run(17 * single.size()), direct(run);
         row.Encode(single.data(), texels.data(), &format, 1);
