@@ -1,3 +1,4 @@
+#include "support/loaded_file.h"
 #include "support/report_recorder.h"
 #include "support/surfaces.h"
 #include "support/temporary_file.h"
@@ -39,10 +40,6 @@ void fill(Classic* image) {
         }
         image->setScanline(row.data(), image->getWidth(), y, y % image->getNumPlanes());
     }
-}
-
-Raw::MemoryRegion regionOf(std::vector<std::uint8_t>& bytes) {
-    return {bytes.data(), bytes.data() + bytes.size()};
 }
 
 struct Read {

@@ -231,6 +231,7 @@ TEST(Helpers, TypesWithoutACodecAreNamed) {
                   "There is no codec for files of type '" + name + "' here.");
     }
     EXPECT_EQ(recorder.warnings().size(), 12u);
+    EXPECT_TRUE(recorder.assertions().empty());
 }
 
 TEST(Helpers, FilesAreComparedAsStoredOrAsPictures) {

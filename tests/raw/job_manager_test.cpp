@@ -1,5 +1,7 @@
 #include "raw/configuration/default_job_manager.h"
+#include "support/loaded_file.h"
 #include "support/report_recorder.h"
+#include "support/surfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -18,8 +20,10 @@ namespace {
 
 using namespace qor::Texsmith;
 using namespace qor::Texsmith::Raw;
+using TestSupport::Bytes;
+using TestSupport::configurationOf;
+using TestSupport::regionOf;
 using TestSupport::ReportRecorder;
-using Bytes = std::vector<std::uint8_t>;
 
 SerialJobManager g_serial;
 const struct Manager {
@@ -58,25 +62,12 @@ private:
     Body m_body;
 };
 
-MemoryRegion regionOf(Bytes& bytes) {
-    MemoryRegion region;
-    region.build(bytes.data(), static_cast<unsigned>(bytes.size()));
-    return region;
-}
-
 Bytes pattern(std::size_t bytes) {
     Bytes all(bytes);
     for (std::size_t i = 0; i < bytes; ++i) {
         all[i] = static_cast<std::uint8_t>(i * 31 + i / 251 + 1);
     }
     return all;
-}
-
-Configuration configurationOf(JobManager* manager, unsigned callbacksPerJob = 0) {
-    Configuration configuration;
-    configuration.m_jobManager = manager;
-    configuration.m_callbacksPerJob = callbacksPerJob;
-    return configuration;
 }
 
 TEST(Job, SharesCoverEverythingWithTheLargerOnesFirst) {

@@ -131,9 +131,7 @@ TEST(Reformat, GivesTheSameBytesOnAnyManagerWithAnyCallbacks) {
             const Bytes expected = slowly(source, formatNamed(to));
             for (const unsigned callbacks : {1u, 7u, 32u}) {
                 for (Raw::JobManager* manager : std::initializer_list<Raw::JobManager*>{&serial, &pool}) {
-                    Raw::Configuration configuration;
-                    configuration.m_jobManager = manager;
-                    configuration.m_callbacksPerJob = callbacks;
+                    Raw::Configuration configuration = configurationOf(manager, callbacks);
                     TestImage destination(makeTexture(shape, formatNamed(to)));
                     EXPECT_EQ(Raw::reformat(&source, &destination, &configuration), Raw::kErrorNone);
                     EXPECT_EQ(destination.bytes(), expected) << shape.m_name << ' ' << to;

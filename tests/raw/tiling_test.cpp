@@ -2,6 +2,7 @@
 #include "raw/tiles/tiling.h"
 
 #include "qor/texsmith/texsmith.h"
+#include "support/loaded_file.h"
 #include "support/report_recorder.h"
 #include "support/surfaces.h"
 
@@ -16,12 +17,13 @@ using namespace qor::Texsmith;
 using namespace qor::Texsmith::Raw;
 using GpuAddress::kStatusInvalidArgument;
 using GpuAddress::kStatusSuccess;
+using TestSupport::Bytes;
+using TestSupport::configurationOf;
+using TestSupport::regionOf;
 using TestSupport::ReportRecorder;
 using TestSupport::TestImage;
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr Vex::DataFormat kR8 = Vex::kDataFormatR8Unorm;
 constexpr Vex::DataFormat kR8G8B8A8 = Vex::kDataFormatR8G8B8A8Unorm;
@@ -53,13 +55,6 @@ std::uint64_t tiledSize(const Vex::Texture& texture) {
     unsigned alignment = 0;
     GpuAddress::computeTotalTiledTextureSize(&size, &alignment, &texture);
     return size;
-}
-
-MemoryRegion regionOf(Bytes& bytes) {
-    MemoryRegion region;
-    region.begin = bytes.data();
-    region.end = bytes.data() + bytes.size();
-    return region;
 }
 
 Raw::Texture tiledTexture(const Vex::Texture& texture, Bytes& bytes) {
@@ -106,13 +101,6 @@ void moveStrips(const ElementProvider& tiled, const TestImage& image, bool toTil
             }
         }
     }
-}
-
-Configuration configurationOf(JobManager* manager, unsigned callbacks) {
-    Configuration configuration;
-    configuration.m_jobManager = manager;
-    configuration.m_callbacksPerJob = callbacks;
-    return configuration;
 }
 
 // Six ways between an image and tiled memory.

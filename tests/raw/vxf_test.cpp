@@ -16,8 +16,6 @@ constexpr Vex::DataFormat kRgba8 = Vex::kDataFormatR8G8B8A8Unorm;
 constexpr Vex::DataFormat kR8 = Vex::kDataFormatR8Unorm;
 constexpr VxfChunkType kOther = makeVxfChunkType('A', 'B', 'C', 'D');
 
-MemoryRegion regionOf(Bytes& bytes) { return {bytes.data(), bytes.data() + bytes.size()}; }
-
 Vex::Texture make2d(unsigned width, unsigned height, unsigned mips = 1,
                     Vex::TileMode mode = Vex::kTileModeThin_1dThin, Vex::DataFormat format = kRgba8,
                     unsigned slices = 1, bool isCube = false) {

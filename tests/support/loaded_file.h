@@ -22,6 +22,9 @@ private:
     qor::Texsmith::MemoryRegion m_region;
 };
 
+inline qor::Texsmith::MemoryRegion regionOf(Bytes& bytes) {
+    return {bytes.data(), bytes.data() + bytes.size()};
+}
 inline Bytes bytesOf(const qor::Texsmith::MemoryRegion& region) { return Bytes(region.begin, region.end); }
 inline Bytes bytesOf(const qor::Texsmith::Raw::Image& image) { return bytesOf(image.getMemoryRegion()); }
 

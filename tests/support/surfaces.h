@@ -96,14 +96,26 @@ private:
     Raw::MemoryRegion m_region;
 };
 
-// Runs jobs on the calling thread.
-inline Raw::Configuration onThisThread(unsigned callbacks = 0) {
-    static Raw::SerialJobManager s_serial;
+inline Raw::Configuration configurationOf(Raw::JobManager* manager, unsigned callbacks = 0) {
     Raw::Configuration configuration;
-    configuration.m_jobManager = &s_serial;
+    configuration.m_jobManager = manager;
     configuration.m_callbacksPerJob = callbacks;
     return configuration;
 }
+// Runs jobs on the calling thread.
+inline Raw::Configuration onThisThread(unsigned callbacks = 0) {
+    static Raw::SerialJobManager s_serial;
+    return configurationOf(&s_serial, callbacks);
+}
+// Of a codec, whose texture plays no part but for its format.
+inline Raw::EncoderConfiguration encoderFor(Vex::DataFormat format) {
+    Vex::Texture texture;
+    texture.setDataFormat(format);
+    Raw::EncoderConfiguration configuration;
+    configuration.setTexture(&texture);
+    return configuration;
+}
+inline Raw::EncoderConfiguration encoderFor(const char* format) { return encoderFor(formatNamed(format)); }
 
 // A derived class that does not vouch for its rows hands out neither rows nor strips.
 struct ImageByTiles : TestImage {

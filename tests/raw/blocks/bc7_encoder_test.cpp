@@ -10,6 +10,7 @@
 #include "simd/lanes4.h"
 #include "support/bptc_oracle.h"
 #include "support/report_recorder.h"
+#include "support/surfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -100,21 +101,10 @@ Pixels randomPixels(Random& random, bool opaque) {
     return pixels;
 }
 
-EncoderConfiguration configurationOf(const char* name) {
-    Configuration any;
-    Vex::DataFormat format;
-    makeDataFormat(&format, name, &any);
-    EncoderConfiguration configuration;
-    Raw::Texture texture;
-    texture.setDataFormat(format);
-    configuration.setTexture(&texture);
-    return configuration;
-}
-
 TEST(Bc7Encoder, SolidColoursComeBackExactly) {
     Random random(1);
     for (const char* name : {"Bc7Unorm", "Bc7UnormSrgb"}) {
-        const EncoderConfiguration configuration = configurationOf(name);
+        const EncoderConfiguration configuration = encoderFor(name);
         const bool isSrgb = std::strlen(name) > 8;
         for (unsigned i = 0; i < 256 + 500; ++i) {
             const auto any = [&] { return std::uint8_t(i < 256 ? i : random()); };

@@ -5,6 +5,7 @@
 #include "simd/dispatch.h"
 #include "support/block_oracle.h"
 #include "support/report_recorder.h"
+#include "support/surfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -175,14 +176,6 @@ TEST(BlockDecoders, RunsGiveWhatTheBlocksGive) {
     EXPECT_EQ(Raw::findBlockRunDecoder(Vex::kSurfaceFormatBc4), nullptr);
 }
 
-Raw::EncoderConfiguration configurationOf(std::uint32_t word) {
-    Raw::EncoderConfiguration configuration;
-    Raw::Texture texture;
-    texture.setDataFormat({word});
-    configuration.setTexture(&texture);
-    return configuration;
-}
-
 TEST(BlockDecoders, RowsDecodeBytesAsTheChannelTypeSays) {
     const std::vector<std::uint8_t> block = randomBytes(16);
     std::uint8_t bytes[16][4];
@@ -190,7 +183,8 @@ TEST(BlockDecoders, RowsDecodeBytesAsTheChannelTypeSays) {
     const Raw::SurfaceFormatInfo& row = Raw::getSurfaceFormatInfo(Vex::kSurfaceFormatBc3);
     for (const Vex::TextureChannelType type :
          {Vex::kTextureChannelTypeUNorm, Vex::kTextureChannelTypeSNorm, Vex::kTextureChannelTypeSrgb}) {
-        const Raw::EncoderConfiguration configuration = configurationOf(0xFAC025u | type << 8);
+        const Raw::EncoderConfiguration configuration =
+            encoderFor(Vex::DataFormat{Vex::kDataFormatBc3Unorm.m_word | type << 8});
         Raw::Block texels = {}, hardware = {};
         Raw::Block8 stored = {};
         row.Decode(&texels, block.data(), 0, &configuration);

@@ -11,6 +11,7 @@
 #include "raw/texels/codec.h"
 #include "simd/dispatch.h"
 #include "support/block_oracle.h"
+#include "support/surfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -29,17 +30,6 @@ using namespace TestSupport;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
-
-EncoderConfiguration configurationOf(const char* name) {
-    Configuration any;
-    Vex::DataFormat format;
-    makeDataFormat(&format, name, &any);
-    EncoderConfiguration configuration;
-    Raw::Texture texture;
-    texture.setDataFormat(format);
-    configuration.setTexture(&texture);
-    return configuration;
-}
 
 using Texels = std::vector<ColorRGBA32F>;
 
@@ -79,7 +69,7 @@ TEST(BlockEncoders, RunsAndBaseLineGiveTheBytesOfSingleBlocks) {
     for (const char* name :
          {"Bc1Unorm", "Bc1UnormNoAlpha", "Bc1UnormSrgbNoAlpha", "Bc2Unorm", "Bc2UnormSrgb", "Bc3Unorm",
           "Bc3UnormSrgb", "Bc4Unorm", "Bc4Snorm", "Bc5Unorm", "Bc5Snorm", "Bc7Unorm", "Bc7UnormSrgb"}) {
-        const EncoderConfiguration configuration = configurationOf(name);
+        const EncoderConfiguration configuration = encoderFor(name);
         const SurfaceFormatInfo& row =
             getSurfaceFormatInfo(configuration.getTexture()->getDataFormat().getSurfaceFormat());
         std::vector<std::uint8_t> runs[2], single(kBlocks * row.bytesPerElement);
@@ -164,7 +154,7 @@ TEST(BlockEncoders, Bc2AlphaIsCutToFourBits) {
     const Case cases[] = {{0, 0, 0},          {1, 15, 15},        {0.0333f, 0, 0},   {0.0334f, 1, 1},
                           {0.96666f, 14, 14}, {0.96667f, 15, 15}, {2, 15, 14},       {-1, 0, 2},
                           {1e30f, 15, 0},     {kNaN, 0, 0},       {kInfinity, 15, 0}};
-    const EncoderConfiguration configuration = configurationOf("Bc2Unorm");
+    const EncoderConfiguration configuration = encoderFor("Bc2Unorm");
     for (const Case& c : cases) {
         for (const unsigned texel : {0u, 7u, 15u}) {
             Texels block(16);
@@ -293,11 +283,11 @@ TEST(BlockEncoders, EntryPointsPrepareTheColours) {
     prepareBlockForEncoding(twice.data(), once.data(), type, 1);
     std::uint8_t expected[8], block[24];
     const auto half = [&](const char* name, bool isBc2) {
-        (isBc2 ? encodeBc2Block : encodeBc3Block)(block, texels.data(), configurationOf(name));
+        (isBc2 ? encodeBc2Block : encodeBc3Block)(block, texels.data(), encoderFor(name));
         return std::memcmp(block + 8, expected, 8);
     };
     encodeBc1Group(expected, once.data(), 1);
-    encodeBc1Block(block, texels.data(), configurationOf("Bc1UnormSrgbNoAlpha"), 1);
+    encodeBc1Block(block, texels.data(), encoderFor("Bc1UnormSrgbNoAlpha"), 1);
     EXPECT_EQ(0, std::memcmp(block, expected, 8));
     EXPECT_EQ(0, half("Bc2UnormSrgb", true));
     encodeBc1Group(expected, twice.data(), 1); // BC3 encodes the colours of sRGB formats twice
@@ -306,11 +296,11 @@ TEST(BlockEncoders, EntryPointsPrepareTheColours) {
     EXPECT_EQ(0, std::memcmp(block, expected, 8));
     // A format with W has alpha and takes the first block alone.
     std::fill_n(block, sizeof block, std::uint8_t{0xAB});
-    encodeBc1Block(block, texels.data(), configurationOf("Bc1Unorm"), 2);
+    encodeBc1Block(block, texels.data(), encoderFor("Bc1Unorm"), 2);
     EXPECT_EQ(16, std::count(block + 8, block + 24, 0xAB));
     std::fill_n(block, sizeof block, std::uint8_t{0xAB});
-    encodeBc1Block(block, texels.data(), configurationOf("Bc1UnormNoAlpha"), 0);
-    encodeBc1Block(block, texels.data(), configurationOf("Bc1UnormNoAlpha"), kMaxBlocksPerGroup + 1);
+    encodeBc1Block(block, texels.data(), encoderFor("Bc1UnormNoAlpha"), 0);
+    encodeBc1Block(block, texels.data(), encoderFor("Bc1UnormNoAlpha"), kMaxBlocksPerGroup + 1);
     EXPECT_EQ(24, std::count(block, block + 24, 0xAB));
 }
 
@@ -345,7 +335,7 @@ TEST(BlockEncoders, ExternalCompressorGetsBytes) {
     for (const Case& c : cases) {
         table.m_encodeBc1 = c.m_bc1;
         table.m_encodeBc3 = c.m_bc3;
-        EncoderConfiguration configuration = configurationOf(c.m_name);
+        EncoderConfiguration configuration = encoderFor(c.m_name);
         configuration.m_externalCompressor = &table;
         const Vex::SurfaceFormat format = configuration.getTexture()->getDataFormat().getSurfaceFormat();
         std::uint8_t block[16] = {};
@@ -361,7 +351,7 @@ TEST(BlockEncoders, ExternalCompressorGetsBytes) {
 TEST(BlockEncoders, BytesPassThroughTheRows) {
     for (const char* name :
          {"Bc1UnormNoAlpha", "Bc2Unorm", "Bc3Unorm", "Bc1UnormSrgbNoAlpha", "Bc2UnormSrgb"}) {
-        const EncoderConfiguration configuration = configurationOf(name);
+        const EncoderConfiguration configuration = encoderFor(name);
         const SurfaceFormatInfo& row =
             getSurfaceFormatInfo(configuration.getTexture()->getDataFormat().getSurfaceFormat());
         Block8 bytes, back;

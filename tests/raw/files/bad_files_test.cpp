@@ -1,6 +1,7 @@
 // Files that end early or lie in their headers, with report handlers that return and that throw. The files
 // lie in heap blocks of their exact size, so that a sanitizer sees every byte read beyond them.
 #include "support/damaged_files.h"
+#include "support/surfaces.h"
 
 namespace {
 
@@ -9,12 +10,8 @@ using namespace qor::Texsmith::Raw;
 using namespace TestSupport;
 
 std::vector<Sample> makeSamples() {
-    Vex::Texture texture;
-    texture.initAs2dArray(9, 5, 1, 0, 2, Vex::kDataFormatR8G8B8A8Unorm, Vex::kTileModeThin_1dThin,
-                          Vex::kNumFragments1, false);
-    MemoryMappedImage image;
-    image.reallocate(&texture);
-    std::memset(image.getMemoryRegion().begin, 0x5A, image.getBytesTotal());
+    TestImage image(makeFlat("R8G8B8A8Unorm", 9, 5, 2));
+    std::fill(image.bytes().begin(), image.bytes().end(), std::uint8_t{0x5A});
     Configuration configuration;
     AllocatedMemory memory;
     convertToVxf(&image, &memory, &configuration);

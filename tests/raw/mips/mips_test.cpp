@@ -21,12 +21,6 @@ using namespace TestSupport;
 
 constexpr char kFloats[] = "R32G32B32A32Float";
 
-Configuration settings(Raw::JobManager* manager = nullptr) {
-    Configuration configuration = onThisThread();
-    configuration.m_jobManager = manager != nullptr ? manager : configuration.m_jobManager;
-    return configuration;
-}
-
 Vex::Texture makeVolume(const char* format, unsigned width, unsigned height, unsigned depth, unsigned mips) {
     return makeTexture({"", Vex::kTextureType3d, width, height, depth, mips, 0, 0}, formatNamed(format));
 }
@@ -87,7 +81,7 @@ TEST(MipMaps, KeepAConstantInEveryFormat) {
             TestImage source(makeFlat(format, size, size - 2));
             std::fill(source.bytes().begin(), source.bytes().end(), std::uint8_t{0x3F});
             Raw::MemoryMappedImage mips;
-            Configuration configuration = settings();
+            Configuration configuration = onThisThread();
             ASSERT_EQ(0, Raw::makeMipMaps(&source, &mips, formatNamed(format), &configuration));
             const MemoryRegion made = mips.getMemoryRegion();
             for (const std::uint8_t* byte = made.begin; byte < made.end; ++byte) {
@@ -102,7 +96,7 @@ TEST(MipMaps, FillBlocksBeyondTheEdgeWithTheEdge) {
     TestImage source(makeFlat("R8Unorm", 203, 149));
     std::fill(source.bytes().begin(), source.bytes().end(), std::uint8_t{0x3F});
     Raw::MemoryMappedImage mips;
-    Configuration configuration = settings();
+    Configuration configuration = onThisThread();
     ReportRecorder reports;
     ASSERT_EQ(0, Raw::makeMipMaps(&source, &mips, formatNamed("Bc4Unorm"), &configuration));
     EXPECT_EQ(reports.texts(), "");
@@ -124,7 +118,7 @@ TEST(MipMaps, AreMeansOfWhatLiesUnderThem) {
             const auto x = static_cast<float>(i % from);
             texel(source, kFirstSurface, i % from, i / from) = {x, static_cast<float>(i * 7919 % 101), 0, 1};
         }
-        Configuration configuration = settings();
+        Configuration configuration = onThisThread();
         ASSERT_EQ(0, Raw::surfaceDownsample2d(&source, {}, &destination, {}, &configuration));
         double ramp = 0;
         for (unsigned i = 0; i < to * to; ++i) {
@@ -159,7 +153,7 @@ TEST(MipMaps, AreTheSameBitsEveryWay) {
             TestImage source(shape, 5);
             ImageByTiles blockwise(shape, 5), byBlocks(chain);
             TestImage byRows(chain), shared(chain);
-            Configuration one = settings(), many = settings(&pool);
+            Configuration one = onThisThread(), many = configurationOf(&pool);
             one.m_callbacksPerJob = 1;
             ASSERT_EQ(0, Raw::makeMipMaps(&source, &byRows, &one));
             ASSERT_EQ(0, Raw::makeMipMaps(&blockwise, &byBlocks, &one));
@@ -173,7 +167,7 @@ TEST(MipMaps, AreTheSameBitsEveryWay) {
 TEST(MipMaps, WriteNothingBesideTheirRows) {
     LeftHalf source(makeFlat("R8G8B8A8Unorm", 32, 16)), made(makeFlat("R8G8B8A8Unorm", 32, 16, 3));
     std::fill(source.m_bytes.begin(), source.m_bytes.end(), std::uint8_t{0x3F});
-    Configuration configuration = settings();
+    Configuration configuration = onThisThread();
     ASSERT_EQ(0, Raw::makeMipMaps(&source, &made, &configuration));
     std::size_t offset = 0;
     for (unsigned mip = 0; mip < 3; ++mip) {
@@ -193,7 +187,7 @@ std::vector<std::uint8_t> halveBytes(
     source.bytes() = std::move(bytes);
     source.resize(source.bytes().size());
     change(source);
-    Configuration configuration = settings();
+    Configuration configuration = onThisThread();
     EXPECT_EQ(0, Raw::surfaceDownsample2d(&source, {}, &destination, {}, &configuration));
     return destination.bytes();
 }
@@ -241,7 +235,7 @@ TEST(MipMaps, AverageVolumesOfOddDepthInAllThreeDirections) {
             texel(source, at(0, z), i % 5, i / 5) = {static_cast<float>(z), static_cast<float>(i % 5), 0, 1};
         }
     }
-    Configuration configuration = settings();
+    Configuration configuration = onThisThread();
     ASSERT_EQ(0, Raw::makeMipMaps(&source, &chain, &configuration));
     for (const unsigned z : {0u, 1u, 2u}) { // 7 slices to 3: each covers three, the shared ones twice
         EXPECT_EQ(texel(chain, at(1, z), 0, 0)[0], 1.0f + 2.0f * static_cast<float>(z));
@@ -261,7 +255,7 @@ TEST(MipMaps, MakeTheDescriptorOfTheSource) {
         const bool isMsaa = shape.m_log2Fragments != 0;
         ReportRecorder reports;
         unsigned progress = 10;
-        Configuration configuration = settings();
+        Configuration configuration = onThisThread();
         const int error =
             Raw::makeMipMaps(&source, &made, formatNamed("R16Unorm"), &configuration, &progress);
         if (isMsaa) {
@@ -285,14 +279,14 @@ TEST(MipMaps, StopWithTheirOwnErrorAndKeepWhatIsDone) {
     for (const char* format : {"R8G8B8A8Unorm", "R8G8B8A8Uint"}) {
         TestImage source(makeFlat("R8G8B8A8Unorm", 512, 256), 7);
         Raw::MemoryMappedImage whole;
-        Configuration configuration = settings();
+        Configuration configuration = onThisThread();
         ASSERT_EQ(Raw::makeMipMaps(&source, &whole, formatNamed(format), &configuration), 0);
         for (const int jobs : {0, 1}) {
             Raw::MemoryMappedImage made;
             volatile unsigned abort = 0;
             int left = jobs;
             HookedManager manager([&](const Raw::Job&) { abort = left-- <= 0 ? 1 : 0; });
-            Configuration stopped = settings(&manager);
+            Configuration stopped = configurationOf(&manager);
             stopped.m_abort = &abort;
             unsigned progress = 0;
             EXPECT_EQ(Raw::makeMipMaps(&source, &made, formatNamed(format), &stopped, &progress),
@@ -311,7 +305,7 @@ TEST(MipMaps, StopWithTheirOwnErrorAndKeepWhatIsDone) {
 TEST(MipMaps, ReportWhatTheyCannotUse) {
     TestImage image(makeFlat("R8Unorm", 8, 8)), other(makeFlat("R8Unorm", 8, 4, 2));
     ReportRecorder reports;
-    Configuration configuration = settings();
+    Configuration configuration = onThisThread();
     Raw::makeMipMaps(&image, &other, &configuration);
     EXPECT_EQ(reports.assertions().at(0).m_text,
               "source and destination must have same dimensions, except for mips");
@@ -331,7 +325,7 @@ TEST(MipMaps, ReportWhatTheyCannotUse) {
 
 TEST(MipMaps, AreMadeOfSurfacesThatExist) {
     TestImage source(makeVolume("R8Unorm", 8, 8, 4, 1), 1), made(makeVolume("R8Unorm", 4, 4, 2, 1));
-    Configuration configuration = settings();
+    Configuration configuration = onThisThread();
     const std::vector<std::uint8_t> before = made.bytes();
     for (const Raw::SurfaceIndex index : {at(0, 2), at(0, 0xFFFFFFFF), at(1), at(31)}) {
         const ReportRecorder reports;
@@ -349,7 +343,7 @@ TEST(MipMaps, WithoutMemoryToWorkInReportOnce) {
     TestImage source(makeFlat("R8Unorm", 1022, 1022), 1);
     Raw::MemoryMappedImage made;
     Raw::ThreadpoolJobManager pool;
-    Configuration configuration = settings(&pool);
+    Configuration configuration = configurationOf(&pool);
     configuration.m_allocator.m_allocate = [](void*, unsigned long long, unsigned long long) -> void* {
         return nullptr;
     };
@@ -366,7 +360,7 @@ TEST(MipMaps, AreSharedOutWhateverTheNumberOfCallbacks) {
         Raw::MemoryMappedImage made;
         unsigned shared = 0; // jobs that more than one thread may work on
         HookedManager manager([&](const Raw::Job& job) { shared += job.getCallbacks() > 1 ? 1u : 0u; });
-        Configuration configuration = settings(&manager);
+        Configuration configuration = configurationOf(&manager);
         configuration.m_callbacksPerJob = callbacks;
         ASSERT_EQ(Raw::makeMipMaps(&source, &made, source.getDataFormat(), &configuration), 0);
         EXPECT_EQ(shared, 2u) << callbacks; // mips 0 with 1, and 2

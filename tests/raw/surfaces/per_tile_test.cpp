@@ -51,13 +51,6 @@ private:
 Raw::SerialJobManager g_serial;
 Raw::ThreadpoolJobManager g_pool;
 
-Raw::Configuration configurationFor(unsigned callbacks, Raw::JobManager* manager = &g_serial) {
-    Raw::Configuration configuration;
-    configuration.m_jobManager = manager;
-    configuration.m_callbacksPerJob = callbacks;
-    return configuration;
-}
-
 // Every place of every surface, where size(mip) tells how many there are across and down.
 template <typename Size> std::map<Place, int> onceEach(const TestImage& image, Size size) {
     std::map<Place, int> visits;
@@ -79,7 +72,7 @@ TEST(PerTileJob, VisitsEveryTileOfEverySurfaceOnce) {
             image, [&](unsigned mip) { return std::pair(image.getTilesWide(mip), image.getTilesTall(mip)); });
         for (const unsigned callbacks : {1u, 7u, 32u}) {
             for (Raw::JobManager* manager : std::initializer_list<Raw::JobManager*>{&g_serial, &g_pool}) {
-                Raw::Configuration configuration = configurationFor(callbacks, manager);
+                Raw::Configuration configuration = configurationOf(manager, callbacks);
                 TileLog log;
                 Raw::PerTileJob job(&image, &log, &configuration);
                 EXPECT_EQ(manager->submitAndStall(&job), Raw::kErrorNone);
@@ -109,7 +102,7 @@ TEST(PerBlockRowsJob, VisitsEveryRowOfBlocksOfEverySurfaceOnce) {
         const TestImage image(makeTexture(shape, formatNamed("R8Unorm")));
         const auto expected =
             onceEach(image, [&](unsigned mip) { return std::pair(1u, image.getBlocksTall(mip)); });
-        Raw::Configuration configuration = configurationFor(5);
+        Raw::Configuration configuration = onThisThread(5);
         BlockRowLog job(&image, &configuration);
         EXPECT_EQ(g_serial.submitAndStall(&job), Raw::kErrorNone);
         EXPECT_EQ(job.m_visits, expected) << shape.m_name;
@@ -117,7 +110,7 @@ TEST(PerBlockRowsJob, VisitsEveryRowOfBlocksOfEverySurfaceOnce) {
 }
 
 TEST(PerTileJob, RunsAChainOfAtMostSixteen) {
-    Raw::Configuration configuration = configurationFor(1);
+    Raw::Configuration configuration = onThisThread(1);
     const TestImage image(makeFlat("R8Unorm", 9, 9));
     for (const unsigned length : {16u, 17u}) {
         const ReportRecorder reports;
@@ -148,7 +141,7 @@ TEST(PerTileJob, PassesOfAChainSeeWhatEarlierOnesWrote) {
         second.bytes().assign(second.bytes().size(), 0);
         third.bytes().assign(third.bytes().size(), 0);
         Raw::PerTile* chain[] = {writer, &reader};
-        Raw::Configuration configuration = configurationFor(2);
+        Raw::Configuration configuration = onThisThread(2);
         Raw::PerTileJob job(&first, chain, &configuration, 2);
         EXPECT_EQ(g_serial.submitAndStall(&job), Raw::kErrorNone);
         EXPECT_EQ(third.bytes(), first.bytes());
@@ -158,7 +151,7 @@ TEST(PerTileJob, PassesOfAChainSeeWhatEarlierOnesWrote) {
 TEST(PerTileJob, StopsAtTheAbortWordAndAtFailures) {
     const TestImage image(makeFlat("R8Unorm", 24, 80)); // 3 x 10 tiles, in two bands
     const auto run = [&](TileLog& log, volatile unsigned* abort) {
-        Raw::Configuration configuration = configurationFor(2);
+        Raw::Configuration configuration = onThisThread(2);
         configuration.m_abort = abort;
         Raw::PerTileJob job(&image, &log, &configuration);
         EXPECT_EQ(g_serial.submitAndStall(&job), Raw::kErrorFailed);
@@ -190,7 +183,7 @@ private:
 };
 
 TEST(PerTexel, CountsNoPaddingAndAppliesTheModifiers) {
-    Raw::Configuration configuration = configurationFor(1);
+    Raw::Configuration configuration = onThisThread(1);
     configuration.m_decoderConfiguration.m_transform.m_add[1] = 10.0f;  // after the provider's
     configuration.m_decoderConfiguration.m_transform.m_power[0] = 5.0f; // not taken: the provider's is
     TestImage image(makeFlat("R32Float", 9, 9));

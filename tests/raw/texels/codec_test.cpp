@@ -6,6 +6,7 @@
 #include "support/bit_patterns.h"
 #include "support/report_recorder.h"
 #include "support/slow_codec.h"
+#include "support/surfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -19,6 +20,7 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 using TestSupport::bitsOf;
+using TestSupport::encoderFor;
 using TestSupport::floatOf;
 using TestSupport::laneBits;
 using TestSupport::RandomBits;
@@ -29,14 +31,6 @@ constexpr std::uint32_t kXyzw = 0xFAC000;
 
 bool isPacked(unsigned surfaceFormat) {
     return g_surfaceFormatInfo[surfaceFormat].encodeTexels == g_surfaceFormatInfo[1].encodeTexels;
-}
-
-EncoderConfiguration configurationFor(Vex::DataFormat format) {
-    Vex::Texture texture;
-    texture.setDataFormat(format);
-    EncoderConfiguration configuration;
-    configuration.setTexture(&texture);
-    return configuration;
 }
 
 // Elements in which every channel of up to 16 bits takes all its values, or its ends and random ones.
@@ -197,7 +191,7 @@ TEST(FormatCodec, RunsAboveSixteenAreReportedOnceAndEncodedWhole) {
                                          Vex::kDataFormatR8G8B8A8UnormSrgb,
                                          Vex::kDataFormatR4G4B4A4Unorm,
                                          {0xFAC022}}) {
-        const EncoderConfiguration configuration = configurationFor(format);
+        const EncoderConfiguration configuration = encoderFor(format);
         const SurfaceFormatInfo& row = getSurfaceFormatInfo(format.getSurfaceFormat());
         Bytes single(row.bytesPerElement), run(17 * single.size()), direct(run);
         row.Encode(single.data(), texels.data(), &format, 1);
@@ -217,8 +211,8 @@ TEST(FormatCodec, RunsAboveSixteenAreReportedOnceAndEncodedWhole) {
 
 TEST(FormatCodec, HardwareReadingOfSrgbRepeatsTheFirstElement) {
     const std::uint8_t source[] = {0, 255, 17, 51, 9, 9, 9, 9, 34, 34, 34, 34, 1, 1, 1, 1};
-    const EncoderConfiguration four = configurationFor(Vex::kDataFormatB8G8R8A8UnormSrgb),
-                               two = configurationFor({0xFAC903});
+    const EncoderConfiguration four = encoderFor(Vex::kDataFormatB8G8R8A8UnormSrgb),
+                               two = encoderFor(Vex::DataFormat{0xFAC903});
     VectorFloat texels[17];
     hardwareDecodeTexelRun(texels, source, &four, 17);
     for (const VectorFloat& texel : texels) {
@@ -265,7 +259,7 @@ TEST(FormatCodec, SharedExponent) {
 TEST(FormatCodec, BlocksAndTilesAreTheirRows) {
     RandomBits random;
     for (const std::uint32_t word : {0xFAC00A, 0x22C105, 0xFAC70E, 0x3AC70D, 0x3AC722, 0x204030, 0x22C037}) {
-        const EncoderConfiguration configuration = configurationFor({word});
+        const EncoderConfiguration configuration = encoderFor(Vex::DataFormat{word});
         const Vex::DataFormat format = {word};
         const SurfaceFormatInfo& row = getSurfaceFormatInfo(format.getSurfaceFormat());
         const unsigned bytes = row.bytesPerElement;
@@ -297,7 +291,7 @@ TEST(FormatCodec, BlocksAndTilesAreTheirRows) {
 }
 
 TEST(FormatCodec, StepsAroundTheRowComeInTheirOrder) {
-    EncoderConfiguration bgra = configurationFor(Vex::kDataFormatB8G8R8A8Unorm);
+    EncoderConfiguration bgra = encoderFor(Vex::kDataFormatB8G8R8A8Unorm);
     bgra.m_transform.m_multiply[0] = {{2, 0, 0, 0}}; // doubles red
     bgra.m_transform.m_power = {{2, 2, 2, 2}};
     const float red = 102 * (1.0f / 255);
@@ -328,8 +322,8 @@ TEST(FormatCodec, StepsAroundTheRowComeInTheirOrder) {
 TEST(FormatCodec, SwizzlesAreNotInvertedWhenStored) {
     const VectorFloat texel = {{1, 0, 0, 0.4f}};
     std::uint8_t stored[2] = {9, 9};
-    const EncoderConfiguration alpha = configurationFor(Vex::kDataFormatA8Unorm),
-                               pair = configurationFor(Vex::kDataFormatL8A8Unorm);
+    const EncoderConfiguration alpha = encoderFor(Vex::kDataFormatA8Unorm),
+                               pair = encoderFor(Vex::kDataFormatL8A8Unorm);
     encodeTexelRun(stored, &texel, &alpha, 1);
     EXPECT_EQ(0, stored[0]);
     encodeTexelRun(stored, &texel, &pair, 1);
@@ -347,7 +341,7 @@ TEST(FormatCodec, AreasNeedNoClearingAndEmptyRowsNoCare) {
         {0x3AC021, {0, 0, 0, 0x3F800000}}, // a row without functions
         {0x000000, {0, 0, 0, 0}}};
     for (const auto& [word, expected] : kCases) {
-        const EncoderConfiguration configuration = configurationFor({word});
+        const EncoderConfiguration configuration = encoderFor(Vex::DataFormat{word});
         Tile tile;
         std::uint8_t stored[256] = {7};
         std::memset(static_cast<void*>(&tile), 0xCD, sizeof tile);
