@@ -7,9 +7,11 @@
 #include "raw/files/widened_rows.h"
 
 #include <cctype>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <system_error>
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -51,10 +53,11 @@ struct Token {
         *value = std::strtoul(m_text, &end, 10);
         return end != m_text;
     }
+    // Not by strtof, whose decimal point is that of the process's locale.
     bool isNumber() const {
-        char* end = nullptr;
-        static_cast<void>(std::strtof(m_text, &end));
-        return end != m_text;
+        const char* begin = m_text + (m_text[0] == '+' ? 1 : 0);
+        float value = 0;
+        return std::from_chars(begin, m_text + std::strlen(m_text), value).ec != std::errc::invalid_argument;
     }
 };
 
