@@ -348,9 +348,9 @@ TEST_F(ToolTest, StatsTellRangeMeanAndConstants) {
 TEST_F(ToolTest, WrongArgumentsAreOneLine) {
     expectFailure(run(""), "no command given");
     expectFailure(run("paint"), "unknown command 'paint'");
-    expectFailure(run("convert a.tga"), "convert takes a source and a destination");
+    expectFailure(run("convert a.tga"), "convert takes SOURCE DESTINATION");
     expectFailure(run("convert a.tga \"\""), "the destination has no name");
-    expectFailure(run("info"), "info takes one file");
+    expectFailure(run("info"), "info takes FILE");
     EXPECT_TRUE(run("--help").m_succeeded);
     if (fs::exists("/dev/full")) {
         expectFailure(run("--help >/dev/full"), "cannot write to the standard output");

@@ -2,6 +2,8 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "help_text.h"
+#include "options.h"
 #include "replacement_file.h"
 
 #include "qor/texsmith/raw/normalization_policy.h"
@@ -12,54 +14,10 @@
 #include <cstdio>
 #include <exception>
 #include <string>
-#include <string_view>
+#include <vector>
 
 namespace Tool {
 namespace {
-
-struct Command {
-    std::string_view m_name;
-    void (*m_run)(Arguments arguments);
-};
-
-constexpr Command kCommands[] = {
-    {"compare", &compareCommand}, {"convert", &convertCommand}, {"formats", &formatsCommand},
-    {"info", &infoCommand},       {"stats", &statsCommand},     {"texel", &texelCommand},
-};
-
-constexpr char kUsage[] =
-    "usage: texsmith convert [--resize WxH [--filter box|triangle|cubic|lanczos]] [--mips]\n"
-    "                        [--format NAME] [--dds-version 9|10] [--quality N]\n"
-    "                        [--effort fast|normal|high|best]\n"
-    "                        SOURCE DESTINATION-OR-EXTENSION\n"
-    "       texsmith compare [--heatmap PICTURE] [--fail-psnr DB] A B\n"
-    "       texsmith formats\n"
-    "       texsmith info [--json] FILE\n"
-    "       texsmith stats [--plot PICTURE] FILE\n"
-    "       texsmith texel [--slice N] [--face N] [--mip N] [--depth N] FILE X Y\n"
-    "       texsmith --help | --version\n"
-    "\n"
-    "convert  writes SOURCE (a file or URL) as another type of file. A destination that\n"
-    "         begins with a dot, such as .vxf, stands for SOURCE with that extension.\n"
-    "         --resize makes every face and slice of the largest level that size, by a\n"
-    "         lanczos filter unless --filter says another: in light where the picture's\n"
-    "         format is sRGB, and otherwise of its numbers.\n"
-    "         --mips adds smaller levels down to one texel. --format stores the texels in\n"
-    "         that format, such as Bc1UnormNoAlpha, or given as JSON. A DDS file gets the\n"
-    "         classic header where that can name the format, unless --dds-version says.\n"
-    "         --quality, from 0.3 to 50, is how hard BC6H is searched; 1 without it.\n"
-    "         --effort is how long compressed blocks are searched for.\n"
-    "compare  tells how far two files of the same size are apart: errors by channel and\n"
-    "         mip, and the largest. Two sRGB files are compared as they are stored, any\n"
-    "         other pair as light. --heatmap draws the differences; --fail-psnr fails when\n"
-    "         a channel's PSNR is below DB.\n"
-    "formats  lists the formats that have a name.\n"
-    "info     tells what FILE holds, with --json as standard JSON.\n"
-    "stats    tells range, mean, constants and histogram of the values, those of sRGB as\n"
-    "         they are stored. --plot draws the histogram.\n"
-    "texel    tells what stands at X, Y: place, stored bytes and value.\n"
-    "\n"
-    "Types: .bmp, .dds, .hdr, .jpg, .pfm, .png, .tga, .tsh, .vxf\n";
 
 bool isControl(char c) { return (c >= 0 && c < ' ') || c == '\x7F'; }
 
@@ -69,26 +27,26 @@ void printFailure(std::string text) {
     std::fprintf(stderr, "texsmith: %s\n", text.c_str());
 }
 
-void runCommand(std::string_view name, Arguments arguments) {
-    const auto* command = std::find_if(std::begin(kCommands), std::end(kCommands),
-                                       [name](const Command& candidate) { return candidate.m_name == name; });
-    if (command == std::end(kCommands)) {
-        throw UsageFailure("unknown command '" + std::string(name) + "'; see texsmith --help");
+void runCommand(const Command& command, const std::vector<std::string>& arguments) {
+    const Options options(command, arguments);
+    if (options.has("--help")) {
+        std::fputs(commandHelp(command).c_str(), stdout);
+    } else {
+        command.m_run(options);
     }
-    command->m_run(arguments);
 }
 
-void runArguments(Arguments arguments) {
+void runArguments(const std::vector<std::string>& arguments) {
     if (arguments.empty()) {
         throw UsageFailure("no command given; see texsmith --help");
     }
-    const std::string_view first = arguments[0];
+    const std::string& first = arguments[0];
     if (first == "--help" || first == "-h" || first == "help") {
-        std::fputs(kUsage, stdout);
+        std::fputs(generalHelp().c_str(), stdout);
     } else if (first == "--version") {
         std::printf("texsmith %s\n", qor::Texsmith::getLibraryVersionText());
     } else {
-        runCommand(first, arguments.subspan(1));
+        runCommand(commandNamed(first), {arguments.begin() + 1, arguments.end()});
     }
     // A result that could not be written is a failure like any other.
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
@@ -103,14 +61,14 @@ class Application : public qor::Texsmith::Raw::UnhandledExceptionAbsorber {
             installReportHandlers();
             // Signed blocks hold -1 to 1, like all other signed texels.
             qor::Texsmith::g_normalizationPolicy = qor::Texsmith::kNormalizationPolicyAsItIs;
-            runArguments(Arguments(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
-            return kExitSuccess;
-        } catch (const UsageFailure& failure) {
+            runArguments({argv + std::min(argc, 1), argv + argc});
+            return kExitDone;
+        } catch (const Failure& failure) {
             printFailure(failure.what());
-            return kExitUsage;
+            return failure.status();
         } catch (const std::exception& exception) {
             printFailure(exception.what());
-            return kExitFailure;
+            return kExitDamaged;
         }
     }
 };
@@ -127,7 +85,7 @@ int runApplication(int argc, char** argv) {
     ReplacementFile::removeUnfinished();
     const std::string report = firstReport();
     printFailure(report.empty() ? "an internal fault ended the command" : report);
-    return kExitFailure;
+    return kExitDamaged;
 }
 
 } // namespace Tool

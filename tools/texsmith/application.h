@@ -3,8 +3,6 @@
 
 namespace Tool {
 
-enum ExitStatus : int { kExitSuccess = 0, kExitFailure = 1, kExitUsage = 2 };
-
 int runApplication(int argc, char** argv);
 
 } // namespace Tool

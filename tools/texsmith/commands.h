@@ -1,18 +1,24 @@
-// The commands. Each takes the arguments behind its name, prints its result on the standard output, and
-// throws Failure for anything that goes wrong.
+// The commands of the tool.
 #pragma once
 
+#include "command.h"
+
 #include <span>
+#include <string_view>
 
 namespace Tool {
 
-using Arguments = std::span<char* const>;
+extern const Command kCompareCommand;
+extern const Command kConvertCommand;
+extern const Command kFormatsCommand;
+extern const Command kInfoCommand;
+extern const Command kStatsCommand;
+extern const Command kTexelCommand;
 
-void compareCommand(Arguments arguments);
-void convertCommand(Arguments arguments);
-void formatsCommand(Arguments arguments);
-void infoCommand(Arguments arguments);
-void statsCommand(Arguments arguments);
-void texelCommand(Arguments arguments);
+// All of them, by name.
+std::span<const Command* const> allCommands();
+
+// Throws UsageFailure for a name that no command has.
+const Command& commandNamed(std::string_view name);
 
 } // namespace Tool

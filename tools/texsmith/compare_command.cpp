@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
 
@@ -176,16 +175,8 @@ void printLargest(const LargestDifference& largest, const Raw::SurfaceCount& cou
 }
 
 // Not a number where none is asked for.
-double leastPsnr(const std::string& text) {
-    if (text.empty()) {
-        return NAN;
-    }
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (*end != '\0' || std::isnan(value)) {
-        throw UsageFailure("--fail-psnr needs a number of dB, not '" + text + "'");
-    }
-    return value;
+double leastPsnr(const Options& options) {
+    return options.has("--fail-psnr") ? options.real("--fail-psnr") : NAN;
 }
 
 void checkPsnr(const Raw::VectorFloat& errors, std::optional<double> peak, double least) {
@@ -201,19 +192,13 @@ void checkPsnr(const Raw::VectorFloat& errors, std::optional<double> peak, doubl
             char text[96];
             std::snprintf(text, sizeof text, "PSNR of %s is %.2f dB, below %g", kChannelNames[channel], psnr,
                           least);
-            throw Failure(text);
+            throw Failure(text, kExitAnswerIsNo);
         }
     }
 }
 
-} // namespace
-
-void compareCommand(Arguments arguments) {
-    const Options options(arguments, {}, {"--heatmap", "--fail-psnr"});
-    if (options.names().size() != 2) {
-        throw UsageFailure("compare takes two files; see texsmith --help");
-    }
-    const double least = leastPsnr(options.value("--fail-psnr"));
+void run(const Options& options) {
+    const double least = leastPsnr(options);
     if (options.has("--heatmap")) {
         Picture::checkName(options.value("--heatmap"));
     }
@@ -230,5 +215,37 @@ void compareCommand(Arguments arguments) {
     }
     checkPsnr(summary.Mean(), pair.peak(), least);
 }
+
+constexpr Operand kOperands[] = {{.m_name = "A", .m_help = "a picture or texture"},
+                                 {.m_name = "B", .m_help = "another one of the same size"}};
+
+constexpr Option kOptions[] = {
+    {.m_name = "--heatmap",
+     .m_value = "PICTURE",
+     .m_help = "draws the differences as a .bmp, .jpg, .png or .tga file",
+     .m_example = "heat.png"},
+    {.m_name = "--fail-psnr",
+     .m_value = "DB",
+     .m_help = "ends with status 1 when a channel's PSNR is below that",
+     .m_example = "40"},
+};
+constexpr OptionGroup kGroups[] = {{"Output", kOptions}};
+
+constexpr Example kExamples[] = {
+    {"compare photo.png photo.dds --fail-psnr 38", "errors by channel and mip, as a check for scripts"}};
+
+} // namespace
+
+const Command kCompareCommand = {
+    .m_name = "compare",
+    .m_summary = "tells how far two files of the same size are apart",
+    .m_description =
+        "Errors by channel and mip, and the largest. Two sRGB files are compared as they are stored, "
+        "any other pair as light.",
+    .m_operands = kOperands,
+    .m_groups = kGroups,
+    .m_examples = kExamples,
+    .m_run = &run,
+};
 
 } // namespace Tool

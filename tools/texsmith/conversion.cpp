@@ -22,7 +22,6 @@ using namespace qor;
 using namespace qor::Texsmith;
 
 constexpr Raw::FileType kDds = Raw::makeFileType(".DDS");
-constexpr Raw::FileType kVxf = Raw::makeFileType(".VXF");
 
 using OwnedImage = std::unique_ptr<Raw::MemoryMappedImage>;
 
@@ -101,49 +100,14 @@ Raw::Error writeDds(const Raw::Image& image, Raw::ResizableMemoryRegion* destina
     return Raw::convertToDds(&image, destination, version, configuration);
 }
 
-bool holdsMips(Raw::FileType type) { return type == kVxf || type == kDds; }
-
-// What the library reports of a text that is no format would tell the user nothing.
-bool readFormat(Vex::DataFormat* format, const std::string& name) {
-    try {
-        Configuration configuration;
-        return Raw::makeDataFormat(format, name.c_str(), &configuration) == 0 &&
-               format->getSurfaceFormat() < Vex::kSurfaceFormatCount;
-    } catch (const Failure&) {
-        return false;
-    }
-}
-
 } // namespace
-
-Vex::DataFormat findFormat(const std::string& name) {
-    Vex::DataFormat format = {};
-    if (!readFormat(&format, name)) {
-        throw UsageFailure("unknown format '" + name + "'; see texsmith formats");
-    }
-    if (Raw::getSurfaceFormatInfo(format.getSurfaceFormat()).bytesPerElement == 0) {
-        throw UsageFailure("no texels can be made of format '" + name + "'");
-    }
-    return format;
-}
-
-void checkConversionOptions(const ConversionOptions& options, const std::string& destination) {
-    const Raw::FileType type = Raw::getFileTypeFromExtension(destination.c_str());
-    if (options.m_mips && !holdsMips(type)) {
-        throw UsageFailure(destination + ": only .vxf and .dds files hold mips");
-    }
-    if (options.m_ddsVersion && type != kDds) {
-        throw UsageFailure(destination + ": --dds-version is for .dds files");
-    }
-}
 
 Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
                           Raw::ResizableMemoryRegion* destination, const std::string& destinationName,
                           const ConversionOptions& options, Configuration* configuration) {
     const Raw::FileType from = Raw::getFileTypeFromExtension(sourceName.c_str());
     const Raw::FileType to = Raw::getFileTypeFromExtension(destinationName.c_str());
-    const bool changesTexels = options.m_size || options.m_mips || options.m_format || options.m_ddsVersion;
-    if (!changesTexels && (to != kDds || from == kDds)) {
+    if (options.changeNothing() && (to != kDds || from == kDds)) {
         return Raw::convertWithResult(source, sourceName.c_str(), destination, destinationName.c_str(),
                                       configuration);
     }

@@ -64,7 +64,7 @@ void throwFileFailure(const std::string& file, Raw::Error error) {
 
 void throwFileFailure(const std::string& file, const Failure& failure) {
     const std::string text = failure.what();
-    throw Failure(text.starts_with(file + ": ") ? text : file + ": " + text);
+    throw Failure(text.starts_with(file + ": ") ? text : file + ": " + text, failure.status());
 }
 
 } // namespace Tool

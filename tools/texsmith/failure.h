@@ -1,6 +1,8 @@
 // How the tool learns of failures: what the library reports, on whatever thread, is kept and thrown.
 #pragma once
 
+#include "exit_status.h"
+
 #include "qor/texsmith/raw/error.h"
 
 #include <stdexcept>
@@ -11,13 +13,18 @@ namespace Tool {
 // Ends a command; the text is the line that the user sees.
 class Failure : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit Failure(const std::string& text, ExitStatus status = kExitDamaged)
+        : std::runtime_error(text), m_status(status) {}
+    ExitStatus status() const { return m_status; }
+
+private:
+    ExitStatus m_status;
 };
 
 // Wrong arguments.
 class UsageFailure : public Failure {
 public:
-    using Failure::Failure;
+    explicit UsageFailure(const std::string& text) : Failure(text, kExitWrongArguments) {}
 };
 
 // Routes the library's assertions, warnings and errors into one place, which keeps the first text.
@@ -29,7 +36,7 @@ std::string firstReport();
 // Throws a Failure that names the file and the reason: the first report, else the text of `error`.
 [[noreturn]] void throwFileFailure(const std::string& file, qor::Texsmith::Raw::Error error);
 
-// Throws a Failure with the same text, which names the file.
+// Throws a Failure with the same text and status, which names the file.
 [[noreturn]] void throwFileFailure(const std::string& file, const Failure& failure);
 
 // What an error means when nothing else was said about it.

@@ -1,6 +1,5 @@
 // texsmith formats: the formats that have a name.
 #include "commands.h"
-#include "failure.h"
 
 #include "qor/texsmith/raw/format.h"
 
@@ -41,12 +40,7 @@ std::string swizzleOf(Vex::DataFormat format) {
     return text;
 }
 
-} // namespace
-
-void formatsCommand(Arguments arguments) {
-    if (!arguments.empty()) {
-        throw UsageFailure("formats takes no arguments; see texsmith --help");
-    }
+void run(const Options&) {
     std::printf("%-22s %-14s %5s  %-12s %s\n", "name", "layout", "bytes", "type", "swizzle");
     for (int index = 0; index < Raw::getNamedDataFormatCount(); ++index) {
         const auto [name, format] = Raw::getNamedDataFormat(index);
@@ -58,5 +52,16 @@ void formatsCommand(Arguments arguments) {
                     channelTypeName(format.getTextureChannelType()), swizzleOf(format).c_str());
     }
 }
+
+constexpr Example kExamples[] = {{"formats", "all of them, one a line"}};
+
+} // namespace
+
+const Command kFormatsCommand = {
+    .m_name = "formats",
+    .m_summary = "lists the formats that have a name",
+    .m_examples = kExamples,
+    .m_run = &run,
+};
 
 } // namespace Tool

@@ -2,7 +2,7 @@
 #include "commands.h"
 #include "failure.h"
 #include "file_info.h"
-#include "json_writer.h"
+#include "json_output.h"
 #include "options.h"
 
 #include "qor/texsmith/raw/texture.h"
@@ -48,58 +48,65 @@ void printText(const FileInfo& info) {
     }
 }
 
-void writeTexture(JsonWriter* json, const TextureInfo& info) {
+Json describe(const TextureInfo& info) {
     const Raw::SurfaceCount count(info.m_texture);
-    json->beginObject();
-    json->number("width", info.m_texture.getWidth());
-    json->number("height", info.m_texture.getHeight());
-    json->number("depth", Raw::getDepthOfMip(info.m_texture, 0));
-    json->string("format", formatName(info.m_texture.getDataFormat()));
-    json->number("mips", count.mips);
-    json->number("faces", count.faces);
-    json->number("slices", count.arrayEntries);
-    json->number("fragments", count.fragments);
-    json->string("tileMode", info.m_tileMode);
-    json->number("bytes", info.m_bytes);
-    json->endObject();
+    return {{"width", info.m_texture.getWidth()},
+            {"height", info.m_texture.getHeight()},
+            {"depth", Raw::getDepthOfMip(info.m_texture, 0)},
+            {"format", formatName(info.m_texture.getDataFormat())},
+            {"mips", count.mips},
+            {"faces", count.faces},
+            {"slices", count.arrayEntries},
+            {"fragments", count.fragments},
+            {"tileMode", info.m_tileMode},
+            {"bytes", info.m_bytes}};
 }
 
-void printJson(const FileInfo& info) {
-    JsonWriter json;
-    json.beginObject();
-    json.string("file", info.m_name);
-    json.string("type", info.m_type);
-    json.number("bytes", info.m_bytes);
-    json.beginArray("textures");
+Json describe(const FileInfo& info) {
+    Json textures = Json::array(), chunks = Json::array();
     for (const TextureInfo& texture : info.m_textures) {
-        writeTexture(&json, texture);
+        textures.push_back(describe(texture));
     }
-    json.endArray();
-    json.beginArray("chunks");
     for (const ChunkInfo& chunk : info.m_chunks) {
-        json.beginObject();
-        json.string("type", chunk.m_type);
-        json.number("bytes", chunk.m_bytes);
-        json.endObject();
+        chunks.push_back({{"type", chunk.m_type}, {"bytes", chunk.m_bytes}});
     }
-    json.endArray();
-    json.endObject();
-    std::printf("%s\n", json.text().c_str());
+    return {{"file", info.m_name},
+            {"type", info.m_type},
+            {"bytes", info.m_bytes},
+            {"textures", textures},
+            {"chunks", chunks}};
 }
 
-} // namespace
-
-void infoCommand(Arguments arguments) {
-    const Options options(arguments, {"--json"}, {});
-    if (options.names().size() != 1) {
-        throw UsageFailure("info takes one file; see texsmith --help");
-    }
+void run(const Options& options) {
     const std::string& name = options.names()[0];
     try {
-        (options.has("--json") ? printJson : printText)(readFileInfo(name));
+        const FileInfo info = readFileInfo(name);
+        if (options.has("--json")) {
+            printJson(kInfoCommand, describe(info));
+        } else {
+            printText(info);
+        }
     } catch (const Failure& failure) {
         throwFileFailure(name, failure);
     }
 }
+
+constexpr Operand kOperands[] = {{.m_name = "FILE", .m_help = "a picture or texture"}};
+
+constexpr Option kOptions[] = {{.m_name = "--json", .m_help = "tells it as JSON"}};
+constexpr OptionGroup kGroups[] = {{"Output", kOptions}};
+
+constexpr Example kExamples[] = {{"info rock.vxf", "size, format, mips and chunks of a texture"}};
+
+} // namespace
+
+const Command kInfoCommand = {
+    .m_name = "info",
+    .m_summary = "tells what a file holds",
+    .m_operands = kOperands,
+    .m_groups = kGroups,
+    .m_examples = kExamples,
+    .m_run = &run,
+};
 
 } // namespace Tool

@@ -41,7 +41,7 @@ const Filters::IFilter& filterNamed(const std::string& name) {
             return *filter.m_filter;
         }
     }
-    throw UsageFailure("--filter is box, triangle, cubic or lanczos, and not '" + name + "'");
+    return kLanczos;
 }
 
 // One surface as floats.
@@ -116,8 +116,6 @@ Size readSize(const std::string& text) {
     }
     return size;
 }
-
-void checkFilter(const std::string& name) { filterNamed(name); }
 
 std::unique_ptr<Raw::MemoryMappedImage> resized(const Raw::MemoryMappedImage& picture, Size size,
                                                 const std::string& filter, Configuration* configuration) {

@@ -16,11 +16,9 @@ struct Size {
 
 // "256x128". Throws UsageFailure for anything else, and for sizes that no texture has.
 Size readSize(const std::string& text);
-// Throws UsageFailure for a name other than box, triangle, cubic and lanczos.
-void checkFilter(const std::string& name);
 
 // All faces and slices of the largest mip in that size, in the format of the picture: in light where that is
-// sRGB, and otherwise of the numbers.
+// sRGB, and otherwise of the numbers. `filter` is box, triangle, cubic or lanczos.
 std::unique_ptr<qor::Texsmith::Raw::MemoryMappedImage>
 resized(const qor::Texsmith::Raw::MemoryMappedImage& picture, Size size, const std::string& filter,
         qor::Texsmith::Configuration* configuration);

@@ -95,13 +95,7 @@ void print(const Measures& measures) {
     }
 }
 
-} // namespace
-
-void statsCommand(Arguments arguments) {
-    const Options options(arguments, {}, {"--plot"});
-    if (options.names().size() != 1) {
-        throw UsageFailure("stats takes one file; see texsmith --help");
-    }
+void run(const Options& options) {
     if (options.has("--plot")) {
         Picture::checkName(options.value("--plot"));
     }
@@ -115,5 +109,28 @@ void statsCommand(Arguments arguments) {
         drawHistogram(measures.m_histogram, measures.m_bins).save(options.value("--plot"));
     }
 }
+
+constexpr Operand kOperands[] = {{.m_name = "FILE", .m_help = "a picture or texture"}};
+
+constexpr Option kOptions[] = {{.m_name = "--plot",
+                                .m_value = "PICTURE",
+                                .m_help = "draws the histogram as a .bmp, .jpg, .png or .tga file",
+                                .m_example = "histogram.png"}};
+constexpr OptionGroup kGroups[] = {{"Output", kOptions}};
+
+constexpr Example kExamples[] = {
+    {"stats photo.png --plot histogram.png", "numbers on the terminal, and the histogram as a picture"}};
+
+} // namespace
+
+const Command kStatsCommand = {
+    .m_name = "stats",
+    .m_summary = "tells range, mean, constants and histogram of the values",
+    .m_description = "Values of sRGB are told as they are stored.",
+    .m_operands = kOperands,
+    .m_groups = kGroups,
+    .m_examples = kExamples,
+    .m_run = &run,
+};
 
 } // namespace Tool

@@ -7,7 +7,6 @@
 #include "qor/texsmith/raw/helpers.h"
 #include "qor/texsmith/raw/property.h"
 
-#include <charconv>
 #include <cstdio>
 #include <string>
 
@@ -16,20 +15,8 @@ namespace {
 
 using namespace qor::Texsmith;
 
-unsigned toNumber(const std::string& text, const char* what) {
-    unsigned value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stopped, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stopped != end) {
-        throw UsageFailure(std::string(what) + " is a number from 0 on, and not '" + text + "'");
-    }
-    return value;
-}
-
 Raw::SurfaceIndex surfaceOf(const Options& options) {
-    const auto valueOf = [&options](const char* option) {
-        return options.has(option) ? toNumber(options.value(option), option) : 0;
-    };
+    const auto valueOf = [&options](const char* option) { return options.number(option, 0, ~0u, 0); };
     Raw::SurfaceIndex surface;
     surface.arrayEntry = valueOf("--slice");
     surface.face = valueOf("--face");
@@ -51,15 +38,10 @@ void loadWhole(Raw::ReallocatableImage* image, const std::string& name) {
     }
 }
 
-} // namespace
-
-void texelCommand(Arguments arguments) {
-    const Options options(arguments, {}, {"--slice", "--face", "--mip", "--depth"});
-    if (options.names().size() != 3) {
-        throw UsageFailure("texel takes a file and a position; see texsmith --help");
-    }
+void run(const Options& options) {
     const std::string& name = options.names()[0];
-    const unsigned x = toNumber(options.names()[1], "X"), y = toNumber(options.names()[2], "Y");
+    const unsigned x = readNumber(options.names()[1], "X", 0, ~0u);
+    const unsigned y = readNumber(options.names()[2], "Y", 0, ~0u);
     const Raw::SurfaceIndex surface = surfaceOf(options);
     Raw::MemoryMappedImage image;
     loadWhole(&image, name);
@@ -74,5 +56,30 @@ void texelCommand(Arguments arguments) {
         std::fputs(line, stdout);
     }
 }
+
+constexpr Operand kOperands[] = {{.m_name = "FILE", .m_help = "a picture or texture"},
+                                 {.m_name = "X", .m_help = "the column, from 0 on"},
+                                 {.m_name = "Y", .m_help = "the row, from 0 on at the top"}};
+
+constexpr Option kOptions[] = {
+    {.m_name = "--mip", .m_value = "N", .m_help = "in that mip; 0 is the largest", .m_example = "1"},
+    {.m_name = "--slice", .m_value = "N", .m_help = "in that slice of an array", .m_example = "2"},
+    {.m_name = "--face", .m_value = "N", .m_help = "on that face of a cube, from 0 to 5", .m_example = "5"},
+    {.m_name = "--depth", .m_value = "N", .m_help = "in that slice of a volume", .m_example = "3"},
+};
+constexpr OptionGroup kGroups[] = {{"Where", kOptions}};
+
+constexpr Example kExamples[] = {{"texel rock.dds 16 9 --mip 2", "one texel of the third largest mip"}};
+
+} // namespace
+
+const Command kTexelCommand = {
+    .m_name = "texel",
+    .m_summary = "tells what stands at one texel: place, stored bytes and value",
+    .m_operands = kOperands,
+    .m_groups = kGroups,
+    .m_examples = kExamples,
+    .m_run = &run,
+};
 
 } // namespace Tool

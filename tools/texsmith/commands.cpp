@@ -1,0 +1,42 @@
+#include "commands.h"
+
+#include "failure.h"
+#include "near_miss.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace Tool {
+namespace {
+
+constexpr const Command* kCommands[] = {
+    &kCompareCommand, &kConvertCommand, &kFormatsCommand, &kInfoCommand, &kStatsCommand, &kTexelCommand,
+};
+
+constexpr Option kCommon[] = {
+    {.m_name = "--help", .m_help = "tells how the command is used", .m_letter = 'h'},
+};
+
+} // namespace
+
+constexpr OptionGroup kCommonOptions = {"Every command", kCommon};
+
+std::span<const Command* const> allCommands() { return kCommands; }
+
+const Command& commandNamed(std::string_view name) {
+    const auto* found = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                     [name](const Command* command) { return command->m_name == name; });
+    if (found != std::end(kCommands)) {
+        return **found;
+    }
+    std::vector<std::string_view> names;
+    for (const Command* command : kCommands) {
+        names.push_back(command->m_name);
+    }
+    throw UsageFailure("unknown command '" + std::string(name) + "'" +
+                       suggestion(name, names, "see texsmith --help"));
+}
+
+} // namespace Tool

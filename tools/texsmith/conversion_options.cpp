@@ -1,0 +1,135 @@
+#include "conversion_options.h"
+
+#include "failure.h"
+#include "options.h"
+
+#include "qor/texsmith/raw/filetype.h"
+#include "qor/texsmith/raw/format.h"
+
+#include <utility>
+
+namespace Tool {
+namespace {
+
+using namespace qor;
+using namespace qor::Texsmith;
+
+constexpr Option kTexelOptions[] = {
+    {.m_name = "--format",
+     .m_value = "FORMAT",
+     .m_help = "stores the texels in that format: a name that 'texsmith formats' lists, or JSON such as "
+               "{'SurfaceFormat':'Bc4','ChannelType':'SNorm'}, whose other fields are 0",
+     .m_example = "Bc7UnormSrgb"},
+    {.m_name = "--effort",
+     .m_value = "EFFORT",
+     .m_help = "how long compressed blocks are searched for",
+     .m_example = "high",
+     .m_choices = "fast|normal|high|best"},
+    {.m_name = "--quality",
+     .m_value = "N",
+     .m_help = "how hard BC6H is searched, from 0.3 to 50; 1 without it",
+     .m_example = "4"},
+    {.m_name = "--dds-version",
+     .m_value = "N",
+     .m_help =
+         "forces the classic or the extended header of a DDS file; without it the classic one serves where "
+         "it can name the format",
+     .m_example = "10",
+     .m_choices = "9|10"},
+};
+
+constexpr Option kShapeOptions[] = {
+    {.m_name = "--resize",
+     .m_value = "WxH",
+     .m_help =
+         "makes every face and slice of the largest level that size: in light where the picture's format is "
+         "sRGB, and otherwise of its numbers",
+     .m_example = "256x128"},
+    {.m_name = "--filter",
+     .m_value = "NAME",
+     .m_help = "the filter of --resize, lanczos without it",
+     .m_example = "cubic",
+     .m_choices = "box|triangle|cubic|lanczos"},
+    {.m_name = "--mips", .m_help = "adds smaller levels down to one texel (.vxf and .dds)"},
+};
+
+constexpr Raw::FileType kDds = Raw::makeFileType(".DDS");
+constexpr Raw::FileType kVxf = Raw::makeFileType(".VXF");
+
+Raw::EncoderEffort effortNamed(const std::string& name) {
+    constexpr std::pair<const char*, Raw::EncoderEffort> kEfforts[] = {
+        {"fast", Raw::kEncoderEffortFast},
+        {"normal", Raw::kEncoderEffortNormal},
+        {"high", Raw::kEncoderEffortHigh},
+        {"best", Raw::kEncoderEffortBest},
+    };
+    for (const auto& [known, effort] : kEfforts) {
+        if (name == known) {
+            return effort;
+        }
+    }
+    return Raw::kEncoderEffortNormal;
+}
+
+// What the library reports of a text that is no format would tell the user nothing.
+bool readFormat(Vex::DataFormat* format, const std::string& name) {
+    try {
+        Configuration configuration;
+        return Raw::makeDataFormat(format, name.c_str(), &configuration) == 0 &&
+               format->getSurfaceFormat() < Vex::kSurfaceFormatCount;
+    } catch (const Failure&) {
+        return false;
+    }
+}
+
+} // namespace
+
+const OptionGroup kConversionGroups[2] = {{"Texels", kTexelOptions}, {"Shape", kShapeOptions}};
+
+ConversionOptions conversionOptionsOf(const Options& options) {
+    ConversionOptions conversion;
+    conversion.m_mips = options.has("--mips");
+    if (options.has("--resize")) {
+        conversion.m_size = readSize(options.value("--resize"));
+    }
+    if (options.has("--filter")) {
+        conversion.m_filter = options.value("--filter");
+        if (!conversion.m_size) {
+            throw UsageFailure("--filter goes with --resize");
+        }
+    }
+    if (options.has("--format")) {
+        conversion.m_format = findFormat(options.value("--format"));
+    }
+    if (options.has("--dds-version")) {
+        conversion.m_ddsVersion = options.value("--dds-version") == "9" ? 9 : 10;
+    }
+    if (options.has("--quality")) {
+        conversion.m_quality = static_cast<float>(options.real("--quality", 0));
+    }
+    conversion.m_effort = effortNamed(options.value("--effort"));
+    return conversion;
+}
+
+void checkConversionOptions(const ConversionOptions& options, const std::string& destination) {
+    const Raw::FileType type = Raw::getFileTypeFromExtension(destination.c_str());
+    if (options.m_mips && type != kVxf && type != kDds) {
+        throw UsageFailure(destination + ": only .vxf and .dds files hold mips");
+    }
+    if (options.m_ddsVersion && type != kDds) {
+        throw UsageFailure(destination + ": --dds-version is for .dds files");
+    }
+}
+
+Vex::DataFormat findFormat(const std::string& name) {
+    Vex::DataFormat format = {};
+    if (!readFormat(&format, name)) {
+        throw UsageFailure("unknown format '" + name + "'; see texsmith formats");
+    }
+    if (Raw::getSurfaceFormatInfo(format.getSurfaceFormat()).bytesPerElement == 0) {
+        throw UsageFailure("no texels can be made of format '" + name + "'");
+    }
+    return format;
+}
+
+} // namespace Tool

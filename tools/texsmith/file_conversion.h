@@ -1,0 +1,18 @@
+// One file into another.
+#pragma once
+
+#include "conversion_options.h"
+
+#include <string>
+
+namespace Tool {
+
+// The whole destination name, when only its extension was given. "./a.vxf" is a name. Throws Failure where
+// the source has no extension that could give way.
+std::string resolveDestination(const std::string& source, const std::string& destination);
+
+// Writes `source`, a file or URL, as `destination`, beside which it is made first: a file that stood there
+// survives every failure. Throws Failure. What the file cannot keep is told as hints.
+void convertFile(const std::string& source, const std::string& destination, const ConversionOptions& options);
+
+} // namespace Tool
