@@ -59,6 +59,8 @@ bool fileExists(const char* name);
 // Renames, in one step. Where it can, the file keeps the owner and the permissions of the one it replaces.
 bool replaceFile(const char* from, const char* to);
 bool deleteFile(const char* name);
+// Until what was written to the file is on the disk. A system that cannot tell counts as done.
+bool flushFile(const char* name);
 // Makes an empty file. False when anything has that name, a link to nowhere included.
 bool makeFile(const char* name);
 // As fopen does. Null on failure.
@@ -109,6 +111,13 @@ bool isTerminal(int stream); // 1 standard output, 2 standard error
 // For programs: from now on a write to a pipe that nobody reads, or beyond the size that a file may have,
 // fails in the whole process, where the system would end the process.
 void failWritesWithoutSignals();
+// Calls `handler(signal)` on a thread of its own, once, when the process is asked to end: SIGINT, SIGTERM or
+// SIGHUP, each unless it was ignored before, or an event of the console, which counts as SIGINT. Further
+// requests have no effect then. False when that cannot be had; the first call alone counts.
+bool callOnInterrupt(void (*handler)(int signal));
+// Ends the process, without destructors, as that signal does, which its status tells; 128 + signal on
+// Windows.
+[[noreturn]] void endInterrupted(int signal);
 
 struct ProcessorFeatures {
     bool m_ssse3;

@@ -165,7 +165,8 @@ TEST(Platform, CopiesReplacesAndDeletesFiles) {
     const std::string directory = TestSupport::toUtf8(fs::temp_directory_path());
     EXPECT_FALSE(Platform::copyFile(directory.c_str(), a.c_str()));
     EXPECT_EQ(a.read(), big);
-    EXPECT_TRUE(Platform::replaceFile(a.c_str(), b.c_str()));
+    EXPECT_TRUE(Platform::flushFile(a.c_str()) && Platform::replaceFile(a.c_str(), b.c_str()));
+    EXPECT_FALSE(Platform::flushFile(a.c_str()));
     EXPECT_EQ(b.read(), big);
     EXPECT_FALSE(Platform::fileExists(a.c_str()));
     EXPECT_FALSE(Platform::isSameFile(a.c_str(), a.c_str()));

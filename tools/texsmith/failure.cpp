@@ -12,7 +12,10 @@ namespace {
 using namespace qor::Texsmith;
 
 std::mutex s_mutex;
-std::string s_firstReport;
+std::string s_shared;                        // the first report of threads without their own
+thread_local std::string* t_first = nullptr; // this thread's own
+
+std::string& first() { return t_first != nullptr ? *t_first : s_shared; }
 
 // Reports arrive as "<number> <source> line <line>: <message>"; the user is told the message.
 std::string_view messageOf(std::string_view report) {
@@ -25,8 +28,8 @@ std::string_view messageOf(std::string_view report) {
     const std::string message(messageOf(report));
     {
         const std::scoped_lock lock(s_mutex);
-        if (s_firstReport.empty()) {
-            s_firstReport = message;
+        if (first().empty()) {
+            first() = message;
         }
     }
     throw Failure(message);
@@ -54,8 +57,17 @@ void installReportHandlers() {
 
 std::string firstReport() {
     const std::scoped_lock lock(s_mutex);
-    return s_firstReport;
+    return first();
 }
+
+void forgetReports() {
+    const std::scoped_lock lock(s_mutex);
+    first().clear();
+}
+
+ReportsOfThisThread::ReportsOfThisThread() { t_first = &m_first; }
+
+ReportsOfThisThread::~ReportsOfThisThread() { t_first = nullptr; }
 
 void throwFileFailure(const std::string& file, Raw::Error error) {
     const std::string report = firstReport();

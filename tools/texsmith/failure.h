@@ -30,8 +30,23 @@ public:
 // Routes the library's assertions, warnings and errors into one place, which keeps the first text.
 void installReportHandlers();
 
-// Empty when nothing was reported.
+// Empty when nothing was reported since the start, or since forgetReports: on this thread, where it has
+// reports of its own, and otherwise by all threads that have none.
 std::string firstReport();
+void forgetReports();
+
+// While it lives, this thread has reports of its own: for work that stays on it while others do the same. At
+// first there are none.
+class ReportsOfThisThread {
+public:
+    ReportsOfThisThread();
+    ~ReportsOfThisThread();
+    ReportsOfThisThread(const ReportsOfThisThread&) = delete;
+    ReportsOfThisThread& operator=(const ReportsOfThisThread&) = delete;
+
+private:
+    std::string m_first;
+};
 
 // Throws a Failure that names the file and the reason: the first report, else the text of `error`.
 [[noreturn]] void throwFileFailure(const std::string& file, qor::Texsmith::Raw::Error error);

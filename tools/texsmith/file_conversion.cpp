@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "paths.h"
 #include "replacement_file.h"
+#include "signals.h"
 
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/helpers.h"
@@ -37,6 +38,7 @@ void setEncoders(Configuration* configuration, const ConversionOptions& options)
 void writeConverted(const std::string& source, const std::string& destination, const std::string& written,
                     const ConversionOptions& options) {
     Configuration configuration;
+    configuration.m_abort = abortWord();
     setEncoders(&configuration, options);
     Raw::Error error = Raw::kErrorFailed;
     const std::string* atWork = &source;

@@ -1,6 +1,5 @@
 #include "paths.h"
 
-#include <filesystem>
 #include <system_error>
 
 namespace Tool {
@@ -11,14 +10,14 @@ namespace fs = std::filesystem;
 constexpr int kMostLinks = 40;
 constexpr std::string_view kSeparators = fs::path::preferred_separator == '/' ? "/" : "/\\:";
 
+} // namespace
+
 fs::path toPath(const std::string& name) { return std::u8string(name.begin(), name.end()); }
 
 std::string toName(const fs::path& path) {
     const std::u8string name = path.u8string();
     return {name.begin(), name.end()};
 }
-
-} // namespace
 
 std::size_t nameOffset(std::string_view path) {
     return path.find_last_of(kSeparators) + 1; // 0 without a directory

@@ -2,10 +2,14 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
 namespace Tool {
+
+std::filesystem::path toPath(const std::string& name);
+std::string toName(const std::filesystem::path& path); // with the separators of the system
 
 // Where the name begins behind its directories, and where its extension begins: at the last dot, else at the
 // end.

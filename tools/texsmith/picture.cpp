@@ -1,6 +1,7 @@
 #include "picture.h"
 
 #include "failure.h"
+#include "paths.h"
 #include "replacement_file.h"
 
 #include "qor/texsmith/raw/format.h"
@@ -105,7 +106,7 @@ void Picture::save(const std::string& name) const {
     Raw::MemoryMappedImage image;
     image.reallocate(&texture);
     Raw::Error error = Raw::kErrorFailed;
-    ReplacementFile file(name);
+    ReplacementFile file(followLinks(name));
     try {
         std::memcpy(image.getMemoryRegion().begin, m_pixels.data(), m_pixels.size());
         error = Raw::saveWithResult(&image, file.name().c_str(), &configuration);

@@ -3,26 +3,38 @@
 
 #include "qor/texsmith/raw/replacement_file.h"
 
+#include <optional>
 #include <string>
 
 namespace Tool {
 
-// The library's, known by the whole process while it lives. At most one at a time. Failures are thrown.
+// Throws Failure for what is at `destination`, or behind a link there, when that must stay: anything but a
+// plain file, and a file that is read-only, unless `force` is set. Nothing there is fine.
+void checkReplaceable(const std::string& destination, bool force = false);
+
+// The library's, known by the whole process while it lives: a signal that asks the process to end removes it,
+// and the process then ends with that signal's status. One object is for one thread. Failures are thrown.
 class ReplacementFile {
 public:
-    explicit ReplacementFile(const std::string& destination);
+    // checkReplaceable comes first.
+    explicit ReplacementFile(const std::string& destination, bool force = false);
     ~ReplacementFile();
     ReplacementFile(const ReplacementFile&) = delete;
     ReplacementFile& operator=(const ReplacementFile&) = delete;
 
-    std::string name() const { return m_file.getName(); }
-    void takePlace() { m_file.takePlace(); }
+    std::string name() const { return m_file->getName(); }
+    void takePlace();
 
-    // For when a fault has kept the destructor from running.
+    // Those of this thread, for when a fault has kept the destructor from running.
     static void removeUnfinished();
+    // Those of all threads, for good: whoever makes a further one, or gives one up, waits for the process's
+    // end.
+    static void removeAllAtTheEnd();
 
 private:
-    qor::Texsmith::Raw::ReplacementFile m_file;
+    std::string m_destination;
+    bool m_force;
+    std::optional<qor::Texsmith::Raw::ReplacementFile> m_file;
 };
 
 } // namespace Tool

@@ -244,6 +244,14 @@ bool replaceFile(const char* from, const char* to) {
 
 bool deleteFile(const char* name) { return unlink(name) == 0; }
 
+bool flushFile(const char* name) {
+    FileGuard file(openFile(name, O_RDONLY));
+    const int target = file.get();
+    const bool flushed = target >= 0 && retryInterrupted([=] { return fsync(target); }) == 0;
+    return flushed || errno == EINVAL ||
+           errno == ENOSYS; // by which a file system says that it has no such thing
+}
+
 bool makeFile(const char* name) {
     FileGuard file(openFile(name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, kNewFileMode));
     return file.get() >= 0 && file.close();

@@ -7,10 +7,14 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <mutex>
 #include <set>
+#include <signal.h>
 #include <string>
 #include <syslog.h>
+#include <system_error>
+#include <thread>
 #include <time.h>
 #include <unistd.h>
 
@@ -36,6 +40,40 @@ int priority(int type) {
 }
 
 std::atomic<EventSink> g_eventSink{nullptr};
+
+// A handler may do next to nothing where it stands, so it wakes a thread.
+int g_interruptPipe[2] = {-1, -1};
+
+void onInterrupt(int signal) {
+    const int error = errno;
+    const char byte = static_cast<char>(signal);
+    static_cast<void>(write(g_interruptPipe[1], &byte, 1) == 1);
+    errno = error;
+}
+
+void waitForInterrupt(void (*handler)(int signal)) {
+    char byte = 0;
+    ssize_t got = 0;
+    do {
+        got = read(g_interruptPipe[0], &byte, 1);
+    } while (got < 0 && errno == EINTR);
+    if (got == 1) {
+        handler(byte);
+    }
+}
+
+// nohup and background jobs of some shells ask for signals to be ignored.
+void catchUnlessIgnored(int signal) {
+    struct sigaction old = {};
+    if (sigaction(signal, nullptr, &old) != 0 || old.sa_handler == SIG_IGN) {
+        return;
+    }
+    struct sigaction action = {};
+    action.sa_handler = &onInterrupt;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+}
 
 } // namespace
 
@@ -95,6 +133,36 @@ bool isTerminal(int stream) { return isatty(stream) == 1; }
 void failWritesWithoutSignals() {
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
+}
+
+bool callOnInterrupt(void (*handler)(int signal)) {
+    if (g_interruptPipe[1] >= 0 || pipe(g_interruptPipe) != 0) {
+        return false;
+    }
+    for (const int end : g_interruptPipe) {
+        fcntl(end, F_SETFD, FD_CLOEXEC);
+    }
+    try {
+        std::thread(&waitForInterrupt, handler).detach();
+    } catch (const std::system_error&) {
+        return false;
+    }
+    for (const int request : {SIGINT, SIGTERM, SIGHUP}) {
+        catchUnlessIgnored(request);
+    }
+    return true;
+}
+
+void endInterrupted(int signal) {
+    std::signal(signal, SIG_DFL);
+    sigset_t all;
+    sigemptyset(&all);
+    sigaddset(&all, signal);
+    pthread_sigmask(SIG_UNBLOCK, &all, nullptr);
+    kill(getpid(), signal);
+    for (;;) { // it may reach another thread first
+        pause();
+    }
 }
 
 } // namespace qor::Texsmith::Platform

@@ -61,6 +61,17 @@ bool replaceFile(const char* from, const char* to) {
 
 bool deleteFile(const char* name) { return DeleteFileW(widenName(name).c_str()) != 0; }
 
+bool flushFile(const char* name) {
+    HANDLE file = CreateFileW(widenName(name).c_str(), GENERIC_WRITE,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr);
+    const bool flushed = file != INVALID_HANDLE_VALUE && FlushFileBuffers(file) != 0;
+    const DWORD error = GetLastError();
+    closeIfOpen(file);
+    SetLastError(error);
+    return flushed || error == ERROR_INVALID_FUNCTION; // of a file system that has no such thing
+}
+
 bool makeFile(const char* name) {
     HANDLE file = CreateFileW(widenName(name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                               FILE_ATTRIBUTE_NORMAL, nullptr);

@@ -6,6 +6,8 @@
 
 #include <io.h>
 
+#include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -41,6 +43,19 @@ void cut(std::string* text, std::size_t size) {
         --size;
     }
     text->resize(size);
+}
+
+std::atomic<void (*)(int signal)> g_interruptHandler{nullptr};
+std::atomic<bool> g_isInterrupted{false};
+
+// On a thread that the system makes for each event. When it returns from one that closes the console, the
+// process ends.
+BOOL WINAPI onConsoleEvent(DWORD) {
+    if (!g_isInterrupted.exchange(true)) {
+        g_interruptHandler.load()(SIGINT);
+    }
+    Sleep(INFINITE);
+    return TRUE;
 }
 
 } // namespace
@@ -95,6 +110,19 @@ unsigned getProcessId() { return GetCurrentProcessId(); }
 bool isTerminal(int stream) { return _isatty(stream) != 0; }
 
 void failWritesWithoutSignals() {} // they do
+
+bool callOnInterrupt(void (*handler)(int signal)) {
+    void (*none)(int) = nullptr;
+    return g_interruptHandler.compare_exchange_strong(none, handler) &&
+           SetConsoleCtrlHandler(&onConsoleEvent, TRUE) != 0;
+}
+
+void endInterrupted(int signal) {
+    TerminateProcess(GetCurrentProcess(), 128u + static_cast<UINT>(signal));
+    for (;;) { // it takes its time
+        Sleep(INFINITE);
+    }
+}
 
 ProcessorFeatures getProcessorFeatures() {
     return {IsProcessorFeaturePresent(kFeatureSsse3) != 0, IsProcessorFeaturePresent(kFeatureAvx2) != 0};

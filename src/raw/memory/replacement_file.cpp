@@ -65,6 +65,12 @@ Error ReplacementFile::takePlace() {
     if (!check(!m_names->m_file.empty(), kSourcePath, "!m_file.empty()")) {
         return kErrorFailed;
     }
+    if (!Platform::flushFile(m_names->m_file.c_str())) {
+        const SystemReport reason;
+        toolsAssert(kSourcePath, __LINE__, "%s: it cannot be written: %s", m_names->m_destination.c_str(),
+                    reason.c_str());
+        return kErrorFailed;
+    }
     if (!Platform::replaceFile(m_names->m_file.c_str(), m_names->m_destination.c_str())) {
         const SystemReport reason;
         toolsAssert(kSourcePath, __LINE__, "%s: it cannot be replaced: %s", m_names->m_destination.c_str(),

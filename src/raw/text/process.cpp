@@ -107,4 +107,11 @@ bool isTerminal(int stream) { return Platform::isTerminal(stream); }
 
 void failWritesWithoutSignals() { Platform::failWritesWithoutSignals(); }
 
+bool callOnInterrupt(void (*handler)(int signal)) {
+    return checkNotNull(reinterpret_cast<const void*>(handler), kSourcePath, "handler must not be NULL.") &&
+           Platform::callOnInterrupt(handler);
+}
+
+void endInterrupted(int signal) { Platform::endInterrupted(signal); }
+
 } // namespace qor::Texsmith::Raw

@@ -93,7 +93,9 @@ TEST(MainUtf8, AllocatesOnlyForManyOrLongArguments) {
     }
     const TestSupport::ReportRecorder recorder;
     EXPECT_EQ(main_utf8(1, nullptr, nullptr, g_mallocAllocator), -1);
-    EXPECT_EQ(recorder.texts(), "argv must not be NULL.\nmain must not be NULL.\n");
+    EXPECT_FALSE(callOnInterrupt(nullptr));
+    EXPECT_EQ(recorder.texts(),
+              "argv must not be NULL.\nmain must not be NULL.\nhandler must not be NULL.\n");
 }
 
 } // namespace

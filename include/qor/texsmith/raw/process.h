@@ -35,4 +35,15 @@ QOR_TEXSMITH_API bool isTerminal(int stream);
 // whole process, where the system would end the process without a word.
 QOR_TEXSMITH_API void failWritesWithoutSignals();
 
+// For programs that tidy up when they are asked to end. `handler` is called once, on a thread of its own,
+// while all others go on: with the number of SIGINT, SIGTERM or SIGHUP, of those that were not ignored
+// before; on Windows with that of SIGINT for every event that ends a console program. It ends the process by
+// endInterrupted. Further requests then have no effect. Only the first call counts; false when it could not
+// be arranged. A null handler is reported.
+QOR_TEXSMITH_API bool callOnInterrupt(void (*handler)(int signal));
+
+// Ends the process at once, without destructors, with the status of one that such a signal has ended: on
+// Windows 128 + `signal`.
+[[noreturn]] QOR_TEXSMITH_API void endInterrupted(int signal);
+
 } // namespace qor::Texsmith::Raw

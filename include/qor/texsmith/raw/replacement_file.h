@@ -30,9 +30,10 @@ public:
 
     // For the time that the object lives; empty when the file could not be made.
     const char* getName() const;
-    // Renames the file over the destination. Where the system lets it, the file keeps the owner and the
-    // permissions of the one that it replaces. kErrorFailed when the destination does not let it; the file is
-    // then still there.
+    // Waits until the file is on the disk, so that a machine that goes down leaves no half of it under the
+    // destination's name, and renames it over the destination. Where the system lets it, the file keeps the
+    // owner and the permissions of the one that it replaces. kErrorFailed when the destination does not let
+    // it; the file is then still there.
     Error takePlace();
     // Deletes the file, unless it took its place: for programs that end without their destructors.
     void remove();
