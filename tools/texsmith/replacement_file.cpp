@@ -60,7 +60,7 @@ void checkReplaceable(const std::string& destination, bool force) {
         return;
     case fs::file_type::regular:
         if (!force && isReadOnly(file)) {
-            throw Failure(destination + ": it is read-only; --force replaces it");
+            throwUnwritable(destination + ": it is read-only; --force replaces it");
         }
         return;
     case fs::file_type::directory:
