@@ -2,10 +2,8 @@
 #include "commands.h"
 #include "failure.h"
 #include "float_image.h"
-#include "heat_map.h"
+#include "image_pair.h"
 #include "options.h"
-
-#include "qor/texsmith/raw/comparison.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,108 +16,6 @@ namespace {
 
 using namespace qor;
 using namespace qor::Texsmith;
-
-// The square of the range of values, for types that have a range of about one. Blocks of BC6 hold floats,
-// whatever their type is called.
-std::optional<double> squaredPeak(Vex::DataFormat format) {
-    if (format.getSurfaceFormat() == Vex::kSurfaceFormatBc6) {
-        return {};
-    }
-    switch (format.getTextureChannelType()) {
-    case Vex::kTextureChannelTypeUNorm:
-    case Vex::kTextureChannelTypeSrgb:
-    case Vex::kTextureChannelTypeUBNorm:
-    case Vex::kTextureChannelTypeUBNormNoZero:
-        return 1.0;
-    case Vex::kTextureChannelTypeSNorm:
-    case Vex::kTextureChannelTypeSNormNoZero:
-        return 4.0;
-    default:
-        return {};
-    }
-}
-
-bool isSrgb(const Vex::Texture& texture) {
-    return texture.getDataFormat().getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
-}
-
-// Infinite where nothing differs.
-double psnrOf(double meanSquaredError, double peak) { return 10.0 * std::log10(peak / meanSquaredError); }
-
-struct LargestDifference {
-    double m_value = 0;
-    Raw::SurfaceIndex m_index;
-    unsigned m_x = 0, m_y = 0, m_channel = 0;
-};
-
-void findLargest(LargestDifference* largest, const Raw::SurfaceIndex& index, const Raw::ElementRows& a,
-                 const Raw::ElementRows& b) {
-    for (unsigned y = 0; y < a.m_tall; ++y) {
-        const float *rowA = texelOf(a, 0, y), *rowB = texelOf(b, 0, y);
-        for (unsigned i = 0; i < a.m_wide * 4; ++i) {
-            const double difference = std::fabs(static_cast<double>(rowA[i]) - static_cast<double>(rowB[i]));
-            if (difference > largest->m_value) {
-                *largest = {difference, index, i / 4, y, i % 4};
-            }
-        }
-    }
-}
-
-// Two files as surfaces of the same shape.
-class Pair {
-public:
-    Pair(const std::string& nameA, const std::string& nameB) {
-        Raw::MemoryMappedImage a, b;
-        loadFile(&a, nameA);
-        loadFile(&b, nameB);
-        const Vex::Texture &textureA = *a.getVexTexture(), &textureB = *b.getVexTexture();
-        if (!Raw::dimensionsAreIdenticalExceptMips(textureA, textureB)) {
-            throw Failure(nameB + ": the size or the type of texture is not that of " + nameA);
-        }
-        const unsigned mips = std::min(a.getSurfaceCount().mips, b.getSurfaceCount().mips);
-        m_hasMoreMips = a.getSurfaceCount().mips != b.getSurfaceCount().mips;
-        m_peak = squaredPeak(textureA.getDataFormat());
-        const SrgbValues srgb =
-            isSrgb(textureA) && isSrgb(textureB) ? SrgbValues::kAsStored : SrgbValues::kAsLight;
-        convertToFloats(&m_a, a, mips, srgb, nameA);
-        convertToFloats(&m_b, b, mips, srgb, nameB);
-    }
-
-    Raw::ErrorSummary errors() {
-        Configuration configuration;
-        const Raw::StandardSquaredErrorCalculator standard;
-        Raw::ErrorSummary summary;
-        Raw::CalculateErrorPerTexel perTexel(&summary, &m_a, &m_b, &configuration, &standard);
-        const Raw::PerTileJob job(&m_a, &perTexel, &configuration);
-        if (configuration.m_jobManager->submitAndStall(&job) != Raw::kErrorNone) {
-            throw Failure("the comparison failed: " + firstReport());
-        }
-        return summary;
-    }
-    LargestDifference largest() const {
-        LargestDifference largest;
-        forEachSurface(m_a, [&](const Raw::SurfaceIndex& index) {
-            findLargest(&largest, index, m_a.getElementRows(&index), m_b.getElementRows(&index));
-        });
-        return largest;
-    }
-    // Of the first surface, scaled to its own largest difference.
-    Picture heatMap() const {
-        const Raw::SurfaceIndex first;
-        const Raw::ElementRows a = m_a.getElementRows(&first), b = m_b.getElementRows(&first);
-        LargestDifference largest;
-        findLargest(&largest, first, a, b);
-        return drawHeatMap(a, b, largest.m_value);
-    }
-    std::optional<double> peak() const { return m_peak; }
-    bool hasMoreMips() const { return m_hasMoreMips; }
-    const Vex::Texture& texture() const { return *m_a.getVexTexture(); }
-
-private:
-    Raw::MemoryMappedImage m_a, m_b;
-    std::optional<double> m_peak;
-    bool m_hasMoreMips;
-};
 
 void printErrors(const char* label, const Raw::VectorFloat& errors, std::optional<double> peak) {
     std::printf("%-10s", label);
@@ -154,7 +50,7 @@ void printTable(const Raw::ErrorSummary& summary, std::optional<double> peak) {
     }
 }
 
-void printLargest(const LargestDifference& largest, const Raw::SurfaceCount& count, bool isVolume) {
+void printLargest(const Difference& largest, const Raw::SurfaceCount& count, bool isVolume) {
     if (largest.m_value == 0) {
         std::puts("largest    0: no texel differs");
         return;
@@ -202,14 +98,18 @@ void run(const Options& options) {
     if (options.has("--heatmap")) {
         Picture::checkName(options.value("--heatmap"));
     }
-    Pair pair(options.names()[0], options.names()[1]);
+    const std::string &nameA = options.names()[0], &nameB = options.names()[1];
+    Raw::MemoryMappedImage a, b;
+    loadFile(&a, nameA);
+    loadFile(&b, nameB);
+    ImagePair pair(a, nameA, b, nameB);
     const Raw::ErrorSummary summary = pair.errors();
     printTable(summary, pair.peak());
     if (pair.hasMoreMips()) {
         std::puts("note       one of the files has more mips, which were not compared");
     }
-    printLargest(pair.largest(), Raw::SurfaceCount(pair.texture()),
-                 pair.texture().getTextureType() == Vex::kTextureType3d);
+    printLargest(pair.largest(), pair.a().getSurfaceCount(),
+                 pair.a().getVexTexture()->getTextureType() == Vex::kTextureType3d);
     if (options.has("--heatmap")) {
         pair.heatMap().save(options.value("--heatmap"));
     }
