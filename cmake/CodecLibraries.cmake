@@ -15,4 +15,14 @@ function(texsmith_find_codec name package)
 endfunction()
 
 texsmith_find_codec(PNG PNG)
+
+# It has no CMake package everywhere.
+find_path(TEXSMITH_DEFLATE_INCLUDE libdeflate.h)
+find_library(TEXSMITH_DEFLATE_LIBRARY deflate)
+mark_as_advanced(TEXSMITH_DEFLATE_INCLUDE TEXSMITH_DEFLATE_LIBRARY)
+set(TEXSMITH_HAS_DEFLATE FALSE)
+if(TEXSMITH_DEFLATE AND TEXSMITH_HAS_PNG AND TEXSMITH_DEFLATE_INCLUDE AND TEXSMITH_DEFLATE_LIBRARY)
+    set(TEXSMITH_HAS_DEFLATE TRUE)
+endif()
+
 texsmith_find_codec(JPEG JPEG)

@@ -203,7 +203,7 @@ ImageClaim claimOf(const BmpLayout& layout) {
 
 Error readBmp(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
               int index) {
-    if (!checkOnlyFrame(kKind, index)) {
+    if (!checkFrame(kKind, index, 1)) {
         return kErrorWicGetFrame;
     }
     BmpLayout layout;
@@ -311,6 +311,6 @@ Error writeBmp(const Image* source, ResizableMemoryRegion* destination, Configur
 
 } // namespace
 
-constinit const Codec g_bmpCodec = {makeFileType(".BMP"), &readBmp, &writeBmp};
+constinit const Codec g_bmpCodec = {makeFileType(".BMP"), nullptr, &readBmp, &writeBmp};
 
 } // namespace qor::Texsmith::Raw

@@ -12,10 +12,12 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 // By alpha, grey and depth.
-constexpr Vex::DataFormat kFormats[2][2][2] = {
-    {{{0x3AC00A}, {0x3AC00C}}, {Vex::kDataFormatL8Unorm, Vex::kDataFormatL16Unorm}},
-    {{Vex::kDataFormatR8G8B8A8Unorm, Vex::kDataFormatR16G16B16A16Unorm},
-     {Vex::kDataFormatL8A8Unorm, {0xB24005}}},
+constexpr Vex::DataFormat kFormats[2][2][4] = {
+    {{{0x3AC00A}, {0x3AC00C}, Vex::kDataFormatR16G16B16X16Float, Vex::kDataFormatR32G32B32X32Float},
+     {Vex::kDataFormatL8Unorm, Vex::kDataFormatL16Unorm, Vex::kDataFormatL16Float, Vex::kDataFormatL32Float}},
+    {{Vex::kDataFormatR8G8B8A8Unorm, Vex::kDataFormatR16G16B16A16Unorm, Vex::kDataFormatR16G16B16A16Float,
+      Vex::kDataFormatR32G32B32A32Float},
+     {Vex::kDataFormatL8A8Unorm, {0xB24005}, {0xB24705}, {0xB2470B}}},
 };
 
 bool isDeep(Vex::DataFormat format) {
@@ -39,15 +41,18 @@ bool isSrgb(const Image& image) {
 } // namespace
 
 Vex::DataFormat formatOf(const ChannelLayout& layout, Vex::TextureChannelType channelType) {
-    const bool isSrgb = channelType == Vex::kTextureChannelTypeSrgb;
-    return kFormats[layout.m_hasAlpha][layout.m_isGrey][layout.m_isDeep].withTextureChannelType(
-        layout.m_isDeep && isSrgb ? Vex::kTextureChannelTypeUNorm : channelType);
+    const auto depth = static_cast<unsigned>(layout.m_depth);
+    const Vex::DataFormat format = kFormats[layout.m_hasAlpha][layout.m_isGrey][depth];
+    const bool isAsItIs = layout.m_depth > ChannelDepth::k16 || (layout.m_depth == ChannelDepth::k16 &&
+                                                                 channelType == Vex::kTextureChannelTypeSrgb);
+    return isAsItIs ? format : format.withTextureChannelType(channelType);
 }
 
 ChannelLayout layoutOf(const Image& image) {
     const Vex::DataFormat format = image.getDataFormat();
     return {isGrey(format) && image.getModifiers().m_decode.isNop(),
-            format.getChannel(3) >= Vex::kTextureChannelX, isDeep(format)};
+            format.getChannel(3) >= Vex::kTextureChannelX,
+            isDeep(format) ? ChannelDepth::k16 : ChannelDepth::k8};
 }
 
 std::uint8_t* makeRows(const FileKind& kind, ReallocatableImage* image, unsigned width, unsigned height,
@@ -61,12 +66,14 @@ Error writeRows(const FileKind& kind, const Image& source, const ChannelLayout& 
                 ResizableMemoryRegion* destination, Configuration* configuration, WriteRows write) {
     const Vex::DataFormat format =
         formatOf(layout, isSrgb(source) ? Vex::kTextureChannelTypeSrgb : Vex::kTextureChannelTypeUNorm);
+    const EncoderEffort effort = configuration->m_encoderConfiguration.m_effort;
     const auto writeFile = [&](const Image& image, ResizableMemoryRegion* place) {
         const MemoryRegion elements = firstSurface(image);
         const unsigned width = image.getPixelsWide(0), height = image.getPixelsTall(0);
         std::vector<std::uint8_t> file;
         const Error error =
-            write({elements.begin, elements.length() / height, width, height, layout, isSrgb(image)}, &file);
+            write({elements.begin, elements.length() / height, width, height, layout, isSrgb(image), effort},
+                  &file);
         if (error != kErrorNone || !resizeFile(kind, place, file.size())) {
             return error != kErrorNone ? error : kErrorFailed;
         }

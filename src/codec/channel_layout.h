@@ -1,4 +1,5 @@
-// Which format the pixels of PNG and JPEG files are held in, and the rows of an image on their way into one.
+// Which format the pixels of files by outside libraries are held in, and the rows of an image on their way
+// into one.
 #pragma once
 
 #include "raw/files/flat_image.h"
@@ -9,19 +10,21 @@
 
 namespace qor::Texsmith::Raw {
 
+enum class ChannelDepth : std::uint8_t { k8, k16, kHalf, kFloat };
+
 // The channels that such a file has.
 struct ChannelLayout {
     bool m_isGrey;
     bool m_hasAlpha;
-    bool m_isDeep; // 16 bits a channel instead of 8
+    ChannelDepth m_depth;
 };
 
-// L8, L8A8, R8G8B8X8 and R8G8B8A8, and the same with 16 bits. These have sRGB types with 8 bits only: deep
-// ones become UNorm instead.
+// L8, L8A8, R8G8B8X8 and R8G8B8A8, and the same with 16 bits, halves and floats. The channel type is for
+// those of 8 and 16 bits, and sRGB types for 8 bits alone: 16 bits become UNorm instead.
 Vex::DataFormat formatOf(const ChannelLayout& layout, Vex::TextureChannelType channelType);
 
-// How the texels of `image` are best kept: alpha where lane W is read from a channel, deep where a channel
-// has more than 8 bits or is a float, grey where X, Y and Z are read from one channel and stay equal.
+// How the texels of `image` are best kept: alpha where lane W is read from a channel, 16 bits where a channel
+// has more than 8 or is a float, grey where X, Y and Z are read from one channel and stay equal.
 ChannelLayout layoutOf(const Image& image);
 
 // Zeros in that shape, with identity modifiers. Null, and warned about, where there is no memory for it.
@@ -36,6 +39,7 @@ struct ImageRows {
     unsigned m_height;
     ChannelLayout m_layout;
     bool m_isSrgb;
+    EncoderEffort m_effort;
 
     const std::uint8_t* row(unsigned y) const { return m_begin + std::size_t{y} * m_pitch; }
 };

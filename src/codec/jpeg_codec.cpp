@@ -1,10 +1,9 @@
 // JPEG by the library interface of the Independent JPEG Group, as libjpeg-turbo has it.
 //
 // The library leaves a step that fails by a jump from our error handler. So each step is a function of its
-// own on a plain structure: between the jump's place and its target nothing has a destructor. Reports, whose
-// handlers may throw, are made after the step.
-#include "codec/channel_layout.h"
+// own on a plain structure: between the jump's place and its target nothing has a destructor.
 #include "codec/codecs.h"
+#include "codec/frame_reader.h"
 #include "qor/texsmith/raw/bithacks.h"
 #include "qor/texsmith/tools_assert.h"
 
@@ -32,21 +31,15 @@ constexpr unsigned kFileColors = 3;
 struct Errors {
     jpeg_error_mgr m_manager; // first, so that the library's pointer to it is one to the whole
     std::jmp_buf m_return;
-    char m_text[JMSG_LENGTH_MAX]; // the first
     bool m_isDamaged;
+    ReadingProgress m_progress;
 };
 
 Errors& errorsOf(j_common_ptr jpeg) { return *reinterpret_cast<Errors*>(jpeg->err); }
 
-void keepFirst(Errors& errors, const char* text) {
-    if (errors.m_text[0] == '\0') {
-        std::snprintf(errors.m_text, sizeof errors.m_text, "%s", text);
-    }
-}
-
 [[noreturn]] void fail(j_common_ptr jpeg, const char* text) {
     Errors& errors = errorsOf(jpeg);
-    keepFirst(errors, text);
+    keepFirstText(errors.m_progress.m_error, text);
     std::longjmp(errors.m_return, 1);
 }
 
@@ -105,7 +98,7 @@ void onMessage(j_common_ptr jpeg, int level) {
     Errors& errors = errorsOf(jpeg);
     char text[JMSG_LENGTH_MAX];
     jpeg->err->format_message(jpeg, text);
-    keepFirst(errors, text);
+    keepFirstText(errors.m_progress.m_error, text);
     errors.m_isDamaged = true;
     if (readingOf(reader).m_endedEarly && jpeg_has_multiple_scans(reader) == FALSE) {
         fail(jpeg, text);
@@ -122,7 +115,7 @@ boolean fillSource(j_decompress_ptr jpeg) {
     if (state.m_rows == nullptr) {
         fail(reinterpret_cast<j_common_ptr>(jpeg), "the file ends early");
     }
-    keepFirst(state.m_errors, "the file ends early");
+    keepFirstText(state.m_errors.m_progress.m_error, "the file ends early");
     state.m_source.next_input_byte = kEndMark;
     state.m_source.bytes_in_buffer = sizeof kEndMark;
     return TRUE;
@@ -177,7 +170,8 @@ void readRows(Reading& state) {
     jpeg.out_color_space = state.m_line != nullptr ? JCS_RGB : JCS_GRAYSCALE;
     jpeg.dct_method = JDCT_ISLOW;
     jpeg_start_decompress(&jpeg);
-    while (jpeg.output_scanline < jpeg.output_height) {
+    ReadingProgress& progress = state.m_errors.m_progress;
+    for (; jpeg.output_scanline < jpeg.output_height; progress.m_rowsDone = jpeg.output_scanline) {
         std::uint8_t* elements = state.m_rows + jpeg.output_scanline * state.m_pitch;
         JSAMPROW row = state.m_line != nullptr ? state.m_line : elements;
         jpeg_read_scanlines(&jpeg, &row, 1);
@@ -203,68 +197,44 @@ public:
     Reader& operator=(const Reader&) = delete;
     ~Reader() { jpeg_destroy_decompress(&m_state.m_jpeg); }
 
-    bool readHeader() { return runStep(m_state, &Raw::readHeader); }
-    bool isClaimJust() const;
-    bool makeImage(ReallocatableImage* image, Vex::TextureChannelType channelType);
-    bool readRows() {
-        return runStep(m_state, &Raw::readRows) && !m_state.m_endedEarly && !m_state.m_errors.m_isDamaged;
-    }
-    void reportFailure() const;
+    unsigned countFrames() const { return 1; }
+    bool readHeader(unsigned) { return runStep(m_state, &Raw::readHeader); }
+    ImageClaim claim() const;
+    Vex::DataFormat chooseFormat(Vex::TextureChannelType channelType);
+    bool readRows(std::uint8_t* rows, std::size_t pitch);
+    const ReadingProgress& progress() const { return m_state.m_errors.m_progress; }
 
 private:
+    bool isGrey() const { return m_state.m_jpeg.num_components == 1; }
+
     Reading m_state{};
     std::vector<std::uint8_t> m_line;
 };
 
-bool Reader::isClaimJust() const {
+ImageClaim Reader::claim() const {
     const jpeg_decompress_struct& jpeg = m_state.m_jpeg;
     const std::uint64_t samples = checkedSize(jpeg.image_width, jpeg.image_height);
-    return imageSizeFits(kKind, jpeg.image_width, jpeg.image_height) &&
-           Raw::isClaimJust(kKind,
-                            {jpeg.image_width, jpeg.image_height, samples, m_state.m_fileBytes, kMostGain});
+    return {jpeg.image_width, jpeg.image_height, samples, m_state.m_fileBytes, kMostGain};
 }
 
-bool Reader::makeImage(ReallocatableImage* image, Vex::TextureChannelType channelType) {
-    const unsigned width = m_state.m_jpeg.image_width;
-    const bool isGrey = m_state.m_jpeg.num_components == 1;
-    const Vex::DataFormat format = formatOf({isGrey, false, false}, channelType);
-    if (!isGrey) {
-        m_line.resize(static_cast<std::size_t>(checkedSize(width, kFileColors)));
+Vex::DataFormat Reader::chooseFormat(Vex::TextureChannelType channelType) {
+    return formatOf({isGrey(), false, ChannelDepth::k8}, channelType);
+}
+
+bool Reader::readRows(std::uint8_t* rows, std::size_t pitch) {
+    if (!isGrey()) {
+        m_line.resize(static_cast<std::size_t>(checkedSize(m_state.m_jpeg.image_width, kFileColors)));
         m_state.m_line = m_line.data();
     }
-    m_state.m_pitch = static_cast<std::size_t>(checkedSize(format.getBytesPerElement(), width));
-    m_state.m_rows = makeRows(kKind, image, width, m_state.m_jpeg.image_height, format);
-    return m_state.m_rows != nullptr;
-}
-
-void Reader::reportFailure() const {
-    if (m_state.m_rows == nullptr) {
-        toolsWarning(kSourcePath, __LINE__, "The JPEG file cannot be read: %s.", m_state.m_errors.m_text);
-        return;
-    }
-    const unsigned done = m_state.m_jpeg.output_scanline;
-    toolsWarning(kSourcePath, __LINE__, "The JPEG file is damaged: %s. %u of its %u rows are missing.",
-                 m_state.m_errors.m_text, m_state.m_jpeg.image_height - done, m_state.m_jpeg.image_height);
+    m_state.m_rows = rows;
+    m_state.m_pitch = pitch;
+    m_state.m_errors.m_progress.m_rowsInAll = m_state.m_jpeg.image_height;
+    return runStep(m_state, &Raw::readRows) && !m_state.m_endedEarly && !m_state.m_errors.m_isDamaged;
 }
 
 Error readJpeg(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
                int index) {
-    if (!checkOnlyFrame(kKind, index)) {
-        return kErrorWicGetFrame;
-    }
-    Reader reader(*source);
-    if (!reader.readHeader()) {
-        reader.reportFailure();
-        return kErrorFailed;
-    }
-    if (!reader.isClaimJust() || !reader.makeImage(destination, configuration->m_textureChannelType)) {
-        return kErrorFailed;
-    }
-    if (!reader.readRows()) {
-        reader.reportFailure();
-        return kErrorFailed;
-    }
-    return kErrorNone;
+    return readFrame<Reader>(kKind, source, destination, configuration, index);
 }
 
 // ---- Writing
@@ -356,18 +326,25 @@ Error writeJpeg(const ImageRows& rows, std::vector<std::uint8_t>* file) {
     const bool isWritten = runStep(state, &writeFile);
     jpeg_destroy_compress(&state.m_jpeg);
     if (!isWritten) {
-        toolsWarning(kSourcePath, __LINE__, "The JPEG file cannot be written: %s.", state.m_errors.m_text);
+        toolsWarning(kSourcePath, __LINE__, "The JPEG file cannot be written: %s.",
+                     state.m_errors.m_progress.m_error);
     }
     return isWritten ? kErrorNone : kErrorFailed;
 }
 
 Error saveJpeg(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    return writeRows(kKind, *source, {layoutOf(*source).m_isGrey, false, false}, destination, configuration,
-                     &writeJpeg);
+    return writeRows(kKind, *source, {layoutOf(*source).m_isGrey, false, ChannelDepth::k8}, destination,
+                     configuration, &writeJpeg);
 }
 
 } // namespace
 
-constinit const Codec g_jpegCodec = {makeFileType(".JPG"), &readJpeg, &saveJpeg};
+#if defined(LIBJPEG_TURBO_VERSION)
+constexpr char kLibrary[] = "libjpeg-turbo";
+#else
+constexpr char kLibrary[] = "libjpeg";
+#endif
+
+constinit const Codec g_jpegCodec = {makeFileType(".JPG"), kLibrary, &readJpeg, &saveJpeg};
 
 } // namespace qor::Texsmith::Raw

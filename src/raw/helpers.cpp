@@ -3,6 +3,7 @@
 
 #include "platform/platform.h"
 #include "qor/texsmith/raw/names.h"
+#include "raw/files/codec.h"
 #include "raw/frame/check.h"
 #include "raw/frame/out_of_memory.h"
 #include "raw/helpers/routes.h"
@@ -273,6 +274,25 @@ int compareFiles(const char* a, const char* b, Configuration* configuration, Com
 }
 
 } // namespace
+
+int getFileTypeSupportCount() { return static_cast<int>(getLoadRoutes().size()); }
+
+FileTypeSupport getFileTypeSupport(int index) {
+    if (index < 0 || index >= getFileTypeSupportCount()) {
+        return {};
+    }
+    const LoadRoute& route = getLoadRoutes()[static_cast<std::size_t>(index)];
+    const Codec* codec = findCodec(route.m_codec);
+    const bool isOwn = route.m_codec == 0;
+    FileTypeSupport support{{},
+                            isOwn || codec != nullptr,
+                            isOwn || (codec != nullptr && codec->m_write != nullptr),
+                            codec != nullptr ? codec->m_library : nullptr};
+    for (unsigned i = 0; i < 4; ++i) {
+        support.m_extension[i] = static_cast<char>(route.m_type >> 8 * i & 0xFF);
+    }
+    return support;
+}
 
 Error loadWithResult(ReallocatableImage* destination, MemoryRegion* source, const char* extension,
                      Configuration* configuration, int index) {

@@ -129,8 +129,9 @@ Bytes convertedTo(const Raw::ElementProvider& source, Vex::DataFormat format) {
     return image.bytes();
 }
 
-Bytes writtenPng(const Raw::Image& image) {
+Bytes writtenPng(const Raw::Image& image, Raw::EncoderEffort effort = Raw::kEncoderEffortNormal) {
     Configuration configuration;
+    configuration.m_encoderConfiguration.m_effort = effort;
     Raw::AllocatedMemory file;
     EXPECT_EQ(Raw::convertToPng(&image, &file, &configuration), Raw::kErrorNone);
     return bytesOf(file);
@@ -160,6 +161,11 @@ TEST(PngWriterOfTheLibrary, KeepsWhatTheFormatSelects) {
         SCOPED_TRACE(c.m_format);
         const TestImage image(makeFlat(c.m_format, 19, 7), 5);
         const Bytes file = writtenPng(image);
+        for (const auto effort : {Raw::kEncoderEffortHigh, Raw::kEncoderEffortBest}) {
+            const Bytes smaller = writtenPng(image, effort);
+            EXPECT_EQ(loadFront(smaller, smaller.size(), ".png").m_texels,
+                      loadFront(file, file.size(), ".png").m_texels);
+        }
         EXPECT_EQ(file[24], c.m_bits);
         EXPECT_EQ(file[25], c.m_colorType);
         const bool isSrgb = (c.m_kept & 0xF00) == 0x900;

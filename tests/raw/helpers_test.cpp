@@ -215,6 +215,7 @@ TEST(Helpers, AFileThatIsCutIsConvertedAsFarAsItGoes) {
     EXPECT_EQ(recorder.warnings().size(), 2u);
 }
 
+// Types with a codec differ from build to build, so that the library is asked for them.
 TEST(Helpers, TypesWithoutACodecAreNamed) {
     const ReportRecorder recorder;
     Configuration configuration;
@@ -222,15 +223,28 @@ TEST(Helpers, TypesWithoutACodecAreNamed) {
     TestImage image(makeFlat("R8G8B8A8Unorm", 4, 4), 5);
     MemoryMappedImage loaded;
     AllocatedMemory saved;
-    std::string expected;
-    for (const std::string type : {".GIF", ".ICO", ".TIF", ".JXR", ".WDP", ".EXR"}) {
-        EXPECT_EQ(loadWithResult(&loaded, file.region(), type.c_str(), &configuration, 1), kErrorWicFactory);
-        EXPECT_EQ(saveWithResult(&image, &saved, type.c_str(), &configuration), kErrorWicFactory);
+    std::size_t refusals = 0;
+    for (int i = 0; i < getFileTypeSupportCount(); ++i) {
+        const FileTypeSupport support = getFileTypeSupport(i);
+        const std::string type = support.m_extension;
+        const bool isOwn = std::string(".DDS.VXF.TGA.BMP.HDR.PFM.TSH").find(type) != std::string::npos;
+        EXPECT_TRUE(isOwn ? support.m_isWritten && support.m_library == nullptr
+                          : support.m_isRead == (support.m_library != nullptr))
+            << type;
         const std::string name = type == ".JXR" ? ".WDP" : type; // one codec for both
-        EXPECT_EQ(recorder.warnings().back().m_text,
-                  "There is no codec for files of type '" + name + "' here.");
+        if (!support.m_isRead) {
+            EXPECT_EQ(loadWithResult(&loaded, file.region(), type.c_str(), &configuration, 1),
+                      kErrorWicFactory);
+            EXPECT_EQ(recorder.warnings().at(refusals++).m_text,
+                      "There is no codec for files of type '" + name + "' here.");
+        }
+        if (!support.m_isWritten) {
+            EXPECT_EQ(saveWithResult(&image, &saved, type.c_str(), &configuration), kErrorWicFactory);
+            EXPECT_NE(recorder.warnings().at(refusals++).m_text.find('\'' + name + '\''), std::string::npos);
+        }
     }
-    EXPECT_EQ(recorder.warnings().size(), 12u);
+    EXPECT_EQ(recorder.warnings().size(), refusals);
+    EXPECT_EQ(getFileTypeSupport(-1).m_extension[0], '\0');
     EXPECT_TRUE(recorder.assertions().empty());
 }
 

@@ -41,12 +41,13 @@ Error refuseFile(const FileKind& kind, const char* reason) {
     return kErrorFailed;
 }
 
-bool checkOnlyFrame(const FileKind& kind, int index) {
-    if (index != 0) {
-        toolsWarning(kind.m_sourcePath, __LINE__, "A %s file has one image, so there is no image %d.",
-                     kind.m_name, index);
+bool checkFrame(const FileKind& kind, int index, unsigned frames) {
+    if (index >= 0 && static_cast<unsigned>(index) < frames) {
+        return true;
     }
-    return index == 0;
+    toolsWarning(kind.m_sourcePath, __LINE__, "The %s file has %u image%s, so there is no image %d.",
+                 kind.m_name, frames, frames == 1 ? "" : "s", index);
+    return false;
 }
 
 bool imageSizeFits(const FileKind& kind, std::int64_t width, std::int64_t height) {

@@ -37,8 +37,8 @@ Error readFlatImage(const FileKind& kind, MemoryRegion* source, ReallocatableIma
 // kErrorFailed, with a warning that says why the file cannot be read.
 Error refuseFile(const FileKind& kind, const char* reason);
 
-// False, and warned about, for another frame than the only one that such a file has.
-bool checkOnlyFrame(const FileKind& kind, int index);
+// False, and warned about, for a frame that a file with that many does not have.
+bool checkFrame(const FileKind& kind, int index, unsigned frames);
 
 // False, and warned about, outside 1..Vex::kMaxTextureSize.
 bool imageSizeFits(const FileKind& kind, std::int64_t width, std::int64_t height);

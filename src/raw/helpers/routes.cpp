@@ -58,14 +58,14 @@ constexpr LoadRoute kLoadRoutes[] = {
     {makeFileType(".HDR"), &withoutIndex<&convertFromHdr>},
     {makeFileType(".PFM"), &withoutIndex<&convertFromPfm>},
     {makeFileType(".TSH"), &withoutIndex<&convertFromTsh>},
-    {makeFileType(".EXR"), &withoutIndex<&convertFromExr>},
-    {makeFileType(".JPG"), &withoutIndex<&convertFromJpg>},
-    {makeFileType(".PNG"), &withoutIndex<&convertFromPng>},
-    {makeFileType(".GIF"), &loadFrame<g_wicGuidGif>},
-    {makeFileType(".ICO"), &loadFirstFrame<g_wicGuidIco>},
-    {makeFileType(".TIF"), &loadFirstFrame<g_wicGuidTif>},
-    {makeFileType(".JXR"), &loadFirstFrame<g_wicGuidWdp>},
-    {makeFileType(".WDP"), &loadFirstFrame<g_wicGuidWdp>},
+    {makeFileType(".EXR"), &withoutIndex<&convertFromExr>, makeFileType(".EXR")},
+    {makeFileType(".JPG"), &withoutIndex<&convertFromJpg>, makeFileType(".JPG")},
+    {makeFileType(".PNG"), &withoutIndex<&convertFromPng>, makeFileType(".PNG")},
+    {makeFileType(".GIF"), &loadFrame<g_wicGuidGif>, makeFileType(".GIF")},
+    {makeFileType(".ICO"), &loadFirstFrame<g_wicGuidIco>, makeFileType(".ICO")},
+    {makeFileType(".TIF"), &loadFirstFrame<g_wicGuidTif>, makeFileType(".TIF")},
+    {makeFileType(".JXR"), &loadFirstFrame<g_wicGuidWdp>, makeFileType(".WDP")},
+    {makeFileType(".WDP"), &loadFirstFrame<g_wicGuidWdp>, makeFileType(".WDP")},
 };
 
 constexpr SaveRoute kSaveRoutes[] = {
@@ -93,6 +93,8 @@ template <typename Routes> auto findRoute(const Routes& routes, FileType type) {
 }
 
 } // namespace
+
+std::span<const LoadRoute> getLoadRoutes() { return kLoadRoutes; }
 
 const LoadRoute* findLoader(FileType type) { return findRoute(kLoadRoutes, type); }
 const SaveRoute* findSaver(FileType type) { return findRoute(kSaveRoutes, type); }

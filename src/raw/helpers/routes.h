@@ -3,12 +3,15 @@
 
 #include "qor/texsmith/raw/helpers.h"
 
+#include <span>
+
 namespace qor::Texsmith::Raw {
 
 struct LoadRoute {
     FileType m_type;
     Error (*m_load)(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
                     int index);
+    FileType m_codec = 0; // the type that its codec goes by; 0 for types that need none
 };
 
 struct SaveRoute {
@@ -19,5 +22,8 @@ struct SaveRoute {
 // Null for a type that nobody reads or writes.
 const LoadRoute* findLoader(FileType type);
 const SaveRoute* findSaver(FileType type);
+
+// All that are read, if there are the codecs for them.
+std::span<const LoadRoute> getLoadRoutes();
 
 } // namespace qor::Texsmith::Raw

@@ -238,7 +238,7 @@ TEST(Faults, WhatAReaderTurnsDownItExplains) {
     MemoryMappedImage image;
     HeapFile file(Bytes(100));
     EXPECT_EQ(convertFromWic(file.region(), &image, &configuration, g_wicGuidBmp, 1), kErrorWicGetFrame);
-    EXPECT_EQ(recorder.warnings().at(0).m_text, "A BMP file has one image, so there is no image 1.");
+    EXPECT_EQ(recorder.warnings().at(0).m_text, "The BMP file has 1 image, so there is no image 1.");
 }
 
 // The text ends, or breaks off behind what would be enough for an image.

@@ -54,7 +54,7 @@ struct QOR_TEXSMITH_API Bc6QualitySettings {
 
 // How long the encoders of blocks may search, from the quickest to the best: fast, normal, high, best. An
 // encoder without one of these takes the next slower one that it has, or else normal. The result is the same
-// on every machine.
+// on every machine. PNG files are compressed quickly by fast and normal, and further by high and best.
 enum EncoderEffort : std::uint32_t {
     kEncoderEffortNormal = 0, // the default
     kEncoderEffortFast = 1,   // for previews and large batches

@@ -11,8 +11,8 @@
 // once with destinations and configurations of their own; work goes to the job manager of the configuration,
 // which DDS, .vxf, TGA and all changes of format need.
 //
-// Types that are read: .dds .vxf .tga .bmp .hdr .pfm .tsh, and .png and .jpg where the build has their
-// libraries. The same are written. Others give kErrorWicFactory after a warning that names the type.
+// Types that are read and written: .dds .vxf .tga .bmp .hdr .pfm .tsh, and by outside libraries those that
+// getFileTypeSupport tells. Others give kErrorWicFactory after a warning that names the type.
 #pragma once
 
 #include "qor/texsmith/export.h"
@@ -21,6 +21,19 @@
 #include "qor/texsmith/raw/image.h"
 
 namespace qor::Texsmith::Raw {
+
+// A type of file, and what this build does with it.
+struct FileTypeSupport {
+    char m_extension[5]; // ".PNG"
+    bool m_isRead;
+    bool m_isWritten;
+    const char* m_library; // the outside library that does it, a static text; null for own code, and for none
+};
+// The types that there are routes for, also those that this build neither reads nor writes. An index outside
+// 0..count - 1 gives an empty extension. A library of the system is only asked when it is used, and may lack
+// a type all the same.
+QOR_TEXSMITH_API int getFileTypeSupportCount();
+QOR_TEXSMITH_API FileTypeSupport getFileTypeSupport(int index);
 
 // Make `destination` the image of a file. The type is that of the extension, or where that tells none, that
 // of the first bytes. `index` is the texture of a .vxf file; the forms without it take the first. A file that
