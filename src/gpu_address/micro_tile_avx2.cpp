@@ -113,6 +113,18 @@ void tilePlanes(std::uint8_t* tiled, const std::uint8_t* linear, std::size_t pit
     }
 }
 
+// Planes that follow each other in a row lie apart in memory where macro tiles are swizzled, so that the
+// processor sees no pattern to fetch ahead by, and each read would wait for memory. The last line comes with
+// the one before.
+constexpr std::uint32_t kColumnsAhead = 32;
+
+template <unsigned kBytes> void fetchPlane(const std::uint8_t* plane) {
+    constexpr std::size_t kLine = 64, kPlane = 64 * kBytes;
+    for (std::size_t at = 0; at + kLine < kPlane; at += kLine) {
+        _mm_prefetch(reinterpret_cast<const char*>(plane + at), _MM_HINT_T0);
+    }
+}
+
 // Two planes at a time, since a row of one is half a line at 4 bytes.
 template <unsigned kBytes, bool kStreamed>
 void detilePlanes(const std::uint8_t* tiled, std::uint8_t* linear, std::size_t pitch, const MicroTileRow& row,
@@ -122,6 +134,10 @@ void detilePlanes(const std::uint8_t* tiled, std::uint8_t* linear, std::size_t p
         const std::uint8_t* left = tiled + offsetOf(row, first + done);
         const bool hasRight = done + 1 < columns;
         const std::uint8_t* right = hasRight ? tiled + offsetOf(row, first + done + 1) : left;
+        if (kStreamed && done + kColumnsAhead + 1 < columns) {
+            fetchPlane<kBytes>(tiled + offsetOf(row, first + done + kColumnsAhead));
+            fetchPlane<kBytes>(tiled + offsetOf(row, first + done + kColumnsAhead + 1));
+        }
         for (unsigned pair = 0; pair < 4; ++pair) {
             std::uint8_t* rows = linear + 2 * pair * pitch;
             Moves::detilePair(left + Moves::pairOffset(pair), rows, pitch);

@@ -4,6 +4,7 @@
 // failure by false or kNoHandle, and lastErrorText then tells why, on the same thread.
 #pragma once
 
+#include <cfenv>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -72,17 +73,32 @@ bool getTemporaryDirectory(char* buffer, std::size_t size);
 std::size_t toWide(const char* text, wchar_t* wide, std::size_t units);
 std::size_t toUtf8(const wchar_t* wide, char* text, std::size_t units);
 
-// The process-wide pool, made by the first call and never destroyed. `run(context)` must let no exception
-// out; guardedCall takes care of that. A child of fork gets a pool of its own; waiting for work of its
-// parent's returns at once there.
+// The process-wide pool, made by the first call and never destroyed: a thread fewer than there are
+// processors, since whoever waits works too, and at least one. `run(context)` must let no exception out;
+// guardedCall takes care of that. Each run begins with the default floating-point mode, whatever the waiting
+// thread's own is. A child of fork gets a pool of its own; waiting for work of its parent's returns at once
+// there.
 using Work = struct PoolWork*;
 bool startPool();                                           // false when no thread could be started
 Work createWork(void (*run)(void* context), void* context); // null without memory or threads
 void submitWork(Work work, unsigned runs);
-// Returns when every run submitted so far has returned. On a pool thread it runs queued runs of this work.
+// Returns when every run submitted so far has returned. The calling thread takes runs of this work itself.
 void waitForWork(Work work);
-void closeWork(Work work);
+void closeWork(Work work); // after a wait
 void waitForAllWork();
+
+// While it lives, this thread computes as a new thread does: rounds to nearest, keeps denormals, traps
+// nothing. What was set before comes back, and flags that were raised meanwhile are forgotten.
+class DefaultFloatingPoint {
+public:
+    DefaultFloatingPoint();
+    ~DefaultFloatingPoint();
+    DefaultFloatingPoint(const DefaultFloatingPoint&) = delete;
+    DefaultFloatingPoint& operator=(const DefaultFloatingPoint&) = delete;
+
+private:
+    std::fenv_t m_before;
+};
 
 // Calls `body(context)` and absorbs what it throws and every fault of the operating system on this thread:
 // bad addresses, bad instructions, arithmetic traps, and on POSIX stack overflow. True when it returned. The

@@ -9,12 +9,18 @@
 #include "raw/frame/never_destroyed.h"
 #include "raw/frame/out_of_memory.h"
 #include "raw/frame/system_report.h"
+#include "raw/job_manager/run_job.h"
+
+#include <typeinfo>
 
 namespace qor::Texsmith::Raw {
 
 namespace {
 
 constexpr char kSourcePath[] = "raw\\job_manager";
+
+// What a thread moves in about the time that another one needs to wake and to take its share.
+constexpr std::uint64_t kBytesWorthAThread = 512 * 1024;
 
 class ThreadpoolSingleton : public Singleton {
 private:
@@ -144,6 +150,22 @@ Error ThreadpoolJobManager::doSubmit(const Job* job) {
         runOnPool(context);
     }
     return kErrorNone;
+}
+
+// Its counters are those of a job that the pool has run.
+Error ThreadpoolJobManager::runHere(const Job* job) {
+    const Platform::DefaultFloatingPoint mode;
+    job->m_state.store(kJobStateRunning);
+    for (int run = 0; run < job->getCallbacks(); ++run) {
+        runOnPool(const_cast<Job*>(job));
+    }
+    return job->allCallbacksSucceeded() ? kErrorNone : kErrorFailed;
+}
+
+Error runJob(JobManager* manager, const Job* job, std::uint64_t bytes) {
+    const bool isShort = job->getCallbacks() == 1 || bytes <= kBytesWorthAThread;
+    const bool isPool = typeid(*manager) == typeid(ThreadpoolJobManager);
+    return isShort && isPool ? ThreadpoolJobManager::runHere(job) : manager->submitAndStall(job);
 }
 
 Error ThreadpoolJobManager::doStall() {

@@ -4,9 +4,11 @@
 #include "raw/frame/check.h"
 #include "raw/job/reformatcachedjob.h"
 #include "raw/job/reformatmipcrunchyjob.h"
+#include "raw/job_manager/run_job.h"
 #include "raw/pertile/reformatpertile.h"
 #include "raw/pertile/reformatpertile8.h"
 #include "raw/rows/check_reformat.h"
+#include "raw/surfaces/extent.h"
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -21,9 +23,17 @@ bool transformsNothing(const ElementProvider& source, const ElementProvider& des
            configuration.m_encoderConfiguration.m_transform.isNop();
 }
 
-Error runOverTiles(const ElementProvider* source, PerTile* perTile, Configuration* configuration) {
+// A plain format takes about four times as long as a copy; what it takes to encode a block, every thread is
+// worth.
+std::uint64_t workOf(const ElementProvider& source, const ElementProvider& destination) {
+    const bool encodes = destination.getDataFormat().isBlockCompressedFormat();
+    return encodes ? ~std::uint64_t{0} : 4 * (bytesOf(source) + bytesOf(destination));
+}
+
+Error runOverTiles(const ElementProvider* source, const ElementProvider* destination, PerTile* perTile,
+                   Configuration* configuration) {
     PerTileJob job(source, perTile, configuration);
-    return configuration->m_jobManager->submitAndStall(&job);
+    return runJob(configuration->m_jobManager, &job, workOf(*source, *destination));
 }
 
 template <typename CrunchyJob>
@@ -56,13 +66,13 @@ Error reformatAlike(const ElementProvider* source, ElementProvider* destination,
     }
     if (keepsValues && ReformatPerTile8::canReformat(source, destination)) {
         ReformatPerTile8 perTile(source, destination, configuration);
-        return runOverTiles(source, &perTile, configuration);
+        return runOverTiles(source, destination, &perTile, configuration);
     }
     if (!ReformatPerTile::canReformat(source, destination)) {
         return kErrorFailed;
     }
     ReformatPerTile perTile(source, destination, configuration);
-    return runOverTiles(source, &perTile, configuration);
+    return runOverTiles(source, destination, &perTile, configuration);
 }
 
 } // namespace

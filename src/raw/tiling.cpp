@@ -4,6 +4,7 @@
 #include "raw/configuration/check_configuration.h"
 #include "raw/job/imagetotiledjob.h"
 #include "raw/job/tiledtoimagejob.h"
+#include "raw/job_manager/run_job.h"
 #include "raw/tiles/surface_rows.h"
 
 namespace qor::Texsmith::Raw {
@@ -98,7 +99,7 @@ Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* config
             });
     }
     const TiledToImageJob job(image, *tiled, configuration);
-    return configuration->m_jobManager->submitAndStall(&job);
+    return runJob(configuration->m_jobManager, &job, std::uint64_t{2} * image->getBytesTotal());
 }
 
 Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, int singleThreaded) {
@@ -116,7 +117,7 @@ Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configur
         return moveImage(*image, *tiled, &GpuAddress::tileSurface);
     }
     const ImageToTiledJob job(image, *tiled, configuration);
-    return configuration->m_jobManager->submitAndStall(&job);
+    return runJob(configuration->m_jobManager, &job, std::uint64_t{2} * image->getBytesTotal());
 }
 
 } // namespace qor::Texsmith::Raw

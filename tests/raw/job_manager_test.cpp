@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cfenv>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -134,6 +135,35 @@ TEST(JobManager, CallbacksMayRunJobs) {
         caller.join();
     }
     EXPECT_EQ(leaves, 4u * 32 * 8 * 4);
+}
+
+bool isRoundingUp() {
+    volatile float tiny = 1e-20f;
+    return 1 + tiny != 1;
+}
+
+// A caller that rounds up has the same results as others, and rounds up afterwards.
+TEST(JobManager, CallbacksHaveTheDefaultFloatingPointMode) {
+    std::fesetround(FE_UPWARD);
+    std::atomic<unsigned> roundedUp{0}, here{0};
+    const std::thread::id caller = std::this_thread::get_id();
+    TestJob job(32, [&](unsigned id) {
+        roundedUp += isRoundingUp();
+        here += std::this_thread::get_id() == caller;
+        if (id % 4 == 3) {
+            throw 1;
+        }
+        return kErrorNone;
+    });
+    for (int i = 0; i < 100 && here == 0; ++i) { // until this thread has come to take one
+        EXPECT_EQ(defaultJobManager()->submitAndStall(&job), kErrorFailed);
+        job.reset();
+    }
+    const bool isRoundedUpAfter = isRoundingUp();
+    std::fesetround(FE_TONEAREST);
+    EXPECT_TRUE(isRoundedUpAfter);
+    EXPECT_EQ(roundedUp, 0u);
+    EXPECT_GT(here, 0u);
 }
 
 TEST(JobManager, StallWithoutAJobWaitsForAll) {

@@ -44,8 +44,6 @@ constexpr int kSpins = 50;
 
 using Lock = std::unique_lock<std::mutex>;
 
-thread_local bool t_isPoolThread = false;
-
 // A short wait without the mutex, to go before a long one in the system: a job of small runs is over sooner
 // than a thread can be put to sleep and woken.
 template <class Ready> void spin(Lock& lock, Ready ready) {
@@ -145,12 +143,13 @@ void Pool::submit(Work work, unsigned runs) {
     }
 }
 
-// A waiting pool thread takes runs itself: were all threads to wait, nobody else would.
+// Whoever waits takes runs of that work: it would have to wait for a processor otherwise, and were all
+// threads of the pool to wait, nobody else would take them.
 void Pool::wait(Work work) {
     Lock lock(m_mutex);
     bool hasSpun = false;
     while (work->m_outstanding != 0) {
-        if (t_isPoolThread && work->m_claimable != 0) {
+        if (work->m_claimable != 0) {
             takeRuns(work, lock);
         } else if (!hasSpun) {
             spin(lock, [work] { return work->m_outstanding == 0; });
@@ -176,7 +175,6 @@ void Pool::serve() {
             m_pool.startThread();
         }
     } const replacement{*this};
-    t_isPoolThread = true;
     Lock lock(m_mutex);
     for (;;) {
         takeRuns(nextWork(lock), lock);
@@ -236,6 +234,7 @@ void Pool::takeRuns(Work work, Lock& lock) {
     } batch{*this, work, lock, 0};
     retain(work);
     lock.unlock();
+    const DefaultFloatingPoint mode;
     while (claimRun(work)) {
         ++batch.m_runs;
         work->m_run(work->m_context);
@@ -287,7 +286,7 @@ Pool* makePool() {
     if (g_pool == nullptr) {
         Pool* const pool = new (std::nothrow) Pool;
         if (pool != nullptr) {
-            pool->start(std::max(2u, std::thread::hardware_concurrency()));
+            pool->start(std::max(2u, std::thread::hardware_concurrency()) - 1); // and the one that waits
         }
         g_pool = pool;
     }

@@ -3,6 +3,7 @@
 #include "platform/platform.h"
 #include "platform/windows/win32.h"
 
+#include <algorithm>
 #include <atomic>
 #include <new>
 
@@ -10,28 +11,41 @@ namespace qor::Texsmith::Platform {
 
 namespace {
 
-// A cleanup group, and how many threads are in a call of the system with a work object that belongs to it.
+// About the time that the system needs to wake a thread.
+constexpr int kSpins = 50;
+
+struct Group;
+
+// A work object of the system, as long as its group is the present one, or is being closed. Its callbacks
+// refer to it; it goes when there can be none left.
+struct Member {
+    PoolWork* m_owner; // kept alive by this
+    PTP_WORK m_work;
+    Group* m_group;
+    Member* m_next;
+    Member* m_previous;
+};
+
+// A cleanup group, its members, and how many threads are in a call of the system with one of these.
 struct Group {
     PTP_CLEANUP_GROUP m_group;
+    Member* m_members;
     unsigned m_users;
 };
 
 } // namespace
 
-// A work object of the system and its runs. Each callback that the system owes takes as many runs as are
-// left, so that there may be none for a later one; and a waiting thread of the pool takes runs itself: the
-// system does not make threads without end, and were all of them to wait, nobody else would.
+// What is run, and its runs. Each callback that the system owes takes as many runs as are left, and so does
+// whoever waits, so that there may be none for a later one: were all threads of the pool to wait, nobody else
+// would take them.
 struct PoolWork {
     void (*m_run)(void* context);
     void* m_context;
-    PTP_WORK m_work; // null, as the group, once waitForAllWork has given the group up
-    Group* m_group;
-    PoolWork* m_next; // among the members of the present group
-    PoolWork* m_previous;
-    CONDITION_VARIABLE m_returned;
+    Member* m_member;                    // under the lock; null once waitForAllWork has given its group up
+    CONDITION_VARIABLE m_changed;        // all runs have returned, or there are new ones to take
     std::atomic<unsigned> m_claimable;   // runs that no thread has taken
     std::atomic<unsigned> m_outstanding; // runs that have not returned; reaches 0 under the lock only
-    std::atomic<unsigned> m_references;  // the owner's, and one for each callback
+    std::atomic<unsigned> m_references;  // the owner's, the members', those of threads that wait for all
 };
 
 namespace {
@@ -40,14 +54,12 @@ namespace {
 struct Pool {
     TP_CALLBACK_ENVIRON m_environment;
     PTP_POOL m_pool;
-    SRWLOCK m_lock; // of everything here, and in every PoolWork and Group
+    SRWLOCK m_lock; // of everything here, and in every Member and Group
     CONDITION_VARIABLE m_userLeft;
     Group* m_group;
-    PoolWork* m_members;
 };
 
 constinit Pool s_pool = {};
-thread_local bool t_isPoolThread = false;
 
 class Lock {
 public:
@@ -63,13 +75,19 @@ public:
 
 Group* makeGroup() {
     const PTP_CLEANUP_GROUP group = CreateThreadpoolCleanupGroup();
-    return group != nullptr ? new (std::nothrow) Group{group, 0} : nullptr;
+    return group != nullptr ? new (std::nothrow) Group{group, nullptr, 0} : nullptr;
 }
 
 void enterGroup(Group* group) {
     s_pool.m_group = group;
-    s_pool.m_members = nullptr;
     SetThreadpoolCallbackCleanupGroup(&s_pool.m_environment, group->m_group, nullptr);
+}
+
+// A thread fewer than there are processors, since whoever waits works too.
+DWORD threadsWanted() {
+    SYSTEM_INFO system = {};
+    GetSystemInfo(&system);
+    return std::max<DWORD>(system.dwNumberOfProcessors, 2) - 1;
 }
 
 bool makePool() {
@@ -78,11 +96,14 @@ bool makePool() {
     if (s_pool.m_pool == nullptr || group == nullptr) {
         return false;
     }
+    SetThreadpoolThreadMaximum(s_pool.m_pool, threadsWanted());
     InitializeThreadpoolEnvironment(&s_pool.m_environment);
     SetThreadpoolCallbackPool(&s_pool.m_environment, s_pool.m_pool);
     enterGroup(group);
     return true;
 }
+
+void retain(PoolWork* work) { work->m_references.fetch_add(1, std::memory_order_relaxed); }
 
 void release(PoolWork* work) {
     if (work->m_references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
@@ -97,7 +118,7 @@ bool claimRun(PoolWork* work) {
     return left != 0;
 }
 
-// Only those who return last need the lock.
+// Only those who return last need the lock. The owner may let the work go as soon as that is released.
 void countReturned(PoolWork* work, unsigned runs) {
     unsigned left = work->m_outstanding.load(std::memory_order_relaxed);
     while (left > runs) {
@@ -107,10 +128,14 @@ void countReturned(PoolWork* work, unsigned runs) {
     }
     const Lock lock;
     work->m_outstanding.fetch_sub(runs, std::memory_order_acq_rel);
-    WakeAllConditionVariable(&work->m_returned);
+    WakeAllConditionVariable(&work->m_changed);
 }
 
 void takeRuns(PoolWork* work) {
+    if (work->m_claimable.load(std::memory_order_relaxed) == 0) {
+        return;
+    }
+    const DefaultFloatingPoint mode;
     unsigned runs = 0;
     for (; claimRun(work); ++runs) {
         work->m_run(work->m_context);
@@ -120,46 +145,49 @@ void takeRuns(PoolWork* work) {
     }
 }
 
-void CALLBACK runWork(PTP_CALLBACK_INSTANCE, void* context, PTP_WORK) {
-    t_isPoolThread = true;
-    auto* const work = static_cast<PoolWork*>(context);
-    takeRuns(work);
-    release(work);
+void CALLBACK runMember(PTP_CALLBACK_INSTANCE, void* member, PTP_WORK) {
+    takeRuns(static_cast<Member*>(member)->m_owner);
 }
 
-void link(PoolWork* work) {
-    work->m_group = s_pool.m_group;
-    work->m_previous = nullptr;
-    work->m_next = s_pool.m_members;
-    if (work->m_next != nullptr) {
-        work->m_next->m_previous = work;
+void link(Member* member) {
+    Member*& first = member->m_group->m_members;
+    member->m_next = first;
+    if (first != nullptr) {
+        first->m_previous = member;
     }
-    s_pool.m_members = work;
+    first = member;
 }
 
-void unlink(PoolWork* work) {
-    (work->m_previous != nullptr ? work->m_previous->m_next : s_pool.m_members) = work->m_next;
-    if (work->m_next != nullptr) {
-        work->m_next->m_previous = work->m_previous;
+void unlink(Member* member) {
+    (member->m_previous != nullptr ? member->m_previous->m_next : member->m_group->m_members) =
+        member->m_next;
+    if (member->m_next != nullptr) {
+        member->m_next->m_previous = member->m_previous;
     }
 }
 
+// False when the system has no work object to give, or there is no memory.
 bool joinGroup(PoolWork* work) {
-    work->m_work = CreateThreadpoolWork(&runWork, work, &s_pool.m_environment);
-    if (work->m_work != nullptr) {
-        link(work);
+    auto* const member = new (std::nothrow) Member{work, nullptr, s_pool.m_group, nullptr, nullptr};
+    if (member == nullptr) {
+        return false;
     }
-    return work->m_work != nullptr;
+    member->m_work = CreateThreadpoolWork(&runMember, member, &s_pool.m_environment);
+    if (member->m_work == nullptr) {
+        delete member;
+        return false;
+    }
+    link(member);
+    retain(work);
+    work->m_member = member;
+    return true;
 }
 
-// A work object in use by the system without our lock: its group is not given up meanwhile.
+// A member in use by the system without our lock: its group is not closed meanwhile. Made under the lock.
 class Use {
 public:
-    explicit Use(PoolWork* work) : m_group(nullptr), m_work(nullptr) {
-        const Lock lock;
-        if (work->m_work != nullptr || joinGroup(work)) {
-            m_group = work->m_group;
-            m_work = work->m_work;
+    explicit Use(Member* member) : m_member(member), m_group(member != nullptr ? member->m_group : nullptr) {
+        if (m_group != nullptr) {
             ++m_group->m_users;
         }
     }
@@ -172,20 +200,41 @@ public:
     }
     Use(const Use&) = delete;
     Use& operator=(const Use&) = delete;
-    PTP_WORK get() const { return m_work; } // null when the system had none to give
+    Member* get() const { return m_member; } // null when there is none
 
 private:
-    Group* m_group;
-    PTP_WORK m_work;
+    Member* m_member;
+    Group* m_group; // which the member may leave
 };
+
+// The member of `work`, made if need be, with `runs` more to take.
+Use addRuns(PoolWork* work, unsigned runs) {
+    const Lock lock;
+    if (work->m_member != nullptr || joinGroup(work)) {
+        work->m_outstanding += runs;
+        work->m_claimable += runs;
+        WakeAllConditionVariable(&work->m_changed);
+    }
+    return Use(work->m_member);
+}
+
+// The member of `work`, which is neither its nor the group's any more.
+Use takeMember(PoolWork* work) {
+    const Lock lock;
+    Member* const member = work->m_member;
+    if (member != nullptr) {
+        unlink(member);
+        work->m_member = nullptr;
+    }
+    return Use(member);
+}
 
 // Puts `next` in the place of the present group. The members of that one belong to it alone from now on.
 Group* exchangeGroup(Group* next) {
     Lock lock;
     Group* const group = s_pool.m_group;
-    for (PoolWork* work = s_pool.m_members; work != nullptr; work = work->m_next) {
-        work->m_work = nullptr;
-        work->m_group = nullptr;
+    for (Member* member = group->m_members; member != nullptr; member = member->m_next) {
+        member->m_owner->m_member = nullptr;
     }
     enterGroup(next);
     while (group->m_users != 0) {
@@ -194,24 +243,38 @@ Group* exchangeGroup(Group* next) {
     return group;
 }
 
-PoolWork* memberWithRuns() {
-    PoolWork* work = s_pool.m_members;
-    while (work != nullptr && work->m_outstanding == 0) {
-        work = work->m_next;
+void deleteMember(Member* member) {
+    release(member->m_owner);
+    delete member;
+}
+
+PoolWork* workWithRuns() {
+    Member* member = s_pool.m_group->m_members;
+    while (member != nullptr && member->m_owner->m_outstanding == 0) {
+        member = member->m_next;
     }
-    return work;
+    return member != nullptr ? member->m_owner : nullptr;
 }
 
 // The members of the present group, one after another. Each may go as soon as its last run has returned.
 void waitForMembers() {
     Lock lock;
-    while (PoolWork* const work = memberWithRuns()) {
-        ++work->m_references;
+    while (PoolWork* const work = workWithRuns()) {
+        retain(work);
         while (work->m_outstanding != 0) {
-            lock.sleep(&work->m_returned);
+            lock.sleep(&work->m_changed);
         }
         release(work);
     }
+}
+
+// Until all runs have returned, or there are new ones to take, which is true then.
+bool sleepUntilChanged(PoolWork* work) {
+    Lock lock;
+    while (work->m_outstanding != 0 && work->m_claimable == 0) {
+        lock.sleep(&work->m_changed);
+    }
+    return work->m_outstanding != 0;
 }
 
 } // namespace
@@ -222,9 +285,8 @@ bool startPool() {
 }
 
 Work createWork(void (*run)(void* context), void* context) {
-    auto* const work =
-        new (std::nothrow) PoolWork{run, context, nullptr, nullptr, nullptr, nullptr, {}, 0, 0, 1};
-    if (work == nullptr || Use(work).get() == nullptr) {
+    auto* const work = new (std::nothrow) PoolWork{run, context, nullptr, {}, 0, 0, 1};
+    if (work == nullptr || addRuns(work, 0).get() == nullptr) {
         delete work;
         return nullptr;
     }
@@ -232,39 +294,28 @@ Work createWork(void (*run)(void* context), void* context) {
 }
 
 void submitWork(Work work, unsigned runs) {
-    const Use use(work);
-    if (use.get() == nullptr) {
-        return;
-    }
-    work->m_references += runs;
-    work->m_outstanding += runs;
-    work->m_claimable += runs;
-    for (unsigned run = 0; run < runs; ++run) {
-        SubmitThreadpoolWork(use.get());
+    const Use use = addRuns(work, runs);
+    for (unsigned run = 0; use.get() != nullptr && run < runs; ++run) {
+        SubmitThreadpoolWork(use.get()->m_work);
     }
 }
 
-// From outside the pool the wait is the system's.
 void waitForWork(Work work) {
-    if (t_isPoolThread) {
+    do {
         takeRuns(work);
-    } else if (const Use use(work); use.get() != nullptr) {
-        WaitForThreadpoolWorkCallbacks(use.get(), FALSE);
-    }
-    Lock lock;
-    while (work->m_outstanding != 0) {
-        lock.sleep(&work->m_returned);
-    }
+        for (int i = 0; i < kSpins && work->m_outstanding != 0; ++i) {
+            SwitchToThread();
+        }
+    } while (sleepUntilChanged(work));
 }
 
+// The wait before has seen the last run return. Callbacks that have not begun would find no run: they are
+// taken back, as more of them could pile up than the pool gets done.
 void closeWork(Work work) {
-    {
-        const Lock lock;
-        if (work->m_work != nullptr) {
-            unlink(work);
-            CloseThreadpoolWork(work->m_work);
-            work->m_work = nullptr;
-        }
+    if (const Use use = takeMember(work); use.get() != nullptr) {
+        WaitForThreadpoolWorkCallbacks(use.get()->m_work, TRUE);
+        CloseThreadpoolWork(use.get()->m_work);
+        deleteMember(use.get());
     }
     release(work);
 }
@@ -280,6 +331,10 @@ void waitForAllWork() {
     Group* const group = exchangeGroup(next);
     CloseThreadpoolCleanupGroupMembers(group->m_group, FALSE, nullptr);
     CloseThreadpoolCleanupGroup(group->m_group);
+    while (Member* const member = group->m_members) {
+        group->m_members = member->m_next;
+        deleteMember(member);
+    }
     delete group;
 }
 

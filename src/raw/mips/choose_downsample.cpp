@@ -2,6 +2,7 @@
 
 #include "raw/configuration/check_configuration.h"
 #include "raw/frame/shared_word.h"
+#include "raw/job_manager/run_job.h"
 #include "raw/mips/downsample_job.h"
 #include "raw/surfaces/extent.h"
 #include "raw/surfaces/tile_rows.h"
@@ -14,6 +15,7 @@ namespace {
 
 constexpr char kSourcePath[] = "raw\\mips\\choose_downsample";
 
+constexpr std::uint64_t kManyBytes = 1 << 30; // the number of callbacks says what is worth another thread
 // Of the destination, for which a callback of its own pays. Blocks are slow to encode.
 constexpr unsigned kMinTexels = 8192, kMinTexelsInBlocks = 256;
 
@@ -89,7 +91,7 @@ Error run(const DownsampleSurfaces& surfaces, const Configuration& configuration
         std::clamp(callbacksWorth(*surfaces.m_destination, surfaces.m_destinationIndex.mip), 1u, most);
     DownsampleJobType job(surfaces, &limited);
     job.alsoCopy(copyFrom, copyTo);
-    return resultOfJob(configuration.m_jobManager->submitAndStall(&job), configuration);
+    return resultOfJob(runJob(configuration.m_jobManager, &job, kManyBytes), configuration);
 }
 
 Error run2d(Path path, const DownsampleSurfaces& surfaces, const Configuration& configuration,

@@ -5,6 +5,7 @@
 #include "qor/texsmith/raw/view.h"
 #include "raw/configuration/check_configuration.h"
 #include "raw/frame/shared_word.h"
+#include "raw/job_manager/run_job.h"
 #include "raw/mips/choose_downsample.h"
 #include "raw/pertile/reformatpertile.h"
 
@@ -59,7 +60,7 @@ private:
         for (index.mip = madeTwo ? 2 : 1; index.mip < m_mips && error == kErrorNone; ++index.mip) {
             if (callbacksWorth(*m_destination, index.mip) <= kFewCallbacks) {
                 const LastMipsJob rest(*this, index);
-                return resultOfJob(m_configuration->m_jobManager->submitAndStall(&rest), *m_configuration);
+                return resultOfJob(runJob(m_configuration->m_jobManager, &rest, 0), *m_configuration);
             }
             error = makeMip(index, m_configuration);
         }

@@ -5,6 +5,7 @@
 #include "qor/texsmith/raw/per_tile.h"
 #include "qor/vex/data_formats.h"
 #include "raw/configuration/check_configuration.h"
+#include "raw/job_manager/run_job.h"
 #include "raw/surfaces/copy_tiles.h"
 #include "raw/surfaces/default_tile_mode.h"
 #include "raw/surfaces/extent.h"
@@ -125,7 +126,7 @@ Error copy(const ElementProvider* destination, const ElementProvider* source, Co
     }
     CopyPerTile copyPerTile(destination, source);
     PerTileJob job(source, &copyPerTile, configuration);
-    const Error error = configuration->m_jobManager->submitAndStall(&job);
+    const Error error = runJob(configuration->m_jobManager, &job, 2 * bytesOf(*source));
     return fits ? error : kErrorFailed;
 }
 

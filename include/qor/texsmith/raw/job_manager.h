@@ -198,13 +198,18 @@ private:
     Error doStall(const Job* job) override;
 };
 
-// Runs callbacks on one process-wide pool, made on first use and never destroyed: two threads or more, one
-// for each processor. An exception or a fault of the operating system on a pool thread ends that callback,
-// which counts as failed. Where no thread can be started, which is reported once, the thread that submits
-// does the work.
+// Runs callbacks on one process-wide pool, made on first use and never destroyed, and on the thread that
+// stalls on the job: it would wait for a processor otherwise. So the pool has a thread fewer than there are
+// processors, and at least one. An exception or a fault of the operating system in a callback ends that
+// callback, which counts as failed, on whichever thread it runs; a callback must not end its thread. Each
+// begins with the default floating-point mode, and the stalling thread has its own again afterwards. Where no
+// thread can be started, which is reported once, the thread that submits does the work.
 class QOR_TEXSMITH_API ThreadpoolJobManager : public JobManager {
 private:
+    friend Error runJob(JobManager* manager, const Job* job, std::uint64_t bytes);
+
     static void runOnPool(void* job);
+    static Error runHere(const Job* job);
     Error doSubmit(const Job* job) override;
     Error doStall() override;
     Error doStall(const Job* job) override;
