@@ -1,8 +1,8 @@
 // Reads and writes bitmaps of all kinds. Those of 24 and 32 bits that are plain and whole never come here.
-#include "codec/bmp_layout.h"
 #include "codec/codecs.h"
 #include "qor/texsmith/raw/bithacks.h"
 #include "qor/vex/data_formats.h"
+#include "raw/files/bmp_layout.h"
 #include "raw/files/flat_image.h"
 
 #include <algorithm>
@@ -207,8 +207,8 @@ Error readBmp(MemoryRegion* source, ReallocatableImage* destination, Configurati
         return kErrorWicGetFrame;
     }
     BmpLayout layout;
-    if (!layout.parse(*source)) {
-        return refuseFile(kKind, "it is none, or of a kind that is not supported");
+    if (const char* fault = layout.parse(*source); fault != nullptr) {
+        return refuseFile(kKind, fault);
     }
     if (!imageSizeFits(kKind, layout.m_width, layout.m_height)) {
         return kErrorFailed;

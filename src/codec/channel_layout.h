@@ -1,7 +1,7 @@
-// Which format the pixels of files by outside libraries are held in, and the rows of an image on their way
-// into one.
+// The rows of an image on their way into a file by an outside library.
 #pragma once
 
+#include "raw/files/channel_formats.h"
 #include "raw/files/flat_image.h"
 
 #include <cstddef>
@@ -9,19 +9,6 @@
 #include <vector>
 
 namespace qor::Texsmith::Raw {
-
-enum class ChannelDepth : std::uint8_t { k8, k16, kHalf, kFloat };
-
-// The channels that such a file has.
-struct ChannelLayout {
-    bool m_isGrey;
-    bool m_hasAlpha;
-    ChannelDepth m_depth;
-};
-
-// L8, L8A8, R8G8B8X8 and R8G8B8A8, and the same with 16 bits, halves and floats. The channel type is for
-// those of 8 and 16 bits, and sRGB types for 8 bits alone: 16 bits become UNorm instead.
-Vex::DataFormat formatOf(const ChannelLayout& layout, Vex::TextureChannelType channelType);
 
 // How the texels of `image` are best kept: alpha where lane W is read from a channel, 16 bits where a channel
 // has more than 8 or is a float, grey where X, Y and Z are read from one channel and stay equal.

@@ -24,12 +24,6 @@ constexpr FileKind kKind = {"PNG", kSourcePath};
 
 constexpr std::uint64_t kMostGain = 1032; // of deflate
 
-// With an sRGB type, alpha must be the fourth channel: the curve is for the first three.
-bool mustExpandGrey(const ChannelLayout& layout, Vex::TextureChannelType channelType) {
-    return layout.m_isGrey && layout.m_hasAlpha && layout.m_depth == ChannelDepth::k8 &&
-           channelType == Vex::kTextureChannelTypeSrgb;
-}
-
 ReadingProgress& progressOf(png_structp png) {
     return *static_cast<ReadingProgress*>(png_get_error_ptr(png));
 }
@@ -173,11 +167,10 @@ bool Reader::restart(const MemoryRegion* parts, std::size_t count) {
 }
 
 Vex::DataFormat Reader::chooseFormat(Vex::TextureChannelType channelType) {
-    ChannelLayout layout = layoutInFile(m_state);
-    m_state.m_expandsGrey = mustExpandGrey(layout, channelType);
-    layout.m_isGrey = layout.m_isGrey && !m_state.m_expandsGrey;
-    m_state.m_layout = layout;
-    return formatOf(layout, channelType);
+    const ChannelLayout inFile = layoutInFile(m_state);
+    m_state.m_layout = layoutToRead(inFile, channelType);
+    m_state.m_expandsGrey = inFile.m_isGrey && !m_state.m_layout.m_isGrey;
+    return formatOf(m_state.m_layout, channelType);
 }
 
 // Whole files are unpacked at once before; all others as far as they go. Each row of data begins with a byte

@@ -7,7 +7,9 @@
 #include "qor/texsmith/raw/view.h"
 #include "qor/texsmith/raw/vxf.h"
 #include "raw/configuration/check_configuration.h"
+#include "raw/dds_layout/file_header.h"
 #include "raw/files/dds_and_vxf.h"
+#include "raw/files/describe.h"
 #include "raw/files/flat_image.h"
 #include "raw/files/vxf_texture.h"
 #include "raw/surfaces/copy_tiles.h"
@@ -21,6 +23,15 @@ namespace {
 constexpr char kSourcePath[] = "raw\\dds";
 constexpr FileKind kKind = {"DDS", kSourcePath};
 
+// Whether the channel type is the file's, and not the caller's.
+bool isTyped(const DdsFileHeader& header) {
+    const auto formatAs = [&header](Vex::TextureChannelType type) {
+        return findDdsFormat(header, type, kReadLiterally).m_format;
+    };
+    return header.isDx10() &&
+           formatAs(Vex::kTextureChannelTypeUNorm) == formatAs(Vex::kTextureChannelTypeSrgb);
+}
+
 Error firstError(Error a, Error b) { return a != kErrorNone ? a : b; }
 
 // A view on a file, with all of its texels unless m_error says otherwise.
@@ -29,7 +40,8 @@ struct OpenFile {
     Error m_error;
 
     OpenFile(MemoryRegion* source, const Configuration* configuration)
-        : m_error(m_image.readFrom(source, configuration->m_textureChannelType)) {
+        : m_error(m_image.readFrom(source, configuration->m_textureChannelType,
+                                   configuration->m_readingOptions)) {
         if (m_image.hasFile() && !hasTexels()) {
             toolsWarning(kSourcePath, __LINE__, "The texels of surface format %d cannot be converted.",
                          static_cast<int>(m_image.getDataFormat().getSurfaceFormat()));
@@ -150,6 +162,40 @@ Error convertFromDds(MemoryRegion* source, ReallocatableImage* destination, Conf
         return readApart(source, destination->getStorage(),
                          [=](MemoryRegion* file) { return readImage(file, destination, configuration); });
     });
+}
+
+bool describeDds(FileDescription* description, const DescribedFile& file) {
+    const DdsFileHeader header = copyDdsHeader(file.m_region);
+    const Configuration& configuration = *file.m_configuration;
+    const std::uint64_t texelBytes =
+        file.m_region.length() - std::min<std::uint64_t>(file.m_region.length(), header.bytes());
+    const auto formatUnder = [&](std::uint32_t options) {
+        return findDdsFormat(header, configuration.m_textureChannelType, options);
+    };
+    const auto shapeUnder = [&](std::uint32_t options) {
+        return findDdsShape(header, formatUnder(options), texelBytes, options);
+    };
+    if (header.m_magic != Dds::kMagic || file.m_region.length() < Dds::kBytesBefore) {
+        return false;
+    }
+    const std::uint32_t options = configuration.m_readingOptions;
+    const DdsFormat format = formatUnder(options);
+    const DdsShape shape = shapeUnder(options);
+    describeFlat(description, shape.m_width, shape.m_height, format.m_format);
+    description->m_depth = shape.m_depth;
+    description->m_mips = shape.m_mips;
+    description->m_faces = shape.m_isCube ? 6 : 1;
+    description->m_arrayEntries = shape.m_entries;
+    const bool differsInShape = !(shape == shapeUnder(options & ~kReadDdsWholeTexture));
+    const bool differsInMasks = !(format.m_format == formatUnder(kReadLiterally).m_format);
+    description->m_readingOptions |=
+        (differsInShape ? kReadDdsWholeTexture : 0u) | (differsInMasks ? kReadDdsMasksAsTheyAre : 0u);
+    const bool isFloat = format.m_format.getTextureChannelType() == Vex::kTextureChannelTypeFloat;
+    if (isTyped(header) || isFloat) {
+        setTransferByFormat(description);
+    }
+    return header.m_header.m_size == sizeof header.m_header && file.m_region.length() >= header.bytes() &&
+           format.m_format.getSurfaceFormat() != Vex::kSurfaceFormatInvalid;
 }
 
 Error convertToDds(const ElementProvider* source, ResizableMemoryRegion* destination, unsigned version,

@@ -94,8 +94,15 @@ FileType getFileTypeFromExtension(const char* filename) {
 }
 
 FileType getFileTypeFromContents(const MemoryRegion* region) {
+    return getFileTypeFromContents(region, kReadLiterally);
+}
+
+FileType getFileTypeFromContents(const MemoryRegion* region, std::uint32_t readingOptions) {
     if (!checkNotNull(region, kSourcePath, "region must not be NULL.")) {
         return 0;
+    }
+    if ((readingOptions & kReadPngBySignature) != 0 && startsWith(*region, "\x89PNG\r\n\x1A\n")) {
+        return makeFileType(".PNG");
     }
     for (const MagicRow& row : kMagics) {
         if (startsWith(*region, row.m_bytes)) {

@@ -4,6 +4,7 @@
 #include "qor/texsmith/raw/bithacks.h"
 #include "qor/texsmith/raw/file.h"
 #include "qor/vex/data_formats.h"
+#include "raw/files/describe.h"
 #include "raw/files/flat_image.h"
 #include "raw/files/hdr_decode.h"
 
@@ -59,6 +60,22 @@ struct Resolution {
         return parseAxis(&text, 'X', &m_width);
     }
 
+    // Says why the line cannot be read.
+    static void refuse(const char* text) {
+        Resolution columns;
+        const char sign = text[0];
+        if ((sign == '+' || sign == '-') && parseAxis(&text, 'X', &columns.m_width)) {
+            text += std::strspn(text, " \t\r\n\v\f");
+            char reason[80];
+            std::snprintf(reason, sizeof reason,
+                          "its pixels are in '%cX %cY' order, but columns cannot come before rows", sign,
+                          *text == '-' ? '-' : '+');
+            refuseFile(kKind, reason);
+            return;
+        }
+        refuseFile(kKind, "it has no line of the form '-Y height +X width'");
+    }
+
 private:
     // The sign may be any character.
     static bool parseAxis(const char** text, char axis, long* size) {
@@ -87,7 +104,7 @@ public:
             return false;
         }
         if (!m_resolution.parse(line.m_text)) {
-            refuseFile(kKind, "it has no line of the form '-Y height +X width'");
+            m_resolution.refuse(line.m_text);
             return false;
         }
         return imageSizeFits(kKind, m_resolution.m_width, m_resolution.m_height);
@@ -211,6 +228,25 @@ Error readFile(MemoryRegion* source, ReallocatableImage* destination, const Conf
 Error convertFromHdr(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
     return readFlatImage(kKind, source, destination, configuration,
                          [=](MemoryRegion* file) { return readFile(file, destination, *configuration); });
+}
+
+bool describeHdr(FileDescription* description, const DescribedFile& described) {
+    MemoryRegion region = described.m_region;
+    File file;
+    file.open(&region, File::kModeBinary);
+    Line line;
+    bool more = line.read(&file) && beginsWith(line.m_text, kSignature);
+    do {
+        more = more && line.read(&file);
+    } while (more && line.m_text[0] != '\n');
+    Resolution size;
+    if (!more || !line.read(&file) || !size.parse(line.m_text) || std::min(size.m_width, size.m_height) < 0) {
+        return false;
+    }
+    describeFlat(description, static_cast<unsigned>(size.m_width), static_cast<unsigned>(size.m_height),
+                 kFormat);
+    setTransfer(description, kFileTransferLinear, "its type");
+    return true;
 }
 
 Error convertToHdr(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {

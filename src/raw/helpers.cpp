@@ -43,10 +43,11 @@ constexpr char kExtension[] = "extension must not be NULL.";
 constexpr char kConfiguration[] = "configuration must not be NULL.";
 
 // Null, and reported, for a type that nobody reads.
-const LoadRoute* findLoadRoute(const MemoryRegion* source, const char* extension) {
+const LoadRoute* findLoadRoute(const MemoryRegion* source, const char* extension,
+                               std::uint32_t readingOptions) {
     FileType type = getFileTypeFromExtension(extension);
     if (type == 0) {
-        type = getFileTypeFromContents(source);
+        type = getFileTypeFromContents(source, readingOptions);
     }
     const LoadRoute* route = findLoader(type);
     if (route == nullptr) {
@@ -71,7 +72,7 @@ const LoadRoute* checkLoad(ReallocatableImage* destination, MemoryRegion* source
                                       {source, kSource},
                                       {extension, kExtension},
                                       {configuration, kConfiguration}});
-    return good ? findLoadRoute(source, extension) : nullptr;
+    return good ? findLoadRoute(source, extension, configuration->m_readingOptions) : nullptr;
 }
 
 // Calls loadOpened(region), which returns an Error, with the file of that name.

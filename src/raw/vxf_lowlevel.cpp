@@ -3,6 +3,7 @@
 
 #include "qor/gpu_address/gpu_address.h"
 #include "qor/texsmith/raw/bithacks.h"
+#include "raw/files/describe.h"
 #include "raw/frame/check.h"
 
 #include <algorithm>
@@ -193,6 +194,26 @@ struct FileLayout {
 };
 
 } // namespace
+
+bool describeVxf(FileDescription* description, const DescribedFile& file) {
+    const HeaderCopy header(file.m_region);
+    const int count = header.m_contents.m_numTextures;
+    if (header.m_header.m_magic != Vxf::kMagic) {
+        return false;
+    }
+    description->m_textures = static_cast<unsigned>(count);
+    const std::uint64_t place = kTexturesOffset + sizeof(Vex::Texture) * static_cast<unsigned>(file.m_index);
+    if (file.m_index < 0 || file.m_index >= count || place + sizeof(Vex::Texture) > file.m_region.length()) {
+        return false;
+    }
+    const auto texture = load<Vex::Texture>(file.m_region.begin + place);
+    describeTexture(description, texture);
+    description->m_tileMode = texture.getTileMode();
+    description->m_texelBytes = texture.m_regs[kLengthWord];
+    setTransferByFormat(description);
+    const unsigned version = header.m_contents.m_version;
+    return (version == 1 || version == 2) && header.paddedHeaderBytes() <= file.m_region.length();
+}
 
 VxfChunkTable::VxfChunkTable() = default;
 

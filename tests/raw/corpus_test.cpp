@@ -1,5 +1,5 @@
 // Real files by many writers load as the references beside them show: golden/corpus.txt lists them all.
-#include "support/loaded_file.h"
+#include "support/described_file.h"
 #include "support/png_reader.h"
 #include "support/report_recorder.h"
 
@@ -226,6 +226,9 @@ void checkPicture(const Picture& picture) {
     }
     ASSERT_EQ(image.getDataFormat().m_word, picture.m_format);
     ASSERT_TRUE(image.getPixelsWide(0) == picture.m_width && image.getPixelsTall(0) == picture.m_height);
+    FileDescription description;
+    EXPECT_EQ(describeFile(&description, &file, picture.m_name.c_str(), &configuration, 0), kErrorNone);
+    expectToDescribe(description, image);
     EXPECT_EQ(differenceFromReference(picture, image), picture.m_largest);
     if (picture.endsIn(".dds") || picture.endsIn(".pfm")) {
         EXPECT_TRUE(bytesOf(image) == texelsInFile(file, image, picture));

@@ -80,7 +80,8 @@ TEST(Dds, MasksNameTheFirstFormatThatHasTheirFields) {
     for (const MaskCase& row : kCases) {
         Dds::PixelFormat pixelFormat = {32, row.m_flags, 0, row.m_bits, {}};
         std::copy_n(row.m_masks, 4, pixelFormat.m_masks);
-        const DdsFormat format = formatFromPixelFormat(pixelFormat, Vex::kTextureChannelTypeUNorm);
+        const DdsFormat format =
+            formatFromPixelFormat(pixelFormat, Vex::kTextureChannelTypeUNorm, kReadLiterally);
         EXPECT_EQ(format.m_format, row.m_format) << std::hex << row.m_format.m_word;
         EXPECT_EQ(format.m_bytesInFile, row.m_bytesInFile) << std::hex << row.m_format.m_word;
     }

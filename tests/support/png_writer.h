@@ -5,6 +5,7 @@
 #include "support/tga_writer.h"
 
 #include <functional>
+#include <utility>
 
 namespace TestSupport {
 
@@ -20,6 +21,7 @@ struct PngWriter {
     std::function<unsigned(unsigned x, unsigned y, unsigned channel)> m_sample;
     Bytes m_palette{}, m_transparency{};
     bool m_hasPixels = true;
+    std::vector<std::pair<const char*, Bytes>> m_chunks{}; // before the palette
 
     unsigned channels() const {
         return m_colorType == 2 ? 3 : m_colorType == 6 ? 4 : m_colorType == 4 ? 2 : 1;
@@ -32,6 +34,9 @@ struct PngWriter {
             header.push_back(static_cast<std::uint8_t>(byte));
         }
         addChunk(file, "IHDR", header);
+        for (const auto& [type, data] : m_chunks) {
+            addChunk(file, type, data);
+        }
         if (!m_palette.empty()) {
             addChunk(file, "PLTE", m_palette);
         }

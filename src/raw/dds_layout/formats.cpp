@@ -2,6 +2,7 @@
 
 #include "qor/texsmith/raw/dds.h"
 #include "qor/texsmith/raw/format.h"
+#include "qor/texsmith/raw/reading_options.h"
 #include "raw/dds_layout/tables.h"
 
 #include <algorithm>
@@ -88,14 +89,16 @@ const SurfaceFormatInfo* findLayout(MaskedFields* fields, unsigned bytesPerEleme
     });
 }
 
-std::uint32_t selectsOf(const MaskedFields& fields, const SurfaceFormatInfo& info, bool isLuminance) {
+std::uint32_t selectsOf(const MaskedFields& fields, const SurfaceFormatInfo& info, bool isLuminance,
+                        std::uint32_t readingOptions) {
     std::uint32_t lane[4];
     for (unsigned i = 0; i < 4; ++i) {
         lane[i] = fields.select(i);
     }
     // Writers of this format have long had these two masks the wrong way round. Our own have not, so that
     // what we write with masks comes back with red and blue changed.
-    if (info.surfaceFormat == Vex::kSurfaceFormat2_10_10_10) {
+    if (info.surfaceFormat == Vex::kSurfaceFormat2_10_10_10 &&
+        (readingOptions & kReadDdsMasksAsTheyAre) == 0) {
         std::swap(lane[0], lane[2]);
     }
     for (unsigned i = 1; i < 3; ++i) {
@@ -106,7 +109,8 @@ std::uint32_t selectsOf(const MaskedFields& fields, const SurfaceFormatInfo& inf
 }
 
 // Elements of three bytes are meant for formats of four.
-DdsFormat formatFromMasks(const Dds::PixelFormat& pixelFormat, Vex::TextureChannelType channelType) {
+DdsFormat formatFromMasks(const Dds::PixelFormat& pixelFormat, Vex::TextureChannelType channelType,
+                          std::uint32_t readingOptions) {
     const unsigned bytesInFile = pixelFormat.m_rgbBitCount / 8;
     MaskedFields fields(pixelFormat.m_masks);
     const SurfaceFormatInfo* info =
@@ -115,7 +119,7 @@ DdsFormat formatFromMasks(const Dds::PixelFormat& pixelFormat, Vex::TextureChann
         return {{0}, 0};
     }
     const bool isLuminance = (pixelFormat.m_flags & Dds::kPixelLuminance) != 0;
-    const std::uint32_t selectBits = selectsOf(fields, *info, isLuminance);
+    const std::uint32_t selectBits = selectsOf(fields, *info, isLuminance, readingOptions);
     const Vex::DataFormat format{info->surfaceFormat | selectBits << 12};
     return {format.withTextureChannelType(channelType), bytesInFile};
 }
@@ -215,10 +219,11 @@ std::uint32_t dxgiFromFormat(Vex::DataFormat format) {
     return 0;
 }
 
-DdsFormat formatFromPixelFormat(const Dds::PixelFormat& pixelFormat, Vex::TextureChannelType channelType) {
+DdsFormat formatFromPixelFormat(const Dds::PixelFormat& pixelFormat, Vex::TextureChannelType channelType,
+                                std::uint32_t readingOptions) {
     return (pixelFormat.m_flags & Dds::kPixelFourCc) != 0
                ? formatFromFourCc(pixelFormat.m_fourCc, channelType)
-               : formatFromMasks(pixelFormat, channelType);
+               : formatFromMasks(pixelFormat, channelType, readingOptions);
 }
 
 // The masks stay in the file beside a FourCC.
@@ -248,7 +253,7 @@ Vex::DataFormat getFormatInDds(Vex::DataFormat format, unsigned version,
     if (needsDx10Header(format, version)) {
         return formatFromDxgi(dxgiFromFormat(format), channelType);
     }
-    return formatFromPixelFormat(pixelFormatOf(format, false), channelType).m_format;
+    return formatFromPixelFormat(pixelFormatOf(format, false), channelType, kReadLiterally).m_format;
 }
 
 } // namespace qor::Texsmith::Raw

@@ -15,8 +15,9 @@ struct DdsFormat {
     unsigned m_bytesInFile;   // of an element; fewer than its format has where files of 24 bits are meant
 };
 
-// From FourCC or masks.
-DdsFormat formatFromPixelFormat(const Dds::PixelFormat& pixelFormat, Vex::TextureChannelType channelType);
+// From FourCC or masks. `readingOptions` are bits of ReadingOption.
+DdsFormat formatFromPixelFormat(const Dds::PixelFormat& pixelFormat, Vex::TextureChannelType channelType,
+                                std::uint32_t readingOptions);
 // All that a header says of a format; the DXGI value is for the extended header.
 Dds::PixelFormat pixelFormatOf(Vex::DataFormat format, bool isDx10);
 

@@ -7,7 +7,6 @@
 #include "raw/surfaces/default_tile_mode.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -15,12 +14,6 @@ namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\elementprovider\\ddsimage";
-
-std::uint32_t mipsOf(const Dds::Header& header) {
-    const bool hasMips =
-        (header.m_flags & Dds::kFlagMipMapCount) != 0 || (header.m_caps & Dds::kCapsMipMap) != 0;
-    return hasMips ? header.m_mipMapCount : 1;
-}
 
 // As many whole elements as both regions have. What is between them in the destination stays.
 void widenElements(MemoryRegion destination, std::size_t stride, MemoryRegion source, std::size_t bytes) {
@@ -38,59 +31,41 @@ void widenElements(MemoryRegion destination, std::size_t stride, MemoryRegion so
     }
 }
 
-} // namespace
-
-// Only the classic header says it, even where there is an extended one.
-struct DdsImage::Shape {
-    GpuAddress::SurfaceType m_type;
-    unsigned m_width, m_height, m_depth;
-    unsigned m_mips;
-    Vex::DataFormat m_format;
-
-    Shape(const Dds::Header& header, Vex::DataFormat format)
-        : m_type(typeOf(header.m_caps2)), m_width(std::max(1u, header.m_width)),
-          m_height(std::max(1u, header.m_height)), m_depth(isVolume() ? std::max(1u, header.m_depth) : 1u),
-          m_mips(std::clamp(mipsOf(header), 1u, fullChain())), m_format(format) {}
-
-    bool isVolume() const { return m_type == GpuAddress::kSurfaceTypeTextureVolume; }
-
-    // Reported otherwise.
-    bool fits() const {
-        if (std::max(m_width, m_height) <= Vex::kMaxTextureSize && m_depth <= Vex::kMaxTextureSlices) {
-            return true;
-        }
+// Reported otherwise.
+bool fits(const DdsShape& shape) {
+    const unsigned mostEntries = shape.m_isCube ? Vex::kMaxTextureSlices / 6 : Vex::kMaxTextureSlices;
+    if (std::max(shape.m_width, shape.m_height) > Vex::kMaxTextureSize ||
+        shape.m_depth > Vex::kMaxTextureSlices) {
         toolsWarning(kSourcePath, __LINE__,
-                     "The DDS image is %u x %u x %u, but a texture is at most %u x %u x %u.", m_width,
-                     m_height, m_depth, Vex::kMaxTextureSize, Vex::kMaxTextureSize, Vex::kMaxTextureSlices);
-        reportNoDdsFormat();
-        return false;
+                     "The DDS image is %u x %u x %u, but a texture is at most %u x %u x %u.", shape.m_width,
+                     shape.m_height, shape.m_depth, Vex::kMaxTextureSize, Vex::kMaxTextureSize,
+                     Vex::kMaxTextureSlices);
+    } else if (shape.m_entries > mostEntries) {
+        toolsWarning(kSourcePath, __LINE__, "The DDS array has %u entries, but a texture has at most %u.",
+                     shape.m_entries, mostEntries);
+    } else {
+        return true;
     }
+    reportNoDdsFormat();
+    return false;
+}
 
-    Vex::Texture texture() const {
-        const Vex::TileMode tileMode = defaultTileMode(m_type, m_format, 1);
-        Vex::Texture texture;
-        if (isVolume()) {
-            texture.initAs3d(m_width, m_height, m_depth, m_mips, m_format, tileMode);
-        } else {
-            texture.initAs2dArray(m_width, m_height, 1, 0, m_mips, m_format, tileMode, Vex::kNumFragments1,
-                                  m_type == GpuAddress::kSurfaceTypeTextureCubemap);
-        }
-        return texture;
+Vex::Texture textureOf(const DdsShape& shape, Vex::DataFormat format) {
+    const auto tileMode = [format](GpuAddress::SurfaceType type) { return defaultTileMode(type, format, 1); };
+    Vex::Texture texture;
+    if (shape.m_isVolume) {
+        texture.initAs3d(shape.m_width, shape.m_height, shape.m_depth, shape.m_mips, format,
+                         tileMode(GpuAddress::kSurfaceTypeTextureVolume));
+    } else {
+        const auto type =
+            shape.m_isCube ? GpuAddress::kSurfaceTypeTextureCubemap : GpuAddress::kSurfaceTypeTextureFlat;
+        texture.initAs2dArray(shape.m_width, shape.m_height, shape.m_entries, 0, shape.m_mips, format,
+                              tileMode(type), Vex::kNumFragments1, shape.m_isCube);
     }
+    return texture;
+}
 
-private:
-    static GpuAddress::SurfaceType typeOf(std::uint32_t caps2) {
-        if ((caps2 & Dds::kCaps2Cube) != 0) {
-            return GpuAddress::kSurfaceTypeTextureCubemap;
-        }
-        return (caps2 & Dds::kCaps2Volume) != 0 ? GpuAddress::kSurfaceTypeTextureVolume
-                                                : GpuAddress::kSurfaceTypeTextureFlat;
-    }
-    // Never above the number of mips that a descriptor can name.
-    unsigned fullChain() const {
-        return std::min<unsigned>(kMaxMips, std::bit_width(std::max({m_width, m_height, m_depth})));
-    }
-};
+} // namespace
 
 DdsImage::DdsImage(const DdsImage& other)
     : Image(other), m_header(other.m_header), m_headerDx10(other.m_headerDx10),
@@ -133,12 +108,11 @@ void DdsImage::setFile(std::uint8_t* file, bool hasDx10Header) {
 }
 
 // False for what would be 4 GiB or more, which is reported and leaves the image empty.
-bool DdsImage::setShape(const Shape& shape) {
-    const Vex::Texture texture = shape.texture();
+bool DdsImage::setShape(const Vex::Texture& texture) {
     m_texels = {};
     m_memoryRegion = &m_texels;
     setupAsVexTexture(&texture);
-    return getDataFormat() == shape.m_format;
+    return getDataFormat() == texture.getDataFormat();
 }
 
 Error DdsImage::fillOwnMemory(MemoryRegion inFile, unsigned bytesInFile, std::uint64_t neededInFile) {
@@ -183,21 +157,26 @@ Error DdsImage::takeTexels(MemoryRegion inFile, unsigned bytesInFile) {
 }
 
 Error DdsImage::readFrom(MemoryRegion* memoryRegion, Vex::TextureChannelType channelType) {
+    return readFrom(memoryRegion, channelType, kReadLiterally);
+}
+
+Error DdsImage::readFrom(MemoryRegion* memoryRegion, Vex::TextureChannelType channelType,
+                         std::uint32_t readingOptions) {
     if (!checkNotNull(memoryRegion, kSourcePath, "memoryRegion must not be NULL.")) {
         return kErrorFailed;
     }
     const DdsFileHeader header = copyDdsHeader(*memoryRegion);
-    const DdsFormat format = findDdsFormat(header, channelType);
+    const DdsFormat format = findDdsFormat(header, channelType, readingOptions);
     if (!checkDdsHeader(header, format.m_format, memoryRegion->length())) {
         return kErrorFailed;
     }
-    const Shape shape(header.m_header, format.m_format);
-    if (!shape.fits() || !setShape(shape)) {
+    MemoryRegion inFile = *memoryRegion;
+    inFile.begin += header.bytes();
+    const DdsShape shape = findDdsShape(header, format, inFile.length(), readingOptions);
+    if (!fits(shape) || !setShape(textureOf(shape, format.m_format))) {
         return kErrorFailed;
     }
     setFile(memoryRegion->begin, header.isDx10());
-    MemoryRegion inFile = *memoryRegion;
-    inFile.begin += header.bytes();
     return takeTexels(inFile, format.m_bytesInFile);
 }
 

@@ -1,10 +1,6 @@
 #include "raw/elementprovider/ddsimage_header.h"
 
-#include "qor/texsmith/raw/format.h"
 #include "raw/frame/check.h"
-
-#include <algorithm>
-#include <cstring>
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -90,15 +86,6 @@ void addShape(DdsFileHeader* file, const ElementProvider& image) {
 
 } // namespace
 
-DdsFileHeader copyDdsHeader(const MemoryRegion& file) {
-    DdsFileHeader header;
-    const std::uint64_t bytes = std::min<std::uint64_t>(file.length(), sizeof header);
-    if (bytes != 0) {
-        std::memcpy(static_cast<void*>(&header), file.begin, static_cast<std::size_t>(bytes));
-    }
-    return header;
-}
-
 bool checkDdsSurfaceFormat(Vex::DataFormat format) {
     const unsigned surfaceFormat = format.getSurfaceFormat();
     if (surfaceFormat < Vex::kSurfaceFormatCount) {
@@ -112,14 +99,6 @@ bool checkDdsSurfaceFormat(Vex::DataFormat format) {
 void reportNoDdsFormat() {
     toolsAssert(kSourcePath, __LINE__,
                 "DDS header's pixel format can't be converted to a valid Vectrix®4 DataFormat.");
-}
-
-DdsFormat findDdsFormat(const DdsFileHeader& header, Vex::TextureChannelType channelType) {
-    if (!header.isDx10()) {
-        return formatFromPixelFormat(header.m_header.m_pixelFormat, channelType);
-    }
-    const Vex::DataFormat format = formatFromDxgi(header.m_dx10.m_dxgiFormat, channelType);
-    return {format, g_surfaceFormatInfo[format.getSurfaceFormat()].bytesPerElement};
 }
 
 bool checkDdsHeader(const DdsFileHeader& header, Vex::DataFormat format, std::uint64_t length) {

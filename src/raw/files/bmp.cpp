@@ -2,7 +2,9 @@
 #include "qor/texsmith/raw/bmp.h"
 
 #include "qor/vex/data_formats.h"
+#include "raw/files/bmp_layout.h"
 #include "raw/files/codec.h"
+#include "raw/files/describe.h"
 #include "raw/files/flat_image.h"
 #include "raw/files/widened_rows.h"
 
@@ -89,6 +91,26 @@ Error readFile(MemoryRegion file, ReallocatableImage* destination, Configuration
 Error convertFromBmp(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
     return readFlatImage(kKind, source, destination, configuration,
                          [=](MemoryRegion* file) { return readFile(*file, destination, configuration); });
+}
+
+bool describeBmp(FileDescription* description, const DescribedFile& file) {
+    const Vex::TextureChannelType type = file.m_configuration->m_textureChannelType;
+    if (file.m_region.length() < kHeaderBytes) {
+        return false;
+    }
+    const Header header(file.m_region.begin);
+    if (header.isWhole(file.m_region.length())) {
+        describeFlat(description, static_cast<unsigned>(header.m_width), static_cast<unsigned>(header.rows()),
+                     kFormat.withTextureChannelType(type));
+        return true;
+    }
+    BmpLayout layout;
+    const bool isRead =
+        layout.parse(file.m_region) == nullptr && std::min(layout.m_width, layout.m_height) > 0;
+    const Vex::DataFormat format = layout.m_hasAlpha ? Vex::kDataFormatB8G8R8A8Unorm : kFormat;
+    describeFlat(description, static_cast<unsigned>(layout.m_width), static_cast<unsigned>(layout.m_height),
+                 format.withTextureChannelType(type));
+    return isRead;
 }
 
 Error convertToBmp(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {

@@ -1,23 +1,28 @@
-// Reads and writes PFM files: a short text, then floats as the machine has them.
+// Reads and writes PFM files: a short text, then floats.
 #include "qor/texsmith/raw/pfm.h"
 
 #include "qor/texsmith/raw/bithacks.h"
 #include "qor/vex/data_formats.h"
+#include "raw/files/describe.h"
 #include "raw/files/flat_image.h"
 #include "raw/files/widened_rows.h"
 
-#include <cctype>
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <system_error>
+#include <utility>
 
 namespace qor::Texsmith::Raw {
 namespace {
 
 constexpr char kSourcePath[] = "raw\\files\\pfm";
 constexpr FileKind kKind = {"PFM", kSourcePath};
+
+constexpr unsigned long kMostSize = std::numeric_limits<unsigned>::max();
 
 constexpr Vex::DataFormat kGrey = Vex::kDataFormatL32Float;
 constexpr Vex::DataFormat kColor = Vex::kDataFormatR32G32B32X32Float;
@@ -59,11 +64,13 @@ struct Token {
         float value = 0;
         return std::from_chars(begin, m_text + std::strlen(m_text), value).ec != std::errc::invalid_argument;
     }
+    bool isNegative() const { return m_text[0] == '-'; }
 };
 
 struct Header {
     unsigned m_channels = 0;
     unsigned long m_width = 0, m_height = 0;
+    bool m_isBigEndian = false; // by its scale
 
     // Leaves `file` at the first float. Null, or what is wrong.
     const char* read(MemoryRegion* file) {
@@ -74,6 +81,7 @@ struct Header {
         if (!width.scan(&m_width) || !height.scan(&m_height) || !scale.isNumber()) {
             return "its width, height or scale is no number";
         }
+        m_isBigEndian = !scale.isNegative();
         m_channels = std::strcmp(magic.m_text, "Pf") == 0 ? 1 : std::strcmp(magic.m_text, "PF") == 0 ? 3 : 0;
         file->begin += file->begin < file->end ? 1 : 0;
         return m_channels != 0 ? nullptr : "it begins with neither 'Pf' nor 'PF'";
@@ -92,29 +100,55 @@ bool floatsFit(const Header& header, const MemoryRegion& floats) {
     return false;
 }
 
-Error writeFile(const Image& image, unsigned channels, ResizableMemoryRegion* destination) {
+// Calls row(to, from, elements) for the rows of a file, or for all of them as one, into the rows of an image
+// or the other way round.
+template <typename Row>
+void forEachRow(std::uint8_t* to, std::size_t toPitch, const std::uint8_t* from, std::size_t fromPitch,
+                std::size_t width, std::size_t rows, bool turns, Row row) {
+    if (!turns) {
+        row(to, from, width * rows);
+        return;
+    }
+    for (std::size_t y = 0; y < rows; ++y) {
+        row(to + y * toPitch, from + (rows - 1 - y) * fromPitch, width);
+    }
+}
+
+void swapBytes(MemoryRegion floats) {
+    for (std::uint8_t* at = floats.begin; at < floats.end; at += 4) {
+        std::swap(at[0], at[3]);
+        std::swap(at[1], at[2]);
+    }
+}
+
+Error writeFile(const Image& image, unsigned channels, ResizableMemoryRegion* destination,
+                std::uint32_t readingOptions) {
     const MemoryRegion texels = firstSurface(image);
-    const std::uint64_t elements = image.getElementsWide(0) * std::uint64_t{image.getElementsTall(0)};
+    const std::size_t width = image.getElementsWide(0), rows = image.getElementsTall(0);
+    const std::size_t elementBytes = image.getBytesPerElement(), bytesInFile = std::size_t{4} * channels;
     char header[64];
     const auto headerBytes = static_cast<std::size_t>(
         std::snprintf(header, sizeof header, "P%c\n%u %u\n-1.0\n", channels == 1 ? 'f' : 'F',
                       image.getElementsWide(0), image.getElementsTall(0)));
-    if (!resizeFile(kKind, destination, headerBytes + 4 * channels * elements)) {
+    if (!resizeFile(kKind, destination, headerBytes + bytesInFile * width * rows)) {
         return kErrorFailed;
     }
     std::memcpy(destination->begin, header, headerBytes);
-    std::uint8_t* to = destination->begin + headerBytes;
-    if (channels == 1) {
-        std::memcpy(to, texels.begin, texels.length());
-        return kErrorNone;
-    }
-    for (const std::uint8_t* from = texels.begin; from != texels.end; from += 16, to += 12) {
-        std::memcpy(to, from, 12);
-    }
+    forEachRow(destination->begin + headerBytes, bytesInFile * width, texels.begin, elementBytes * width,
+               width, rows, (readingOptions & kReadPfmBottomUp) != 0,
+               [=](std::uint8_t* to, const std::uint8_t* from, std::size_t count) {
+                   if (channels == 1) {
+                       std::memcpy(to, from, count * 4);
+                       return;
+                   }
+                   for (; count > 0; --count, from += 16, to += 12) {
+                       std::memcpy(to, from, 12);
+                   }
+               });
     return kErrorNone;
 }
 
-Error readFile(MemoryRegion floats, ReallocatableImage* destination) {
+Error readFile(MemoryRegion floats, ReallocatableImage* destination, std::uint32_t readingOptions) {
     Header header;
     if (const char* fault = header.read(&floats); fault != nullptr) {
         return refuseFile(kKind, fault);
@@ -129,11 +163,17 @@ Error readFile(MemoryRegion floats, ReallocatableImage* destination) {
     if (texels.length() == 0) {
         return kErrorFailed;
     }
-    if (header.m_channels == 1) {
-        copyRow(texels.begin, floats.begin, texels.length(), storesFor(texels.length()));
-    } else {
-        widenRow<&widenElements12, 16>(texels.begin, floats.begin, texels.length() / 16,
-                                       storesFor(texels.length()));
+    const RowStores stores = storesFor(texels.length());
+    const bool isGrey = header.m_channels == 1;
+    forEachRow(texels.begin, texels.length() / height, floats.begin,
+               std::size_t{4} * header.m_channels * width, width, height,
+               (readingOptions & kReadPfmBottomUp) != 0,
+               [=](std::uint8_t* to, const std::uint8_t* from, std::size_t count) {
+                   isGrey ? copyRow(to, from, count * 4, stores)
+                          : widenRow<&widenElements12, 16>(to, from, count, stores);
+               });
+    if (header.m_isBigEndian && (readingOptions & kReadPfmByteOrder) != 0) {
+        swapBytes(texels);
     }
     return kErrorNone;
 }
@@ -141,15 +181,31 @@ Error readFile(MemoryRegion floats, ReallocatableImage* destination) {
 } // namespace
 
 Error convertFromPfm(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration) {
-    return readFlatImage(kKind, source, destination, configuration,
-                         [=](const MemoryRegion* file) { return readFile(*file, destination); });
+    return readFlatImage(kKind, source, destination, configuration, [=](const MemoryRegion* file) {
+        return readFile(*file, destination, configuration->m_readingOptions);
+    });
+}
+
+bool describePfm(FileDescription* description, const DescribedFile& file) {
+    MemoryRegion text = file.m_region;
+    Header header;
+    if (header.read(&text) != nullptr || std::max(header.m_width, header.m_height) > kMostSize) {
+        return false;
+    }
+    describeFlat(description, static_cast<unsigned>(header.m_width), static_cast<unsigned>(header.m_height),
+                 formatOf(header.m_channels));
+    setTransfer(description, kFileTransferLinear, "its type");
+    description->m_readingOptions |=
+        file.m_configuration->m_readingOptions &
+        ((header.m_isBigEndian ? kReadPfmByteOrder : 0u) | (header.m_height > 1 ? kReadPfmBottomUp : 0u));
+    return true;
 }
 
 Error convertToPfm(const Image* source, ResizableMemoryRegion* destination, PfmChannels channels,
                    Configuration* configuration) {
     const unsigned count = channels == kPfmChannels1 ? 1 : 3;
     const auto write = [=](const Image& image, ResizableMemoryRegion* place) {
-        return writeFile(image, count, place);
+        return writeFile(image, count, place, configuration->m_readingOptions);
     };
     return writeFlatImage(kKind, source, destination, configuration, [&] {
         return writeInFormat(kKind, *source, formatOf(count), Transforms::kApply, destination, configuration,

@@ -3,12 +3,14 @@
 
 #include "qor/texsmith/raw/bithacks.h"
 #include "qor/vex/data_formats.h"
+#include "raw/files/describe.h"
 #include "raw/files/flat_image.h"
 #include "raw/files/tga_encode.h"
 #include "raw/files/tga_header.h"
 #include "raw/files/tga_view.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 namespace qor::Texsmith::Raw {
@@ -107,12 +109,36 @@ constexpr FormatRow kFormats[] = {
 };
 
 // Format 0 when the table has none.
-Vex::DataFormat chooseFormat(const TgaHeader& header, Vex::TextureChannelType channelType) {
+Vex::DataFormat formatInTable(const TgaHeader& header) {
     const auto* row =
         std::find_if(std::begin(kFormats), std::end(kFormats), [&header](const FormatRow& candidate) {
             return candidate.m_isGrey == header.isGrey() && candidate.m_bits == header.elementBits();
         });
-    return row != std::end(kFormats) ? row->m_format.withTextureChannelType(channelType) : Vex::DataFormat{0};
+    return row != std::end(kFormats) ? row->m_format : Vex::DataFormat{0};
+}
+
+// Of the options, the one that makes a difference to such a file, or none.
+std::uint32_t effectiveOption(const TgaHeader& header, std::uint32_t readingOptions) {
+    if (header.elementBits() != 16) {
+        return kReadLiterally;
+    }
+    if (header.isGrey()) {
+        return header.attributeBits() == 8 ? readingOptions & kReadTgaGreyWithAlpha : kReadLiterally;
+    }
+    return header.attributeBits() == 0 ? readingOptions & kReadTgaColorAsOpaque : kReadLiterally;
+}
+
+Vex::DataFormat chooseFormat(const TgaHeader& header, std::uint32_t readingOptions,
+                             Vex::TextureChannelType channelType) {
+    switch (effectiveOption(header, readingOptions)) {
+    case kReadTgaGreyWithAlpha: // of sRGB texels alpha is the fourth channel: the curve is for three
+        return channelType == Vex::kTextureChannelTypeSrgb ? Vex::kDataFormatR8G8B8A8Unorm
+                                                           : Vex::kDataFormatL8A8Unorm;
+    case kReadTgaColorAsOpaque:
+        return Vex::kDataFormatB5G5R5X1Unorm;
+    default:
+        return formatInTable(header);
+    }
 }
 
 // Cuts up to `bytes` off the front of `region`.
@@ -138,10 +164,27 @@ TgaPixels makePixels(const TgaHeader& header, MemoryRegion file) {
     return pixels;
 }
 
+// Two bytes of grey and alpha stand for four.
+bool isSpread(const TgaHeader& header, Vex::DataFormat format) {
+    return header.isGrey() && header.m_pixelBits == 16 && format.getBytesPerElement() == 4;
+}
+
+// From the second half of the elements, where grey and alpha were decoded to. Element i begins before them.
+void spreadGreyAndAlpha(MemoryRegion elements) {
+    const std::uint64_t count = elements.length() / 4;
+    const std::uint8_t* from = elements.begin + count * 2;
+    for (std::uint64_t i = 0; i < count; ++i, from += 2) {
+        const std::uint8_t grey = from[0], alpha = from[1];
+        const std::uint8_t element[] = {grey, grey, grey, alpha};
+        std::memcpy(elements.begin + i * 4, element, sizeof element);
+    }
+}
+
 // Null for pixels of 48 and 64 bits, which have a format and no decoder.
 TgaDecoder findDecoder(const TgaHeader& header, Vex::DataFormat format) {
     const unsigned pixelBytes = header.m_pixelBits / 8;
-    const TgaLayout layout{format.getBytesPerElement(), pixelBytes,
+    const unsigned elementBytes = isSpread(header, format) ? pixelBytes : format.getBytesPerElement();
+    const TgaLayout layout{elementBytes, pixelBytes,
                            header.isMapped() ? header.m_mapEntryBits / 8 : pixelBytes, header.isMapped()};
     return findTgaDecoder(layout, header.order());
 }
@@ -168,9 +211,12 @@ Outline outlineOf(const TgaHeader& header, const Configuration& configuration) {
     if (const Error error = checkHeader(header); error != kErrorNone) {
         return {error};
     }
-    const Vex::DataFormat format = chooseFormat(header, configuration.m_textureChannelType);
-    const bool isInvalid = format.getSurfaceFormat() == Vex::kSurfaceFormatInvalid;
-    return {isInvalid ? kErrorTgaUnsupported : kErrorNone, format};
+    const Vex::DataFormat format =
+        chooseFormat(header, configuration.m_readingOptions, configuration.m_textureChannelType);
+    if (format.getSurfaceFormat() == Vex::kSurfaceFormatInvalid) {
+        return {kErrorTgaUnsupported};
+    }
+    return {kErrorNone, format.withTextureChannelType(configuration.m_textureChannelType)};
 }
 
 Error readFile(MemoryRegion file, ReallocatableImage* destination, const Configuration& configuration) {
@@ -196,7 +242,12 @@ Error readFile(MemoryRegion file, ReallocatableImage* destination, const Configu
     if (elements.length() == 0) {
         return kErrorFailed;
     }
-    const std::uint64_t missing = decoder(elements.begin, pixels);
+    const bool spreads = isSpread(header, outline.m_format);
+    const std::uint64_t missing =
+        decoder(spreads ? elements.begin + elements.length() / 2 : elements.begin, pixels);
+    if (spreads) {
+        spreadGreyAndAlpha(elements);
+    }
     return reportMissingTexels(kKind, missing, std::uint64_t{header.m_width} * header.m_height);
 }
 
@@ -206,6 +257,18 @@ Error convertFromTga(MemoryRegion* source, ReallocatableImage* destination, Conf
     return readFlatImage(kKind, source, destination, configuration, [=](const MemoryRegion* file) {
         return readFile(*file, destination, *configuration);
     });
+}
+
+bool describeTga(FileDescription* description, const DescribedFile& file) {
+    if (file.m_region.length() < kTgaHeaderBytes) {
+        return false;
+    }
+    const TgaHeader header(file.m_region.begin);
+    const Outline outline = outlineOf(header, *file.m_configuration);
+    describeFlat(description, header.m_width, header.m_height, outline.m_format);
+    description->m_attributeBits = header.attributeBits();
+    description->m_readingOptions |= effectiveOption(header, file.m_configuration->m_readingOptions);
+    return outline.m_error == kErrorNone;
 }
 
 bool viewTga(RegionImage* view, const MemoryRegion& source, const Configuration& configuration) {

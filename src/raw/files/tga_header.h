@@ -41,6 +41,7 @@ struct TgaHeader {
     bool isMapped() const { return (m_imageType & ~kTgaTypeRunLength) == kTgaTypeMapped; }
     bool isGrey() const { return (m_imageType & ~kTgaTypeRunLength) == kTgaTypeGrey; }
     unsigned elementBits() const { return isMapped() ? m_mapEntryBits : m_pixelBits; }
+    unsigned attributeBits() const { return m_descriptor & 0xF; } // of a pixel, its alpha among them
     unsigned order() const {
         return ((m_descriptor & kTgaDescriptorTopDown) != 0 ? kTgaTopDown : 0) |
                ((m_descriptor & kTgaDescriptorRightToLeft) != 0 ? kTgaRightToLeft : 0);

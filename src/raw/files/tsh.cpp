@@ -3,6 +3,7 @@
 
 #include "qor/texsmith/raw/json.h"
 #include "qor/texsmith/raw/reflected_types.h"
+#include "raw/files/describe.h"
 #include "raw/files/flat_image.h"
 
 #include <algorithm>
@@ -32,15 +33,25 @@ bool readText(Json::Node* node, const MemoryRegion& text, const IAllocator& allo
     return !reader.hasFailed();
 }
 
-Error readFile(const MemoryRegion& source, ReallocatableImage* destination, const IAllocator& allocator) {
+// False, and reported, for a text that describes no image.
+bool readTexture(Vex::Texture* texture, const MemoryRegion& source, const IAllocator& allocator) {
     Json::Node node(allocator);
     if (!readText(&node, source, allocator)) {
-        return kErrorFailed;
+        return false;
     }
-    Vex::Texture texture = {};
-    ReflectedTypes::g_vexTexture.fromJson(&texture, &node);
-    if (texture.getDataFormat().getBytesPerElement() == 0) {
-        return refuseFile(kKind, "it describes no image");
+    *texture = {};
+    ReflectedTypes::g_vexTexture.fromJson(texture, &node);
+    if (texture->getDataFormat().getBytesPerElement() == 0) {
+        refuseFile(kKind, "it describes no image");
+        return false;
+    }
+    return true;
+}
+
+Error readFile(const MemoryRegion& source, ReallocatableImage* destination, const IAllocator& allocator) {
+    Vex::Texture texture;
+    if (!readTexture(&texture, source, allocator)) {
+        return kErrorFailed;
     }
     destination->reallocate(&texture);
     destination->setModifiers(Modifiers());
@@ -68,6 +79,16 @@ Error convertFromTsh(MemoryRegion* source, ReallocatableImage* destination, Conf
     return readFlatImage(kKind, source, destination, configuration, [=](const MemoryRegion* file) {
         return readFile(*file, destination, configuration->m_allocator);
     });
+}
+
+bool describeTsh(FileDescription* description, const DescribedFile& file) {
+    Vex::Texture texture;
+    if (!readTexture(&texture, file.m_region, file.m_configuration->m_allocator)) {
+        return false;
+    }
+    describeTexture(description, texture);
+    setTransferByFormat(description);
+    return true;
 }
 
 Error convertToTsh(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {

@@ -22,7 +22,8 @@ Error compareVxf(MemoryRegion* a, MemoryRegion* b, Configuration* configuration)
 }
 
 Error openDds(DdsImage* image, MemoryRegion* file, const Configuration* configuration) {
-    const Error error = image->readFrom(file, configuration->m_textureChannelType);
+    const Error error =
+        image->readFrom(file, configuration->m_textureChannelType, configuration->m_readingOptions);
     return image->hasFile() ? error : firstError(error, kErrorFailed);
 }
 

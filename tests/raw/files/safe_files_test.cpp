@@ -195,6 +195,16 @@ TEST(Faults, AFormatThatATypeCannotHoldIsReported) {
     EXPECT_GE(refused, 7u); // no file of pixels holds the format without texels
 }
 
+std::string declinedBitmap(unsigned headerBytes, unsigned bits, unsigned compression) {
+    std::string file(100, '\0');
+    file.replace(0, 2, "BM");
+    file[14] = static_cast<char>(headerBytes);
+    file[18] = file[22] = 2;
+    file[28] = static_cast<char>(bits);
+    file[30] = static_cast<char>(compression);
+    return file;
+}
+
 TEST(Faults, WhatAReaderTurnsDownItExplains) {
     struct Case {
         const char* m_extension;
@@ -208,6 +218,13 @@ TEST(Faults, WhatAReaderTurnsDownItExplains) {
         {".pfm", "PF 1 0000000000000001 1 ",
          "The PFM file cannot be read: a word of its header is too long."},
         {".bmp", "", "The BMP file cannot be read: it is shorter than its headers."},
+        {".bmp", declinedBitmap(64, 24, 4),
+         "The BMP file cannot be read: its pixels are compressed as RLE24, which is not read."},
+        {".bmp", declinedBitmap(40, 0, 4),
+         "The BMP file cannot be read: it holds a JPEG file, which is not read from a bitmap."},
+        {".hdr", "#?RADIANCE\n\n+X 3 +Y 2\n",
+         "The HDR file cannot be read: its pixels are in '+X +Y' order, but columns cannot come before "
+         "rows."},
         {".tga", "", "The TGA file cannot be read: it is too small for its header."},
         {".tsh", "[]", "The TSH file cannot be read: it describes no image."},
         {".tsh", "{\"a\" : 1}", "The TSH file cannot be read: it describes no image."},

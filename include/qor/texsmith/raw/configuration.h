@@ -14,6 +14,7 @@
 
 #include "qor/texsmith/export.h"
 #include "qor/texsmith/raw/allocator.h"
+#include "qor/texsmith/raw/reading_options.h"
 #include "qor/texsmith/raw/texture.h"
 #include "qor/texsmith/raw/transform.h"
 
@@ -115,7 +116,8 @@ struct QOR_TEXSMITH_API Configuration {
     Vex::TextureChannelType m_textureChannelType; // what readers of file formats take texels for
     DecoderConfiguration m_decoderConfiguration;
     EncoderConfiguration m_encoderConfiguration;
-    unsigned m_callbacksPerJob; // when nonzero, the default number of callbacks of a job, in place of 32
+    unsigned m_callbacksPerJob;     // when nonzero, the default number of callbacks of a job, in place of 32
+    std::uint32_t m_readingOptions; // bits of ReadingOption; kReadLiterally at first
 
     Configuration();
     unsigned getVersion() const { return m_version; }

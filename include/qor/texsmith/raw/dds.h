@@ -1,11 +1,13 @@
 // DDS, the files that carry texels as the graphics hardware has them: nothing is decoded on the way.
 //
 // The layout of the file is the published one: a magic word, a header of 124 bytes, 20 bytes more when its
-// FourCC is "DX10", and the texels in the order of Image. Of an array only the first slice is read.
+// FourCC is "DX10", and the texels in the order of Image. Of an array only the first slice is read, unless
+// the reading options ask for all (see reading_options.h).
 #pragma once
 
 #include "qor/texsmith/export.h"
 #include "qor/texsmith/raw/image.h"
+#include "qor/texsmith/raw/reading_options.h"
 
 namespace qor::Texsmith::Dds {
 struct Header;
@@ -31,6 +33,9 @@ public:
     // has and zeros for the rest, a warning, and kErrorFailed. One whose header claims more than 1 MiB of
     // texels, of which the file has less than a sixteenth, leaves the image empty instead.
     Error readFrom(MemoryRegion* memoryRegion, Vex::TextureChannelType channelType);
+    // The same, with bits of ReadingOption.
+    Error readFrom(MemoryRegion* memoryRegion, Vex::TextureChannelType channelType,
+                   std::uint32_t readingOptions);
 
     // Makes a file for a descriptor; its texels are then the caller's to fill. Bc6 and Bc7 need the extended
     // header and get it whatever the version. Formats that a header cannot name are written all the same, and
@@ -41,11 +46,9 @@ public:
     bool hasDx10Header() const { return m_headerDx10 != nullptr; }
 
 private:
-    struct Shape;
-
     const std::type_info* doGetRowsClass() const override;
     void setFile(std::uint8_t* file, bool hasDx10Header);
-    bool setShape(const Shape& shape);
+    bool setShape(const Vex::Texture& texture);
     Error takeTexels(MemoryRegion inFile, unsigned bytesInFile);
     Error fillOwnMemory(MemoryRegion inFile, unsigned bytesInFile, std::uint64_t neededInFile);
 

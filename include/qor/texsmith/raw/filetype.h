@@ -5,6 +5,7 @@
 
 #include "qor/texsmith/export.h"
 #include "qor/texsmith/raw/memory_region.h"
+#include "qor/texsmith/raw/reading_options.h"
 
 #include <cstdint>
 
@@ -21,5 +22,7 @@ constexpr FileType makeFileType(const char (&text)[5]) {
 QOR_TEXSMITH_API FileType getFileTypeFromExtension(const char* filename);
 // By the first bytes; at most five are looked at.
 QOR_TEXSMITH_API FileType getFileTypeFromContents(const MemoryRegion* region);
+// The same, with bits of ReadingOption.
+QOR_TEXSMITH_API FileType getFileTypeFromContents(const MemoryRegion* region, std::uint32_t readingOptions);
 
 } // namespace qor::Texsmith::Raw

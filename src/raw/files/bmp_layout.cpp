@@ -1,4 +1,4 @@
-#include "codec/bmp_layout.h"
+#include "raw/files/bmp_layout.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,6 +11,7 @@ constexpr std::uint64_t kLeastBytes = 54;
 constexpr std::uint64_t kFileHeaderBytes = 14;
 constexpr std::uint32_t kOldHeaderBytes = 12; // with sizes of 16 bits and palette entries of three bytes
 constexpr std::uint32_t kUsualHeaderBytes = 40;
+constexpr std::uint32_t kOs2HeaderBytes = 64;   // whose numbers of compressions from 3 on are its own
 constexpr std::uint32_t kAlphaHeaderBytes = 56; // from here on the header has four masks
 constexpr std::uint64_t kMasksPlace = 54;       // in the header, or behind one that ends before them
 
@@ -43,19 +44,22 @@ BmpField::BmpField(std::uint32_t mask) : m_mask(mask), m_shift(0), m_bytes{} {
 //   14  u32 bytes of this header      old: 18  u16 width, height    24  u16 bits
 //   18  s32 width, s32 height              28  u16 bits             30  u32 compression
 //   46  u32 colours of the palette         54  u32 masks of R, G, B, A
-bool BmpLayout::parse(const MemoryRegion& file) {
-    if (file.length() < kLeastBytes || std::memcmp(file.begin, "BM", 2) != 0) {
-        return false;
+const char* BmpLayout::parse(const MemoryRegion& file) {
+    if (file.length() < kLeastBytes) {
+        return "it is shorter than its headers";
+    }
+    if (std::memcmp(file.begin, "BM", 2) != 0) {
+        return "it does not begin with 'BM'";
     }
     parseSizes(file.begin);
     if (!isKnown()) {
-        return false;
+        return reasonToDecline();
     }
     m_texels = file;
     m_texels.begin += std::min<std::uint64_t>(word(file.begin + 10), file.length());
     parseFields(file);
     parsePalette(file);
-    return true;
+    return nullptr;
 }
 
 void BmpLayout::parseSizes(const std::uint8_t* bytes) {
@@ -91,6 +95,33 @@ bool BmpLayout::isKnown() const {
         return m_bits == 16 || m_bits == 32;
     default:
         return false;
+    }
+}
+
+const char* BmpLayout::reasonToDecline() const {
+    if (m_headerBytes != kOldHeaderBytes && m_headerBytes < kUsualHeaderBytes) {
+        return "its header is of an unknown kind";
+    }
+    const bool isOs2 = m_headerBytes == kOs2HeaderBytes;
+    switch (m_compression) {
+    case kBmpPlain:
+    case kBmpRuns8:
+    case kBmpRuns4:
+        return "the number of bits of its pixels is not one that bitmaps of its kind have";
+    case kBmpFields:
+        return isOs2 ? "its pixels are compressed as Huffman 1D, which is not read"
+                     : "its pixels have masks, but neither 16 nor 32 bits";
+    case kBmpJpeg:
+        return isOs2 || m_bits == 24 ? "its pixels are compressed as RLE24, which is not read"
+                                     : "it holds a JPEG file, which is not read from a bitmap";
+    case kBmpPng:
+        return "it holds a PNG file, which is not read from a bitmap";
+    case kBmpCmyk:
+    case kBmpCmykRuns8:
+    case kBmpCmykRuns4:
+        return "its colours are CMYK, which is not read";
+    default:
+        return "the compression of its pixels is unknown";
     }
 }
 

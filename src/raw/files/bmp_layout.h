@@ -13,7 +13,12 @@ enum BmpCompression : std::uint32_t {
     kBmpRuns8 = 1,
     kBmpRuns4 = 2,
     kBmpFields = 3,
+    kBmpJpeg = 4, // or runs of pixels of 24 bits
+    kBmpPng = 5,
     kBmpFieldsWithAlpha = 6,
+    kBmpCmyk = 11,
+    kBmpCmykRuns8 = 12,
+    kBmpCmykRuns4 = 13,
 };
 
 // A channel of a pixel word, and how it comes to eight bits.
@@ -39,8 +44,9 @@ struct BmpLayout {
     std::array<BmpField, 4> m_fields;           // B, G, R, A of pixels of 16 and more bits
     std::array<std::uint32_t, 256> m_palette{}; // as B8G8R8X8; zeros where the file has no entry
 
-    // False for a file of another kind, or of a kind that is not read.
-    bool parse(const MemoryRegion& file);
+    // Null, or why the file cannot be read: it is none, or of a kind that is declined. Sizes and bits are
+    // known all the same where there is a header.
+    const char* parse(const MemoryRegion& file);
     bool isRuns() const { return m_compression == kBmpRuns8 || m_compression == kBmpRuns4; }
 
 private:
@@ -48,6 +54,7 @@ private:
     void parseFields(const MemoryRegion& file);
     void parsePalette(const MemoryRegion& file);
     bool isKnown() const;
+    const char* reasonToDecline() const;
 
     std::uint32_t m_headerBytes = 0; // of the second header
     std::uint32_t m_colors = 0;      // of the palette; 0 for as many as there can be
