@@ -101,8 +101,6 @@ unsigned CpuBlockEncoder::encode(void* destination, const ColorRGBA32F block[16]
         return m_bytesPerBlock;
     }
     auto* bytes = static_cast<std::uint8_t*>(destination);
-    const unsigned first = m_image != nullptr ? std::min(m_image->getSelectedChannel(0), 3u) : 0;
-    const unsigned second = m_image != nullptr ? std::min(m_image->getSelectedChannel(1), 3u) : 1;
     const float threshold = m_image != nullptr ? m_image->getOpacityThreshold() : 0.0f;
     switch (m_formatIndex) {
     case kBc1:
@@ -123,11 +121,8 @@ unsigned CpuBlockEncoder::encode(void* destination, const ColorRGBA32F block[16]
         Raw::encodeBc1Group(bytes + 8, block, 1);
         break;
     case kBc4:
-        Raw::encodeBc4Channel(bytes, block, first, m_isSigned);
-        break;
     case kBc5:
-        Raw::encodeBc4Channel(bytes, block, first, m_isSigned);
-        Raw::encodeBc4Channel(bytes + 8, block, second, m_isSigned);
+        encodeChannels(bytes, block, 1);
         break;
     case kBc6:
         Raw::encodeBc6(bytes, block, m_configuration);
@@ -139,19 +134,35 @@ unsigned CpuBlockEncoder::encode(void* destination, const ColorRGBA32F block[16]
     return m_bytesPerBlock;
 }
 
-// Blocks of BC1 and the colour halves of BC2 and BC3 are encoded many at once, which gives the bytes of
-// encode.
+// One block of BC4 or two of BC5 for each block of texels, of the channels that the picture has selected.
+void CpuBlockEncoder::encodeChannels(std::uint8_t* destination, const ColorRGBA32F* texels,
+                                     unsigned count) const {
+    const unsigned halves = m_formatIndex == kBc5 ? 2 : 1;
+    for (unsigned half = 0; half < halves; ++half) {
+        const unsigned channel = m_image != nullptr ? std::min(m_image->getSelectedChannel(half), 3u) : half;
+        Raw::encodeBc4Blocks(destination + std::size_t{8} * half, std::size_t{8} * halves, texels, channel,
+                             m_isSigned, count, Raw::kEncoderEffortNormal);
+    }
+}
+
+// Most formats' blocks are encoded many at once, which gives the bytes of encode.
 void CpuBlockEncoder::encodeRun(std::uint8_t* destination, const ColorRGBA32F* texels, unsigned count) const {
     if (m_formatIndex == kBc1 && !m_hasOpacityThreshold) {
         Raw::encodeBc1Blocks(destination, texels, count);
     } else if (m_formatIndex == kBc2 || m_formatIndex == kBc3) {
         std::uint8_t colours[kBlocksAtOnce * 8];
         Raw::encodeBc1Blocks(colours, texels, count);
-        const auto encodeAlpha = m_formatIndex == kBc2 ? &Raw::encodeBc2Alpha : &Raw::encodeBc3Alpha;
+        if (m_formatIndex == kBc3) {
+            Raw::encodeBc3AlphaBlocks(destination, 16, texels, count);
+        }
         for (unsigned block = 0; block < count; ++block) {
-            encodeAlpha(destination + block * 16, texels + block * kTexels);
+            if (m_formatIndex == kBc2) {
+                Raw::encodeBc2Alpha(destination + block * 16, texels + block * kTexels);
+            }
             std::memcpy(destination + block * 16 + 8, colours + block * 8, 8);
         }
+    } else if (m_formatIndex == kBc4 || m_formatIndex == kBc5) {
+        encodeChannels(destination, texels, count);
     } else if (m_formatIndex == kBc6) {
         Raw::encodeBc6Blocks(destination, texels, m_configuration, count);
     } else if (m_formatIndex == kBc7) {

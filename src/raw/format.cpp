@@ -126,7 +126,7 @@ template <SurfaceFormat kFormat> constexpr SurfaceFormatInfo channelBlocks(std::
     row.hardwareDecodeBlock = &ChannelBlocks<kFormat>::decode;
     row.decodeTile = &decodeTileByBlocks;
     row.encodeBlock = &ChannelBlocks<kFormat>::encode;
-    row.encodeTile = &encodeTileByBlocks;
+    row.encodeTile = &ChannelBlocks<kFormat>::encodeTile;
     return row;
 }
 

@@ -85,6 +85,38 @@ template <typename Lanes> void runOperations(Results* results, const Operands& o
     }
 }
 
+// Every operation of a class of words on sixteen words, row after row.
+inline constexpr unsigned kWords = 16, kWordRows = 24, kWideRows = 4;
+struct WordResults {
+    std::int16_t m_words[kWordRows][kWords];
+    std::uint32_t m_wide[kWideRows][kWords];
+    bool m_any[kWords];
+};
+
+template <typename Words>
+void runWordOperations(WordResults* results, const std::int16_t (&operands)[4][kWords]) {
+    for (unsigned i = 0; i < kWords; i += Words::kCount) {
+        unsigned row = 0, wideRow = 0;
+        const auto keep = [&](auto value) { store(results->m_words[row++] + i, value); };
+        const auto keepWide = [&](auto value) { storeWide(results->m_wide[wideRow++] + i, value); };
+        const auto a = Words::load(operands[0] + i), b = Words::load(operands[1] + i);
+        const auto c = Words::load(operands[2] + i), d = Words::load(operands[3] + i);
+        const auto mask = greaterSigned(a, b);
+        keep(a + b), keep(a - b), keep(a * b), keep(a & b), keep(a | b), keep(a ^ b),
+            keep(multiplyHigh(a, b));
+        keep(minimumSigned(a, b)), keep(maximumSigned(a, b)), keep(mask), keep(equal(a, b));
+        keep(select(mask, c, d)), keep(shiftLeft<5>(a)), keep(shiftRight<5>(a)), keep(shiftRightSigned<5>(a));
+        keep(Words::splat(operands[0][0])), keep(narrow(widen(a))), keep(narrow(sumOfProducts(a, b, c, d)));
+        keepWide(widen(a)), keepWide(interleave(a, b)), keepWide(sumOfProducts(a, b, c, d));
+        keepWide(Words::loadWide(results->m_wide[0] + i));
+        results->m_any[i / Words::kCount] = anyLane(mask);
+    }
+}
+
+using RunWordOperations = void (*)(WordResults* results, const std::int16_t (&operands)[4][kWords]);
+// Null where the build has none.
+RunWordOperations getWordOperationsAvx2();
+
 using RunOperations = void (*)(Results* results, const Operands& operands);
 // Null where the build has none.
 RunOperations getOperationsAvx2();

@@ -3,6 +3,7 @@
 
 #include "simd/dispatch.h"
 #include "simd/lanes_operations.h"
+#include "simd/words.h"
 #include "support/bit_patterns.h"
 
 #include <gtest/gtest.h>
@@ -198,6 +199,36 @@ TEST(Lanes, EveryOperationDoesWhatPlainArithmeticDoes) {
             checkLanes(results, operands);
             checkVectors(results, operands);
             checkMemory(results, operands);
+        }
+    }
+}
+
+// The plain class against its definition where that is not one operator, and the others against it.
+TEST(Words, AllClassesAgree) {
+    TestSupport::RandomBits random;
+    for (int round = 0; round < 3000 && !HasFailure(); ++round) {
+        std::int16_t operands[4][kWords];
+        for (auto& row : operands) {
+            for (std::int16_t& word : row) {
+                word = static_cast<std::int16_t>(random.word() >> random.word() % 20);
+            }
+        }
+        WordResults expected = {}, found = {}, wide = {};
+        runWordOperations<Simd::Scalar::WordBackend>(&expected, operands);
+        runWordOperations<Simd::Words8>(&found, operands);
+        EXPECT_EQ(0, std::memcmp(&found, &expected, sizeof found));
+        for (unsigned i = 0; i < kWords; ++i) {
+            const int a = operands[0][i], b = operands[1][i], c = operands[2][i], d = operands[3][i];
+            const std::int64_t sum = std::int64_t{a} * b + std::int64_t{c} * d;
+            EXPECT_EQ(expected.m_words[6][i], a * b >> 16);
+            EXPECT_EQ(expected.m_wide[2][i], static_cast<std::uint32_t>(sum));
+            EXPECT_EQ(expected.m_wide[3][i], static_cast<std::uint32_t>(a));
+        }
+        if (Simd::mayUseAvx2() && getWordOperationsAvx2() != nullptr) {
+            getWordOperationsAvx2()(&wide, operands);
+            EXPECT_EQ(0, std::memcmp(wide.m_words, expected.m_words, sizeof wide.m_words));
+            EXPECT_EQ(0, std::memcmp(wide.m_wide, expected.m_wide, sizeof wide.m_wide));
+            EXPECT_EQ(wide.m_any[0], expected.m_any[0] || expected.m_any[1]);
         }
     }
 }

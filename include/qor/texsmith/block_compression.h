@@ -91,6 +91,7 @@ private:
     void gatherBlocks(ColorRGBA32F* texels, unsigned x, unsigned y, unsigned count) const;
     void gatherChannel(ColorRGBA32F* texels, unsigned channel, std::size_t pixel, unsigned columns) const;
     void encodeRun(std::uint8_t* destination, const ColorRGBA32F* texels, unsigned count) const;
+    void encodeChannels(std::uint8_t* destination, const ColorRGBA32F* texels, unsigned count) const;
 };
 
 } // namespace qor::Texsmith

@@ -14,5 +14,8 @@ struct Bc4Weights {
 inline constexpr Bc4Weights kBc4EightValues = {{64, 0, 55, 46, 37, 27, 18, 9},
                                                {0, 64, 9, 18, 27, 37, 46, 55}};
 inline constexpr Bc4Weights kBc4SixValues = {{64, 0, 51, 38, 26, 13, 0, 0}, {0, 64, 13, 26, 38, 51, 0, 0}};
+// What the encoder of BC3's alpha takes for those six. Entry 4 is deliberately not what a decoder makes of it
+// (27 : 37, not 26 : 38).
+inline constexpr Bc4Weights kBc3SixAlphas = {{64, 0, 51, 38, 27, 13, 0, 0}, {0, 64, 13, 26, 37, 51, 0, 0}};
 
 } // namespace qor::Texsmith::Raw

@@ -1,8 +1,11 @@
 // The loops over the 16 bytes of a block are written so that compilers make vectors of them.
-
 #include "raw/blocks/block_alpha.h"
+
+#include "raw/blocks/bc3_alpha_lanes.h"
 #include "raw/blocks/bc4_weights.h"
 #include "raw/texels/sides.h"
+#include "simd/dispatch.h"
+#include "simd/words.h"
 
 #include <algorithm>
 #include <cstring>
@@ -54,14 +57,12 @@ Endpoints chooseBc3AlphaEndpoints(const Bytes& alpha) {
     return extremes >= 4 ? Endpoints{least, greatest} : Endpoints{greatest, least};
 }
 
-// Entry 4 of the six values is deliberately not what a decoder makes of it (27 : 37, not 26 : 38).
 struct Palette {
     std::uint8_t m_entries[8];
 
     explicit Palette(Endpoints ends) : m_entries{ends.m_first, ends.m_second} {
-        static constexpr Bc4Weights kSix = {{64, 0, 51, 38, 27, 13}, {0, 64, 13, 26, 37, 51}};
         const bool six = ends.m_first <= ends.m_second;
-        const Bc4Weights& weights = six ? kSix : kBc4EightValues;
+        const Bc4Weights& weights = six ? kBc3SixAlphas : kBc4EightValues;
         for (unsigned i = 2; i < (six ? 6u : 8u); ++i) {
             const int sum = weights.m_first[i] * ends.m_first + weights.m_second[i] * ends.m_second;
             m_entries[i] = static_cast<std::uint8_t>((sum + 32) >> 6);
@@ -104,6 +105,13 @@ std::uint64_t pack(const Bytes& codes, unsigned bits) {
     return packHalf(codes.m_texels, bits) | packHalf(codes.m_texels + 8, bits) << 8 * bits;
 }
 
+constexpr unsigned kAlpha = 3;
+
+Bc3AlphaKernel chooseKernel() {
+    const Bc3AlphaKernel wide = Simd::mayUseAvx2() ? getBc3AlphaKernelAvx2() : nullptr;
+    return wide != nullptr ? wide : &Bc3AlphaLanes<Simd::Words8>::encode;
+}
+
 } // namespace
 
 void encodeBc2Alpha(void* destination, const ColorRGBA32F* block) {
@@ -118,6 +126,16 @@ void encodeBc3Alpha(void* destination, const ColorRGBA32F* block) {
     const std::uint64_t packed =
         std::uint64_t{ends.m_first} | std::uint64_t{ends.m_second} << 8 | pack(codes, 3) << 16;
     std::memcpy(destination, &packed, sizeof packed);
+}
+
+void encodeBc3AlphaBlocks(void* destination, std::size_t stride, const ColorRGBA32F* texels,
+                          std::size_t count) {
+    chooseKernel()(static_cast<std::uint8_t*>(destination), stride, {&texels->r, nullptr, 0, kAlpha}, count);
+}
+
+void encodeBc3AlphaRows(void* destination, std::size_t stride, const std::uint8_t* rows, std::size_t pitch,
+                        std::size_t count) {
+    chooseKernel()(static_cast<std::uint8_t*>(destination), stride, {nullptr, rows, pitch, kAlpha}, count);
 }
 
 } // namespace qor::Texsmith::Raw

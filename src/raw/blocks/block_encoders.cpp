@@ -179,9 +179,7 @@ void encodeBc3Group(std::uint8_t* destination, const ColorRGBA32F* source,
                     const EncoderConfiguration& configuration, unsigned count) {
     PreparedRun run;
     prepare(run.m_texels, source, configuration, count);
-    for (unsigned block = 0; block < count; ++block) {
-        encodeBc3Alpha(destination + block * 16, run.m_texels + block * kTexelsPerBlock);
-    }
+    encodeBc3AlphaBlocks(destination, 16, run.m_texels, count);
     if (formatOf(&configuration).getTextureChannelType() == Vex::kTextureChannelTypeSrgb) {
         prepare(run.m_texels, run.m_texels, configuration, count); // clamping twice changes nothing
     }
@@ -197,6 +195,19 @@ void encodeBc3Run(std::uint8_t* destination, const ColorRGBA32F* source,
         encodeOneByOne<&encodeBc3Block, 16>(destination, source, configuration, count);
     } else {
         encodeByGroups<&encodeBc3Group, 16>(destination, source, configuration, count);
+    }
+}
+
+void encodeBc4Run(std::uint8_t* destination, const ColorRGBA32F* source,
+                  const EncoderConfiguration& configuration, std::size_t count) {
+    encodeBc4Blocks(destination, 8, source, 0, configuration.isSigned(), count, configuration.m_effort);
+}
+
+void encodeBc5Run(std::uint8_t* destination, const ColorRGBA32F* source,
+                  const EncoderConfiguration& configuration, std::size_t count) {
+    for (const unsigned channel : {0u, 1u}) {
+        encodeBc4Blocks(destination + 8 * channel, 16, source, channel, configuration.isSigned(), count,
+                        configuration.m_effort);
     }
 }
 
@@ -258,13 +269,12 @@ void encodeBc3Block(std::uint8_t* destination, const ColorRGBA32F* source,
 
 void encodeBc4Block(std::uint8_t* destination, const ColorRGBA32F* source,
                     const EncoderConfiguration& configuration) {
-    encodeBc4Channel(destination, source, 0, configuration.isSigned());
+    encodeBc4Run(destination, source, configuration, 1);
 }
 
 void encodeBc5Block(std::uint8_t* destination, const ColorRGBA32F* source,
                     const EncoderConfiguration& configuration) {
-    encodeBc4Channel(destination, source, 0, configuration.isSigned());
-    encodeBc4Channel(destination + 8, source, 1, configuration.isSigned());
+    encodeBc5Run(destination, source, configuration, 1);
 }
 
 void encodeBc7Block(std::uint8_t* destination, const ColorRGBA32F* source,
@@ -288,9 +298,9 @@ EncodeBlockRun findBlockRunEncoder(Vex::SurfaceFormat format) {
     case Vex::kSurfaceFormatBc3:
         return &encodeBc3Run;
     case Vex::kSurfaceFormatBc4:
-        return &encodeOneByOne<&encodeBc4Block, 8>;
+        return &encodeBc4Run;
     case Vex::kSurfaceFormatBc5:
-        return &encodeOneByOne<&encodeBc5Block, 16>;
+        return &encodeBc5Run;
     case Vex::kSurfaceFormatBc6:
         return &encodeBc6Blocks;
     case Vex::kSurfaceFormatBc7:

@@ -86,6 +86,18 @@ struct TileBlocks {
     }
 };
 
+template <Vex::SurfaceFormat kFormat>
+void encodeTileAsRun(void* destination, unsigned rowPitchInBytes, const Tile& source,
+                     const EncoderConfiguration& configuration) {
+    constexpr bool kIsSmall = kFormat == Vex::kSurfaceFormatBc1 || kFormat == Vex::kSurfaceFormatBc4;
+    constexpr std::size_t kPair = kIsSmall ? 16 : 32; // bytes of two blocks
+    const TileBlocks blocks(source);
+    std::uint8_t encoded[2 * kPair];
+    findBlockRunEncoder(kFormat)(encoded, blocks.m_texels, configuration, 4);
+    std::memcpy(destination, encoded, kPair);
+    std::memcpy(static_cast<std::uint8_t*>(destination) + rowPitchInBytes, encoded + kPair, kPair);
+}
+
 Block8 decodeToBytes(Decode8 decode, const void* source) {
     Block8 bytes;
     decode(bytes.m_texels[0], static_cast<const std::uint8_t*>(source));
@@ -103,12 +115,7 @@ void ColourBlocks<kFormat>::encode(void* destination, unsigned, const Block* sou
 template <Vex::SurfaceFormat kFormat>
 void ColourBlocks<kFormat>::encodeTile(void* destination, unsigned rowPitchInBytes, const Tile* source,
                                        const EncoderConfiguration* configuration) {
-    constexpr std::size_t kPair = kFormat == Vex::kSurfaceFormatBc1 ? 16 : 32; // bytes of two blocks
-    const TileBlocks blocks(*source);
-    std::uint8_t encoded[2 * kPair];
-    findBlockRunEncoder(kFormat)(encoded, blocks.m_texels, *configuration, 4);
-    std::memcpy(destination, encoded, kPair);
-    std::memcpy(static_cast<std::uint8_t*>(destination) + rowPitchInBytes, encoded + kPair, kPair);
+    encodeTileAsRun<kFormat>(destination, rowPitchInBytes, *source, *configuration);
 }
 
 template <Vex::SurfaceFormat kFormat>
@@ -146,6 +153,12 @@ template <Vex::SurfaceFormat kFormat>
 void ChannelBlocks<kFormat>::encode(void* destination, unsigned, const Block* source,
                                     const EncoderConfiguration* configuration) {
     encodeTexels(Codec<kFormat>::kEncode, destination, source->m_texels, configuration);
+}
+
+template <Vex::SurfaceFormat kFormat>
+void ChannelBlocks<kFormat>::encodeTile(void* destination, unsigned rowPitchInBytes, const Tile* source,
+                                        const EncoderConfiguration* configuration) {
+    encodeTileAsRun<kFormat>(destination, rowPitchInBytes, *source, *configuration);
 }
 
 template <Vex::SurfaceFormat kFormat>

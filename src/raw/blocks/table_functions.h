@@ -31,6 +31,8 @@ template <Vex::SurfaceFormat kFormat> struct ColourBlocks {
 template <Vex::SurfaceFormat kFormat> struct ChannelBlocks {
     static void encode(void* destination, unsigned rowPitchInBytes, const Block* source,
                        const EncoderConfiguration* configuration);
+    static void encodeTile(void* destination, unsigned rowPitchInBytes, const Tile* source,
+                           const EncoderConfiguration* configuration);
     static void decode(Block* destination, const void* source, unsigned rowPitchInBytes,
                        const DecoderConfiguration* configuration);
 };
