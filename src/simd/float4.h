@@ -11,9 +11,11 @@
 #    include "simd/float4_sse2.h"
 namespace qor::Texsmith::Simd {
 using namespace Sse2;
-}
+inline constexpr bool kHasVectors = true;
+} // namespace qor::Texsmith::Simd
 #else
 namespace qor::Texsmith::Simd {
 using namespace Scalar;
-}
+inline constexpr bool kHasVectors = false;
+} // namespace qor::Texsmith::Simd
 #endif

@@ -1,34 +1,51 @@
 #include "application.h"
 
 #include "commands.h"
+#include "console.h"
 #include "failure.h"
 #include "help_text.h"
+#include "json_output.h"
 #include "options.h"
 #include "replacement_file.h"
 
 #include "qor/texsmith/raw/normalization_policy.h"
 #include "qor/texsmith/raw/process.h"
-#include "qor/texsmith/version.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <new>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Tool {
 namespace {
 
-bool isControl(char c) { return (c >= 0 && c < ' ') || c == '\x7F'; }
+constexpr std::string_view kHelpFlags[] = {"--help", "-h", "help"};
 
-// One line, whatever a name in the text holds.
-void printFailure(std::string text) {
-    std::replace_if(text.begin(), text.end(), &isControl, ' ');
-    std::fprintf(stderr, "texsmith: %s\n", text.c_str());
+bool isAmong(std::span<const std::string_view> list, std::string_view text) {
+    return std::find(list.begin(), list.end(), text) != list.end();
+}
+
+// Where the arguments themselves are at fault, nobody has read them yet.
+bool asksForJson(const std::vector<std::string>& arguments) {
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    return std::find(arguments.begin(), end, "--json") != end;
+}
+
+void printFailure(const Failure& failure, bool asJson) {
+    if (asJson) {
+        std::fprintf(stderr, "%s\n", errorAsJson(failure).c_str());
+    } else if (failure.status() != kExitAnswerIsNo || !isQuiet()) {
+        std::fprintf(stderr, "texsmith: %s\n", escaped(failure.what()).c_str());
+    }
 }
 
 void runCommand(const Command& command, const std::vector<std::string>& arguments) {
     const Options options(command, arguments);
+    setConsole(options);
     if (options.has("--help")) {
         std::fputs(commandHelp(command).c_str(), stdout);
     } else {
@@ -36,41 +53,64 @@ void runCommand(const Command& command, const std::vector<std::string>& argument
     }
 }
 
-void runArguments(const std::vector<std::string>& arguments) {
-    if (arguments.empty()) {
+bool isCommonOption(const std::string& argument) {
+    const auto& options = kCommonOptions.m_options;
+    return std::any_of(options.begin(), options.end(), [&](const Option& option) {
+        return argument == option.m_name ||
+               (argument.size() == 2 && argument[0] == '-' && argument[1] == option.m_letter);
+    });
+}
+
+// What every command takes may also stand in front of it.
+void runArguments(std::vector<std::string> arguments) {
+    const auto command = std::find_if(arguments.begin(), arguments.end(), [](const std::string& argument) {
+        return isAmong(kHelpFlags, argument) || !isCommonOption(argument);
+    });
+    if (command == arguments.end()) {
         throw UsageFailure("no command given; see texsmith --help");
     }
-    const std::string& first = arguments[0];
-    if (first == "--help" || first == "-h" || first == "help") {
-        std::fputs(generalHelp().c_str(), stdout);
-    } else if (first == "--version") {
-        std::printf("texsmith %s\n", qor::Texsmith::getLibraryVersionText());
+    const std::string name = *command == "--version" ? "version" : *command;
+    arguments.erase(command);
+    if (isAmong(kHelpFlags, name)) {
+        std::fputs(arguments.empty() ? generalHelp().c_str()
+                                     : commandHelp(commandNamed(arguments[0])).c_str(),
+                   stdout);
     } else {
-        runCommand(commandNamed(first), {arguments.begin() + 1, arguments.end()});
+        runCommand(commandNamed(name), arguments);
     }
     // A result that could not be written is a failure like any other.
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        throw Failure("cannot write to the standard output");
+        throw Failure("it cannot be written to", kExitUnwritable, "standard output");
     }
 }
 
 class Application : public qor::Texsmith::Raw::UnhandledExceptionAbsorber {
+public:
+    int endWith(const Failure& failure) const {
+        printFailure(failure, asksForJson(m_arguments));
+        return failure.status();
+    }
+
+private:
     int doMain(int argc, char** argv) override {
+        m_arguments = {argv + std::min(argc, 1), argv + argc};
         try {
             qor::Texsmith::Raw::failWritesWithoutSignals();
             installReportHandlers();
             // Signed blocks hold -1 to 1, like all other signed texels.
             qor::Texsmith::g_normalizationPolicy = qor::Texsmith::kNormalizationPolicyAsItIs;
-            runArguments({argv + std::min(argc, 1), argv + argc});
+            runArguments(m_arguments);
             return kExitDone;
         } catch (const Failure& failure) {
-            printFailure(failure.what());
-            return failure.status();
+            return endWith(failure);
+        } catch (const std::bad_alloc&) {
+            return endWith(Failure("there is not enough memory", kExitOverLimit));
         } catch (const std::exception& exception) {
-            printFailure(exception.what());
-            return kExitDamaged;
+            return endWith(Failure(exception.what()));
         }
     }
+
+    std::vector<std::string> m_arguments;
 };
 
 } // namespace
@@ -84,8 +124,7 @@ int runApplication(int argc, char** argv) {
     // The body did not come back: a fault of the operating system ended it.
     ReplacementFile::removeUnfinished();
     const std::string report = firstReport();
-    printFailure(report.empty() ? "an internal fault ended the command" : report);
-    return kExitDamaged;
+    return application.endWith(Failure(report.empty() ? "an internal fault ended the command" : report));
 }
 
 } // namespace Tool

@@ -54,7 +54,7 @@ struct Command {
     void (*m_run)(const Options& options) = nullptr;
 };
 
-// What every command takes.
+// What every command takes besides.
 extern const OptionGroup kCommonOptions;
 
 } // namespace Tool

@@ -12,16 +12,11 @@ namespace Tool {
 namespace {
 
 constexpr const Command* kCommands[] = {
-    &kCompareCommand, &kConvertCommand, &kFormatsCommand, &kInfoCommand, &kStatsCommand, &kTexelCommand,
-};
-
-constexpr Option kCommon[] = {
-    {.m_name = "--help", .m_help = "tells how the command is used", .m_letter = 'h'},
+    &kCompareCommand, &kConvertCommand, &kFormatsCommand,  &kInfoCommand,
+    &kStatsCommand,   &kTexelCommand,   &kValidateCommand, &kVersionCommand,
 };
 
 } // namespace
-
-constexpr OptionGroup kCommonOptions = {"Every command", kCommon};
 
 std::span<const Command* const> allCommands() { return kCommands; }
 

@@ -14,6 +14,8 @@ extern const Command kFormatsCommand;
 extern const Command kInfoCommand;
 extern const Command kStatsCommand;
 extern const Command kTexelCommand;
+extern const Command kValidateCommand;
+extern const Command kVersionCommand;
 
 // All of them, by name.
 std::span<const Command* const> allCommands();

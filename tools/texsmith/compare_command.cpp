@@ -1,9 +1,12 @@
 // texsmith compare: how far two files are apart, by channel and mip.
 #include "commands.h"
+#include "console.h"
 #include "failure.h"
 #include "float_image.h"
 #include "image_pair.h"
+#include "json_output.h"
 #include "options.h"
+#include "source_file.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +19,14 @@ namespace {
 
 using namespace qor;
 using namespace qor::Texsmith;
+
+Raw::VectorFloat meanOf(const Raw::ErrorSummary& summary, unsigned mip) {
+    Raw::VectorFloat mean = summary.sums[mip];
+    for (float& lane : mean.m_lanes) {
+        lane /= static_cast<float>(std::max(1u, summary.counts[mip]));
+    }
+    return mean;
+}
 
 void printErrors(const char* label, const Raw::VectorFloat& errors, std::optional<double> peak) {
     std::printf("%-10s", label);
@@ -39,11 +50,7 @@ void printTable(const Raw::ErrorSummary& summary, std::optional<double> peak) {
     std::printf(peak ? "  | PSNR in dB: R, G, B, A\n" : "\n");
     printErrors("all", summary.Mean(), peak);
     for (unsigned mip = 0; mip < summary.mipCount && summary.mipCount > 1; ++mip) {
-        Raw::VectorFloat mean = summary.sums[mip];
-        for (float& lane : mean.m_lanes) {
-            lane /= static_cast<float>(std::max(1u, summary.counts[mip]));
-        }
-        printErrors(("mip " + std::to_string(mip)).c_str(), mean, peak);
+        printErrors(("mip " + std::to_string(mip)).c_str(), meanOf(summary, mip), peak);
     }
     if (!peak) {
         std::puts("no PSNR: the values of this type have no range of their own");
@@ -70,6 +77,56 @@ void printLargest(const Difference& largest, const Raw::SurfaceCount& count, boo
     std::putchar('\n');
 }
 
+Json psnrs(const Raw::VectorFloat& errors, std::optional<double> peak) {
+    if (!peak) {
+        return nullptr;
+    }
+    double values[4];
+    for (unsigned channel = 0; channel < 4; ++channel) {
+        values[channel] = psnrOf(static_cast<double>(errors[channel]), *peak);
+    }
+    return byChannel(values);
+}
+
+Json describe(const Raw::ErrorSummary& summary, std::optional<double> peak) {
+    Json mips = Json::array();
+    for (unsigned mip = 0; mip < summary.mipCount; ++mip) {
+        const Raw::VectorFloat mean = meanOf(summary, mip);
+        mips.push_back({{"mse", byChannel(mean)}, {"psnr", psnrs(mean, peak)}});
+    }
+    return {{"mse", byChannel(summary.Mean())}, {"psnr", psnrs(summary.Mean(), peak)}, {"mips", mips}};
+}
+
+Json describe(const Difference& largest) {
+    if (largest.m_value == 0) {
+        return nullptr;
+    }
+    const Raw::SurfaceIndex& index = largest.m_index;
+    return {{"difference", largest.m_value},
+            {"channel", kChannelNames[largest.m_channel]},
+            {"x", largest.m_x},
+            {"y", largest.m_y},
+            {"mip", index.mip},
+            {"slice", index.arrayEntry},
+            {"face", index.face},
+            {"depth", index.depth},
+            {"fragment", index.fragment}};
+}
+
+void printResult(const Options& options, const ImagePair& pair, const Raw::ErrorSummary& summary) {
+    const Difference largest = pair.largest();
+    if (isJson()) {
+        Json result = {{"a", options.names()[0]}, {"b", options.names()[1]}};
+        result.update(describe(summary, pair.peak()));
+        result["largest"] = describe(largest);
+        printJson(kCompareCommand, result);
+    } else if (!isQuiet()) {
+        printTable(summary, pair.peak());
+        printLargest(largest, pair.a().getSurfaceCount(),
+                     pair.a().getVexTexture()->getTextureType() == Vex::kTextureType3d);
+    }
+}
+
 // Not a number where none is asked for.
 double leastPsnr(const Options& options) {
     return options.has("--fail-psnr") ? options.real("--fail-psnr") : NAN;
@@ -80,7 +137,7 @@ void checkPsnr(const Raw::VectorFloat& errors, std::optional<double> peak, doubl
         return;
     }
     if (!peak) {
-        throw Failure("--fail-psnr: the values of this type have no PSNR");
+        throw Failure("--fail-psnr: the values of this type have no PSNR", kExitAnswerIsNo);
     }
     for (unsigned channel = 0; channel < 4; ++channel) {
         const double psnr = psnrOf(static_cast<double>(errors[channel]), *peak);
@@ -98,18 +155,19 @@ void run(const Options& options) {
     if (options.has("--heatmap")) {
         Picture::checkName(options.value("--heatmap"));
     }
-    const std::string &nameA = options.names()[0], &nameB = options.names()[1];
-    Raw::MemoryMappedImage a, b;
-    loadFile(&a, nameA);
-    loadFile(&b, nameB);
-    ImagePair pair(a, nameA, b, nameB);
-    const Raw::ErrorSummary summary = pair.errors();
-    printTable(summary, pair.peak());
-    if (pair.hasMoreMips()) {
-        std::puts("note       one of the files has more mips, which were not compared");
+    if (options.names()[0] == kStandardStream && options.names()[1] == kStandardStream) {
+        throw UsageFailure("only one of the files can be the standard input");
     }
-    printLargest(pair.largest(), pair.a().getSurfaceCount(),
-                 pair.a().getVexTexture()->getTextureType() == Vex::kTextureType3d);
+    const std::string nameA = nameOfSource(options.names()[0]), nameB = nameOfSource(options.names()[1]);
+    Raw::MemoryMappedImage a, b;
+    loadFile(&a, options.names()[0], options.value("--type"));
+    loadFile(&b, options.names()[1], options.value("--type"));
+    ImagePair pair(a, nameA, b, nameB);
+    if (pair.hasMoreMips()) {
+        hint("one of the files has more mips, which were not compared");
+    }
+    const Raw::ErrorSummary summary = pair.errors();
+    printResult(options, pair, summary);
     if (options.has("--heatmap")) {
         pair.heatMap().save(options.value("--heatmap"));
     }
@@ -129,7 +187,7 @@ constexpr Option kOptions[] = {
      .m_help = "ends with status 1 when a channel's PSNR is below that",
      .m_example = "40"},
 };
-constexpr OptionGroup kGroups[] = {{"Output", kOptions}};
+const OptionGroup kGroups[] = {{"Output", kOptions}, kStandardStreamOptions};
 
 constexpr Example kExamples[] = {
     {"compare photo.png photo.dds --fail-psnr 38", "errors by channel and mip, as a check for scripts"}};

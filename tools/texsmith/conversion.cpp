@@ -1,5 +1,6 @@
 #include "conversion.h"
 
+#include "console.h"
 #include "failure.h"
 #include "file_info.h"
 #include "progress_bar.h"
@@ -12,7 +13,6 @@
 #include "qor/texsmith/raw/reformat.h"
 #include "qor/texsmith/raw/statistics.h"
 
-#include <cstdio>
 #include <memory>
 
 namespace Tool {
@@ -24,8 +24,6 @@ using namespace qor::Texsmith;
 constexpr Raw::FileType kDds = Raw::makeFileType(".DDS");
 
 using OwnedImage = std::unique_ptr<Raw::MemoryMappedImage>;
-
-void hint(const std::string& text) { std::fprintf(stderr, "texsmith: hint: %s\n", text.c_str()); }
 
 bool selectsAlpha(Vex::DataFormat format) { return format.getChannel(3) == Vex::kTextureChannelW; }
 

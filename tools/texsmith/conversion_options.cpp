@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "options.h"
+#include "source_file.h"
 
 #include "qor/texsmith/raw/filetype.h"
 #include "qor/texsmith/raw/format.h"
@@ -88,6 +89,11 @@ const OptionGroup kConversionGroups[2] = {{"Texels", kTexelOptions}, {"Shape", k
 
 ConversionOptions conversionOptionsOf(const Options& options) {
     ConversionOptions conversion;
+    const std::string type = options.value("--type");
+    const std::size_t colon = type.find(':');
+    conversion.m_inputType = extensionOfType(type.substr(0, colon));
+    conversion.m_outputType =
+        colon == type.npos ? conversion.m_inputType : extensionOfType(type.substr(colon + 1));
     conversion.m_mips = options.has("--mips");
     if (options.has("--resize")) {
         conversion.m_size = readSize(options.value("--resize"));

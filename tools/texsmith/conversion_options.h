@@ -20,6 +20,7 @@ struct ConversionOptions {
     std::optional<unsigned> m_ddsVersion; // 9 or 10
     std::optional<float> m_quality;       // of BC6H
     qor::Texsmith::Raw::EncoderEffort m_effort = qor::Texsmith::Raw::kEncoderEffortNormal;
+    std::string m_inputType, m_outputType; // extensions, of what the standard streams hold
 
     // Whether a file of the destination's type already is what is asked for.
     bool changeNothing() const { return !m_size && !m_mips && !m_format && !m_ddsVersion; }

@@ -1,17 +1,22 @@
 // texsmith convert: writes a file as another type.
 #include "commands.h"
+#include "console.h"
 #include "file_conversion.h"
+#include "json_output.h"
 #include "options.h"
+#include "source_file.h"
 
 namespace Tool {
 namespace {
 
 constexpr Operand kOperands[] = {
-    {.m_name = "SOURCE", .m_help = "a file or URL"},
+    {.m_name = "SOURCE", .m_help = "a file or URL, or - for the standard input"},
     {.m_name = "DESTINATION",
-     .m_help =
-         "a file, or an extension that begins with a dot, such as .vxf, for SOURCE with that extension"},
+     .m_help = "a file, or an extension that begins with a dot, such as .vxf, for SOURCE with that "
+               "extension; - for the standard output"},
 };
+
+const OptionGroup kGroups[] = {kConversionGroups[0], kConversionGroups[1], kStandardStreamOptions};
 
 constexpr Example kExamples[] = {
     {"convert photo.png photo.dds --format Bc7UnormSrgb --mips", "a compressed texture with all its mips"},
@@ -21,7 +26,12 @@ constexpr Example kExamples[] = {
 
 void run(const Options& options) {
     const std::string& source = options.names()[0];
-    convertFile(source, resolveDestination(source, options.names()[1]), conversionOptionsOf(options));
+    const std::string destination = resolveDestination(source, options.names()[1]);
+    convertFile(source, destination, conversionOptionsOf(options));
+    if (isJson() && destination != kStandardStream) {
+        printJson(kConvertCommand,
+                  {{"files", Json::array({{{"source", source}, {"destination", destination}}})}});
+    }
 }
 
 } // namespace
@@ -33,7 +43,7 @@ const Command kConvertCommand = {
         "The destination's extension says its type. A file that stands there is replaced once the new "
         "one is whole, and survives a failure.",
     .m_operands = kOperands,
-    .m_groups = kConversionGroups,
+    .m_groups = kGroups,
     .m_examples = kExamples,
     .m_run = &run,
 };

@@ -12,7 +12,8 @@ namespace {
 using namespace qor::Texsmith;
 
 std::mutex s_mutex;
-std::string s_shared;                        // the first report of threads without their own
+std::string s_shared; // the first report of threads without their own
+std::vector<std::string>* s_collected = nullptr;
 thread_local std::string* t_first = nullptr; // this thread's own
 
 std::string& first() { return t_first != nullptr ? *t_first : s_shared; }
@@ -24,10 +25,14 @@ std::string_view messageOf(std::string_view report) {
     return colon == report.npos ? report : report.substr(colon + 2);
 }
 
-[[noreturn]] void keepAndThrow(const char* report) {
+void keepAndThrow(const char* report) {
     const std::string message(messageOf(report));
     {
         const std::scoped_lock lock(s_mutex);
+        if (s_collected != nullptr) {
+            s_collected->push_back(message);
+            return;
+        }
         if (first().empty()) {
             first() = message;
         }
@@ -69,14 +74,31 @@ ReportsOfThisThread::ReportsOfThisThread() { t_first = &m_first; }
 
 ReportsOfThisThread::~ReportsOfThisThread() { t_first = nullptr; }
 
-void throwFileFailure(const std::string& file, Raw::Error error) {
-    const std::string report = firstReport();
-    throw Failure(file + ": " + (report.empty() ? errorText(error) : report));
+CollectedReports::CollectedReports() {
+    const std::scoped_lock lock(s_mutex);
+    s_collected = &m_reports;
+}
+
+CollectedReports::~CollectedReports() {
+    const std::scoped_lock lock(s_mutex);
+    s_collected = nullptr;
+}
+
+std::vector<std::string> CollectedReports::taken() const {
+    const std::scoped_lock lock(s_mutex);
+    return m_reports;
+}
+
+void throwFileFailure(const std::string& file, Raw::Error error, Work work) {
+    const Reason reason = reasonOf(firstReport(), error, work);
+    throw Failure(reason.m_text, reason.m_status, file);
 }
 
 void throwFileFailure(const std::string& file, const Failure& failure) {
-    const std::string text = failure.what();
-    throw Failure(text.starts_with(file + ": ") ? text : file + ": " + text, failure.status());
+    if (!failure.file().empty() || failure.status() == kExitWrongArguments) {
+        throw failure;
+    }
+    throw Failure(failure.what(), failure.status(), file);
 }
 
 } // namespace Tool

@@ -1,24 +1,28 @@
 // How the tool learns of failures: what the library reports, on whatever thread, is kept and thrown.
 #pragma once
 
+#include "error_text.h"
 #include "exit_status.h"
 
 #include "qor/texsmith/raw/error.h"
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Tool {
 
-// Ends a command; the text is the line that the user sees.
+// Ends a command; what() is the line that the user sees, in which the file at fault stands first.
 class Failure : public std::runtime_error {
 public:
-    explicit Failure(const std::string& text, ExitStatus status = kExitDamaged)
-        : std::runtime_error(text), m_status(status) {}
+    explicit Failure(const std::string& text, ExitStatus status = kExitDamaged, const std::string& file = {})
+        : std::runtime_error(file.empty() ? text : file + ": " + text), m_status(status), m_file(file) {}
     ExitStatus status() const { return m_status; }
+    const std::string& file() const { return m_file; } // empty where none is at fault
 
 private:
     ExitStatus m_status;
+    std::string m_file;
 };
 
 // Wrong arguments.
@@ -48,13 +52,26 @@ private:
     std::string m_first;
 };
 
-// Throws a Failure that names the file and the reason: the first report, else the text of `error`.
-[[noreturn]] void throwFileFailure(const std::string& file, qor::Texsmith::Raw::Error error);
+// While it lives, reports of all threads are gathered, and the calls that make them go on. One at a time.
+class CollectedReports {
+public:
+    CollectedReports();
+    ~CollectedReports();
+    CollectedReports(const CollectedReports&) = delete;
+    CollectedReports& operator=(const CollectedReports&) = delete;
 
-// Throws a Failure with the same text and status, which names the file.
+    std::vector<std::string> taken() const;
+
+private:
+    std::vector<std::string> m_reports;
+};
+
+// Throws a Failure that names the file and the reason: the first report, else what `error` means.
+[[noreturn]] void throwFileFailure(const std::string& file, qor::Texsmith::Raw::Error error,
+                                   Work work = Work::kReading);
+
+// Throws a Failure with the same text and status, which names the file unless it names one, or the arguments
+// are at fault.
 [[noreturn]] void throwFileFailure(const std::string& file, const Failure& failure);
-
-// What an error means when nothing else was said about it.
-const char* errorText(qor::Texsmith::Raw::Error error);
 
 } // namespace Tool

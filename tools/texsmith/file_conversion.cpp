@@ -5,10 +5,15 @@
 #include "paths.h"
 #include "replacement_file.h"
 #include "signals.h"
+#include "source_file.h"
 
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/helpers.h"
 #include "qor/texsmith/raw/memory_region.h"
+#include "qor/texsmith/raw/process.h"
+
+#include <cstdio>
+#include <optional>
 
 namespace Tool {
 namespace {
@@ -20,6 +25,22 @@ bool isAlreadyThere(const std::string& source, const std::string& destination) {
     return Raw::getFileTypeFromExtension(source.c_str()) ==
                Raw::getFileTypeFromExtension(destination.c_str()) &&
            isSameFile(source, destination);
+}
+
+// Before anything is read. A file of the source's own type is copied, whatever it is.
+void checkIsWritten(const std::string& source, const std::string& destination, const std::string& shown) {
+    const Raw::FileType type = Raw::getFileTypeFromExtension(destination.c_str());
+    if (type != 0 && type == Raw::getFileTypeFromExtension(source.c_str())) {
+        return;
+    }
+    for (int index = 0; index < Raw::getFileTypeSupportCount(); ++index) {
+        const Raw::FileTypeSupport known = Raw::getFileTypeSupport(index);
+        const bool isIt = type != 0 && Raw::getFileTypeFromExtension(known.m_extension) == type;
+        if (isIt && known.m_isWritten) {
+            return;
+        }
+    }
+    throw Failure("this build writes no files of that type; see texsmith version", kExitUnsupported, shown);
 }
 
 // A link stays and the file behind it is replaced, unless that is the source.
@@ -35,27 +56,47 @@ void setEncoders(Configuration* configuration, const ConversionOptions& options)
     configuration->m_encoderConfiguration.m_effort = options.m_effort;
 }
 
-void writeConverted(const std::string& source, const std::string& destination, const std::string& written,
-                    const ConversionOptions& options) {
+// From any source into any region. Throws Failure in the name of the file that is at fault.
+void convertInto(Raw::ResizableMemoryRegion* to, SourceFile* source, const std::string& destination,
+                 const ConversionOptions& options) {
     Configuration configuration;
     configuration.m_abort = abortWord();
     setEncoders(&configuration, options);
     Raw::Error error = Raw::kErrorFailed;
-    const std::string* atWork = &source;
     try {
-        Raw::MemoryMappedFile from(source.c_str(), Raw::kPermissionsReadOnly, configuration.m_allocator);
-        atWork = &destination;
-        Raw::MemoryMappedFile to(written.c_str(), Raw::kPermissionsReadWrite, configuration.m_allocator);
-        atWork = &source;
-        error = convertRegions(&from, source, &to, destination, options, &configuration);
+        error =
+            convertRegions(source->region(), source->typeName(), to, destination, options, &configuration);
     } catch (const Failure&) { // whose text is the first report, where there is one
         if (firstReport().empty()) {
             throw;
         }
     }
-    if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(*atWork, error);
+    const std::string report = firstReport();
+    if (!report.empty() && isAboutWriting(report)) {
+        throwFileFailure(destination, error, Work::kWriting);
     }
+    if (error != Raw::kErrorNone || !report.empty()) {
+        throwFileFailure(source->name(), error);
+    }
+}
+
+void writeConverted(SourceFile* source, const std::string& destination, const std::string& written,
+                    const ConversionOptions& options) {
+    std::optional<Raw::MemoryMappedFile> to;
+    try {
+        to.emplace(written.c_str(), Raw::kPermissionsReadWrite, Raw::g_mallocAllocator);
+    } catch (const Failure&) { // its text is the first report
+        throwFileFailure(destination, Raw::kErrorFailed, Work::kWriting);
+    }
+    convertInto(&*to, source, destination, options);
+}
+
+void writeToStandardOutput(SourceFile* source, const ConversionOptions& options) {
+    constexpr int kStandardOutputNumber = 1;
+    Raw::MappedMemory memory;
+    convertInto(&memory, source, options.m_outputType, options);
+    Raw::setBinaryMode(kStandardOutputNumber);
+    std::fwrite(memory.begin, 1, static_cast<std::size_t>(memory.length()), stdout);
 }
 
 } // namespace
@@ -76,12 +117,24 @@ std::string resolveDestination(const std::string& source, const std::string& des
 
 void convertFile(const std::string& source, const std::string& destination,
                  const ConversionOptions& options) {
+    if (destination == kStandardStream) {
+        if (options.m_outputType.empty()) {
+            throw UsageFailure("what the standard output is to hold is told by --type");
+        }
+        checkIsWritten(source, options.m_outputType, options.m_outputType);
+        checkConversionOptions(options, options.m_outputType);
+        SourceFile file(source, options.m_inputType);
+        writeToStandardOutput(&file, options);
+        return;
+    }
+    checkIsWritten(source, destination, destination);
     checkConversionOptions(options, destination);
     if (options.changeNothing() && isAlreadyThere(source, destination)) {
         return;
     }
+    SourceFile from(source, options.m_inputType);
     ReplacementFile file(fileToReplace(source, destination));
-    writeConverted(source, destination, file.name(), options);
+    writeConverted(&from, destination, file.name(), options);
     file.takePlace();
 }
 

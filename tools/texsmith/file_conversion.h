@@ -11,8 +11,9 @@ namespace Tool {
 // the source has no extension that could give way.
 std::string resolveDestination(const std::string& source, const std::string& destination);
 
-// Writes `source`, a file or URL, as `destination`, beside which it is made first: a file that stood there
-// survives every failure. Throws Failure. What the file cannot keep is told as hints.
+// Writes `source`, a file or URL, as `destination`, where "-" is the standard input and output, beside which
+// it is made first: a file that stood there survives every failure. Throws Failure. What the file cannot keep
+// is told as hints.
 void convertFile(const std::string& source, const std::string& destination, const ConversionOptions& options);
 
 } // namespace Tool

@@ -1,6 +1,7 @@
 #include "file_info.h"
 
 #include "failure.h"
+#include "source_file.h"
 
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/format.h"
@@ -21,9 +22,13 @@ std::string tileModeName(Vex::TileMode mode) {
     return name.empty() ? std::to_string(mode) : name;
 }
 
-void readVxf(FileInfo* info, MemoryRegion* file) {
+void readVxf(FileInfo* info, SourceFile* file) {
     Raw::VxfManipulator manipulator;
-    manipulator.readFrom(file);
+    try {
+        manipulator.readFrom(file->region());
+    } catch (const Failure&) { // its text is the first report
+        throwFileFailure(file->name(), Raw::kErrorFailed);
+    }
     for (int index = 0; index < manipulator.getNumberOfTextures(); ++index) {
         const Vex::Texture* texture = manipulator.getTextureInFile(index);
         if (texture == nullptr) {
@@ -39,14 +44,17 @@ void readVxf(FileInfo* info, MemoryRegion* file) {
     }
 }
 
-void readImage(FileInfo* info, MemoryRegion* file) {
+void readImage(FileInfo* info, SourceFile* file) {
     Configuration configuration;
     Raw::MappedMemory memory;
     Raw::ReallocatableImage image(&memory);
-    const char* const name = info->m_name.c_str();
-    const Raw::Error error = Raw::loadWithResult(&image, file, name, &configuration, 0);
+    Raw::Error error = Raw::kErrorFailed;
+    try {
+        error = Raw::loadWithResult(&image, file->region(), file->typeName(), &configuration, 0);
+    } catch (const Failure&) { // its text is the first report
+    }
     if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(name, error);
+        throwFileFailure(file->name(), error);
     }
     info->m_textures.push_back({*image.getVexTexture(), "none: rows", image.getBytesTotal()});
 }
@@ -69,19 +77,19 @@ std::string formatName(Vex::DataFormat format) {
     return text;
 }
 
-FileInfo readFileInfo(const std::string& name) {
-    Raw::MemoryMappedFile file(name.c_str(), Raw::kPermissionsReadOnly, Raw::g_mallocAllocator);
-    Raw::FileType type = Raw::getFileTypeFromExtension(name.c_str());
+FileInfo readFileInfo(const std::string& name, const std::string& wantedType) {
+    SourceFile file(name, wantedType);
+    Raw::FileType type = Raw::getFileTypeFromExtension(file.typeName());
     if (type == 0) {
-        type = Raw::getFileTypeFromContents(&file);
+        type = Raw::getFileTypeFromContents(file.region());
     }
     if (type == 0) {
-        throw Failure("the type of the file is not known");
+        throw Failure("neither its name nor its first bytes tell its type", kExitUnsupported, file.name());
     }
     FileInfo info;
-    info.m_name = name;
+    info.m_name = file.name();
     info.m_type = typeName(type);
-    info.m_bytes = file.length();
+    info.m_bytes = file.region()->length();
     if (type == Raw::makeFileType(".VXF")) {
         readVxf(&info, &file);
     } else {

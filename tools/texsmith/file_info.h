@@ -28,8 +28,8 @@ struct FileInfo {
     std::vector<ChunkInfo> m_chunks;
 };
 
-// Loads the file. Throws Failure for one that cannot be read whole.
-FileInfo readFileInfo(const std::string& name);
+// Loads the file; `type` is what the standard input holds. Throws Failure for one that cannot be read whole.
+FileInfo readFileInfo(const std::string& name, const std::string& type);
 
 // The first name of the format, or its word in hexadecimal.
 std::string formatName(qor::Vex::DataFormat format);

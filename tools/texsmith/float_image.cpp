@@ -1,6 +1,7 @@
 #include "float_image.h"
 
 #include "failure.h"
+#include "source_file.h"
 
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/helpers.h"
@@ -12,16 +13,16 @@ namespace Tool {
 using namespace qor;
 using namespace qor::Texsmith;
 
-void loadFile(Raw::MemoryMappedImage* image, const std::string& name) {
+void loadFile(Raw::MemoryMappedImage* image, const std::string& name, const std::string& type) {
+    SourceFile file(name, type);
     Configuration configuration;
     Raw::Error error = Raw::kErrorFailed;
     try {
-        Raw::MemoryMappedFile file(name.c_str(), Raw::kPermissionsReadOnly, configuration.m_allocator);
-        error = Raw::loadWithResult(image, &file, name.c_str(), &configuration, 0);
+        error = Raw::loadWithResult(image, file.region(), file.typeName(), &configuration, 0);
     } catch (const Failure&) { // its text is the first report
     }
     if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(name, error);
+        throwFileFailure(file.name(), error);
     }
 }
 

@@ -24,8 +24,9 @@ template <typename Use> void forEachSurface(const qor::Texsmith::Raw::ElementPro
     }
 }
 
-// Loads the first texture of a file. Throws Failure.
-void loadFile(qor::Texsmith::Raw::MemoryMappedImage* image, const std::string& name);
+// Loads the first texture of a file; `type` is what the standard input holds. Throws Failure.
+void loadFile(qor::Texsmith::Raw::MemoryMappedImage* image, const std::string& name,
+              const std::string& type = {});
 
 enum class SrgbValues { kAsStored, kAsLight };
 

@@ -1,10 +1,15 @@
 // texsmith formats: the formats that have a name.
 #include "commands.h"
+#include "console.h"
+#include "json_output.h"
 
 #include "qor/texsmith/raw/format.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <string>
+#include <vector>
 
 namespace Tool {
 namespace {
@@ -40,16 +45,45 @@ std::string swizzleOf(Vex::DataFormat format) {
     return text;
 }
 
-void run(const Options&) {
-    std::printf("%-22s %-14s %5s  %-12s %s\n", "name", "layout", "bytes", "type", "swizzle");
+struct NamedFormat {
+    const char* m_name;
+    Vex::DataFormat m_format;
+    const Raw::SurfaceFormatInfo& m_info;
+};
+
+// All but the name for none.
+std::vector<NamedFormat> namedFormats() {
+    std::vector<NamedFormat> formats;
     for (int index = 0; index < Raw::getNamedDataFormatCount(); ++index) {
         const auto [name, format] = Raw::getNamedDataFormat(index);
-        if (format.m_word == 0) {
-            continue; // the name for none
+        if (format.m_word != 0) {
+            formats.push_back({name, format, Raw::getSurfaceFormatInfo(format.getSurfaceFormat())});
         }
-        const Raw::SurfaceFormatInfo& info = Raw::getSurfaceFormatInfo(format.getSurfaceFormat());
-        std::printf("%-22s %-14s %5u  %-12s %s\n", name, layoutOf(info).c_str(), info.bytesPerElement,
-                    channelTypeName(format.getTextureChannelType()), swizzleOf(format).c_str());
+    }
+    return formats;
+}
+
+Json describe(const NamedFormat& format) {
+    return {{"name", format.m_name},
+            {"layout", layoutOf(format.m_info)},
+            {"bytes", format.m_info.bytesPerElement},
+            {"type", channelTypeName(format.m_format.getTextureChannelType())},
+            {"swizzle", swizzleOf(format.m_format)}};
+}
+
+void run(const Options&) {
+    const std::vector<NamedFormat> formats = namedFormats();
+    if (isJson()) {
+        Json list = Json::array();
+        std::transform(formats.begin(), formats.end(), std::back_inserter(list), &describe);
+        printJson(kFormatsCommand, {{"formats", list}});
+        return;
+    }
+    std::printf("%-22s %-14s %5s  %-12s %s\n", "name", "layout", "bytes", "type", "swizzle");
+    for (const NamedFormat& format : formats) {
+        std::printf("%-22s %-14s %5u  %-12s %s\n", format.m_name, layoutOf(format.m_info).c_str(),
+                    format.m_info.bytesPerElement, channelTypeName(format.m_format.getTextureChannelType()),
+                    swizzleOf(format.m_format).c_str());
     }
 }
 

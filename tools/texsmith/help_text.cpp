@@ -3,11 +3,16 @@
 #include "commands.h"
 #include "exit_status.h"
 
+#include "qor/texsmith/raw/helpers.h"
+
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 
 namespace Tool {
 namespace {
+
+namespace Raw = qor::Texsmith::Raw;
 
 constexpr std::size_t kColumns = 79, kTermIndent = 2, kHelpIndent = 24;
 
@@ -56,6 +61,21 @@ void appendGroup(std::string* text, const OptionGroup& group) {
     for (const Option& option : group.m_options) {
         appendTerm(text, optionWithValue(option), optionHelp(option));
     }
+}
+
+// ".bmp, .dds", in the order of the library.
+std::string typesOfFile() {
+    std::string list;
+    for (int index = 0; index < Raw::getFileTypeSupportCount(); ++index) {
+        const Raw::FileTypeSupport type = Raw::getFileTypeSupport(index);
+        if (type.m_isRead || type.m_isWritten) {
+            list += list.empty() ? "" : ", ";
+            for (const char* c = type.m_extension; *c != '\0'; ++c) {
+                list += static_cast<char>(std::tolower(static_cast<unsigned char>(*c)));
+            }
+        }
+    }
+    return list;
 }
 
 std::string capitalized(std::string_view phrase) {
@@ -135,7 +155,7 @@ std::string generalHelp() {
     for (const ExitStatusText& status : kExitStatusTexts) {
         appendTerm(&text, std::to_string(status.m_status), status.m_help);
     }
-    text += "\nTypes: .bmp, .dds, .hdr, .jpg, .pfm, .png, .tga, .tsh, .vxf\n";
+    text += "\nTypes: " + typesOfFile() + "\n";
     return text;
 }
 

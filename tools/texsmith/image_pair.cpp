@@ -59,7 +59,7 @@ ImagePair::ImagePair(const Raw::MemoryMappedImage& a, const std::string& nameA,
                      const Raw::MemoryMappedImage& b, const std::string& nameB) {
     const Vex::Texture &textureA = *a.getVexTexture(), &textureB = *b.getVexTexture();
     if (!Raw::dimensionsAreIdenticalExceptMips(textureA, textureB)) {
-        throw Failure(nameB + ": the size or the type of texture is not that of " + nameA);
+        throw Failure("the size or the type of texture is not that of " + nameA, kExitWrongArguments, nameB);
     }
     const unsigned mips = std::min(a.getSurfaceCount().mips, b.getSurfaceCount().mips);
     m_hasMoreMips = a.getSurfaceCount().mips != b.getSurfaceCount().mips;

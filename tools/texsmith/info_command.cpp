@@ -1,9 +1,11 @@
 // texsmith info: what a file holds, as text or as JSON.
 #include "commands.h"
+#include "console.h"
 #include "failure.h"
 #include "file_info.h"
 #include "json_output.h"
 #include "options.h"
+#include "source_file.h"
 
 #include "qor/texsmith/raw/texture.h"
 
@@ -33,7 +35,7 @@ void printTexture(const TextureInfo& info) {
 }
 
 void printText(const FileInfo& info) {
-    std::printf("file       %s, %llu bytes\n", info.m_name.c_str(),
+    std::printf("file       %s, %llu bytes\n", shownName(info.m_name).c_str(),
                 static_cast<unsigned long long>(info.m_bytes));
     std::printf("type       %s\n", info.m_type.c_str());
     for (std::size_t i = 0; i < info.m_textures.size(); ++i) {
@@ -80,21 +82,20 @@ Json describe(const FileInfo& info) {
 void run(const Options& options) {
     const std::string& name = options.names()[0];
     try {
-        const FileInfo info = readFileInfo(name);
-        if (options.has("--json")) {
+        const FileInfo info = readFileInfo(name, options.value("--type"));
+        if (isJson()) {
             printJson(kInfoCommand, describe(info));
         } else {
             printText(info);
         }
     } catch (const Failure& failure) {
-        throwFileFailure(name, failure);
+        throwFileFailure(nameOfSource(name), failure);
     }
 }
 
 constexpr Operand kOperands[] = {{.m_name = "FILE", .m_help = "a picture or texture"}};
 
-constexpr Option kOptions[] = {{.m_name = "--json", .m_help = "tells it as JSON"}};
-constexpr OptionGroup kGroups[] = {{"Output", kOptions}};
+const OptionGroup kGroups[] = {kStandardStreamOptions};
 
 constexpr Example kExamples[] = {{"info rock.vxf", "size, format, mips and chunks of a texture"}};
 

@@ -1,5 +1,7 @@
 #include "progress_bar.h"
 
+#include "console.h"
+
 #include "qor/texsmith/raw/process.h"
 
 #include <algorithm>
@@ -18,7 +20,7 @@ constexpr std::chrono::milliseconds kInterval(50);
 } // namespace
 
 ProgressBar::ProgressBar(const char* label, unsigned steps) : m_label(label), m_steps(std::max(1u, steps)) {
-    if (qor::Texsmith::Raw::isTerminal(kStandardError)) {
+    if (showsProgress() && qor::Texsmith::Raw::isTerminal(kStandardError)) {
         m_watcher = std::thread([this] { watch(); });
     }
 }

@@ -16,6 +16,7 @@ namespace Tool {
 namespace {
 
 namespace fs = std::filesystem;
+namespace Raw = qor::Texsmith::Raw;
 
 constexpr std::chrono::milliseconds kPause(5), kPatience(4000);
 
@@ -28,7 +29,13 @@ std::mutex s_mutex; // guards these
 std::map<const ReplacementFile*, Unfinished> s_unfinished;
 bool s_isEnding = false;
 
-[[noreturn]] void throwUnwritable(const std::string& text) { throw Failure(text, kExitUnwritable); }
+[[noreturn]] void throwUnwritable(const std::string& file, const std::string& reason) {
+    throw Failure(reason, kExitUnwritable, file);
+}
+
+std::string whyNotWritten(const Failure& failure) {
+    return reasonOf(failure.what(), Raw::kErrorFailed, Work::kWriting).m_text;
+}
 
 [[noreturn]] void waitForTheEnd() {
     for (;;) {
@@ -60,15 +67,15 @@ void checkReplaceable(const std::string& destination, bool force) {
         return;
     case fs::file_type::regular:
         if (!force && isReadOnly(file)) {
-            throwUnwritable(destination + ": it is read-only; --force replaces it");
+            throwUnwritable(destination, "it is read-only; --force replaces it");
         }
         return;
     case fs::file_type::directory:
-        throwUnwritable(destination + ": it is a folder, and only files are replaced");
+        throwUnwritable(destination, "it is a folder, and only files are replaced");
     case fs::file_type::none:
-        throwUnwritable(destination + ": it cannot be looked at: " + error.message());
+        throwUnwritable(destination, "it cannot be looked at: " + reasonOf(error));
     default:
-        throwUnwritable(destination + ": it is a device or a pipe, and only files are replaced");
+        throwUnwritable(destination, "it is a device or a pipe, and only files are replaced");
     }
 }
 
@@ -85,7 +92,7 @@ ReplacementFile::ReplacementFile(const std::string& destination, bool force)
     try {
         m_file.emplace(destination.c_str());
     } catch (const Failure& failure) {
-        throwUnwritable(failure.what());
+        throwUnwritable(destination, whyNotWritten(failure));
     }
     s_unfinished[this] = {m_file->getName(), std::this_thread::get_id()};
 }
@@ -119,7 +126,7 @@ void ReplacementFile::takePlace() {
         m_file->takePlace();
     } catch (const Failure& failure) {
         restore();
-        throwUnwritable(failure.what());
+        throwUnwritable(m_destination, whyNotWritten(failure));
     }
     restore();
 }

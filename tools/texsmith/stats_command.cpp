@@ -1,10 +1,12 @@
 // texsmith stats: range, mean, constants and histogram of the values in a file.
 #include "commands.h"
-#include "failure.h"
+#include "console.h"
 #include "float_image.h"
 #include "histogram_plot.h"
+#include "json_output.h"
 #include "measures.h"
 #include "options.h"
+#include "source_file.h"
 
 #include <cstdio>
 #include <string>
@@ -33,16 +35,41 @@ void print(const Measures& measures) {
     }
 }
 
+Json describe(const Measures& measures, unsigned channel) {
+    const Raw::MinMax &range = measures.m_range, &bins = measures.m_bins;
+    return {{"least", range.min[channel]},
+            {"greatest", range.max[channel]},
+            {"mean", measures.m_mean.Mean()[channel]},
+            {"isConstant", range.min[channel] == range.max[channel]},
+            {"histogram",
+             {{"from", bins.min[channel]},
+              {"to", bins.max[channel]},
+              {"counts", measures.m_histogram.m_bins[channel]}}}};
+}
+
+Json describe(const std::string& name, const Measures& measures) {
+    Json channels;
+    for (unsigned channel = 0; channel < 4; ++channel) {
+        channels[kChannelNames[channel]] = describe(measures, channel);
+    }
+    return {{"file", name}, {"texels", measures.m_mean.count}, {"channels", channels}};
+}
+
 void run(const Options& options) {
     if (options.has("--plot")) {
         Picture::checkName(options.value("--plot"));
     }
     Raw::MemoryMappedImage image, floats;
-    loadFile(&image, options.names()[0]);
-    convertToFloats(&floats, image, image.getSurfaceCount().mips, SrgbValues::kAsStored, options.names()[0]);
+    const std::string name = nameOfSource(options.names()[0]);
+    loadFile(&image, options.names()[0], options.value("--type"));
+    convertToFloats(&floats, image, image.getSurfaceCount().mips, SrgbValues::kAsStored, name);
     Measures measures;
     measure(&measures, floats);
-    print(measures);
+    if (isJson()) {
+        printJson(kStatsCommand, describe(name, measures));
+    } else {
+        print(measures);
+    }
     if (options.has("--plot")) {
         drawHistogram(measures.m_histogram, measures.m_bins).save(options.value("--plot"));
     }
@@ -54,7 +81,7 @@ constexpr Option kOptions[] = {{.m_name = "--plot",
                                 .m_value = "PICTURE",
                                 .m_help = "draws the histogram as a .bmp, .jpg, .png or .tga file",
                                 .m_example = "histogram.png"}};
-constexpr OptionGroup kGroups[] = {{"Output", kOptions}};
+const OptionGroup kGroups[] = {{"Output", kOptions}, kStandardStreamOptions};
 
 constexpr Example kExamples[] = {
     {"stats photo.png --plot histogram.png", "numbers on the terminal, and the histogram as a picture"}};

@@ -1,14 +1,22 @@
 // texsmith texel: what stands at one place of a file.
 #include "commands.h"
+#include "console.h"
 #include "failure.h"
+#include "float_image.h"
+#include "json_output.h"
 #include "options.h"
+#include "source_file.h"
 
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/helpers.h"
 #include "qor/texsmith/raw/property.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
+#include <vector>
 
 namespace Tool {
 namespace {
@@ -25,36 +33,59 @@ Raw::SurfaceIndex surfaceOf(const Options& options) {
     return surface;
 }
 
-void loadWhole(Raw::ReallocatableImage* image, const std::string& name) {
-    try {
-        Configuration configuration;
-        Raw::MemoryMappedFile file(name.c_str(), Raw::kPermissionsReadOnly, configuration.m_allocator);
-        const Raw::Error error = Raw::loadWithResult(image, &file, name.c_str(), &configuration, 0);
-        if (error != Raw::kErrorNone || !firstReport().empty()) {
-            throwFileFailure(name, error);
-        }
-    } catch (const Failure& failure) {
-        throwFileFailure(name, failure);
+std::string lineOf(const Raw::Property& property) {
+    char line[512] = "";
+    property.print(line, sizeof line, nullptr);
+    return line;
+}
+
+template <typename Element> Json elementsOf(const Raw::Property& property, unsigned count) {
+    Element elements[sizeof property.m_value / sizeof(Element)];
+    std::memcpy(elements, property.m_value, sizeof elements);
+    return std::vector<Element>(elements, elements + count);
+}
+
+// As an array of numbers, or the rest of the line for a type that no texel has.
+Json valueOf(const Raw::Property& property, const std::string& line) {
+    const unsigned type = property.m_type;
+    if (type >= Raw::kPropertyTypeFloat && type < Raw::kPropertyTypeCount) {
+        return elementsOf<float>(property, type - Raw::kPropertyTypeFloat + 1);
+    }
+    if (type >= Raw::kPropertyTypeUnsigned32 && type < Raw::kPropertyTypeUnsigned64) {
+        return elementsOf<std::uint32_t>(property, type - Raw::kPropertyTypeUnsigned32 + 1);
+    }
+    if (type >= Raw::kPropertyTypeUnsigned8 && type < Raw::kPropertyTypeUnsigned16) {
+        return elementsOf<std::uint8_t>(property, 1u << (type - Raw::kPropertyTypeUnsigned8));
+    }
+    const std::size_t blank = std::min(line.find(' '), line.size() - 1);
+    return line.substr(blank + 1, line.find('\n') - blank - 1);
+}
+
+void print(const std::string& file, const Raw::Properties& properties) {
+    Json described;
+    for (unsigned i = 0; i < properties.getCount(); ++i) {
+        const std::string line = lineOf(properties[i]);
+        described[line.substr(0, line.find(' '))] = valueOf(properties[i], line);
+        std::fputs(isJson() ? "" : line.c_str(), stdout);
+    }
+    if (isJson()) {
+        printJson(kTexelCommand, {{"file", file}, {"texel", described}});
     }
 }
 
 void run(const Options& options) {
-    const std::string& name = options.names()[0];
+    const std::string name = nameOfSource(options.names()[0]);
     const unsigned x = readNumber(options.names()[1], "X", 0, ~0u);
     const unsigned y = readNumber(options.names()[2], "Y", 0, ~0u);
     const Raw::SurfaceIndex surface = surfaceOf(options);
     Raw::MemoryMappedImage image;
-    loadWhole(&image, name);
+    loadFile(&image, options.names()[0], options.value("--type"));
     Raw::Properties properties;
     image.getTexel(&surface, &properties, x, y);
     if (properties.getCount() == 0) {
-        throw Failure(name + ": there is no such texel");
+        throw Failure("there is no such texel", kExitWrongArguments, name);
     }
-    for (unsigned i = 0; i < properties.getCount(); ++i) {
-        char line[512] = "";
-        properties[i].print(line, sizeof line, nullptr);
-        std::fputs(line, stdout);
-    }
+    print(name, properties);
 }
 
 constexpr Operand kOperands[] = {{.m_name = "FILE", .m_help = "a picture or texture"},
@@ -67,7 +98,7 @@ constexpr Option kOptions[] = {
     {.m_name = "--face", .m_value = "N", .m_help = "on that face of a cube, from 0 to 5", .m_example = "5"},
     {.m_name = "--depth", .m_value = "N", .m_help = "in that slice of a volume", .m_example = "3"},
 };
-constexpr OptionGroup kGroups[] = {{"Where", kOptions}};
+const OptionGroup kGroups[] = {{"Where", kOptions}, kStandardStreamOptions};
 
 constexpr Example kExamples[] = {{"texel rock.dds 16 9 --mip 2", "one texel of the third largest mip"}};
 

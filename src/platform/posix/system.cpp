@@ -130,6 +130,8 @@ unsigned getProcessId() { return static_cast<unsigned>(getpid()); }
 
 bool isTerminal(int stream) { return isatty(stream) == 1; }
 
+void setBinaryMode(int) {} // the only one there is
+
 void failWritesWithoutSignals() {
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);

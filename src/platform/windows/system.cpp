@@ -4,6 +4,7 @@
 #include "platform/windows/text.h"
 #include "platform/windows/win32.h"
 
+#include <fcntl.h>
 #include <io.h>
 
 #include <atomic>
@@ -108,6 +109,8 @@ void sleepMilliseconds(unsigned milliseconds) { Sleep(milliseconds); }
 unsigned getProcessId() { return GetCurrentProcessId(); }
 
 bool isTerminal(int stream) { return _isatty(stream) != 0; }
+
+void setBinaryMode(int stream) { _setmode(stream, _O_BINARY); }
 
 void failWritesWithoutSignals() {} // they do
 

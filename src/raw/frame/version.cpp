@@ -2,6 +2,9 @@
 
 #include "qor/texsmith/version.h"
 
+#include "simd/dispatch.h"
+#include "simd/float4.h"
+
 // A macro's value as a string literal.
 #define TEXSMITH_TEXT_OF(value) #value
 #define TEXSMITH_TEXT(value) TEXSMITH_TEXT_OF(value)
@@ -13,6 +16,10 @@ unsigned getLibraryVersion() { return QOR_TEXSMITH_VERSION; }
 const char* getLibraryVersionText() {
     return TEXSMITH_TEXT(QOR_TEXSMITH_VERSION_MAJOR) "." TEXSMITH_TEXT(
         QOR_TEXSMITH_VERSION_MINOR) "." TEXSMITH_TEXT(QOR_TEXSMITH_VERSION_PATCH);
+}
+
+const char* getLibraryKernelsText() {
+    return Simd::mayUseAvx2() ? "AVX2" : Simd::kHasVectors ? "SSE2" : "scalar";
 }
 
 } // namespace qor::Texsmith

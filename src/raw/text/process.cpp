@@ -105,6 +105,8 @@ int main_utf8(int argc, wchar_t** argv, int (*main)(int, char**), IAllocator all
 
 bool isTerminal(int stream) { return Platform::isTerminal(stream); }
 
+void setBinaryMode(int stream) { Platform::setBinaryMode(stream); }
+
 void failWritesWithoutSignals() { Platform::failWritesWithoutSignals(); }
 
 bool callOnInterrupt(void (*handler)(int signal)) {

@@ -31,6 +31,10 @@ QOR_TEXSMITH_API int main_utf8(int argc, wchar_t** argv, int (*main)(int, char**
 // Whether somebody looks at a standard stream: 1 for the output, 2 for errors.
 QOR_TEXSMITH_API bool isTerminal(int stream);
 
+// From now on bytes go through a standard stream, 0 for the input or 1 for the output, as they are, where the
+// system would change the ends of lines. Before the stream is used.
+QOR_TEXSMITH_API void setBinaryMode(int stream);
+
 // From now on a write to a pipe that nobody reads, or beyond the size that a file may have, fails in the
 // whole process, where the system would end the process without a word.
 QOR_TEXSMITH_API void failWritesWithoutSignals();

@@ -1,0 +1,116 @@
+#include "console.h"
+
+#include "options.h"
+
+#include "qor/texsmith/raw/process.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <mutex>
+
+namespace Tool {
+namespace {
+
+constexpr int kStandardOutput = 1, kStandardError = 2;
+
+constexpr Option kOptions[] = {
+    {.m_name = "--help", .m_help = "tells how the command is used", .m_letter = 'h'},
+    {.m_name = "--json", .m_help = "tells the result, hints and errors as JSON"},
+    {.m_name = "--quiet",
+     .m_help = "tells nothing but errors, and no numbers of compare and validate",
+     .m_letter = 'q'},
+    {.m_name = "--verbose", .m_help = "tells hints and progress also where nobody looks", .m_letter = 'v'},
+};
+
+bool s_isJson = false, s_isQuiet = false, s_isVerbose = false; // set before there are threads
+
+std::mutex s_mutex; // guards the hints
+std::vector<std::string> s_hints;
+
+// How many bytes the UTF-8 character at the front has; 0 for what is none, or a control character.
+std::size_t printableLength(std::string_view text) {
+    const auto byte = [text](std::size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
+    };
+    const auto follows = [&](std::size_t i, unsigned least = 0x80, unsigned most = 0xBF) {
+        return byte(i) >= least && byte(i) <= most;
+    };
+    const unsigned first = byte(0);
+    if (first < 0x80) {
+        return first >= ' ' && first != 0x7F ? 1 : 0;
+    }
+    if (first >= 0xC2 && first <= 0xDF) { // U+0080 to U+009F are control characters
+        return follows(1, first == 0xC2 ? 0xA0 : 0x80) ? 2 : 0;
+    }
+    if (first >= 0xE0 && first <= 0xEF) {
+        return follows(1, first == 0xE0 ? 0xA0 : 0x80, first == 0xED ? 0x9F : 0xBF) && follows(2) ? 3 : 0;
+    }
+    const bool isFour = first >= 0xF0 && first <= 0xF4;
+    return isFour && follows(1, first == 0xF0 ? 0x90 : 0x80, first == 0xF4 ? 0x8F : 0xBF) && follows(2) &&
+                   follows(3)
+               ? 4
+               : 0;
+}
+
+std::string escapeOf(unsigned char byte) {
+    switch (byte) {
+    case '\n':
+        return "\\n";
+    case '\t':
+        return "\\t";
+    default:
+        char text[8];
+        std::snprintf(text, sizeof text, "\\x%02x", static_cast<unsigned>(byte));
+        return text;
+    }
+}
+
+} // namespace
+
+const OptionGroup kCommonOptions = {"Every command", kOptions};
+
+void setConsole(const Options& options) {
+    s_isJson = options.has("--json");
+    s_isQuiet = options.has("--quiet");
+    s_isVerbose = options.has("--verbose");
+}
+
+bool isJson() { return s_isJson; }
+bool isQuiet() { return s_isQuiet; }
+
+bool showsProgress() {
+    return !s_isQuiet && !s_isJson && (s_isVerbose || qor::Texsmith::Raw::isTerminal(kStandardError));
+}
+
+void hint(const std::string& text) {
+    const std::scoped_lock lock(s_mutex);
+    if (std::find(s_hints.begin(), s_hints.end(), text) != s_hints.end()) {
+        return;
+    }
+    s_hints.push_back(text);
+    if (showsProgress()) {
+        std::fprintf(stderr, "texsmith: hint: %s\n", escaped(text).c_str());
+    }
+}
+
+std::vector<std::string> hintsGiven() {
+    const std::scoped_lock lock(s_mutex);
+    return s_hints;
+}
+
+std::string escaped(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t length = printableLength(text);
+        result +=
+            length != 0 ? std::string(text.substr(0, length)) : escapeOf(static_cast<unsigned char>(text[0]));
+        text.remove_prefix(std::max<std::size_t>(1, length));
+    }
+    return result;
+}
+
+std::string shownName(const std::string& name) {
+    return qor::Texsmith::Raw::isTerminal(kStandardOutput) ? escaped(name) : name;
+}
+
+} // namespace Tool
