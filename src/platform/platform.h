@@ -123,7 +123,7 @@ std::uint64_t getCounterFrequency(); // counts per second
 std::uint64_t getCounter();
 void sleepMilliseconds(unsigned milliseconds);
 unsigned getProcessId();
-bool isTerminal(int stream); // 1 standard output, 2 standard error
+bool isTerminal(int stream);    // 1 standard output, 2 standard error
 void setBinaryMode(int stream); // 0 standard input, 1 standard output: no change of line ends
 // For programs: from now on a write to a pipe that nobody reads, or beyond the size that a file may have,
 // fails in the whole process, where the system would end the process.

@@ -28,6 +28,7 @@ void writeFile(const fs::path& path, const std::string& bytes) {
 
 struct Outcome {
     bool m_succeeded;
+    int m_status;
     std::string m_output;
     std::string m_errors;
 };
@@ -56,7 +57,8 @@ protected:
         // The command interpreter of Windows takes off the first and the last quote of such a line.
         const bool onWindows = fs::path::preferred_separator == '\\';
         const int status = std::system((onWindows ? '"' + command + '"' : command).c_str());
-        Outcome outcome{status == 0, readFile(output, {}), readFile(errors, {})}; // as text
+        Outcome outcome{status == 0, onWindows ? status : status >> 8, readFile(output, {}),
+                        readFile(errors, {})}; // as text
         fs::remove(output);
         fs::remove(errors);
         return outcome;
@@ -68,8 +70,9 @@ protected:
         return static_cast<std::size_t>(std::distance(fs::directory_iterator(m_directory), {}));
     }
     // One line that names the reason, nothing on the other stream.
-    static void expectFailure(const Outcome& outcome, const std::string& reason) {
+    static void expectFailure(const Outcome& outcome, const std::string& reason, int status = 0) {
         EXPECT_FALSE(outcome.m_succeeded);
+        EXPECT_TRUE(status == 0 || outcome.m_status == status) << outcome.m_status << outcome.m_errors;
         EXPECT_EQ("", outcome.m_output);
         EXPECT_EQ(1, std::count(outcome.m_errors.begin(), outcome.m_errors.end(), '\n')) << outcome.m_errors;
         EXPECT_NE(std::string::npos, outcome.m_errors.find(reason)) << outcome.m_errors;
@@ -103,7 +106,7 @@ TEST_F(ToolTest, ConvertsIntoNamedFormatsAndBack) {
     EXPECT_TRUE(list.m_succeeded && list.m_output.find("\nBc5Snorm ") != std::string::npos) << list.m_output;
     for (const std::string format : {"Bc1Unorm", "bc1unormnoalpha", "Bc2UnormSrgb", "Bc3Unorm", "Bc4Snorm",
                                      "Bc5Snorm", "Bc6Uf16", "Bc7Unorm"}) {
-        const std::string there = "convert --mips --format " + format + " " + quoted(sample("dusk.tga"));
+        const std::string there = "convert -v --mips --format " + format + " " + quoted(sample("dusk.tga"));
         const Outcome packed = run(there + " packed.vxf"), back = run("convert packed.vxf back.tga");
         ASSERT_TRUE(packed.m_succeeded && back.m_succeeded) << format << packed.m_errors << back.m_errors;
         EXPECT_EQ(format == "Bc1Unorm", packed.m_errors.find("hint") != std::string::npos) << packed.m_errors;
@@ -187,12 +190,14 @@ TEST_F(ToolTest, FailedConversionHarmsNothing) {
                   "wrong.tga: The TGA file cannot be read: its image type is unknown");
     expectFailure(convert(file("tiny.tga"), file("new.vxf")),
                   "tiny.tga: The TGA file cannot be read: it is too small for its header");
-    expectFailure(convert(file("empty.tga"), file("new.vxf")), "empty.tga: ");
+    expectFailure(convert(file("empty.tga"), file("new.vxf")), "empty.tga: it is empty");
     expectFailure(convert(file("cut.vxf"), file("keep.tga")),
-                  "MemoryRegion must be big enough to hold minimal header (48 bytes,) but is only 4 bytes.");
-    expectFailure(convert(file("missing.tga"), file("keep.vxf")), "missing.tga");
-    expectFailure(convert(sample("moon.tga"), file("keep.xyz")), "can't figure out what format to write");
-    expectFailure(convert(sample("moon.tga"), file("no-directory") / "new.vxf"), "new.vxf: ");
+                  "cut.vxf: it is no VXF file, or cut off: it has only 4 bytes");
+    expectFailure(convert(file("missing.tga"), file("keep.vxf")), "missing.tga: there is no such file", 3);
+    expectFailure(convert(sample("moon.tga"), file("keep.xyz")),
+                  "keep.xyz: this build writes no files of that type");
+    expectFailure(convert(sample("moon.tga"), file("no-directory") / "new.vxf"),
+                  "new.vxf: there is no such folder", 5);
     EXPECT_EQ("precious", readFile(file("keep.vxf")));
     EXPECT_EQ("precious", readFile(file("keep.tga")));
     EXPECT_EQ(files, filesInDirectory());
@@ -238,7 +243,8 @@ TEST_F(ToolTest, TexelTellsPlaceBytesAndValue) {
     }
     expectFailure(run("texel " + quoted(sample("moon.tga")) + " 203 0"), "there is no such texel");
     writeFile(file("cut.dds"), "DDS ");
-    expectFailure(run("texel cut.dds 0 0"), "texsmith: cut.dds: DDS file must be at least 128 bytes");
+    expectFailure(run("texel cut.dds 0 0"),
+                  "texsmith: cut.dds: it is no DDS file, or cut off within its header", 4);
     expectFailure(run("texel " + quoted(sample("moon.tga")) + " 1 -1"), "Y is a number from 0 on");
 }
 
@@ -246,7 +252,7 @@ TEST_F(ToolTest, DdsKeepsTheFormatUnlessTheVersionIsForced) {
     const std::string start = "convert --format R16G16B16A16Unorm " + quoted(sample("dusk.tga"));
     ASSERT_TRUE(run(start + " kept.dds").m_succeeded);
     EXPECT_NE(std::string::npos, run("info kept.dds").m_output.find("format     R16G16B16A16Unorm\n"));
-    const Outcome forced = run(start + " lost.dds --dds-version 9");
+    const Outcome forced = run(start + " lost.dds --dds-version 9 -v");
     EXPECT_TRUE(forced.m_succeeded);
     EXPECT_NE(std::string::npos, forced.m_errors.find("will be read as R16G16B16A16Float"))
         << forced.m_errors;
@@ -329,6 +335,26 @@ TEST_F(ToolTest, ResizesInLightWhereTheFormatIsSrgb) {
     expectFailure(run("convert checks.tga small.vxf --resize 1x"), "--resize takes a size");
 }
 
+TEST_F(ToolTest, AnswersAreYesOrNoAndStreamsStandForFiles) {
+    ASSERT_TRUE(run("convert --format=Bc1UnormNoAlpha - a.dds --type tga <" + quoted(sample("moon.tga")))
+                    .m_succeeded);
+    const Outcome odd = run("validate a.dds");
+    EXPECT_TRUE(odd.m_succeeded) << odd.m_errors;
+    EXPECT_EQ("a.dds: odd: its size is no multiple of the blocks' 4 x 4 texels\n", odd.m_output);
+    writeFile(file("cut.dds"), readFile(file("a.dds")).substr(0, 5000));
+    const Outcome cut = run("validate a.dds cut.dds");
+    EXPECT_EQ(1, cut.m_status);
+    EXPECT_NE(std::string::npos, cut.m_output.find("cut.dds: fault: The DDS file ends early"))
+        << cut.m_output;
+    const Outcome silent = run("compare -q --fail-psnr 90 a.dds " + quoted(sample("moon.tga")));
+    EXPECT_EQ(1, silent.m_status);
+    EXPECT_EQ("", silent.m_output + silent.m_errors);
+    ASSERT_TRUE(run("convert a.dds through.tga").m_succeeded &&
+                run("convert - - --type dds:tga <a.dds >b.tga").m_succeeded);
+    EXPECT_EQ(readFile(file("through.tga")), readFile(file("b.tga")));
+    expectFailure(run("info - <b.tga"), "tell it by --type", 2);
+}
+
 TEST_F(ToolTest, StatsTellRangeMeanAndConstants) {
     const unsigned char pixels[] = {0, 10, 200, 0, 30, 100}; // blue, green, red
     std::string bytes = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 1, 0, 24, 0};
@@ -349,11 +375,16 @@ TEST_F(ToolTest, WrongArgumentsAreOneLine) {
     expectFailure(run(""), "no command given");
     expectFailure(run("paint"), "unknown command 'paint'");
     expectFailure(run("convert a.tga"), "convert takes SOURCE DESTINATION");
-    expectFailure(run("convert a.tga \"\""), "the destination has no name");
+    expectFailure(run("convert a.tga \"\""), "the destination has no name", 2);
+    expectFailure(run("convert a.tga b.dds --efort best"),
+                  "unknown option '--efort'; did you mean '--effort'?", 2);
+    expectFailure(run("convert a.tga b.dds --format"), "--format needs a value");
+    expectFailure(run("compare a b --fail-psnr \"\""), "--fail-psnr is a number, and not ''", 2);
+    expectFailure(run("info -- --json"), "--json: there is no such file", 3);
     expectFailure(run("info"), "info takes FILE");
     EXPECT_TRUE(run("--help").m_succeeded);
     if (fs::exists("/dev/full")) {
-        expectFailure(run("--help >/dev/full"), "cannot write to the standard output");
+        expectFailure(run("--help >/dev/full"), "standard output: it cannot be written", 5);
     }
 }
 

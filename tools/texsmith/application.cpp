@@ -80,7 +80,7 @@ void runArguments(std::vector<std::string> arguments) {
     }
     // A result that could not be written is a failure like any other.
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        throw Failure("it cannot be written to", kExitUnwritable, "standard output");
+        throw Failure("it cannot be written", kExitUnwritable, "standard output");
     }
 }
 

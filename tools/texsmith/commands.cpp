@@ -12,8 +12,8 @@ namespace Tool {
 namespace {
 
 constexpr const Command* kCommands[] = {
-    &kCompareCommand, &kConvertCommand, &kFormatsCommand,  &kInfoCommand,
-    &kStatsCommand,   &kTexelCommand,   &kValidateCommand, &kVersionCommand,
+    &kCompareCommand, &kCompletionsCommand, &kConvertCommand, &kFormatsCommand,  &kInfoCommand,
+    &kManualCommand,  &kStatsCommand,       &kTexelCommand,   &kValidateCommand, &kVersionCommand,
 };
 
 } // namespace

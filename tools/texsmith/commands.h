@@ -9,9 +9,11 @@
 namespace Tool {
 
 extern const Command kCompareCommand;
+extern const Command kCompletionsCommand;
 extern const Command kConvertCommand;
 extern const Command kFormatsCommand;
 extern const Command kInfoCommand;
+extern const Command kManualCommand;
 extern const Command kStatsCommand;
 extern const Command kTexelCommand;
 extern const Command kValidateCommand;

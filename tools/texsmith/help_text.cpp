@@ -78,15 +78,15 @@ std::string typesOfFile() {
     return list;
 }
 
-std::string capitalized(std::string_view phrase) {
-    std::string sentence(phrase);
-    if (!sentence.empty() && sentence[0] >= 'a' && sentence[0] <= 'z') {
-        sentence[0] = static_cast<char>(sentence[0] - 'a' + 'A');
-    }
-    return sentence;
-}
-
 } // namespace
+
+std::string sentence(std::string_view phrase) {
+    std::string text(phrase);
+    if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') {
+        text[0] = static_cast<char>(text[0] - 'a' + 'A');
+    }
+    return text + ".";
+}
 
 std::string synopsis(const Command& command) {
     std::string text(command.m_name);
@@ -123,7 +123,7 @@ std::string optionHelp(const Option& option) {
 
 std::string commandHelp(const Command& command) {
     std::string text = "Usage: texsmith " + synopsis(command) + "\n\n";
-    appendWrapped(&text, capitalized(command.m_summary) + ".", 0, 0);
+    appendWrapped(&text, sentence(command.m_summary), 0, 0);
     appendParagraphs(&text, command.m_description);
     if (!command.m_operands.empty()) {
         text += '\n';

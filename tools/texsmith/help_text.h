@@ -4,6 +4,7 @@
 #include "command.h"
 
 #include <string>
+#include <string_view>
 
 namespace Tool {
 
@@ -18,5 +19,8 @@ std::string optionWithValue(const Option& option);
 
 // The help of an option, with its choices and example, as one line of sentences.
 std::string optionHelp(const Option& option);
+
+// A phrase as a sentence, with a capital and a point.
+std::string sentence(std::string_view phrase);
 
 } // namespace Tool

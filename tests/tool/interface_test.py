@@ -1,0 +1,97 @@
+"""Holds the tool's JSON against docs/json.md, and its manual page and completions against its help.
+
+interface_test.py TOOL SOURCES; run on systems whose shells are those of Debian.
+"""
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+tool, sources = (os.path.abspath(path) for path in sys.argv[1:])
+TYPES = {"text": str, "number": (int, float), "yes or no": bool}
+
+
+def check(good, text):
+    if not good:
+        sys.exit(text)
+
+
+def run(*arguments, status=0, **more):
+    done = subprocess.run([tool, *arguments], capture_output=True, encoding="utf-8", **more)
+    check(done.returncode == status, f"{arguments}: status {done.returncode}, {done.stderr}")
+    return done.stdout or done.stderr
+
+
+def expect_shape(place, documented, found):
+    if isinstance(documented, dict):
+        optional = ["TexelUV", "TileXY"] if place.endswith(".texel") else "GBA" if place.endswith(".channels") else ()
+        keys = [key for key in found if key not in optional]
+        check(keys == list(documented), f"{place}: {keys} instead of {list(documented)}")
+        for key, value in documented.items():
+            expect_shape(f"{place}.{key}", value, found[key])
+    elif isinstance(documented, list):
+        check(isinstance(found, list), f"{place}: no array")
+        for entry in found:
+            expect_shape(place + "[]", documented[0], entry)
+    else:
+        kind, _, null = documented.partition(" or null")
+        good = isinstance(found, TYPES[kind]) or ("or null" in documented and found is None)
+        check(good and isinstance(found, bool) == (kind == "yes or no"), f"{place}: {found} is no {documented}")
+
+
+def check_json(directory):
+    sample = os.path.join(sources, "samples", "moon.tga")
+    packed = os.path.join(directory, "moon.dds")
+    run("convert", "--mips", "--format", "Bc1Unorm", sample, packed)
+    calls = {"compare": ("compare", sample, packed), "convert": ("convert", sample, packed),
+             "info": ("info", packed), "stats": ("stats", packed), "texel": ("texel", sample, "1", "2"),
+             "validate": ("validate", packed), "error": ("info", os.path.join(directory, "a\udcff.png"))}
+    with open(os.path.join(sources, "docs", "json.md"), encoding="utf-8") as file:
+        blocks = re.findall(r"^## (\w+)$.*?^```json\n(.*?)^```$", file.read(), re.MULTILINE | re.DOTALL)
+    commands = set(re.findall(r"^  ([a-z]+) ", run("--help").split("Every command")[0], re.MULTILINE))
+    documented = {name for name, _ in blocks}
+    check(commands - {"completions", "manual"} == documented - {"error"}, f"{documented} are documented")
+    for name, block in blocks:
+        text = run(*calls.get(name, (name,)), "--json", status=3 if name == "error" else 0)
+        expect_shape(name, json.loads(block), json.loads(text))
+    return commands
+
+
+def check_completion(script, words, expected):
+    line = f'source {script}; COMP_WORDS=(texsmith {words}); COMP_CWORD={len(words.split())}; ' \
+           '_texsmith; echo "${COMPREPLY[@]}"'
+    found = subprocess.run(["bash", "-c", line], capture_output=True, encoding="utf-8", check=True).stdout.strip()
+    check(found == expected, f"bash completes '{words}' by '{found}'")
+
+
+def check_descriptions(directory, commands):
+    parsers = {"bash": ["bash", "-n"], "zsh": ["zsh", "-n"], "fish": ["fish", "--no-execute"],
+               "manual": ["groff", "-man", "-ww", "-z", "-Tutf8", "-rLL=200n"]}
+    texts = {}
+    for name, parser in parsers.items():
+        texts[name] = run("manual") if name == "manual" else run("completions", name)
+        path = os.path.join(directory, name)
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(texts[name])
+        if shutil.which(parser[0]) is None:
+            print(f"no {parser[0]} here: its syntax is not checked")
+            continue
+        done = subprocess.run([*parser, path], capture_output=True, encoding="utf-8")
+        check(done.returncode == 0 and not done.stderr, f"{name}: {done.stderr}")
+    for command in commands:
+        for option in re.findall(r"^  (?:-\w, )?--([\w-]+)", run(command, "--help"), re.MULTILINE):
+            for name, text in texts.items():
+                spelt = {"manual": "\\-\\-" + option.replace("-", "\\-"), "fish": f"{command}' -l {option}"}
+                check(spelt.get(name, "--" + option) in text, f"{name} lacks --{option} of {command}")
+    script = os.path.join(directory, "bash")
+    check_completion(script, "conv", "convert")
+    check_completion(script, "convert --eff", "--effort")
+    check_completion(script, "convert --effort = h", "high")
+    check_completion(script, "convert --format Bc6", "Bc6Uf16 Bc6Sf16")
+
+
+with tempfile.TemporaryDirectory() as folder:
+    check_descriptions(folder, check_json(folder))
