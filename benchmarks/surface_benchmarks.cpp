@@ -111,6 +111,42 @@ void addTiling(const std::string& group, const char* format, Vex::TileMode mode,
     }
 }
 
+// A canvas of a whole chain, beside a plain image of as many texels; both into a bitmap, as for a viewer.
+void addCanvas(const std::string& group, unsigned size) {
+    const unsigned wide = size / 2 * 3;
+    const double work = double(wide) * size * 8;
+    const auto addInto = [&](const char* name, const std::string& baseline, bool isCanvas) {
+        addOperation(group, name, work, baseline, [=] {
+            Vex::Texture texture;
+            texture.initAs2dArray(isCanvas ? size : wide, size, 1, 0, isCanvas ? 12 : 1,
+                                  formatNamed("R8G8B8A8Unorm"), Vex::kTileModeThin_1dThin,
+                                  Vex::kNumFragments1, false);
+            const auto image = std::make_shared<Raw::MemoryMappedImage>();
+            image->reallocate(&texture);
+            std::memset(image->getMemoryRegion().begin, 1, image->getBytesTotal());
+            const auto bitmap = std::make_shared<Raw::AllocatedMemory>();
+            bitmap->resize(std::uint64_t{wide} * size * 4);
+            Raw::Raster raster;
+            raster.begin = bitmap->begin;
+            raster.end = bitmap->end;
+            raster.dataFormat = formatNamed("B8G8R8X8Unorm");
+            raster.width = wide;
+            raster.height = size;
+            raster.pitch = wide * 4;
+            const auto shown = std::make_shared<Raw::RasterElementProvider>(&raster);
+            const auto canvas = std::make_shared<Raw::AsCanvasElementProvider>(image.get());
+            return [=](Configuration* configuration) {
+                (void)bitmap;
+                return Raw::reformat(isCanvas ? static_cast<const Raw::ElementProvider*>(canvas.get())
+                                              : image.get(),
+                                     shown.get(), configuration);
+            };
+        });
+    };
+    addInto("reformat a plain image into a bitmap", memcpyOf(work), false);
+    addInto("reformat a canvas into a bitmap", group + "/reformat a plain image into a bitmap", true);
+}
+
 void addMemory(const std::string& group, unsigned size) {
     const double work = 2 * bytesOf("R8G8B8A8Unorm", size);
     const auto images = [=] {
@@ -252,6 +288,7 @@ void registerSurfaceBenchmarks() {
     for (const unsigned size : kSizes) {
         const std::string group = std::to_string(size);
         registerFormats(group, size);
+        addCanvas(group, size);
         addMemory(group, size);
         registerTiling(group, size);
     }

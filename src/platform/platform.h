@@ -118,6 +118,18 @@ void reportEvent(void* source, int type, int code, const char* text);
 using EventSink = void (*)(int type, int code, const char* text);
 void setEventSink(EventSink sink);
 
+// Bitmaps for viewers: 32 bits a pixel, top row first, black at first; the system's own where it has them.
+// Null or false on failure; of a null bitmap, too. Size 0 fails, and so do sizes above kMaxBitmapSize.
+struct BitmapBits {
+    unsigned m_width, m_height; // pixels
+    unsigned m_pitch;           // bytes from row to row
+    std::uint8_t* m_bits;
+};
+inline constexpr unsigned kMaxBitmapSize = 16384;
+void* createBitmap(unsigned width, unsigned height);
+bool getBitmapBits(void* bitmap, BitmapBits* bits);
+bool deleteBitmap(void* bitmap);
+
 // Time and process.
 std::uint64_t getCounterFrequency(); // counts per second
 std::uint64_t getCounter();

@@ -53,6 +53,7 @@
 #include "qor/texsmith/raw/text.h"
 #include "qor/texsmith/raw/texture.h"
 #include "qor/texsmith/raw/tga.h"
+#include "qor/texsmith/raw/thumbnail.h"
 #include "qor/texsmith/raw/tilers.h"
 #include "qor/texsmith/raw/transform.h"
 #include "qor/texsmith/raw/tsh.h"

@@ -16,6 +16,7 @@ AsSurfaceElementProvider::AsSurfaceElementProvider(const ElementProvider* target
 }
 
 void AsSurfaceElementProvider::setTarget(const ElementProvider* target, const SurfaceIndex* surfaceIndex) {
+    replaceProxied(nullptr);
     const bool hasTarget = checkNotNull(target, kSourcePath, "target must not be NULL.");
     if (!checkNotNull(surfaceIndex, kSourcePath, "surfaceIndex must not be NULL.") || !hasTarget) {
         return;
@@ -37,12 +38,11 @@ const std::type_info* AsSurfaceElementProvider::doGetRowsClass() const {
 
 // Since the view was made, its own format or the target may have changed: it then sees tiles only.
 bool AsSurfaceElementProvider::hasShapeOfTarget() const {
-    const ElementProvider* const target = getProxied();
-    if (target == nullptr || target->getBytesPerElement() != getBytesPerElement() ||
-        target->getPixelsPerElementWide() != getPixelsPerElementWide()) {
+    if (!hasElementsOfTarget()) {
         return false;
     }
-    const Extent own = pixelsOf(m_texture, 0), shown = pixelsOf(target->getTexture(), m_surfaceIndex.mip);
+    const Extent own = pixelsOf(m_texture, 0);
+    const Extent shown = pixelsOf(getProxied()->getTexture(), m_surfaceIndex.mip);
     return own.m_wide == shown.m_wide && own.m_tall == shown.m_tall;
 }
 

@@ -1,6 +1,12 @@
 // What all views made of tiles of another provider share: each access goes to its place in the target.
 #include "qor/texsmith/raw/view.h"
 #include "raw/frame/check.h"
+#include "raw/memory/copy_rows.h"
+#include "raw/surfaces/extent.h"
+#include "raw/surfaces/tile_rows.h"
+
+#include <algorithm>
+#include <cstring>
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -14,6 +20,23 @@ void ProxyElementProvider::setProxied(const ElementProvider* target) {
     if (checkNotNull(target, kSourcePath, "target must not be NULL.")) {
         setModifiers(target->getModifiers());
     }
+}
+
+void ProxyElementProvider::setupAsTiles(std::uint64_t wide, std::uint64_t tall) {
+    constexpr unsigned kMost = Vex::kMaxTextureSize / 8;
+    if (wide > kMost || tall > kMost) {
+        toolsWarning(kSourcePath, __LINE__, "The view of %llu x %llu pixels is cut to %u pixels either way.",
+                     static_cast<unsigned long long>(wide) * 8, static_cast<unsigned long long>(tall) * 8,
+                     Vex::kMaxTextureSize);
+    }
+    setupAsTwoDimensional(m_proxied->getDataFormat(),
+                          static_cast<unsigned>(std::min<std::uint64_t>(wide, kMost)) * 8,
+                          static_cast<unsigned>(std::min<std::uint64_t>(tall, kMost)) * 8);
+}
+
+bool ProxyElementProvider::hasElementsOfTarget() const {
+    return m_proxied != nullptr && m_proxied->getBytesPerElement() == getBytesPerElement() &&
+           m_proxied->getPixelsPerElementWide() == getPixelsPerElementWide();
 }
 
 bool ProxyElementProvider::adjust(SurfaceIndex* index, unsigned* x, unsigned* y) const {
@@ -86,6 +109,145 @@ void ProxyElementProvider::doGetTexel(const SurfaceIndex*, Properties* propertie
     if (adjust(&index, &tileX, &tileY)) {
         m_proxied->getTexel(&index, properties, tileX * 8 + (x & 7), tileY * 8 + (y & 7));
     }
+}
+
+unsigned ProxyElementProvider::doGetRun(unsigned, unsigned) const { return 1; }
+
+// Strips are moved in runs. Each run takes the rows or strips of its surface where there are any, and else
+// goes tile by tile, so that whatever became of the target, the result is that of the tiles.
+
+struct ProxyElementProvider::Run {
+    ElementRows m_strip; // its part of the strip
+    SurfaceIndex m_index;
+    unsigned m_x, m_y; // the first tile, in the target
+    bool m_isShown;    // false: nothing lies there
+};
+
+namespace {
+
+// Calls `use(tile, part)` for the tiles of a strip of elements from left to right, with the number of the
+// tile and the part of the strip that it covers.
+template <typename Use>
+void forTiles(const ElementRows& strip, unsigned bytesPerElement, unsigned perTile, Use use) {
+    for (unsigned left = 0; left < strip.m_wide; left += perTile) {
+        const unsigned wide = std::min(perTile, strip.m_wide - left);
+        use(left / perTile, partOf(strip, bytesPerElement, left, 0, wide, strip.m_tall));
+    }
+}
+
+void copyElements(const ElementRows& to, const ElementRows& from, unsigned bytesPerElement) {
+    copyRows({to.m_memory, to.m_pitch, from.m_memory, from.m_pitch, to.m_tall},
+             std::size_t{to.m_wide} * bytesPerElement);
+}
+
+void clear(const ElementRows& rows, unsigned bytesPerElement) {
+    for (unsigned y = 0; y < rows.m_tall; ++y) {
+        std::memset(rows.row(y), 0, std::size_t{rows.m_wide} * bytesPerElement);
+    }
+}
+
+// The elements of a tile in its buffer.
+ElementRows elementsIn(Tile& tile, const ElementProvider& provider) {
+    return {reinterpret_cast<std::uint8_t*>(&tile), getTilePitchInBytes(provider.getDataFormat()),
+            provider.getElementsPerTileWide(), provider.getElementsPerTileTall()};
+}
+
+} // namespace
+
+template <typename Use>
+void ProxyElementProvider::forRuns(const ElementRows& strip, unsigned x, unsigned y, Use use) const {
+    const unsigned bytes = getBytesPerElement(), perTile = getElementsPerTileWide();
+    for (unsigned left = 0; left < strip.m_wide;) {
+        const std::uint64_t most = std::uint64_t{std::max(doGetRun(x, y), 1u)} * perTile;
+        const auto wide = static_cast<unsigned>(std::min<std::uint64_t>(most, strip.m_wide - left));
+        Run run = {partOf(strip, bytes, left, 0, wide, strip.m_tall), {}, x, y, false};
+        run.m_isShown = adjust(&run.m_index, &run.m_x, &run.m_y);
+        use(run);
+        left += wide;
+        x += (wide + perTile - 1) / perTile;
+    }
+}
+
+// Moves what lies in the surface at once; false, and nothing moved, where that cannot be.
+bool ProxyElementProvider::moveRows(const Run& run, bool toStrip) const {
+    if (m_proxied->surfaceIsOutside(&run.m_index)) {
+        return false;
+    }
+    const unsigned bytes = getBytesPerElement();
+    const unsigned left = run.m_x * getElementsPerTileWide(), top = run.m_y * getElementsPerTileTall();
+    const Extent surface = elementsOf(m_proxied->getTexture(), run.m_index.mip);
+    if (left >= surface.m_wide || top >= surface.m_tall) {
+        return false;
+    }
+    const ElementRows inside =
+        partOf(run.m_strip, bytes, 0, 0, std::min(run.m_strip.m_wide, surface.m_wide - left),
+               std::min(run.m_strip.m_tall, surface.m_tall - top));
+    const ElementRows rows = m_proxied->getElementRows(&run.m_index);
+    if (rows.m_memory != nullptr) {
+        if (overlap(rows, inside)) {
+            return false;
+        }
+        const ElementRows there = partOf(rows, bytes, left, top, inside.m_wide, inside.m_tall);
+        toStrip ? copyElements(inside, there, bytes) : copyElements(there, inside, bytes);
+    } else if (!(toStrip ? m_proxied->getStrip(&run.m_index, inside, run.m_x, run.m_y)
+                         : m_proxied->putStrip(&run.m_index, inside, run.m_x, run.m_y))) {
+        return false;
+    }
+    if (toStrip) { // the overhang of the surface's last tiles
+        const unsigned wide = run.m_strip.m_wide, tall = run.m_strip.m_tall;
+        clear(partOf(run.m_strip, bytes, inside.m_wide, 0, wide - inside.m_wide, inside.m_tall), bytes);
+        clear(partOf(run.m_strip, bytes, 0, inside.m_tall, wide, tall - inside.m_tall), bytes);
+    }
+    return true;
+}
+
+void ProxyElementProvider::getRun(const Run& run) const {
+    const unsigned bytes = getBytesPerElement();
+    if (!run.m_isShown) {
+        clear(run.m_strip, bytes);
+    } else if (!moveRows(run, true)) {
+        forTiles(run.m_strip, bytes, getElementsPerTileWide(), [&](unsigned i, const ElementRows& part) {
+            Tile tile = {};
+            m_proxied->getTile(&run.m_index, &tile, run.m_x + i, run.m_y);
+            copyElements(part, elementsIn(tile, *this), bytes);
+        });
+    }
+}
+
+void ProxyElementProvider::putRun(const Run& run) const {
+    if (!run.m_isShown || moveRows(run, false)) {
+        return;
+    }
+    const unsigned bytes = getBytesPerElement();
+    forTiles(run.m_strip, bytes, getElementsPerTileWide(), [&](unsigned i, const ElementRows& part) {
+        Tile tile = {};
+        ElementRows elements = elementsIn(tile, *this);
+        if (part.m_wide < elements.m_wide || part.m_tall < elements.m_tall) {
+            m_proxied->getTile(&run.m_index, &tile, run.m_x + i, run.m_y); // keeps the rest of it
+        }
+        elements.m_wide = part.m_wide;
+        elements.m_tall = part.m_tall;
+        copyElements(elements, part, bytes);
+        m_proxied->putTile(&run.m_index, &tile, run.m_x + i, run.m_y);
+    });
+}
+
+bool ProxyElementProvider::doGetStrip(const SurfaceIndex*, const ElementRows& strip, unsigned x,
+                                      unsigned y) const {
+    const bool canMove = hasElementsOfTarget();
+    if (canMove) {
+        forRuns(strip, x, y, [this](const Run& run) { getRun(run); });
+    }
+    return canMove;
+}
+
+bool ProxyElementProvider::doPutStrip(const SurfaceIndex*, const ElementRows& strip, unsigned x,
+                                      unsigned y) const {
+    const bool canMove = hasElementsOfTarget();
+    if (canMove) {
+        forRuns(strip, x, y, [this](const Run& run) { putRun(run); });
+    }
+    return canMove;
 }
 
 } // namespace qor::Texsmith::Raw
