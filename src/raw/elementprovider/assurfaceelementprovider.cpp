@@ -50,6 +50,10 @@ ElementRows AsSurfaceElementProvider::doGetElementRows(const SurfaceIndex*) cons
     return hasShapeOfTarget() ? getProxied()->getElementRows(&m_surfaceIndex) : ElementRows{};
 }
 
+ElementRows AsSurfaceElementProvider::doGetElementRun(const SurfaceIndex*, unsigned x, unsigned y) const {
+    return hasShapeOfTarget() ? getProxied()->getElementRun(&m_surfaceIndex, x, y) : ElementRows{};
+}
+
 bool AsSurfaceElementProvider::doGetStrip(const SurfaceIndex*, const ElementRows& strip, unsigned x,
                                           unsigned y) const {
     return hasShapeOfTarget() && getProxied()->getStrip(&m_surfaceIndex, strip, x, y);

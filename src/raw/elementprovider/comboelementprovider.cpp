@@ -125,6 +125,12 @@ ElementRows ComboElementProvider::doGetElementRows(const SurfaceIndex* surfaceIn
     return provider != nullptr ? provider->getElementRows(&kOnlySurface) : ElementRows{};
 }
 
+ElementRows ComboElementProvider::doGetElementRun(const SurfaceIndex* surfaceIndex, unsigned x,
+                                                  unsigned y) const {
+    const ElementProvider* const provider = findAlike(*surfaceIndex);
+    return provider != nullptr ? provider->getElementRun(&kOnlySurface, x, y) : ElementRows{};
+}
+
 bool ComboElementProvider::doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                                       unsigned y) const {
     const ElementProvider* const provider = findAlike(*surfaceIndex);

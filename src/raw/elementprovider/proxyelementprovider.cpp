@@ -121,6 +121,8 @@ struct ProxyElementProvider::Run {
     SurfaceIndex m_index;
     unsigned m_x, m_y; // the first tile, in the target
     bool m_isShown;    // false: nothing lies there
+
+    Extent inside(const ElementProvider& target) const; // elements; none outside of the surface
 };
 
 namespace {
@@ -154,51 +156,91 @@ ElementRows elementsIn(Tile& tile, const ElementProvider& provider) {
 
 } // namespace
 
+// The run from tile (x, y) of the view on, at most `strip` wide.
+ProxyElementProvider::Run ProxyElementProvider::runAt(const ElementRows& strip, unsigned x,
+                                                      unsigned y) const {
+    const std::uint64_t most = std::uint64_t{std::max(doGetRun(x, y), 1u)} * getElementsPerTileWide();
+    Run run = {strip, {}, x, y, false};
+    run.m_strip.m_wide = static_cast<unsigned>(std::min<std::uint64_t>(most, strip.m_wide));
+    run.m_isShown = adjust(&run.m_index, &run.m_x, &run.m_y);
+    return run;
+}
+
+// The part of a run that lies in its surface.
+Extent ProxyElementProvider::Run::inside(const ElementProvider& target) const {
+    const std::uint64_t left = std::uint64_t{m_x} * target.getElementsPerTileWide();
+    const std::uint64_t top = std::uint64_t{m_y} * target.getElementsPerTileTall();
+    const Extent surface = elementsOf(target.getTexture(), m_index.mip);
+    if (!m_isShown || target.surfaceIsOutside(&m_index) || left >= surface.m_wide || top >= surface.m_tall) {
+        return {};
+    }
+    return {static_cast<unsigned>(std::min(surface.m_wide - left, std::uint64_t{m_strip.m_wide})),
+            static_cast<unsigned>(std::min(surface.m_tall - top, std::uint64_t{m_strip.m_tall}))};
+}
+
 template <typename Use>
 void ProxyElementProvider::forRuns(const ElementRows& strip, unsigned x, unsigned y, Use use) const {
     const unsigned bytes = getBytesPerElement(), perTile = getElementsPerTileWide();
     for (unsigned left = 0; left < strip.m_wide;) {
-        const std::uint64_t most = std::uint64_t{std::max(doGetRun(x, y), 1u)} * perTile;
-        const auto wide = static_cast<unsigned>(std::min<std::uint64_t>(most, strip.m_wide - left));
-        Run run = {partOf(strip, bytes, left, 0, wide, strip.m_tall), {}, x, y, false};
-        run.m_isShown = adjust(&run.m_index, &run.m_x, &run.m_y);
+        const Run run =
+            runAt(partOf(strip, bytes, left, 0, strip.m_wide - left, strip.m_tall), x + left / perTile, y);
         use(run);
-        left += wide;
-        x += (wide + perTile - 1) / perTile;
+        left += run.m_strip.m_wide;
     }
 }
 
 // Moves what lies in the surface at once; false, and nothing moved, where that cannot be.
 bool ProxyElementProvider::moveRows(const Run& run, bool toStrip) const {
-    if (m_proxied->surfaceIsOutside(&run.m_index)) {
-        return false;
-    }
     const unsigned bytes = getBytesPerElement();
-    const unsigned left = run.m_x * getElementsPerTileWide(), top = run.m_y * getElementsPerTileTall();
-    const Extent surface = elementsOf(m_proxied->getTexture(), run.m_index.mip);
-    if (left >= surface.m_wide || top >= surface.m_tall) {
+    const unsigned wide = run.m_strip.m_wide, tall = run.m_strip.m_tall;
+    const Extent part = run.inside(*m_proxied);
+    if (part.m_wide == 0) {
         return false;
     }
-    const ElementRows inside =
-        partOf(run.m_strip, bytes, 0, 0, std::min(run.m_strip.m_wide, surface.m_wide - left),
-               std::min(run.m_strip.m_tall, surface.m_tall - top));
+    const ElementRows inside = partOf(run.m_strip, bytes, 0, 0, part.m_wide, part.m_tall);
     const ElementRows rows = m_proxied->getElementRows(&run.m_index);
-    if (rows.m_memory != nullptr) {
-        if (overlap(rows, inside)) {
+    if (rows.m_memory == nullptr) {
+        if (!(toStrip ? m_proxied->getStrip(&run.m_index, inside, run.m_x, run.m_y)
+                      : m_proxied->putStrip(&run.m_index, inside, run.m_x, run.m_y))) {
             return false;
         }
-        const ElementRows there = partOf(rows, bytes, left, top, inside.m_wide, inside.m_tall);
-        toStrip ? copyElements(inside, there, bytes) : copyElements(there, inside, bytes);
-    } else if (!(toStrip ? m_proxied->getStrip(&run.m_index, inside, run.m_x, run.m_y)
-                         : m_proxied->putStrip(&run.m_index, inside, run.m_x, run.m_y))) {
+    } else if (overlap(rows, inside)) {
         return false;
+    } else {
+        const ElementRows there = partOf(rows, bytes, run.m_x * getElementsPerTileWide(),
+                                         run.m_y * getElementsPerTileTall(), part.m_wide, part.m_tall);
+        toStrip ? copyElements(inside, there, bytes) : copyElements(there, inside, bytes);
     }
     if (toStrip) { // the overhang of the surface's last tiles
-        const unsigned wide = run.m_strip.m_wide, tall = run.m_strip.m_tall;
-        clear(partOf(run.m_strip, bytes, inside.m_wide, 0, wide - inside.m_wide, inside.m_tall), bytes);
-        clear(partOf(run.m_strip, bytes, 0, inside.m_tall, wide, tall - inside.m_tall), bytes);
+        clear(partOf(run.m_strip, bytes, part.m_wide, 0, wide - part.m_wide, part.m_tall), bytes);
+        clear(partOf(run.m_strip, bytes, 0, part.m_tall, wide, tall - part.m_tall), bytes);
     }
     return true;
+}
+
+// Of whole tiles: what overhangs is in no memory.
+ElementRows ProxyElementProvider::doGetElementRun(const SurfaceIndex*, unsigned x, unsigned y) const {
+    if (!hasElementsOfTarget()) {
+        return {};
+    }
+    const unsigned perTile = getElementsPerTileWide();
+    const ElementRows rest = {nullptr, 0, elementsOf(m_texture, 0).m_wide - x * perTile, perTile};
+    const Run run = runAt(rest, x, y);
+    if (!run.m_isShown) {
+        return run.m_strip;
+    }
+    const Extent part = run.inside(*m_proxied);
+    const unsigned wide = part.m_wide / perTile * perTile;
+    if (wide == 0 || part.m_tall != perTile) {
+        return {};
+    }
+    const ElementRows rows = m_proxied->getElementRows(&run.m_index);
+    if (rows.m_memory != nullptr) {
+        return partOf(rows, getBytesPerElement(), run.m_x * perTile, run.m_y * perTile, wide, perTile);
+    }
+    ElementRows nested = m_proxied->getElementRun(&run.m_index, run.m_x, run.m_y);
+    nested.m_wide = std::min(nested.m_wide, wide);
+    return nested;
 }
 
 void ProxyElementProvider::getRun(const Run& run) const {

@@ -4,6 +4,7 @@
 #include "raw/frame/check.h"
 #include "raw/surfaces/extent.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -202,7 +203,21 @@ bool ElementProvider::putStrip(const SurfaceIndex* surfaceIndex, const ElementRo
     return canMoveStrip(surfaceIndex, strip, x, y) && doPutStrip(surfaceIndex, strip, x, y);
 }
 
+ElementRows ElementProvider::getElementRun(const SurfaceIndex* surfaceIndex, unsigned x, unsigned y) const {
+    checkNotNull(surfaceIndex, kSourcePath, kNeedsIndex);
+    if (!tileIsInside(surfaceIndex, x, y) || !hasShortcuts()) {
+        return {};
+    }
+    const ElementRows run = doGetElementRun(surfaceIndex, x, y);
+    const Extent surface = elementsOf(m_texture, surfaceIndex->mip);
+    const unsigned perTile = getElementsPerTileWide(), wide = surface.m_wide - x * perTile;
+    const unsigned tall = std::min(perTile, surface.m_tall - y * perTile); // tiles are square
+    const bool isWhole = run.m_wide == wide || (run.m_wide < wide && run.m_wide % perTile == 0);
+    return run.m_wide != 0 && isWhole && run.m_tall == tall ? run : ElementRows{};
+}
+
 const std::type_info* ElementProvider::doGetRowsClass() const { return nullptr; }
+ElementRows ElementProvider::doGetElementRun(const SurfaceIndex*, unsigned, unsigned) const { return {}; }
 ElementRows ElementProvider::doGetElementRows(const SurfaceIndex*) const { return {}; }
 
 bool ElementProvider::doGetStrip(const SurfaceIndex*, const ElementRows&, unsigned, unsigned) const {

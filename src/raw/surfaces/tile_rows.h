@@ -6,6 +6,7 @@
 #include "raw/memory/row_stores.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace qor::Texsmith::Raw {
 
@@ -53,6 +54,37 @@ inline ElementRows stripOf(const ElementRows& surface, unsigned bytesPerElement,
     return {buffer.m_bytes, std::size_t{place.m_wide} * bytesPerElement, place.m_wide, place.m_tall};
 }
 
+// One side of a row of tiles from element `m_left` on: where the elements of a strip lie, or pass through.
+struct StripSide {
+    const ElementProvider& m_provider;
+    const ElementRows& m_surface;
+    StripBuffer& m_buffer;
+
+    // Straight in memory, as far as that goes; empty where the elements pass through the buffer.
+    ElementRows inMemory(const SurfaceIndex* surfaceIndex, const StripPlace& place) const {
+        const unsigned bytes = m_provider.getBytesPerElement();
+        if (m_surface.m_memory != nullptr) {
+            return partOf(m_surface, bytes, place.m_left, place.m_top, place.m_wide, place.m_tall);
+        }
+        return m_provider.getElementRun(surfaceIndex, place.m_left / m_provider.getElementsPerTileWide(),
+                                        place.m_top / m_provider.getElementsPerTileTall());
+    }
+    // For reading: where nothing is shown, zeros, the same row of them for all.
+    ElementRows inMemoryOrZeros(const SurfaceIndex* surfaceIndex, const StripPlace& place) const {
+        ElementRows run = inMemory(surfaceIndex, place);
+        if (run.m_memory == nullptr && run.m_wide != 0) {
+            const unsigned bytes = m_provider.getBytesPerElement();
+            const auto most = static_cast<unsigned>(sizeof m_buffer.m_bytes / bytes);
+            run = {m_buffer.m_bytes, 0, std::min(run.m_wide, most), place.m_tall};
+            std::memset(m_buffer.m_bytes, 0, std::size_t{run.m_wide} * bytes);
+        }
+        return run;
+    }
+    ElementRows inBuffer(unsigned wide, unsigned tall) const {
+        return {m_buffer.m_bytes, std::size_t{wide} * m_provider.getBytesPerElement(), wide, tall};
+    }
+};
+
 // Converts row `y` of tiles by `convert(destination, source, elements, stores)`, a row of elements at a time,
 // and returns how many tiles were done.
 template <typename Convert>
@@ -63,25 +95,33 @@ unsigned convertTileRow(const ElementProvider& source, const ElementProvider& de
         return 0;
     }
     const ElementRows &from = surface.m_source, &to = surface.m_destination;
-    const bool fetches = from.m_memory == nullptr, stores = to.m_memory == nullptr;
     const unsigned tileWide = source.getElementsPerTileWide(), top = y * source.getElementsPerTileTall();
     const unsigned tall = std::min(from.m_tall - top, source.getElementsPerTileTall());
-    const unsigned step = fetches || stores ? StripBuffer::kElementsWide : from.m_wide;
-    const RowStores how = stores ? RowStores::kCached : storesFor(to);
+    const RowStores stores = to.m_memory != nullptr ? storesFor(to) : RowStores::kCached;
     StripBuffer fetched, toStore;
-    for (unsigned left = 0; left < from.m_wide; left += step) {
-        const StripPlace place = {left, top, std::min(step, from.m_wide - left), tall};
-        const ElementRows in = stripOf(from, source.getBytesPerElement(), place, fetched);
-        const ElementRows out = stripOf(to, destination.getBytesPerElement(), place, toStore);
+    const StripSide sourceSide = {source, from, fetched}, destinationSide = {destination, to, toStore};
+    for (unsigned left = 0; left < from.m_wide;) {
+        const StripPlace rest = {left, top, from.m_wide - left, tall};
+        ElementRows in = sourceSide.inMemoryOrZeros(surfaceIndex, rest);
+        ElementRows out = destinationSide.inMemory(surfaceIndex, rest);
+        if (overlap(in, out)) {
+            return left / tileWide;
+        }
+        const bool fetches = in.m_memory == nullptr, puts = out.m_memory == nullptr;
+        unsigned wide = fetches || puts ? std::min(StripBuffer::kElementsWide, rest.m_wide) : rest.m_wide;
+        wide = std::min({wide, fetches ? wide : in.m_wide, puts ? wide : out.m_wide});
+        in = fetches ? sourceSide.inBuffer(wide, tall) : in;
+        out = puts ? destinationSide.inBuffer(wide, tall) : out;
         if (fetches && !source.getStrip(surfaceIndex, in, left / tileWide, y)) {
             return left / tileWide;
         }
         for (unsigned row = 0; row < tall; ++row) {
-            convert(out.row(row), in.row(row), place.m_wide, how);
+            convert(out.row(row), in.row(row), wide, stores);
         }
-        if (stores && !destination.putStrip(surfaceIndex, out, left / tileWide, y)) {
+        if (puts && !destination.putStrip(surfaceIndex, out, left / tileWide, y)) {
             return left / tileWide;
         }
+        left += wide;
     }
     return (from.m_wide + tileWide - 1) / tileWide;
 }

@@ -66,6 +66,12 @@ public:
     bool getStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x, unsigned y) const;
     bool putStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x, unsigned y) const;
 
+    // The elements from tile (x, y) on to the right that lie in plain memory together, where that can be told
+    // of a part of the surface only, as in views: whole tiles, one tile tall or as tall as the last tiles are
+    // cut. A run without memory that has a width shows nothing: zeros are read there, and writes are dropped.
+    // No width, where there are none; for a provider that has rows, too. A null index is reported.
+    ElementRows getElementRun(const SurfaceIndex* surfaceIndex, unsigned x, unsigned y) const;
+
     // Sizes at a mip. A mip that is not below the number of mips is reported.
     unsigned getPixelsWide(unsigned mip) const;
     unsigned getPixelsTall(unsigned mip) const;
@@ -168,8 +174,8 @@ private:
     virtual void doGetTexel(const SurfaceIndex* surfaceIndex, Properties* properties, unsigned x,
                             unsigned y) const;
 
-    // Rows and strips are shortcuts past the operations above, for walks over tiles. The defaults have
-    // neither, and a provider that has rows needs no strips. They count only for objects of the very class
+    // Rows, runs and strips are shortcuts past the operations above, for walks over tiles. The defaults have
+    // none, and a provider that has rows needs no strips. They count only for objects of the very class
     // that doGetRowsClass names: a derived class may have changed what an element, block or tile is, and to
     // override that is enough, because its objects are then read and written through the operations above.
     // A derived class that changes nothing there keeps the speed of its base by returning &typeid(itself).
@@ -180,6 +186,7 @@ private:
                             unsigned y) const;
     virtual bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                             unsigned y) const;
+    virtual ElementRows doGetElementRun(const SurfaceIndex* surfaceIndex, unsigned x, unsigned y) const;
     bool hasShortcuts() const;
     bool canMoveStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                       unsigned y) const;

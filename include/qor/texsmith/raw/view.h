@@ -61,6 +61,7 @@ private:
     // How many tiles, from this one to the right, lie side by side in the target as well, or all show
     // nothing. At least 1, the default. Strips are moved in runs of these.
     virtual unsigned doGetRun(unsigned x, unsigned y) const;
+    ElementRows doGetElementRun(const SurfaceIndex* surfaceIndex, unsigned x, unsigned y) const override;
     bool doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                     unsigned y) const override;
     bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
@@ -68,6 +69,7 @@ private:
     bool adjust(SurfaceIndex* index, unsigned* x, unsigned* y) const;
     template <typename Use> void forRuns(const ElementRows& strip, unsigned x, unsigned y, Use use) const;
     struct Run; // a part of a strip that lies on one surface of the target
+    Run runAt(const ElementRows& strip, unsigned x, unsigned y) const;
     void getRun(const Run& run) const;
     void putRun(const Run& run) const;
     bool moveRows(const Run& run, bool toStrip) const;
@@ -88,6 +90,7 @@ private:
     bool doAdjustTileForTarget(SurfaceIndex* index, unsigned* x, unsigned* y) const override;
     const std::type_info* doGetRowsClass() const override;
     ElementRows doGetElementRows(const SurfaceIndex* surfaceIndex) const override;
+    ElementRows doGetElementRun(const SurfaceIndex* surfaceIndex, unsigned x, unsigned y) const override;
     bool doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                     unsigned y) const override;
     bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
@@ -311,6 +314,7 @@ private:
                     unsigned y) const override;
     const std::type_info* doGetRowsClass() const override;
     ElementRows doGetElementRows(const SurfaceIndex* surfaceIndex) const override;
+    ElementRows doGetElementRun(const SurfaceIndex* surfaceIndex, unsigned x, unsigned y) const override;
     bool doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                     unsigned y) const override;
     bool doPutStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
