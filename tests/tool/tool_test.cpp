@@ -374,7 +374,7 @@ TEST_F(ToolTest, StatsTellRangeMeanAndConstants) {
 TEST_F(ToolTest, WrongArgumentsAreOneLine) {
     expectFailure(run(""), "no command given");
     expectFailure(run("paint"), "unknown command 'paint'");
-    expectFailure(run("convert a.tga"), "convert takes SOURCE DESTINATION");
+    expectFailure(run("convert a.tga"), "convert takes SOURCE... and a DESTINATION");
     expectFailure(run("convert a.tga \"\""), "the destination has no name", 2);
     expectFailure(run("convert a.tga b.dds --efort best"),
                   "unknown option '--efort'; did you mean '--effort'?", 2);

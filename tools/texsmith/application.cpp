@@ -6,6 +6,7 @@
 #include "help_text.h"
 #include "json_output.h"
 #include "options.h"
+#include "plan.h"
 #include "replacement_file.h"
 
 #include "qor/texsmith/raw/normalization_policy.h"
@@ -97,6 +98,7 @@ private:
         try {
             qor::Texsmith::Raw::failWritesWithoutSignals();
             installReportHandlers();
+            rememberProgram(argc > 0 ? argv[0] : nullptr);
             // Signed blocks hold -1 to 1, like all other signed texels.
             qor::Texsmith::g_normalizationPolicy = qor::Texsmith::kNormalizationPolicyAsItIs;
             runArguments(m_arguments);

@@ -1,6 +1,7 @@
 #include "console.h"
 
 #include "options.h"
+#include "progress_bar.h"
 
 #include "qor/texsmith/raw/process.h"
 
@@ -26,6 +27,8 @@ bool s_isJson = false, s_isQuiet = false, s_isVerbose = false; // set before the
 
 std::mutex s_mutex; // guards the hints
 std::vector<std::string> s_hints;
+
+thread_local const std::string* t_file = nullptr; // that hints of this thread are about
 
 // How many bytes the UTF-8 character at the front has; 0 for what is none, or a control character.
 std::size_t printableLength(std::string_view text) {
@@ -82,14 +85,19 @@ bool showsProgress() {
     return !s_isQuiet && !s_isJson && (s_isVerbose || qor::Texsmith::Raw::isTerminal(kStandardError));
 }
 
-void hint(const std::string& text) {
+HintsAbout::HintsAbout(const std::string& file) : m_file(file) { t_file = &m_file; }
+
+HintsAbout::~HintsAbout() { t_file = nullptr; }
+
+void hint(const std::string& about) {
+    const std::string text = t_file != nullptr ? *t_file + ": " + about : about;
     const std::scoped_lock lock(s_mutex);
     if (std::find(s_hints.begin(), s_hints.end(), text) != s_hints.end()) {
         return;
     }
     s_hints.push_back(text);
     if (showsProgress()) {
-        std::fprintf(stderr, "texsmith: hint: %s\n", escaped(text).c_str());
+        ProgressBar::printAbove("texsmith: hint: " + escaped(text));
     }
 }
 

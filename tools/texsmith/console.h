@@ -22,6 +22,17 @@ bool showsProgress();
 // One line for the user that is no failure, on the standard error stream where somebody looks. Any thread may
 // call it; a text that was told is not told again.
 void hint(const std::string& text);
+// While it lives, hints of this thread name the file that they are about.
+class HintsAbout {
+public:
+    explicit HintsAbout(const std::string& file);
+    ~HintsAbout();
+    HintsAbout(const HintsAbout&) = delete;
+    HintsAbout& operator=(const HintsAbout&) = delete;
+
+private:
+    std::string m_file;
+};
 // All that were given.
 std::vector<std::string> hintsGiven();
 

@@ -9,6 +9,7 @@
 
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/texsmith/raw/helpers.h"
+#include "qor/texsmith/raw/job_manager.h"
 #include "qor/texsmith/raw/memory_region.h"
 #include "qor/texsmith/raw/process.h"
 
@@ -58,8 +59,10 @@ void setEncoders(Configuration* configuration, const ConversionOptions& options)
 
 // From any source into any region. Throws Failure in the name of the file that is at fault.
 void convertInto(Raw::ResizableMemoryRegion* to, SourceFile* source, const std::string& destination,
-                 const ConversionOptions& options) {
+                 const ConversionOptions& options, const FileWork& work) {
+    Raw::SerialJobManager serial;
     Configuration configuration;
+    configuration.m_jobManager = work.m_isSerial ? &serial : configuration.m_jobManager;
     configuration.m_abort = abortWord();
     setEncoders(&configuration, options);
     Raw::Error error = Raw::kErrorFailed;
@@ -81,20 +84,20 @@ void convertInto(Raw::ResizableMemoryRegion* to, SourceFile* source, const std::
 }
 
 void writeConverted(SourceFile* source, const std::string& destination, const std::string& written,
-                    const ConversionOptions& options) {
+                    const ConversionOptions& options, const FileWork& work) {
     std::optional<Raw::MemoryMappedFile> to;
     try {
         to.emplace(written.c_str(), Raw::kPermissionsReadWrite, Raw::g_mallocAllocator);
     } catch (const Failure&) { // its text is the first report
         throwFileFailure(destination, Raw::kErrorFailed, Work::kWriting);
     }
-    convertInto(&*to, source, destination, options);
+    convertInto(&*to, source, destination, options, work);
 }
 
-void writeToStandardOutput(SourceFile* source, const ConversionOptions& options) {
+void writeToStandardOutput(SourceFile* source, const ConversionOptions& options, const FileWork& work) {
     constexpr int kStandardOutputNumber = 1;
     Raw::MappedMemory memory;
-    convertInto(&memory, source, options.m_outputType, options);
+    convertInto(&memory, source, options.m_outputType, options, work);
     Raw::setBinaryMode(kStandardOutputNumber);
     std::fwrite(memory.begin, 1, static_cast<std::size_t>(memory.length()), stdout);
 }
@@ -115,8 +118,8 @@ std::string resolveDestination(const std::string& source, const std::string& des
     return source.substr(0, extension) + destination;
 }
 
-void convertFile(const std::string& source, const std::string& destination,
-                 const ConversionOptions& options) {
+void convertFile(const std::string& source, const std::string& destination, const ConversionOptions& options,
+                 const FileWork& work) {
     if (destination == kStandardStream) {
         if (options.m_outputType.empty()) {
             throw UsageFailure("what the standard output is to hold is told by --type");
@@ -124,7 +127,7 @@ void convertFile(const std::string& source, const std::string& destination,
         checkIsWritten(source, options.m_outputType, options.m_outputType);
         checkConversionOptions(options, options.m_outputType);
         SourceFile file(source, options.m_inputType);
-        writeToStandardOutput(&file, options);
+        writeToStandardOutput(&file, options, work);
         return;
     }
     checkIsWritten(source, destination, destination);
@@ -133,8 +136,8 @@ void convertFile(const std::string& source, const std::string& destination,
         return;
     }
     SourceFile from(source, options.m_inputType);
-    ReplacementFile file(fileToReplace(source, destination));
-    writeConverted(&from, destination, file.name(), options);
+    ReplacementFile file(fileToReplace(source, destination), work.m_force);
+    writeConverted(&from, destination, file.name(), options, work);
     file.takePlace();
 }
 

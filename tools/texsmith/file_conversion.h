@@ -11,9 +11,15 @@ namespace Tool {
 // the source has no extension that could give way.
 std::string resolveDestination(const std::string& source, const std::string& destination);
 
+struct FileWork {
+    bool m_isSerial = false; // on the calling thread alone
+    bool m_force = false;    // over a read-only file too
+};
+
 // Writes `source`, a file or URL, as `destination`, where "-" is the standard input and output, beside which
 // it is made first: a file that stood there survives every failure. Throws Failure. What the file cannot keep
 // is told as hints.
-void convertFile(const std::string& source, const std::string& destination, const ConversionOptions& options);
+void convertFile(const std::string& source, const std::string& destination, const ConversionOptions& options,
+                 const FileWork& work = {});
 
 } // namespace Tool

@@ -28,6 +28,11 @@ std::size_t extensionOffset(std::string_view path) {
     return dot == path.npos || dot < nameOffset(path) ? path.size() : dot;
 }
 
+bool isThere(const std::string& path) {
+    std::error_code error;
+    return fs::symlink_status(toPath(path), error).type() != fs::file_type::not_found;
+}
+
 bool isSameFile(const std::string& a, const std::string& b) {
     std::error_code error;
     return fs::equivalent(toPath(a), toPath(b), error);

@@ -16,6 +16,9 @@ std::string toName(const std::filesystem::path& path); // with the separators of
 std::size_t nameOffset(std::string_view path);
 std::size_t extensionOffset(std::string_view path);
 
+// Anything has that name, a link to nowhere included.
+bool isThere(const std::string& path);
+
 // Both exist and are one.
 bool isSameFile(const std::string& a, const std::string& b);
 

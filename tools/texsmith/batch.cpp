@@ -1,0 +1,269 @@
+#include "batch.h"
+
+#include "console.h"
+#include "content_hash.h"
+#include "conversion_estimate.h"
+#include "failure.h"
+#include "file_conversion.h"
+#include "paths.h"
+#include "progress_bar.h"
+#include "replacement_file.h"
+#include "update_record.h"
+
+#include "qor/texsmith/raw/process.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace Tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kStandardOutput = 1;
+constexpr char kMemoryFailure[] = "there is not enough memory";
+constexpr char kFaultFailure[] = "an internal fault ended the conversion";
+
+void makeFolderOf(const std::string& destination) {
+    const fs::path folder = toPath(destination).parent_path();
+    std::error_code error;
+    if (!folder.empty() && !fs::create_directories(folder, error) && error) {
+        throw Failure(toName(folder) + ": the folder cannot be made: " + error.message(), kExitUnwritable);
+    }
+}
+
+std::string keyOf(const BatchSettings& settings) {
+    std::string key;
+    for (const std::string& argument : settings.m_arguments) {
+        key += (key.empty() ? "" : " ") + argument;
+    }
+    return key;
+}
+
+// Hands out files in order, each when the memory that it needs is free. One that needs more than there is
+// comes alone.
+class Queue {
+public:
+    Queue(const Batch& batch, std::uint64_t memory) : m_batch(batch), m_memory(memory) {}
+
+    struct Turn {
+        std::size_t m_file = 0;
+        std::uint64_t m_memory = 0;
+    };
+
+    // Nothing when all files are handed out.
+    std::optional<Turn> next() {
+        std::unique_lock lock(m_mutex);
+        if (m_next >= m_batch.m_files.size()) {
+            return std::nullopt;
+        }
+        Turn turn{m_next++};
+        lock.unlock(); // the estimate reads the file's headers
+        const BatchFile& file = m_batch.m_files[turn.m_file];
+        turn.m_memory = estimateConversion(file.m_source, file.m_destination,
+                                           m_batch.m_settings[file.m_settings].m_options)
+                            .m_memory;
+        lock.lock();
+        m_isFree.wait(lock, [&] { return m_used == 0 || m_used + turn.m_memory <= m_memory; });
+        m_used += turn.m_memory;
+        return turn;
+    }
+
+    void finish(const Turn& turn) {
+        {
+            const std::scoped_lock lock(m_mutex);
+            m_used -= turn.m_memory;
+        }
+        m_isFree.notify_all();
+    }
+
+    void handOutNoMore() {
+        const std::scoped_lock lock(m_mutex);
+        m_next = m_batch.m_files.size();
+    }
+
+private:
+    const Batch& m_batch;
+    const std::uint64_t m_memory;
+    std::mutex m_mutex;
+    std::condition_variable m_isFree;
+    std::size_t m_next = 0;
+    std::uint64_t m_used = 0;
+};
+
+class Runner {
+public:
+    Runner(const Batch& batch, const BatchOptions& options)
+        : m_batch(batch), m_options(options), m_results(batch.m_files.size()),
+          m_queue(batch, options.m_memory),
+          m_tellsLines(batch.m_files.size() > 1 && !isQuiet() && !isJson() &&
+                       !qor::Texsmith::Raw::isTerminal(kStandardOutput)) {
+        const auto files = static_cast<unsigned>(std::min<std::size_t>(batch.m_files.size(), ~0u));
+        const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+        m_jobs = std::min(files, options.m_jobs != 0 ? options.m_jobs : files > cores ? cores : 1);
+    }
+
+    std::vector<BatchResult> run() {
+        if (m_batch.m_files.size() == 1) { // whose failure is the command's
+            m_results[0].m_outcome = convertOne(m_batch.m_files[0], m_options.m_isSerial);
+            return std::move(m_results);
+        }
+        ProgressBar bar("files", static_cast<unsigned>(m_batch.m_files.size()));
+        m_bar = &bar;
+        if (m_jobs == 1) {
+            work(m_options.m_isSerial);
+        } else {
+            workOnThreads();
+        }
+        m_bar = nullptr;
+        return std::move(m_results);
+    }
+
+private:
+    void workOnThreads() {
+        std::vector<std::thread> threads;
+        const auto body = [this] {
+            const ReportsOfThisThread reports;
+            work(true);
+        };
+        try {
+            while (threads.size() + 1 < m_jobs) {
+                threads.emplace_back(body);
+            }
+        } catch (const std::system_error&) { // those that there are do the work
+        }
+        body();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+
+    void work(bool isSerial) {
+        while (const std::optional<Queue::Turn> turn = m_queue.next()) {
+            const BatchFile& file = m_batch.m_files[turn->m_file];
+            forgetReports();
+            const HintsAbout about(file.m_source);
+            m_results[turn->m_file] = resultOf(file, isSerial);
+            m_queue.finish(*turn);
+            tell(file, m_results[turn->m_file]);
+            m_bar->step();
+            if (m_options.m_failsFast && m_results[turn->m_file].m_outcome == BatchOutcome::kFailed) {
+                m_queue.handOutNoMore();
+            }
+        }
+    }
+
+    // Nothing that happens to one file ends the others, a fault of the system included.
+    BatchResult resultOf(const BatchFile& file, bool isSerial) {
+        class Body : public qor::Texsmith::Raw::UnhandledExceptionAbsorber {
+        public:
+            Body(Runner& runner, const BatchFile& file, bool isSerial, BatchResult* result)
+                : m_runner(runner), m_file(file), m_isSerial(isSerial), m_result(result) {}
+
+        private:
+            int doMain(int, char**) override {
+                try {
+                    m_result->m_outcome = m_runner.convertOne(m_file, m_isSerial);
+                } catch (const Failure& failure) {
+                    *m_result = {BatchOutcome::kFailed, failure.what()};
+                } catch (const std::bad_alloc&) {
+                    *m_result = {BatchOutcome::kFailed, m_file.m_source + ": " + kMemoryFailure};
+                } catch (const std::exception& exception) {
+                    *m_result = {BatchOutcome::kFailed, m_file.m_source + ": " + exception.what()};
+                }
+                return 0;
+            }
+
+            Runner& m_runner;
+            const BatchFile& m_file;
+            bool m_isSerial;
+            BatchResult* m_result;
+        };
+        BatchResult result;
+        if (Body(*this, file, isSerial, &result).main(0, nullptr) != 0) {
+            ReplacementFile::removeUnfinished();
+            result = {BatchOutcome::kFailed, file.m_source + ": " + kFaultFailure};
+        }
+        return result;
+    }
+
+    BatchOutcome convertOne(const BatchFile& file, bool isSerial) {
+        const BatchSettings& settings = m_batch.m_settings[file.m_settings];
+        if (m_options.m_keepsExisting && isThere(file.m_destination)) {
+            return BatchOutcome::kKept;
+        }
+        const std::optional<std::uint64_t> source =
+            m_options.m_updates ? contentHash(file.m_source) : std::nullopt;
+        const UpdateRecord::Making making{source.value_or(0), keyOf(settings)};
+        if (source && m_record.isUpToDate(file.m_destination, making)) {
+            return BatchOutcome::kUpToDate;
+        }
+        if (!m_batch.m_isOnePair || m_options.m_makesFolders) {
+            makeFolderOf(file.m_destination);
+        }
+        convertFile(file.m_source, file.m_destination, settings.m_options, {isSerial, m_options.m_force});
+        if (source) {
+            if (const std::optional<std::uint64_t> written = contentHash(file.m_destination)) {
+                m_record.add(file.m_destination, making, *written);
+            }
+        }
+        return BatchOutcome::kWritten;
+    }
+
+    void tell(const BatchFile& file, const BatchResult& result) {
+        if (result.m_outcome == BatchOutcome::kFailed && !isJson()) {
+            ProgressBar::printAbove("texsmith: " + escaped(result.m_failure));
+        } else if (m_tellsLines && result.m_outcome == BatchOutcome::kWritten) {
+            const std::string line = file.m_source + " -> " + file.m_destination + "\n";
+            const std::scoped_lock lock(m_lines);
+            std::fputs(line.c_str(), stdout);
+            std::fflush(stdout);
+        }
+    }
+
+    const Batch& m_batch;
+    const BatchOptions& m_options;
+    std::vector<BatchResult> m_results;
+    Queue m_queue;
+    UpdateRecord m_record;
+    unsigned m_jobs = 1;
+    ProgressBar* m_bar = nullptr;
+    const bool m_tellsLines;
+    std::mutex m_lines;
+};
+
+} // namespace
+
+std::vector<BatchResult> convertBatch(const Batch& batch, const BatchOptions& options) {
+    return Runner(batch, options).run();
+}
+
+std::string summaryOf(const std::vector<BatchResult>& results) {
+    constexpr std::pair<BatchOutcome, const char*> kTexts[] = {
+        {BatchOutcome::kWritten, "written"},        {BatchOutcome::kUpToDate, "up to date"},
+        {BatchOutcome::kKept, "left as they were"}, {BatchOutcome::kFailed, "failed"},
+        {BatchOutcome::kNotTried, "not tried"},
+    };
+    std::string summary;
+    for (const auto& [outcome, text] : kTexts) {
+        const auto count = std::count_if(results.begin(), results.end(), [&](const BatchResult& result) {
+            return result.m_outcome == outcome;
+        });
+        if (count != 0) {
+            summary += (summary.empty() ? "" : ", ") + std::to_string(count) + " " + text;
+        }
+    }
+    return summary;
+}
+
+} // namespace Tool

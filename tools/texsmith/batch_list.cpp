@@ -1,0 +1,199 @@
+#include "batch_list.h"
+
+#include "batch_names.h"
+#include "batch_sources.h"
+#include "failure.h"
+#include "file_conversion.h"
+#include "paths.h"
+#include "recipe.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace Tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kNeedsSources =
+    "convert takes SOURCE... and a DESTINATION; see texsmith convert --help";
+
+// Each of these asks for a name to be made.
+constexpr std::string_view kBatchNames[] = {"--recursive", "--list", "--output", "--name", "--recipe"};
+
+// ".dds", but not a folder such as "..", or a file whose name begins with a dot.
+bool isExtension(const std::string& name) {
+    std::error_code error;
+    return name.starts_with('.') && nameOffset(name) == 0 && !fs::exists(toPath(name), error);
+}
+
+// The options of a rule, and those of the command line in front of which they stand.
+BatchSettings settingsOf(const std::vector<std::string>& rule, const std::vector<std::string>& given) {
+    const Command command{.m_name = "convert", .m_summary = {}, .m_groups = kConversionGroups};
+    std::vector<std::string> all = rule;
+    all.insert(all.end(), given.begin(), given.end());
+    const Options merged(command, all);
+    return {conversionOptionsOf(merged), argumentsIn(merged, kConversionGroups)};
+}
+
+struct Request {
+    SourceRequest m_sources;
+    Naming m_naming;
+};
+
+Request requestOf(const Options& options) {
+    Request request;
+    request.m_sources.m_names = options.names();
+    request.m_sources.m_lists = options.values("--list");
+    request.m_sources.m_entersFolders = options.has("--recursive");
+    request.m_sources.m_outputFolder = options.value("--output");
+    request.m_naming.m_folder = options.value("--output");
+    if (options.has("--output") && request.m_naming.m_folder.empty()) {
+        throw UsageFailure("--output names a folder");
+    }
+    if (options.has("--name")) {
+        request.m_naming.m_pattern = options.value("--name");
+    }
+    std::vector<std::string>& names = request.m_sources.m_names;
+    if (!names.empty() && isExtension(names.back())) {
+        request.m_naming.m_extension = names.back();
+        names.pop_back();
+    } else if (!options.has("--recipe")) {
+        throw UsageFailure(names.size() < 2
+                               ? std::string(kNeedsSources)
+                               : "where several files are converted, an extension such as .dds stands "
+                                 "behind them; see texsmith convert --help");
+    }
+    if (names.empty() && request.m_sources.m_lists.empty()) {
+        throw UsageFailure(std::string(kNeedsSources));
+    }
+    return request;
+}
+
+bool namesOnePair(const Options& options) {
+    const std::vector<std::string>& names = options.names();
+    const bool isPlain = std::none_of(std::begin(kBatchNames), std::end(kBatchNames),
+                                      [&](std::string_view option) { return options.has(option); });
+    return names.size() == 2 && isPlain && !isExtension(names[1]);
+}
+
+// A file in a folder that already is what would be made of it needs no conversion.
+bool isResult(const BatchSource& source, const std::string& destination) {
+    return source.m_isFound &&
+           toPath(source.m_name).lexically_normal() == toPath(destination).lexically_normal();
+}
+
+class BatchMaker {
+public:
+    explicit BatchMaker(const Options& options) : m_options(options), m_request(requestOf(options)) {}
+
+    Batch make() {
+        readSettings();
+        SourceList sources = collectSources(m_request.m_sources);
+        for (const BatchSource& source : sources.m_files) {
+            add(source);
+        }
+        m_batch.m_folders = std::move(sources.m_folders);
+        if (m_batch.m_files.empty() && m_batch.m_passedOver.empty()) {
+            throw UsageFailure("there is no file to convert");
+        }
+        return std::move(m_batch);
+    }
+
+private:
+    void readSettings() {
+        const std::vector<std::string> given = argumentsIn(m_options, kConversionGroups);
+        if (!m_options.has("--recipe")) {
+            checkNaming(m_request.m_naming);
+            m_batch.m_settings.push_back(settingsOf({}, given));
+            m_namings.push_back(m_request.m_naming);
+            return;
+        }
+        const std::string recipe = m_options.value("--recipe");
+        m_rules = readRecipe(recipe, kConversionGroups);
+        for (const RecipeRule& rule : m_rules) {
+            Naming naming = m_request.m_naming;
+            naming.m_extension = rule.m_extension.empty() ? naming.m_extension : rule.m_extension;
+            naming.m_pattern = rule.m_name.empty() ? naming.m_pattern : rule.m_name;
+            if (!rule.m_isSkipped && naming.m_extension.empty()) {
+                throw UsageFailure(recipe + ": the rule for '" + rule.m_patterns.front() +
+                                   "' has no \"to\", and the command line no extension");
+            }
+            if (!rule.m_isSkipped) {
+                checkNaming(naming);
+            }
+            m_batch.m_settings.push_back(settingsOf(rule.m_arguments, given));
+            m_namings.push_back(naming);
+        }
+    }
+
+    void add(const BatchSource& source) {
+        std::size_t settings = 0;
+        if (m_options.has("--recipe")) {
+            const RecipeRule* rule = ruleFor(source.m_place, m_rules);
+            if (rule == nullptr || rule->m_isSkipped) {
+                m_batch.m_passedOver.push_back(source.m_name);
+                return;
+            }
+            settings = static_cast<std::size_t>(rule - m_rules.data());
+        }
+        const std::string destination = destinationOf(source, m_namings[settings]);
+        if (!isResult(source, destination)) {
+            checkConversionOptions(m_batch.m_settings[settings].m_options, destination);
+            m_batch.m_files.push_back({source.m_name, destination, settings});
+        }
+    }
+
+    const Options& m_options;
+    Request m_request;
+    std::vector<RecipeRule> m_rules;
+    std::vector<Naming> m_namings; // one for each of the settings
+    Batch m_batch;
+};
+
+Batch pairOf(const Options& options) {
+    const std::string& source = options.names()[0];
+    std::error_code error;
+    if (fs::is_directory(toPath(source), error)) {
+        throw UsageFailure(source + " is a folder; -r takes the files below it");
+    }
+    if (fs::is_directory(toPath(options.names()[1]), error)) {
+        throw UsageFailure(options.names()[1] + " is a folder; -o writes below one");
+    }
+    Batch batch;
+    batch.m_settings.push_back({conversionOptionsOf(options), argumentsIn(options, kConversionGroups)});
+    batch.m_files.push_back({source, resolveDestination(source, options.names()[1]), 0});
+    batch.m_isOnePair = true;
+    return batch;
+}
+
+} // namespace
+
+std::vector<std::string> argumentsIn(const Options& options, std::span<const OptionGroup> groups) {
+    std::vector<std::string> arguments;
+    for (const OptionGroup& group : groups) {
+        for (const Option& option : group.m_options) {
+            for (const std::string& value : options.values(option.m_name)) {
+                arguments.push_back(std::string(option.m_name) + (value.empty() ? "" : "=" + value));
+            }
+        }
+    }
+    return arguments;
+}
+
+Batch makeBatch(const Options& options) {
+    if (namesOnePair(options)) {
+        return pairOf(options);
+    }
+    Batch batch = BatchMaker(options).make();
+    std::vector<std::pair<std::string, std::string>> conversions;
+    for (const BatchFile& file : batch.m_files) {
+        conversions.emplace_back(file.m_source, file.m_destination);
+    }
+    refuseCollisions(conversions);
+    return batch;
+}
+
+} // namespace Tool
