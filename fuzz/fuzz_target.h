@@ -40,4 +40,16 @@ private:
 // Headers may ask for images of up to 4 GiB: inputs whose image would be above this are passed over.
 inline constexpr std::uint64_t kMostTexels = 1 << 20;
 
+// Loads a file of that type, and writes what it shows as another one.
+inline int loadAndSave(const std::uint8_t* data, std::size_t size, const char* extension) {
+    using namespace qor::Texsmith::Raw;
+    Input input(data, size);
+    AllocatedMemory memory, file;
+    ReallocatableImage image(&memory);
+    if (loadWithResult(&image, input.region(), extension, input.configuration(), 0) == kErrorNone) {
+        saveWithResult(&image, &file, extension, input.configuration());
+    }
+    return 0;
+}
+
 } // namespace Fuzz

@@ -38,6 +38,23 @@ ChannelLayout layoutOf(const Image& image) {
             isDeep(format) ? ChannelDepth::k16 : ChannelDepth::k8};
 }
 
+bool fitsHalf(const Image& image) {
+    const Vex::DataFormat format = image.getDataFormat();
+    const auto& bits = getSurfaceFormatInfo(format.getSurfaceFormat()).bitsPerChannel;
+    const unsigned most = *std::max_element(std::begin(bits), std::end(bits));
+    const bool isFloat = format.getTextureChannelType() == Vex::kTextureChannelTypeFloat;
+    return format.isBlockCompressedFormat() || most <= (isFloat ? 16u : 11u);
+}
+
+ChannelLayout layoutToKeep(const Image& image, ChannelDepth most) {
+    ChannelLayout layout = layoutOf(image);
+    layout.m_depth = std::min(layout.m_depth, most);
+    layout.m_isGrey =
+        layout.m_isGrey &&
+        (!layout.m_hasAlpha || image.getDataFormat() == formatOf(layout, Vex::kTextureChannelTypeUNorm));
+    return layout;
+}
+
 std::uint8_t* makeRows(const FileKind& kind, ReallocatableImage* image, unsigned width, unsigned height,
                        Vex::DataFormat format) {
     const MemoryRegion rows = allocateFlatImage(kind, image, width, height, format);

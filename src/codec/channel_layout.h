@@ -13,6 +13,11 @@ namespace qor::Texsmith::Raw {
 // How the texels of `image` are best kept: alpha where lane W is read from a channel, 16 bits where a channel
 // has more than 8 or is a float, grey where X, Y and Z are read from one channel and stay equal.
 ChannelLayout layoutOf(const Image& image);
+// The same, but grey with alpha only for images that lie so: all others would come to it by way of R, G, B
+// and A, of which it stores R and G. For files of up to that depth.
+ChannelLayout layoutToKeep(const Image& image, ChannelDepth most);
+// Whether halves hold the image's values: no channel is a float of more bits, or has more than 11.
+bool fitsHalf(const Image& image);
 
 // Zeros in that shape, with identity modifiers. Null, and warned about, where there is no memory for it.
 std::uint8_t* makeRows(const FileKind& kind, ReallocatableImage* image, unsigned width, unsigned height,

@@ -9,11 +9,20 @@ namespace {
 
 constexpr const Codec* kCodecs[] = {
     &g_bmpCodec,
+#if defined(TEXSMITH_HAS_EXR)
+    &g_exrCodec,
+#endif
+#if defined(TEXSMITH_HAS_GIF)
+    &g_gifCodec,
+#endif
 #if defined(TEXSMITH_HAS_JPEG)
     &g_jpegCodec,
 #endif
 #if defined(TEXSMITH_HAS_PNG)
     &g_pngCodec,
+#endif
+#if defined(TEXSMITH_HAS_TIFF)
+    &g_tiffCodec,
 #endif
     nullptr,
 };

@@ -7,7 +7,10 @@
 namespace qor::Texsmith::Raw {
 
 extern const Codec g_bmpCodec;
+extern const Codec g_exrCodec;
+extern const Codec g_gifCodec;
 extern const Codec g_jpegCodec;
 extern const Codec g_pngCodec;
+extern const Codec g_tiffCodec;
 
 } // namespace qor::Texsmith::Raw

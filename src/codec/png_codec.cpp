@@ -4,6 +4,7 @@
 // between the jump's place and its target nothing has a destructor.
 #include "codec/codecs.h"
 #include "codec/frame_reader.h"
+#include "codec/pixel_rows.h"
 #include "codec/png_data.h"
 #include "codec/png_rows.h"
 #include "qor/texsmith/raw/bithacks.h"
@@ -241,6 +242,13 @@ void writeData(Writing& state) {
     png_write_chunk(state.m_png, reinterpret_cast<png_const_bytep>("IEND"), nullptr, 0);
 }
 
+void packForFile(std::uint8_t* to, const ImageRows& rows, unsigned y) {
+    packRow(to, rows.row(y), rows.m_width, rows.m_layout);
+    if (rows.m_layout.m_depth == ChannelDepth::k16) {
+        swapBytes(to, rows.m_width * packedPixelBytes(rows.m_layout));
+    }
+}
+
 bool isThorough(EncoderEffort effort) { return effort == kEncoderEffortHigh || effort == kEncoderEffortBest; }
 
 // Differences to the left and runs of them are quickest, and lose little.
@@ -254,7 +262,7 @@ void writeRowsByLibrary(Writing& state) {
         png_set_filter(state.m_png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
     }
     for (unsigned y = 0; y < rows.m_height; ++y) {
-        packRow(state.m_packed, rows.row(y), rows.m_width, rows.m_layout);
+        packForFile(state.m_packed, rows, y);
         png_write_row(state.m_png, state.m_packed);
     }
     png_write_end(state.m_png, nullptr);
@@ -272,7 +280,7 @@ std::vector<std::uint8_t> compressRows(const ImageRows& rows) {
     std::vector<std::uint8_t> row(rowBytes), above(rowBytes);
     for (unsigned y = 0; y < rows.m_height; ++y) {
         std::uint8_t* to = filtered.get() + (rowBytes + 1) * y;
-        packRow(row.data(), rows.row(y), rows.m_width, rows.m_layout);
+        packForFile(row.data(), rows, y);
         if (isThorough(rows.m_effort)) {
             filterBySmallestSum(to, row.data(), above.data(), rowBytes, pixelBytes);
         } else {
@@ -306,12 +314,8 @@ Error writePng(const ImageRows& rows, std::vector<std::uint8_t>* file) {
 }
 
 Error savePng(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
-    ChannelLayout layout = layoutOf(*source);
-    // Another format would come to grey with alpha by way of R, G, B and A, of which it stores R and G.
-    layout.m_isGrey =
-        layout.m_isGrey &&
-        (!layout.m_hasAlpha || source->getDataFormat() == formatOf(layout, Vex::kTextureChannelTypeUNorm));
-    return writeRows(kKind, *source, layout, destination, configuration, &writePng);
+    return writeRows(kKind, *source, layoutToKeep(*source, ChannelDepth::k16), destination, configuration,
+                     &writePng);
 }
 
 } // namespace

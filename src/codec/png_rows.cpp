@@ -1,14 +1,12 @@
 #include "codec/png_rows.h"
 
-#include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace qor::Texsmith::Raw {
 namespace {
-
-static_assert(std::endian::native == std::endian::little, "packWords turns bytes around");
 
 enum Filter : std::uint8_t { kNone, kLeft, kAbove, kMean, kPaeth, kFilters };
 
@@ -59,44 +57,11 @@ std::uint64_t sumOf(const std::uint8_t* filtered, std::size_t bytes) {
     return sum;
 }
 
-template <unsigned kFrom, unsigned kTo>
-void packBytes(std::uint8_t* to, const std::uint8_t* from, std::size_t pixels) {
-    for (std::size_t x = 0; x < pixels; ++x, to += kTo, from += kFrom) {
-        for (unsigned c = 0; c < kTo; ++c) {
-            to[c] = from[c];
-        }
-    }
-}
-
-template <unsigned kFrom, unsigned kTo>
-void packWords(std::uint8_t* to, const std::uint8_t* from, std::size_t pixels) {
-    for (std::size_t x = 0; x < pixels; ++x, to += 2 * kTo, from += 2 * kFrom) {
-        for (unsigned c = 0; c < kTo; ++c) {
-            to[2 * c] = from[2 * c + 1];
-            to[2 * c + 1] = from[2 * c];
-        }
-    }
-}
-
-unsigned channelsOf(const ChannelLayout& layout) {
-    return (layout.m_isGrey ? 1 : 3) + (layout.m_hasAlpha ? 1 : 0);
-}
-
 } // namespace
 
-std::size_t packedPixelBytes(const ChannelLayout& layout) {
-    return channelsOf(layout) * (layout.m_depth == ChannelDepth::k8 ? 1 : 2);
-}
-
-void packRow(std::uint8_t* to, const std::uint8_t* elements, std::size_t pixels,
-             const ChannelLayout& layout) {
-    const unsigned channels = channelsOf(layout);
-    if (layout.m_depth == ChannelDepth::k8) {
-        channels == 3 ? packBytes<4, 3>(to, elements, pixels)
-                      : static_cast<void>(std::memcpy(to, elements, pixels * channels));
-    } else {
-        channels == 3 ? packWords<4, 3>(to, elements, pixels)
-                      : packWords<1, 1>(to, elements, pixels * channels);
+void swapBytes(std::uint8_t* words, std::size_t bytes) {
+    for (std::size_t i = 0; i + 1 < bytes; i += 2) {
+        std::swap(words[i], words[i + 1]);
     }
 }
 

@@ -1,16 +1,13 @@
-// Rows on their way into a PNG file: samples packed as the file has them, and filtered.
+// Rows on their way into a PNG file.
 #pragma once
-
-#include "codec/channel_layout.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace qor::Texsmith::Raw {
 
-std::size_t packedPixelBytes(const ChannelLayout& layout);
-// A row without the fourth channel where nothing reads it, the high byte of deep samples first.
-void packRow(std::uint8_t* to, const std::uint8_t* elements, std::size_t pixels, const ChannelLayout& layout);
+// Files have the high byte of deep samples first.
+void swapBytes(std::uint8_t* words, std::size_t bytes);
 
 // A row's filter and bytes behind it, by the first filter of the PNG specification: differences to the pixel
 // on the left.

@@ -1,4 +1,5 @@
 #include "support/damaged_files.h"
+#include "support/expected_texels.h"
 #include "support/png_writer.h"
 #include "support/surfaces.h"
 
@@ -64,7 +65,7 @@ PngWriter writerOf(const Kind& kind, bool isInterlaced) {
 }
 
 // R, G, B, A of 0 to 65535 for deep pictures, else of 0 to 255.
-std::array<unsigned, 4> expectedPixel(const PngWriter& writer, unsigned x, unsigned y) {
+std::array<std::uint32_t, 4> expectedPixel(const PngWriter& writer, unsigned x, unsigned y) {
     const unsigned most = (1u << writer.m_bits) - 1, scale = (writer.m_bits == 16 ? 65535 : 255) / most;
     const auto sample = [&](unsigned channel) { return writer.m_sample(x, y, channel); };
     if (writer.m_colorType == 3) {
@@ -82,26 +83,6 @@ std::array<unsigned, 4> expectedPixel(const PngWriter& writer, unsigned x, unsig
     return {sample(0) * scale, sample(isGrey ? 0 : 1) * scale, sample(isGrey ? 0 : 2) * scale, alpha * scale};
 }
 
-// By what the format's selects read; a channel that none reads is zero.
-Bytes expectedTexels(const PngWriter& writer, Vex::DataFormat format) {
-    const unsigned channels = format.getNumComponents();
-    Bytes texels;
-    for (unsigned pixel = 0; pixel < writer.m_width * writer.m_height; ++pixel) {
-        const auto lanes = expectedPixel(writer, pixel % writer.m_width, pixel / writer.m_width);
-        for (unsigned channel = 0; channel < channels; ++channel) {
-            unsigned value = 0;
-            for (unsigned lane = 4; lane-- > 0;) {
-                value = format.getChannel(lane) == Vex::kTextureChannelX + channel ? lanes[lane] : value;
-            }
-            texels.push_back(static_cast<std::uint8_t>(value & 0xFF));
-            if (writer.m_bits == 16) {
-                texels.push_back(static_cast<std::uint8_t>(value >> 8));
-            }
-        }
-    }
-    return texels;
-}
-
 TEST(PngReader, GivesEveryKindOfPixelPlainAndInterlaced) {
     for (const Kind& kind : kKinds) {
         for (const unsigned variant : {0u, 1u, 2u, 3u}) {
@@ -116,7 +97,9 @@ TEST(PngReader, GivesEveryKindOfPixelPlainAndInterlaced) {
             ASSERT_EQ(Raw::convertFromPng(file.region(), &image, &configuration), Raw::kErrorNone);
             EXPECT_EQ(image.getDataFormat().m_word, variant >= 2 ? kind.m_srgbFormat : kind.m_format);
             EXPECT_EQ(image.getPixelsWide(0), 13u);
-            EXPECT_EQ(bytesOf(image), expectedTexels(writer, image.getDataFormat()));
+            EXPECT_EQ(bytesOf(image),
+                      expectedTexels(13, 11, image.getDataFormat(), kind.m_bits == 16 ? 2 : 1,
+                                     [&](unsigned x, unsigned y) { return expectedPixel(writer, x, y); }));
             EXPECT_TRUE(recorder.empty());
         }
     }

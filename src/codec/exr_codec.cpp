@@ -1,0 +1,306 @@
+// OpenEXR by its own library: files of one part, with colour or grey in halves or floats.
+//
+// The library throws; nothing that it throws leaves this file.
+#include "codec/codecs.h"
+#include "codec/frame_reader.h"
+#include "codec/pixel_rows.h"
+#include "qor/texsmith/raw/bithacks.h"
+#include "qor/texsmith/tools_assert.h"
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <optional>
+#include <string>
+
+#include <ImfChannelList.h>
+#include <ImfFrameBuffer.h>
+#include <ImfHeader.h>
+#include <ImfIO.h>
+#include <ImfInputFile.h>
+#include <ImfOutputFile.h>
+#include <OpenEXRConfig.h>
+
+namespace qor::Texsmith::Raw {
+namespace {
+
+constexpr char kSourcePath[] = "codec\\exr_codec";
+constexpr FileKind kKind = {"EXR", kSourcePath};
+
+// The library's wavelets and lossy kinds have no limit of their own; zlib's is the largest of the others.
+constexpr std::uint64_t kMostGain = 1032;
+
+// Calls step(), and keeps the text of what it throws. False when it threw.
+template <typename Step> bool runStep(ReadingProgress* progress, Step step) {
+    try {
+        step();
+        return true;
+    } catch (const std::exception& exception) {
+        std::string text = exception.what();
+        text.resize(std::min(text.find('\n'), text.size()));
+        text.resize(text.find_last_not_of(". ") + 1);
+        keepFirstText(progress->m_error, text.empty() ? "the file ends early" : text.c_str());
+        return false;
+    }
+}
+
+// ---- Reading
+
+class MemoryInput : public Imf::IStream {
+public:
+    explicit MemoryInput(const MemoryRegion& file) : IStream("the file"), m_file(file) {}
+
+    bool isMemoryMapped() const override { return true; }
+    char* readMemoryMapped(int count) override {
+        if (count < 0 || m_at > m_file.length() || static_cast<unsigned>(count) > m_file.length() - m_at) {
+            throw std::runtime_error("the file ends early");
+        }
+        char* bytes = reinterpret_cast<char*>(m_file.begin) + m_at;
+        m_at += static_cast<unsigned>(count);
+        return bytes;
+    }
+    bool read(char to[], int count) override {
+        std::memcpy(to, readMemoryMapped(count), static_cast<std::size_t>(count));
+        return m_at < m_file.length();
+    }
+    std::uint64_t tellg() override { return m_at; }
+    void seekg(std::uint64_t at) override { m_at = at; }
+
+private:
+    MemoryRegion m_file;
+    std::uint64_t m_at = 0;
+};
+
+// What the start of a file says, read before the library makes tables of a size that the file chooses.
+struct Prelude {
+    std::int64_t m_width = 0, m_height = 0;
+    const char* m_refusal = nullptr;
+
+    explicit Prelude(const MemoryRegion& file) : m_file(file) {
+        constexpr std::uint32_t kMagic = 20000630, kDeep = 0x800, kMultiPart = 0x1000;
+        std::uint32_t magic = 0, version = 0;
+        if (!take(&magic) || !take(&version) || magic != kMagic) {
+            m_refusal = "it is none";
+        } else if ((version & (kDeep | kMultiPart)) != 0) {
+            m_refusal = "files of deep pixels or several parts are not supported";
+        } else if (!findWindow()) {
+            m_refusal = "it has no window of pixels";
+        }
+    }
+
+private:
+    template <typename Value> bool take(Value* value) {
+        if (m_file.length() - m_at < sizeof *value) {
+            return false;
+        }
+        std::memcpy(value, m_file.begin + m_at, sizeof *value);
+        m_at += sizeof *value;
+        return true;
+    }
+    bool takeText(std::string* text) {
+        text->clear();
+        char letter = 0;
+        while (take(&letter) && letter != '\0' && text->size() < 256) {
+            *text += letter;
+        }
+        return letter == '\0';
+    }
+    // Attributes have a name, a type, and a number of bytes.
+    bool findWindow() {
+        std::string name, type;
+        std::uint32_t bytes = 0;
+        while (takeText(&name) && !name.empty() && takeText(&type) && take(&bytes)) {
+            std::int32_t box[4];
+            if (name == "dataWindow" && bytes == sizeof box && take(&box)) {
+                m_width = std::int64_t{box[2]} - box[0] + 1;
+                m_height = std::int64_t{box[3]} - box[1] + 1;
+                return true;
+            }
+            if (bytes > m_file.length() - m_at) {
+                return false;
+            }
+            m_at += bytes;
+        }
+        return false;
+    }
+
+    MemoryRegion m_file;
+    std::uint64_t m_at = 0;
+};
+
+class Reader {
+public:
+    explicit Reader(const MemoryRegion& file) : m_file(file), m_stream(file) {}
+
+    bool readHeader(unsigned);
+    unsigned countFrames() const { return 1; }
+    ImageClaim claim() const;
+    Vex::DataFormat chooseFormat(Vex::TextureChannelType channelType) const {
+        return formatOf(m_layout, channelType);
+    }
+    bool readRows(std::uint8_t* rows, std::size_t pitch);
+    const ReadingProgress& progress() const { return m_progress; }
+
+private:
+    bool fail(const char* text) {
+        keepFirstText(m_progress.m_error, text);
+        return false;
+    }
+    bool chooseChannels(const Imf::ChannelList& channels);
+
+    MemoryRegion m_file;
+    MemoryInput m_stream;
+    std::optional<Imf::InputFile> m_input;
+    unsigned m_width = 0, m_height = 0;
+    std::vector<std::string> m_names; // by channel of an element; empty where the file has none
+    ChannelLayout m_layout{};
+    ReadingProgress m_progress{};
+};
+
+bool Reader::readHeader(unsigned) {
+    const Prelude prelude(m_file);
+    if (prelude.m_refusal != nullptr) {
+        return fail(prelude.m_refusal);
+    }
+    if (prelude.m_width < 1 || prelude.m_height < 1 || prelude.m_width > Vex::kMaxTextureSize ||
+        prelude.m_height > Vex::kMaxTextureSize) {
+        return fail("its window of pixels is empty or too large");
+    }
+    m_width = static_cast<unsigned>(prelude.m_width);
+    m_height = static_cast<unsigned>(prelude.m_height);
+    const ImageClaim least{m_width, m_height, checkedSize(m_width, m_height), m_file.length(), kMostGain};
+    if (!isClaimCredible(least.m_imageBytes, least.m_fileBytes, least.m_mostGain)) {
+        return fail("it is too short for its window of pixels");
+    }
+    bool isRead = false;
+    return runStep(&m_progress,
+                   [&] {
+                       m_input.emplace(m_stream, 0); // no threads
+                       isRead = chooseChannels(m_input->header().channels());
+                   }) &&
+           isRead;
+}
+
+// R, G and B with A, or Y for grey, or whatever the only channel is called.
+bool Reader::chooseChannels(const Imf::ChannelList& channels) {
+    const auto has = [&](const char* name) { return channels.findChannel(name) != nullptr; };
+    const bool isColor = has("R") || has("G") || has("B");
+    const bool hasOne = channels.begin() != channels.end() && ++channels.begin() == channels.end();
+    if (has("RY") || has("BY")) {
+        return fail("luminance with chroma is not supported");
+    }
+    if (!isColor && !has("Y") && !hasOne) {
+        return fail("it has neither R, G and B nor Y");
+    }
+    m_layout = {!isColor, has("A") && !hasOne, ChannelDepth::kHalf};
+    m_names = isColor ? std::vector<std::string>{"R", "G", "B"}
+                      : std::vector<std::string>{has("Y") ? "Y" : channels.begin().name()};
+    if (m_layout.m_hasAlpha) {
+        m_names.push_back("A");
+    }
+    std::string others;
+    for (auto channel = channels.begin(); channel != channels.end(); ++channel) {
+        if (std::find(m_names.begin(), m_names.end(), channel.name()) == m_names.end()) {
+            others += (others.empty() ? "channels are left out: " : ", ") + std::string(channel.name());
+        } else if (channel.channel().xSampling != 1 || channel.channel().ySampling != 1) {
+            return fail("channels of fewer samples are not supported");
+        } else if (channel.channel().type != Imf::HALF) {
+            m_layout.m_depth = ChannelDepth::kFloat;
+        }
+    }
+    keepFirstText(m_progress.m_warning, others.c_str());
+    return true;
+}
+
+ImageClaim Reader::claim() const {
+    const std::uint64_t pixelBytes = packedPixelBytes(m_layout);
+    return {m_width, m_height, checkedSize(m_width, m_height, pixelBytes), m_file.length(), kMostGain};
+}
+
+// Row by row, so that those before a fault are kept.
+bool Reader::readRows(std::uint8_t* rows, std::size_t pitch) {
+    const Imath::Box2i window = m_input->header().dataWindow();
+    const std::size_t channelBytes = m_layout.m_depth == ChannelDepth::kHalf ? 2 : 4;
+    const std::size_t elementBytes = pitch / m_width;
+    const Imf::PixelType type = m_layout.m_depth == ChannelDepth::kHalf ? Imf::HALF : Imf::FLOAT;
+    m_progress.m_rowsInAll = m_height;
+    return runStep(&m_progress, [&] {
+        Imf::FrameBuffer buffer;
+        for (std::size_t i = 0; i < m_names.size(); ++i) {
+            char* origin = reinterpret_cast<char*>(rows) + i * channelBytes;
+            buffer.insert(m_names[i], Imf::Slice::Make(type, origin, window, elementBytes, pitch, 1, 1, 0.0));
+        }
+        m_input->setFrameBuffer(buffer);
+        for (int y = window.min.y; m_progress.m_rowsDone < m_height; ++y, ++m_progress.m_rowsDone) {
+            m_input->readPixels(y);
+        }
+    });
+}
+
+Error readExr(MemoryRegion* source, ReallocatableImage* destination, Configuration* configuration,
+              int index) {
+    return readFrame<Reader>(kKind, source, destination, configuration, index);
+}
+
+// ---- Writing
+
+class MemoryOutput : public Imf::OStream {
+public:
+    explicit MemoryOutput(std::vector<std::uint8_t>* file) : OStream("the file"), m_file(file) {}
+
+    void write(const char bytes[], int count) override {
+        const std::size_t end = m_at + static_cast<std::size_t>(count);
+        m_file->resize(std::max(m_file->size(), end));
+        std::memcpy(m_file->data() + m_at, bytes, static_cast<std::size_t>(count));
+        m_at = end;
+    }
+    std::uint64_t tellp() override { return m_at; }
+    void seekp(std::uint64_t at) override { m_at = static_cast<std::size_t>(at); }
+
+private:
+    std::vector<std::uint8_t>* m_file;
+    std::size_t m_at = 0;
+};
+
+Error writeExr(const ImageRows& rows, std::vector<std::uint8_t>* file) {
+    constexpr const char* kGrey[] = {"Y", "A"};
+    constexpr const char* kColors[] = {"R", "G", "B", "A"};
+    const bool isGrey = rows.m_layout.m_isGrey, isHalf = rows.m_layout.m_depth == ChannelDepth::kHalf;
+    const std::size_t channelBytes = isHalf ? 2 : 4, elementBytes = rows.m_pitch / rows.m_width;
+    ReadingProgress messages{};
+    const bool isWritten = runStep(&messages, [&] {
+        Imf::Header header(static_cast<int>(rows.m_width), static_cast<int>(rows.m_height));
+        Imf::FrameBuffer buffer;
+        for (unsigned i = 0; i < packedChannels(rows.m_layout); ++i) {
+            const char* name = isGrey ? kGrey[i] : kColors[i];
+            char* origin =
+                reinterpret_cast<char*>(const_cast<std::uint8_t*>(rows.m_begin)) + i * channelBytes;
+            const Imf::PixelType type = isHalf ? Imf::HALF : Imf::FLOAT;
+            header.channels().insert(name, Imf::Channel(type));
+            buffer.insert(name, Imf::Slice(type, origin, elementBytes, rows.m_pitch));
+        }
+        MemoryOutput stream(file);
+        Imf::OutputFile output(stream, header, 0);
+        output.setFrameBuffer(buffer);
+        output.writePixels(static_cast<int>(rows.m_height));
+    });
+    if (!isWritten) {
+        toolsWarning(kSourcePath, __LINE__, "The EXR file cannot be written: %s.", messages.m_error);
+    }
+    return isWritten ? kErrorNone : kErrorFailed;
+}
+
+// Grey with alpha is written as colour, which all readers know.
+Error saveExr(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
+    ChannelLayout layout = layoutOf(*source);
+    layout.m_depth = fitsHalf(*source) ? ChannelDepth::kHalf : ChannelDepth::kFloat;
+    layout.m_isGrey = layout.m_isGrey && !layout.m_hasAlpha;
+    return writeRows(kKind, *source, layout, destination, configuration, &writeExr);
+}
+
+} // namespace
+
+constinit const Codec g_exrCodec = {makeFileType(".EXR"), "OpenEXR " OPENEXR_VERSION_STRING, &readExr,
+                                    &saveExr};
+
+} // namespace qor::Texsmith::Raw
