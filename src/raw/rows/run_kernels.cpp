@@ -27,7 +27,7 @@ void swizzle4(void* destination, const void* source, std::size_t groups, const R
     for (std::size_t done = 0; done < groups; done += kGroups) {
         const std::size_t bytes = std::min(kGroups, groups - done) * kGroupBytes;
         std::memcpy(to + done * kGroupBytes, from + done * kGroupBytes, bytes);
-        g_swizzle8[settings.m_swizzleIndex](to + done * kGroupBytes, static_cast<unsigned>(bytes / 16));
+        swizzleBytes(settings.m_swizzleIndex, to + done * kGroupBytes, static_cast<unsigned>(bytes / 16));
     }
 }
 

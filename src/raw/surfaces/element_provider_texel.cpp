@@ -7,6 +7,7 @@
 #include "raw/texels/texture_format.h"
 
 #include <cstring>
+#include <iterator>
 
 namespace qor::Texsmith::Raw {
 namespace {

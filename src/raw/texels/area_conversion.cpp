@@ -30,7 +30,7 @@ template <> struct Functions<Block> {
 template <typename Area> constexpr unsigned kTexels = sizeof(Area) / sizeof(VectorFloat);
 
 template <typename Area> void swizzleArea(Area* area, const DecoderConfiguration* configuration) {
-    g_swizzleFloat[swizzleIndex(formatOf(configuration))](area, kTexels<Area>);
+    swizzleFloats(swizzleIndex(formatOf(configuration)), area, kTexels<Area>);
 }
 
 template <typename Area>

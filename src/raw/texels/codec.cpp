@@ -19,10 +19,10 @@ const SurfaceFormatInfo& rowOf(Vex::DataFormat format) {
 }
 
 void swizzleFloat(Vex::DataFormat format, void* texels, unsigned count) {
-    g_swizzleFloat[swizzleIndex(format)](texels, count);
+    swizzleFloats(swizzleIndex(format), texels, count);
 }
 
-void swizzle8(Vex::DataFormat format, Block8* block) { g_swizzle8[swizzleIndex(format)](block, 4); }
+void swizzle8(Vex::DataFormat format, Block8* block) { swizzleBytes(swizzleIndex(format), block, 4); }
 
 // Decoding keeps what stands in the lanes of absent channels, so they start from zero.
 template <typename Area> void clearUnlessFilled(Area* area, const SurfaceFormatInfo& row) {

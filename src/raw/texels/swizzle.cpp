@@ -7,7 +7,6 @@
 #include "simd/float4.h"
 
 #include <cstring>
-#include <utility>
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -51,7 +50,7 @@ void shuffleTexels(ShuffleBytes shuffle, void* texels, unsigned count, const std
     shuffle(texels, count, {low, low + twoOn}, {ones, ones});
 }
 
-void swizzleFloats(void* texels, unsigned count, const std::uint8_t (&selects)[4]) {
+void moveFloats(void* texels, unsigned count, const std::uint8_t (&selects)[4]) {
     unsigned from[4];
     for (unsigned lane = 0; lane < 4; ++lane) {
         from[lane] = copies(selects[lane]) ? selects[lane] & 3u : isOne(selects[lane]) ? 5 : 4;
@@ -64,7 +63,7 @@ void swizzleFloats(void* texels, unsigned count, const std::uint8_t (&selects)[4
     }
 }
 
-void swizzleBytes(void* texels, unsigned count, const std::uint8_t (&selects)[4]) {
+void moveBytes(void* texels, unsigned count, const std::uint8_t (&selects)[4]) {
     using Simd::Int4;
     Int4 masks[4], ones = Simd::splat(0u);
     decltype(Simd::shiftCount(0)) down[4], up[4];
@@ -85,7 +84,6 @@ void swizzleBytes(void* texels, unsigned count, const std::uint8_t (&selects)[4]
     }
 }
 
-// What an entry of a table stands for.
 struct Selects {
     std::uint8_t m_lanes[4];
 };
@@ -99,49 +97,32 @@ constexpr Selects selectsOf(unsigned index) {
     return selects;
 }
 
-constexpr unsigned indexOf(Selects selects) {
-    const std::uint8_t* lanes = selects.m_lanes;
-    return lanes[0] * 512u + lanes[1] * 64u + lanes[2] * 8u + lanes[3];
-}
+constexpr unsigned kIdentity = 04567;
 
-void swizzleFloatsBy(void* texels, unsigned count, unsigned index) {
+} // namespace
+
+void swizzleFloats(unsigned index, void* texels, unsigned count) {
+    if (index == kIdentity) {
+        return;
+    }
     const Selects selects = selectsOf(index);
     if (const ShuffleBytes shuffle = Simd::mayUseAvx2() ? getShuffleBytesAvx2() : nullptr) {
         shuffleFloats(shuffle, texels, count, selects.m_lanes);
     } else {
-        swizzleFloats(texels, count, selects.m_lanes);
+        moveFloats(texels, count, selects.m_lanes);
     }
 }
 
-void swizzleBytesBy(void* texels, unsigned count, unsigned index) {
+void swizzleBytes(unsigned index, void* texels, unsigned count) {
+    if (index == kIdentity) {
+        return;
+    }
     const Selects selects = selectsOf(index);
     if (const ShuffleBytes shuffle = Simd::mayUseAvx2() ? getShuffleBytesAvx2() : nullptr) {
         shuffleTexels(shuffle, texels, count, selects.m_lanes);
     } else {
-        swizzleBytes(texels, count, selects.m_lanes);
+        moveBytes(texels, count, selects.m_lanes);
     }
 }
-
-void leaveAsItIs(void*, unsigned) {}
-
-// The entries differ in a number only.
-using SwizzleBy = void (*)(void* texels, unsigned count, unsigned index);
-template <SwizzleBy kSwizzle, unsigned kIndex> void entry(void* texels, unsigned count) {
-    kSwizzle(texels, count, kIndex);
-}
-
-template <SwizzleBy kSwizzle, unsigned... kIndices>
-constexpr std::array<Swizzle, 4096> makeTable(std::integer_sequence<unsigned, kIndices...>) {
-    std::array<Swizzle, 4096> table = {&entry<kSwizzle, indexOf(selectsOf(kIndices))>...};
-    table[04567] = &leaveAsItIs;
-    return table;
-}
-
-using Indices = std::make_integer_sequence<unsigned, 4096>;
-
-} // namespace
-
-constinit const std::array<Swizzle, 4096> g_swizzleFloat = makeTable<&swizzleFloatsBy>(Indices());
-constinit const std::array<Swizzle, 4096> g_swizzle8 = makeTable<&swizzleBytesBy>(Indices());
 
 } // namespace qor::Texsmith::Raw

@@ -6,18 +6,14 @@
 
 #include "qor/vex/data_format.h"
 
-#include <array>
 #include <cstdint>
 
 namespace qor::Texsmith::Raw {
 
-// In place. The count is one of 16 bytes: of texels of floats, or of groups of four texels of bytes.
-using Swizzle = void (*)(void* texels, unsigned count);
-
-// 4,096 entries each, indexed by the selects x * 512 + y * 64 + z * 8 + w. The nameless selects 2 and
-// 3 mean what 0 means; those of the selects X, Y, Z, W do nothing.
-extern const std::array<Swizzle, 4096> g_swizzleFloat;
-extern const std::array<Swizzle, 4096> g_swizzle8;
+// In place. The index is that of the four selects: x * 512 + y * 64 + z * 8 + w. The nameless selects 2 and 3
+// mean what 0 means; those of the selects X, Y, Z, W do nothing.
+void swizzleFloats(unsigned index, void* texels, unsigned count); // texels of four floats
+void swizzleBytes(unsigned index, void* texels, unsigned count);  // groups of four texels of four bytes
 constexpr unsigned swizzleIndex(Vex::DataFormat format) {
     return format.getChannel(0) * 512 + format.getChannel(1) * 64 + format.getChannel(2) * 8 +
            format.getChannel(3);
