@@ -1,4 +1,6 @@
-# All programs and the DLL in one folder, with the compiler's run-time DLLs beside them.
+# All programs and the DLL in one folder, with the compiler's run-time DLLs beside them: one copy of the run-time
+# library for all modules, so that exceptions may pass between them. Debian's have their symbols in them, which
+# would be four fifths of what is shipped.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 
 set(TEXSMITH_RUNTIME_DLLS)
@@ -8,6 +10,11 @@ foreach(name libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
     if(NOT EXISTS ${dll})
         message(FATAL_ERROR "${CMAKE_CXX_COMPILER} has no ${name}")
     endif()
-    list(APPEND TEXSMITH_RUNTIME_DLLS ${dll})
+    set(stripped ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name})
+    if(${dll} IS_NEWER_THAN ${stripped})
+        file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+        execute_process(COMMAND ${CMAKE_STRIP} -o ${stripped} ${dll} COMMAND_ERROR_IS_FATAL ANY)
+    endif()
+    list(APPEND TEXSMITH_RUNTIME_DLLS ${stripped})
 endforeach()
-file(COPY ${TEXSMITH_RUNTIME_DLLS} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+add_link_options(LINKER:--no-insert-timestamp) # so that equal sources give equal files

@@ -1,0 +1,50 @@
+# What CPack makes of the install rules: a .deb for each component on Debian, a .zip for Windows, and a .tar.gz of
+# the sources. scripts/package calls it. With SOURCE_DATE_EPOCH set, two builds give the same bytes.
+set(CPACK_PACKAGE_NAME qortexsmith)
+set(CPACK_PACKAGE_VENDOR "The QorTexsmith developers")
+set(CPACK_PACKAGE_CONTACT "The QorTexsmith developers <texsmith@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/PackageTimes.cmake)
+
+if(WIN32)
+    set(CPACK_GENERATOR ZIP)
+    set(CPACK_SYSTEM_NAME windows-x64)
+else()
+    set(CPACK_GENERATOR DEB)
+endif()
+
+# The names follow Debian's: the library's has its binary interface, the development files' has none.
+set(soversion ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+set(CPACK_COMPONENTS_ALL library development)
+if(TEXSMITH_TOOL)
+    list(APPEND CPACK_COMPONENTS_ALL tool)
+endif()
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libqortexsmith${soversion})
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "${PROJECT_DESCRIPTION}: the shared library")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libqortexsmith-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "libqortexsmith${soversion} (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+    "${PROJECT_DESCRIPTION}: headers, static library, CMake package and .pc file")
+set(CPACK_DEBIAN_TOOL_PACKAGE_NAME texsmith)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
+set(CPACK_COMPONENT_TOOL_DESCRIPTION "${PROJECT_DESCRIPTION}: the command-line tool")
+if(CMAKE_CROSSCOMPILING AND NOT WIN32)
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${TEXSMITH_DEBIAN_ARCHITECTURE})
+endif()
+
+set(CPACK_SOURCE_GENERATOR TGZ)
+set(CPACK_SOURCE_PACKAGE_FILE_NAME qortexsmith-${PROJECT_VERSION})
+set(CPACK_SOURCE_IGNORE_FILES "/build/" "/\\.git/" "/\\.git$" "\\.swp$" "~$")
+
+include(CPack)
