@@ -1,4 +1,4 @@
-// Makes a texture of a picture: loads it, adds its chain of mips, compresses all of them to BC3, and writes a
+// Makes a texture of a picture: loads it, adds its chain of mips, compresses all of them to BC7, and writes a
 // .vxf file.
 #include <qor/texsmith/texsmith.h>
 
@@ -24,7 +24,7 @@ Raw::Error makeTexture(const char* picture, const char* texture) {
         return error;
     }
     Vex::DataFormat format = {};
-    error = static_cast<Raw::Error>(Raw::makeDataFormat(&format, "Bc3UnormSrgb", &configuration));
+    error = static_cast<Raw::Error>(Raw::makeDataFormat(&format, "Bc7UnormSrgb", &configuration));
     if (error != Raw::kErrorNone) {
         return error;
     }
