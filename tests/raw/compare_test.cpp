@@ -85,7 +85,8 @@ TEST(Compare, EveryMetricAgreesWithDoublesOnEveryShape) {
 }
 
 TEST(Compare, HasTheSameBitsEveryWay) {
-    for (const char* format : {"R8G8B8A8Unorm", "B8G8R8X8Unorm", "R16G16B16A16Float", "Bc4Unorm"}) {
+    for (const char* format :
+         {"R8G8B8A8Unorm", "B8G8R8X8Unorm", "R16G16B16A16Float", "R32G32B32A32Float", "Bc4Unorm"}) {
         const TestImage a(makeFlat(format, 171, 45, 4), 21), b(makeFlat(format, 171, 45, 4), 22);
         for (const Metric& metric : kMetrics) {
             for (const unsigned callbacks : {1u, 32u}) {

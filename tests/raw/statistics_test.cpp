@@ -78,17 +78,23 @@ TEST(Statistics, RangeAndMeanAgreeWithDoubles) {
 TEST(Statistics, HaveTheSameBitsEveryWay) {
     for (const unsigned callbacks : {1u, 5u, 32u}) {
         for (const char* format : kFormats) {
-            const TestImage image(makeFlat(format, 203, 77), 3);
+            const TestImage image(makeFlat(format, 283, 77), 3); // wide enough for bytes to be counted
             Configuration first;
             first.m_callbacksPerJob = callbacks;
             Raw::MinMaxMean expected;
             Raw::getMinMaxMean(&image, &expected, &first);
             const Raw::FastHistogram bins = fastHistogramOf(image, first);
+            const Raw::MinMax inner = {{{0.1f, 0, -1, 0.5f}}, {{0.9f, 1, 2, 0.75f}}};
+            Raw::Histogram expectedBins;
+            Raw::getHistogram(&image, &expectedBins, &inner, &first);
             inEveryWay(image, callbacks, [&](const auto& provider, Configuration& configuration) {
                 Raw::MinMaxMean range;
                 Raw::getMinMaxMean(&provider, &range, &configuration);
                 EXPECT_TRUE(equal(range, expected, 52)) << format;
                 EXPECT_TRUE(equal(fastHistogramOf(provider, configuration), bins, 2088)) << format;
+                Raw::Histogram histogram;
+                Raw::getHistogram(&provider, &histogram, &inner, &configuration);
+                EXPECT_TRUE(equal(histogram, expectedBins)) << format;
             });
         }
     }

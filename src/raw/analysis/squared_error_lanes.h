@@ -40,6 +40,21 @@ template <typename Lanes> struct SquaredDifference {
     }
 };
 
+// A row of a tile has eight texels: one for each of the partial sums.
+template <typename Lanes>
+void sumsOfFloatSquares(VectorFloat* sums, const FloatTiles& a, const FloatTiles& b, unsigned count) {
+    constexpr std::size_t kRowBytes = 8 * 4 * sizeof(float);
+    for (unsigned i = 0; i < count; ++i) {
+        const std::uint8_t *rowA = a.m_source + i * kRowBytes, *rowB = b.m_source + i * kRowBytes;
+        EightSums<Lanes> partial;
+        for (unsigned row = 0; row < 8; ++row, rowA += a.m_pitch, rowB += b.m_pitch) {
+            addTerms(partial, reinterpret_cast<const float*>(rowA), reinterpret_cast<const float*>(rowB), 8,
+                     SquaredDifference<Lanes>());
+        }
+        partial.fold(sums[i].m_lanes);
+    }
+}
+
 template <typename Lanes> void sumOfSquares(float (&sums)[4], const float* a, const float* b) {
     EightSums<Lanes> partial;
     addTerms(partial, a, b, 64, SquaredDifference<Lanes>());

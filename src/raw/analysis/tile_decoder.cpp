@@ -1,5 +1,7 @@
 #include "raw/analysis/tile_decoder.h"
 
+#include "qor/vex/data_formats.h"
+#include "raw/texels/channels.h"
 #include "raw/texels/codec.h"
 #include "raw/texels/texture_format.h"
 #include "simd/dispatch.h"
@@ -10,6 +12,11 @@ namespace {
 bool isFourUnormBytes(Vex::DataFormat format) {
     return format.getSurfaceFormat() == Vex::kSurfaceFormat8_8_8_8 &&
            format.getTextureChannelType() == Vex::kTextureChannelTypeUNorm;
+}
+
+bool isFourFloats(Vex::DataFormat format) {
+    return format.getLayoutAndType() == Vex::kDataFormatR32G32B32A32Float.getLayoutAndType() &&
+           isIdentitySwizzle(format);
 }
 
 // Selects 2 and 3, which mean nothing, give 0 like the constant zero.
@@ -27,13 +34,16 @@ ByteLanes lanesOf(Vex::DataFormat format) {
 } // namespace
 
 TileDecoder::TileDecoder(const DecoderConfiguration& configuration)
-    : m_configuration(&configuration), m_decodeFast(nullptr), m_lanes{} {
+    : m_configuration(&configuration), m_hasByteTexels(false), m_hasFloatTexels(false),
+      m_decodeFast(nullptr), m_lanes{} {
     const Vex::DataFormat format = formatOf(&configuration);
     const SurfaceFormatInfo& info = infoOf(format);
     m_bytesPerTile = packedPitchInBytes(info, 8);
     m_tall = info.blockHeight == 4 ? 2 : 8;
-    if (isFourUnormBytes(format) && configuration.m_transform.isNop() && Simd::mayUseAvx2()) {
-        const TileKernels* kernels = getTileKernelsAvx2();
+    m_hasByteTexels = isFourUnormBytes(format) && configuration.m_transform.isNop();
+    m_hasFloatTexels = isFourFloats(format) && configuration.m_transform.isNop();
+    if (m_hasByteTexels) {
+        const TileKernels* kernels = Simd::mayUseAvx2() ? getTileKernelsAvx2() : nullptr;
         m_decodeFast = kernels != nullptr ? kernels->m_decodeBytes : nullptr;
         m_lanes = lanesOf(format);
     }

@@ -21,8 +21,15 @@ public:
     // Decodes `count` tiles from tile (x, y) on. They lie wholly inside the surface of `rows`.
     void decode(Tile* tiles, const ElementRows& rows, unsigned x, unsigned y, unsigned count) const;
 
-    // Whether texels are four bytes and nothing more, so that kernels may read them as they are stored.
+    // Whether texels are four bytes, or four floats, and nothing more.
+    bool hasByteTexels() const { return m_hasByteTexels; }
+    bool hasFloatTexels() const { return m_hasFloatTexels; }
+    const ByteLanes& lanes() const { return m_lanes; } // of texels of bytes
+    // Whether there are kernels that read texels of bytes as they are stored.
     bool readsBytes() const { return m_decodeFast != nullptr; }
+    FloatTiles floatsAt(const ElementRows& rows, unsigned x, unsigned y) const {
+        return {sourceAt(rows, x, y), rows.m_pitch};
+    }
     ByteTiles bytesAt(const ElementRows& rows, unsigned x, unsigned y) const {
         return {sourceAt(rows, x, y), rows.m_pitch, m_lanes};
     }
@@ -33,8 +40,9 @@ private:
     }
 
     const DecoderConfiguration* m_configuration;
-    unsigned m_bytesPerTile;      // of one row of its elements
-    unsigned m_tall;              // of a tile, in elements
+    unsigned m_bytesPerTile; // of one row of its elements
+    unsigned m_tall;         // of a tile, in elements
+    bool m_hasByteTexels, m_hasFloatTexels;
     DecodeByteTiles m_decodeFast; // null: by the format's row
     ByteLanes m_lanes;
 };

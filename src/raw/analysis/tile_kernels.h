@@ -24,6 +24,11 @@ struct ByteTiles {
     std::size_t m_pitch; // from row to row of texels
     ByteLanes m_lanes;
 };
+// The same for texels of four floats, at addresses of any kind.
+struct FloatTiles {
+    const std::uint8_t* m_source;
+    std::size_t m_pitch;
+};
 using DecodeByteTiles = void (*)(Tile* tiles, const ByteTiles& source, unsigned count);
 
 // What stands in a MinMaxMean, without its count.
@@ -48,12 +53,17 @@ using SumOfSquares = void (*)(float (&sums)[4], const float* a, const float* b);
 // The same, straight from the bytes of `count` tiles: sums[i] is of tile i.
 using SumsOfByteSquares = void (*)(VectorFloat* sums, const ByteTiles& a, const ByteTiles& b, unsigned count);
 
+// And straight from floats.
+using SumsOfFloatSquares = void (*)(VectorFloat* sums, const FloatTiles& a, const FloatTiles& b,
+                                    unsigned count);
+
 struct TileKernels {
     DecodeByteTiles m_decodeBytes;
     AddRangeAndSum m_addRangeAndSum;
     RoundToBytes m_roundToBytes;
     SumOfSquares m_sumOfSquares;
     SumsOfByteSquares m_sumsOfByteSquares;
+    SumsOfFloatSquares m_sumsOfFloatSquares;
 };
 
 // Null where the build has none.

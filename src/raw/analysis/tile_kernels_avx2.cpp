@@ -52,7 +52,33 @@ private:
     __m256 m_scale;
 };
 
-void loadRow(Float8 (&pairs)[4], const ByteLoader& loader, const std::uint8_t* row) {
+// For bytes that stand in their lanes already.
+class PlainByteLoader {
+public:
+    explicit PlainByteLoader(const ByteLanes&) : m_scale(_mm256_set1_ps(static_cast<float>(1.0 / 255))) {}
+
+    static bool isEnoughFor(const ByteLanes& lanes) {
+        bool isPlain = true;
+        for (unsigned lane = 0; lane < 4; ++lane) {
+            isPlain = isPlain && lanes.m_byte[lane] == lane;
+        }
+        return isPlain;
+    }
+    void load(__m256& first, __m256& second, const std::uint8_t* source) const {
+        first = expand(source);
+        second = expand(source + 8);
+    }
+
+private:
+    __m256 expand(const std::uint8_t* source) const {
+        const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(source));
+        return _mm256_mul_ps(_mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(bytes)), m_scale);
+    }
+
+    __m256 m_scale;
+};
+
+template <typename Loader> void loadRow(Float8 (&pairs)[4], const Loader& loader, const std::uint8_t* row) {
     loader.load(pairs[0].m_lanes, pairs[1].m_lanes, row);
     loader.load(pairs[2].m_lanes, pairs[3].m_lanes, row + 16);
 }
@@ -73,8 +99,9 @@ void decodeByteTiles(Tile* tiles, const ByteTiles& source, unsigned count) {
 }
 
 // A row of a tile has eight texels: one for each of the partial sums.
-void sumsOfByteSquares(VectorFloat* sums, const ByteTiles& a, const ByteTiles& b, unsigned count) {
-    const ByteLoader loaderA(a.m_lanes), loaderB(b.m_lanes);
+template <typename Loader>
+void sumByteSquares(VectorFloat* sums, const ByteTiles& a, const ByteTiles& b, unsigned count) {
+    const Loader loaderA(a.m_lanes), loaderB(b.m_lanes);
     for (unsigned i = 0; i < count; ++i) {
         const std::uint8_t* rowA = a.m_source + std::size_t{32} * i;
         const std::uint8_t* rowB = b.m_source + std::size_t{32} * i;
@@ -92,11 +119,17 @@ void sumsOfByteSquares(VectorFloat* sums, const ByteTiles& a, const ByteTiles& b
     }
 }
 
+void sumsOfByteSquares(VectorFloat* sums, const ByteTiles& a, const ByteTiles& b, unsigned count) {
+    const bool arePlain = PlainByteLoader::isEnoughFor(a.m_lanes) && PlainByteLoader::isEnoughFor(b.m_lanes);
+    (arePlain ? sumByteSquares<PlainByteLoader> : sumByteSquares<ByteLoader>)(sums, a, b, count);
+}
+
 } // namespace
 
 const TileKernels* getTileKernelsAvx2() {
-    static constexpr TileKernels kKernels = {&decodeByteTiles, &addRangeAndSum<Lanes>, &roundToBytes<Lanes>,
-                                             &sumOfSquares<Lanes>, &sumsOfByteSquares};
+    static constexpr TileKernels kKernels = {&decodeByteTiles,     &addRangeAndSum<Lanes>,
+                                             &roundToBytes<Lanes>, &sumOfSquares<Lanes>,
+                                             &sumsOfByteSquares,   &sumsOfFloatSquares<Lanes>};
     return &kKernels;
 }
 

@@ -1,11 +1,13 @@
 // The pass that sums up the errors between two surfaces, mip by mip.
 #include "qor/texsmith/raw/comparison.h"
 #include "raw/analysis/coded_tiles.h"
+#include "raw/analysis/squared_error_lanes.h"
 #include "raw/analysis/tile_decoder.h"
 #include "raw/frame/check.h"
 #include "simd/canonical_nan.h"
 #include "simd/dispatch.h"
 #include "simd/lanes4.h"
+#include "simd/lanes4x2.h"
 
 #include <algorithm>
 #include <iterator>
@@ -16,12 +18,17 @@ namespace {
 constexpr char kSourcePath[] = "raw\\pertile\\calculateerrorpertexel";
 constexpr unsigned kTilesAtOnce = 8; // of each side: their texels stay in the nearest cache
 
-void addTo(VectorFloat& sum, const VectorFloat& more) {
-    for (unsigned lane = 0; lane < 4; ++lane) {
-        sum[lane] += more[lane];
+// One after the other.
+void addTo(VectorFloat& sum, const VectorFloat* more, unsigned count) {
+    using Lanes = Simd::Lanes4;
+    Lanes::Float total = Lanes::loadFloats(sum.m_lanes);
+    for (unsigned i = 0; i < count; ++i) {
+        total = Simd::canonical<Lanes>(total + Lanes::loadFloats(more[i].m_lanes));
     }
-    sum = Simd::canonical<Simd::Lanes4>(sum);
+    store(sum.m_lanes, total);
 }
+
+void addTo(VectorFloat& sum, const VectorFloat& more) { addTo(sum, &more, 1); }
 
 bool checkArguments(const ElementProvider* imageA, const ElementProvider* imageB,
                     const Configuration* configuration) {
@@ -46,12 +53,20 @@ public:
         : m_a(a), m_b(b), m_calculator(calculator) {
         const bool isStandard = dynamic_cast<const StandardSquaredErrorCalculator*>(&calculator) != nullptr;
         m_kernels = isStandard && Simd::mayUseAvx2() ? getTileKernelsAvx2() : nullptr;
+        if (isStandard && m_a.hasFloatTexels() && m_b.hasFloatTexels()) {
+            m_ofFloats =
+                m_kernels != nullptr ? m_kernels->m_sumsOfFloatSquares : &sumsOfFloatSquares<Simd::Lanes4x2>;
+        }
     }
 
     void sum(VectorFloat* sums, const ElementRows& a, const ElementRows& b, unsigned x, unsigned y,
              unsigned count) const {
         if (m_kernels != nullptr && m_a.readsBytes() && m_b.readsBytes()) {
             m_kernels->m_sumsOfByteSquares(sums, m_a.bytesAt(a, x, y), m_b.bytesAt(b, x, y), count);
+            return;
+        }
+        if (m_ofFloats != nullptr) {
+            m_ofFloats(sums, m_a.floatsAt(a, x, y), m_b.floatsAt(b, x, y), count);
             return;
         }
         Tile texelsA[kTilesAtOnce], texelsB[kTilesAtOnce];
@@ -75,6 +90,7 @@ private:
     TileDecoder m_a, m_b;
     const SquaredErrorCalculator& m_calculator;
     const TileKernels* m_kernels;
+    SumsOfFloatSquares m_ofFloats = nullptr; // where both sides are floats as they are measured
 };
 
 } // namespace
@@ -181,9 +197,7 @@ unsigned CalculateErrorPerTexel::doLeadingTiles(unsigned callbackId, const Surfa
     return surface.forWholeTiles(*m_imageA, mip, y, kTilesAtOnce, [&](unsigned x, unsigned count) {
         VectorFloat sums[kTilesAtOnce];
         errors.sum(sums, surface.m_source, surface.m_destination, x, y, count);
-        for (unsigned i = 0; i < count; ++i) {
-            addTo(slot.sums[mip], sums[i]);
-        }
+        addTo(slot.sums[mip], sums, count);
         slot.counts[mip] += 64 * count;
         return true;
     });

@@ -1,5 +1,6 @@
 // The pass that counts bytes in bins of 16 bits, and those bins.
 #include "qor/texsmith/raw/statistics.h"
+#include "raw/analysis/byte_row.h"
 #include "raw/analysis/round_to_bytes_lanes.h"
 #include "raw/analysis/tile_kernels.h"
 #include "raw/frame/check.h"
@@ -82,18 +83,59 @@ void roundInto(FastHistogram& histogram, std::uint8_t* bytes, const VectorFloat*
                        (range.m_isNoByte ? FastHistogram::kFlagNotBytes : 0);
 }
 
-// One texel at the edge, repeated to make up a run.
-void addTexel(FastHistogram& histogram, const VectorFloat& texel) {
+void addToBin(FastHistogram& histogram, unsigned channel, unsigned byte, std::uint32_t count) {
+    std::uint16_t& bin = histogram.m_bins[channel][byte];
+    histogram.flags |= count > kMostInBin - bin ? FastHistogram::kFlagSaturated : 0;
+    bin = static_cast<std::uint16_t>(std::min(bin + count, kMostInBin));
+}
+
+// One texel, repeated to make up a run.
+void roundTexel(FastHistogram& histogram, std::uint8_t (&bytes)[4], const VectorFloat& texel) {
     VectorFloat texels[8];
     std::fill(std::begin(texels), std::end(texels), texel);
-    std::uint8_t bytes[8 * 4];
-    roundInto(histogram, bytes, texels, 8, &roundToBytes<Simd::Lanes4x2>);
+    std::uint8_t all[8 * 4];
+    roundInto(histogram, all, texels, 8, &roundToBytes<Simd::Lanes4x2>);
+    std::copy_n(all, 4, bytes);
+}
+
+void addTexel(FastHistogram& histogram, const VectorFloat& texel) {
+    std::uint8_t bytes[4];
+    roundTexel(histogram, bytes, texel);
     for (unsigned channel = 0; channel < 4; ++channel) {
-        std::uint16_t& bin = histogram.m_bins[channel][bytes[channel]];
-        histogram.flags |= bin == kMostInBin ? FastHistogram::kFlagSaturated : 0;
-        bin = static_cast<std::uint16_t>(std::min(bin + 1u, kMostInBin));
+        addToBin(histogram, channel, bytes[channel], 1);
     }
     ++histogram.count;
+}
+
+// What rounding makes of the value of each byte: its bin and the flags.
+struct BytesRounded {
+    std::uint8_t m_bin[256];
+    std::uint32_t m_flags[256];
+
+    BytesRounded() {
+        for (unsigned byte = 0; byte < 256; ++byte) {
+            const float value = valueOf(byte);
+            FastHistogram histogram;
+            histogram.Clear();
+            std::uint8_t bytes[4];
+            roundTexel(histogram, bytes, {{value, value, value, value}});
+            m_bin[byte] = bytes[0];
+            m_flags[byte] = histogram.flags;
+        }
+    }
+    static float valueOf(unsigned byte) { return static_cast<float>(byte) * static_cast<float>(1.0 / 255); }
+};
+
+void addRow(FastHistogram& histogram, const ByteRow& row) {
+    static const BytesRounded s_rounded;
+    row.forEach([&histogram](unsigned lane, unsigned byte, std::uint32_t count) {
+        const float value = BytesRounded::valueOf(byte);
+        histogram.min[lane] = std::min(histogram.min[lane], value);
+        histogram.max[lane] = std::max(histogram.max[lane], value);
+        histogram.flags |= s_rounded.m_flags[byte];
+        addToBin(histogram, lane, s_rounded.m_bin[byte], count);
+    });
+    histogram.count += row.texels();
 }
 
 } // namespace
@@ -138,6 +180,16 @@ void FastHistogramPerTexel::doTiles(unsigned callbackId, const Tile* tiles, unsi
     }
     bins.addTo(m_slots[callbackId]);
     m_slots[callbackId].count += 64 * count;
+}
+
+unsigned FastHistogramPerTexel::doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                                               const OpenSurface& surface, unsigned y) const {
+    const ByteRow row(getDecoderConfiguration(), getElementProvider(), surface, surfaceIndex->mip, y);
+    if (row.tiles() == 0) {
+        return PerTexel::doLeadingTiles(callbackId, surfaceIndex, surface, y);
+    }
+    addRow(m_slots[callbackId], row);
+    return row.tiles();
 }
 
 void FastHistogramPerTexel::getHistogram(FastHistogram* destination, unsigned workers) const {

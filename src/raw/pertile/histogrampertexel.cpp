@@ -1,5 +1,6 @@
 // The pass that counts the values of a range in bins, and those bins.
 #include "qor/texsmith/raw/statistics.h"
+#include "raw/analysis/byte_row.h"
 #include "raw/frame/check.h"
 #include "simd/float4.h"
 
@@ -16,6 +17,8 @@ Simd::Int4 toByteLanes(Simd::Float4 value) {
     const Simd::Float4 unit = maximum(minimum(Simd::splat(1.0f), value), Simd::splat(0.0f));
     return truncateToInts(unit * Simd::splat(255.0f) + Simd::splat(0.5f));
 }
+
+constexpr float kByteToUnit = static_cast<float>(1.0 / 255);
 
 } // namespace
 
@@ -41,6 +44,15 @@ HistogramPerTexel::HistogramPerTexel(Histogram* destination, const MinMax& range
         m_scale[lane] = toUnit.m_multiply[lane][lane];
         m_offset[lane] = toUnit.m_add[lane];
     }
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        std::uint32_t bins[4];
+        Simd::store(bins, toByteLanes(Simd::splat(static_cast<float>(byte) * kByteToUnit) *
+                                          Simd::loadFloats(&m_scale) +
+                                      Simd::loadFloats(&m_offset)));
+        for (unsigned lane = 0; lane < 4; ++lane) {
+            m_binOfByte[lane][byte] = static_cast<std::uint8_t>(bins[lane]);
+        }
+    }
 }
 
 Error HistogramPerTexel::doPrologue(unsigned) const {
@@ -59,6 +71,20 @@ void HistogramPerTexel::doTexels(unsigned callbackId, const VectorFloat* texels,
         }
     }
     slot.count += count;
+}
+
+unsigned HistogramPerTexel::doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex,
+                                           const OpenSurface& surface, unsigned y) const {
+    const ByteRow row(getDecoderConfiguration(), getElementProvider(), surface, surfaceIndex->mip, y);
+    if (row.tiles() == 0) {
+        return PerTexel::doLeadingTiles(callbackId, surfaceIndex, surface, y);
+    }
+    Histogram& slot = m_slots[callbackId];
+    row.forEach([&](unsigned lane, unsigned byte, std::uint32_t count) {
+        slot.m_bins[lane][m_binOfByte[lane][byte]] += count;
+    });
+    slot.count += row.texels();
+    return row.tiles();
 }
 
 Error HistogramPerTexel::doEpilogue(unsigned callbacks) const {

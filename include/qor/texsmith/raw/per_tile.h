@@ -153,6 +153,7 @@ public:
 protected:
     ~PerTexel() = default;
     const ElementProvider* getElementProvider() const { return m_elementProvider; }
+    const DecoderConfiguration& getDecoderConfiguration() const { return m_decoderConfiguration; }
     // For the constructors of those that want texels as they are stored: neither modifiers nor transforms.
     void leaveOutTransforms() { m_decoderConfiguration.m_transform.Init(); }
     // For the constructors of those that cannot work: all callbacks fail.

@@ -154,10 +154,13 @@ private:
     Error doPrologue(unsigned callbacks) const override;
     Error doEpilogue(unsigned callbacks) const override;
     void doTexels(unsigned callbackId, const VectorFloat* texels, unsigned count) const override;
+    unsigned doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface& surface,
+                            unsigned y) const override;
 
     Histogram* m_destination;
     VectorFloat m_scale;
     VectorFloat m_offset;
+    std::uint8_t m_binOfByte[4][256]; // of the value that a byte stands for
     mutable Histogram m_slots[Job::kMaxCallbacks];
 };
 
@@ -173,6 +176,8 @@ private:
     Error doPrologue(unsigned callbacks) const override;
     void doTexels(unsigned callbackId, const VectorFloat* texels, unsigned count) const override;
     void doTiles(unsigned callbackId, const Tile* tiles, unsigned count) const override;
+    unsigned doLeadingTiles(unsigned callbackId, const SurfaceIndex* surfaceIndex, const OpenSurface& surface,
+                            unsigned y) const override;
 
     mutable FastHistogram m_slots[Job::kMaxCallbacks];
 };
