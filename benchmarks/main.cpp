@@ -6,6 +6,7 @@
 #    include "file_benchmarks.h"
 #endif
 #include "classic_benchmarks.h"
+#include "growth_benchmarks.h"
 #include "measure_benchmarks.h"
 #include "mip_benchmarks.h"
 #include "ratio_reporter.h"
@@ -35,6 +36,7 @@ int main(int argc, char** argv) {
 #if defined(TEXSMITH_FILE_BENCHMARKS)
     Bench::registerFileBenchmarks();
 #endif
+    Bench::registerGrowthBenchmarks();
     Bench::registerJobBenchmarks();
     Bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -51,7 +51,11 @@ void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
     }
 }
 
-void RatioReporter::printRatio(const Figure& figure) const {
+void RatioReporter::printRatio(const Row& row, const Figure& figure) const {
+    if (row.m_name.rfind(kPerTexelGroup, 0) == 0 && figure.m_work > 0) {
+        std::printf(" %5.3f ns/tx", figure.m_seconds * 1e9 / figure.m_work);
+        return;
+    }
     const auto baseline = std::find_if(m_rows.begin(), m_rows.end(),
                                        [&](const Row& row) { return row.m_name == figure.m_baseline; });
     if (baseline == m_rows.end() || figure.m_seconds == 0) {
@@ -66,8 +70,8 @@ void RatioReporter::Finalize() {
                 kTwoThreads, "speed-up", "beside");
     for (const Row& row : m_rows) {
         std::printf("%-56s %10.3f", row.m_name.c_str(), row.m_one.m_seconds * 1e3);
-        printRatio(row.m_one);
-        printRatio(row.m_two);
+        printRatio(row, row.m_one);
+        printRatio(row, row.m_two);
         if (row.m_one.m_seconds > 0 && row.m_two.m_seconds > 0) {
             std::printf(" %9.2f", row.m_one.m_seconds / row.m_two.m_seconds);
         } else {

@@ -16,6 +16,8 @@ namespace Bench {
 
 inline constexpr char kOneThread[] = "one thread";
 inline constexpr char kTwoThreads[] = "two threads";
+// Of benchmarks whose work is texels: their rows give the time for each instead of a ratio.
+inline constexpr char kPerTexelGroup[] = "growth";
 
 // To be called once in a benchmark. An empty baseline is for those that serve as one.
 void compareWith(benchmark::State& state, double work, const std::string& baseline = {});
@@ -40,7 +42,7 @@ private:
     };
 
     Row& rowNamed(const std::string& name);
-    void printRatio(const Figure& figure) const;
+    void printRatio(const Row& row, const Figure& figure) const;
 
     std::vector<Row> m_rows; // in the order of their names
 };
