@@ -4,7 +4,7 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 windows_packages=(g++-mingw-w64-x86-64-posix)
 codec_packages=(libpng-dev libdeflate-dev libjpeg62-turbo-dev libtiff-dev libgif-dev)
-tool_packages=(libcli11-dev nlohmann-json3-dev)
+tool_packages=(libcli11-dev nlohmann-json3-dev zlib1g-dev)
 
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi

@@ -47,7 +47,8 @@ def check_json(directory):
     packed = os.path.join(directory, "moon.dds")
     run("convert", "--mips", "--format", "Bc1Unorm", sample, packed)
     calls = {"compare": ("compare", sample, packed), "convert": ("convert", sample, packed),
-             "info": ("info", packed), "stats": ("stats", packed), "texel": ("texel", sample, "1", "2"),
+             "info": ("info", packed), "report": ("report", packed, os.path.join(directory, "page.html")),
+             "stats": ("stats", packed), "texel": ("texel", sample, "1", "2"),
              "validate": ("validate", packed), "error": ("info", os.path.join(directory, "a\udcff.png"))}
     with open(os.path.join(sources, "docs", "json.md"), encoding="utf-8") as file:
         blocks = re.findall(r"^## (\w+)$.*?^```json\n(.*?)^```$", file.read(), re.MULTILINE | re.DOTALL)

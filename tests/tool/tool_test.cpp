@@ -316,6 +316,33 @@ TEST_F(ToolTest, MipsReachTheFileAndCompareFindsTheChangedTexel) {
     expectFailure(run("convert --mips a.vxf b.tga"), "only .vxf and .dds files hold mips");
 }
 
+TEST_F(ToolTest, AReportIsOnePageThatSaysWhatItLeavesOut) {
+    ASSERT_TRUE(run("convert --mips --format R32G32B32A32Float " + quoted(sample("marbles.tga")) + " m.vxf")
+                    .m_succeeded);
+    ASSERT_TRUE(run("report m.vxf page.html").m_succeeded);
+    const std::string page = readFile(file("page.html"));
+    EXPECT_NE(std::string::npos, page.find("id=\"texels-0-0-0-0\""));
+    for (const char* outside : {" src=", "<link", "@import"}) {
+        EXPECT_EQ(std::string::npos, page.find(outside)) << outside;
+    }
+    const Outcome raw = run("convert --format R32G32B32A32Float --mips --resize 900x900 " +
+                            quoted(sample("dusk.tga")) + " large.vxf");
+    ASSERT_TRUE(raw.m_succeeded) << raw.m_errors;
+    const Outcome cut = run("report -v --max-page 1 large.vxf page.html");
+    EXPECT_NE(std::string::npos, cut.m_errors.find("hint: large.vxf: This page begins at mip"))
+        << cut.m_errors;
+    EXPECT_EQ(std::string::npos, readFile(file("page.html")).find("id=\"texels-0-0-0-0\""));
+
+    writeFile(file("keep.html"), "precious");
+    writeFile(file("cut.tga"), "TGA");
+    expectFailure(run("report cut.tga keep.html"), "cut.tga");
+    expectFailure(run("report m.vxf m.vxf"), "a report is written as .html");
+    expectFailure(run("report m.vxf " + quoted(sample("moon.tga")) + " keep.html"), "is not that of m.vxf");
+    EXPECT_EQ("precious", readFile(file("keep.html")));
+    expectFailure(run("report --sheet cut.tga m.vxf keep.html"), "1 of 2 files could not be read");
+    EXPECT_NE(std::string::npos, readFile(file("keep.html")).find("id=\"texels-1-0-0-0\""));
+}
+
 // Black and white average to 188 in light, which sRGB formats ask for, and to 128 as numbers.
 TEST_F(ToolTest, ResizesInLightWhereTheFormatIsSrgb) {
     const std::string black(3, '\0'), white(3, '\xFF');

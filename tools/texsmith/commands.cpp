@@ -12,8 +12,9 @@ namespace Tool {
 namespace {
 
 constexpr const Command* kCommands[] = {
-    &kCompareCommand, &kCompletionsCommand, &kConvertCommand, &kFormatsCommand,  &kInfoCommand,
-    &kManualCommand,  &kStatsCommand,       &kTexelCommand,   &kValidateCommand, &kVersionCommand,
+    &kCompareCommand, &kCompletionsCommand, &kConvertCommand, &kFormatsCommand,
+    &kInfoCommand,    &kManualCommand,      &kReportCommand,  &kStatsCommand,
+    &kTexelCommand,   &kValidateCommand,    &kVersionCommand,
 };
 
 } // namespace

@@ -14,6 +14,7 @@ extern const Command kConvertCommand;
 extern const Command kFormatsCommand;
 extern const Command kInfoCommand;
 extern const Command kManualCommand;
+extern const Command kReportCommand;
 extern const Command kStatsCommand;
 extern const Command kTexelCommand;
 extern const Command kValidateCommand;

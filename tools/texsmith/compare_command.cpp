@@ -20,14 +20,6 @@ namespace {
 using namespace qor;
 using namespace qor::Texsmith;
 
-Raw::VectorFloat meanOf(const Raw::ErrorSummary& summary, unsigned mip) {
-    Raw::VectorFloat mean = summary.sums[mip];
-    for (float& lane : mean.m_lanes) {
-        lane /= static_cast<float>(std::max(1u, summary.counts[mip]));
-    }
-    return mean;
-}
-
 void printErrors(const char* label, const Raw::VectorFloat& errors, std::optional<double> peak) {
     std::printf("%-10s", label);
     for (const float error : errors.m_lanes) {
@@ -50,7 +42,7 @@ void printTable(const Raw::ErrorSummary& summary, std::optional<double> peak) {
     std::printf(peak ? "  | PSNR in dB: R, G, B, A\n" : "\n");
     printErrors("all", summary.Mean(), peak);
     for (unsigned mip = 0; mip < summary.mipCount && summary.mipCount > 1; ++mip) {
-        printErrors(("mip " + std::to_string(mip)).c_str(), meanOf(summary, mip), peak);
+        printErrors(("mip " + std::to_string(mip)).c_str(), meanOfMip(summary, mip), peak);
     }
     if (!peak) {
         std::puts("no PSNR: the values of this type have no range of their own");
@@ -91,7 +83,7 @@ Json psnrs(const Raw::VectorFloat& errors, std::optional<double> peak) {
 Json describe(const Raw::ErrorSummary& summary, std::optional<double> peak) {
     Json mips = Json::array();
     for (unsigned mip = 0; mip < summary.mipCount; ++mip) {
-        const Raw::VectorFloat mean = meanOf(summary, mip);
+        const Raw::VectorFloat mean = meanOfMip(summary, mip);
         mips.push_back({{"mse", byChannel(mean)}, {"psnr", psnrs(mean, peak)}});
     }
     return {{"mse", byChannel(summary.Mean())}, {"psnr", psnrs(summary.Mean(), peak)}, {"mips", mips}};

@@ -38,11 +38,15 @@ bool isSrgb(const Vex::Texture& texture) {
     return texture.getDataFormat().getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
 }
 
+struct Rectangle {
+    unsigned m_left, m_top, m_right, m_bottom;
+};
+
 void findLargest(Difference* largest, const Raw::SurfaceIndex& index, const Raw::ElementRows& a,
-                 const Raw::ElementRows& b) {
-    for (unsigned y = 0; y < a.m_tall; ++y) {
+                 const Raw::ElementRows& b, const Rectangle& part) {
+    for (unsigned y = part.m_top; y < part.m_bottom; ++y) {
         const float *rowA = texelOf(a, 0, y), *rowB = texelOf(b, 0, y);
-        for (unsigned i = 0; i < a.m_wide * 4; ++i) {
+        for (unsigned i = part.m_left * 4; i < part.m_right * 4; ++i) {
             const double difference = std::fabs(static_cast<double>(rowA[i]) - static_cast<double>(rowB[i]));
             if (difference > largest->m_value) {
                 *largest = {difference, index, i / 4, y, i % 4};
@@ -51,9 +55,31 @@ void findLargest(Difference* largest, const Raw::SurfaceIndex& index, const Raw:
     }
 }
 
+void findLargest(Difference* largest, const Raw::SurfaceIndex& index, const Raw::ElementRows& a,
+                 const Raw::ElementRows& b) {
+    findLargest(largest, index, a, b, {0, 0, a.m_wide, a.m_tall});
+}
+
+// Of equal ones, those that came first stand first.
+void insertWorst(std::vector<Difference>* worst, const Difference& difference, unsigned count) {
+    const auto place = std::upper_bound(
+        worst->begin(), worst->end(), difference,
+        [](const Difference& one, const Difference& other) { return one.m_value > other.m_value; });
+    worst->insert(place, difference);
+    worst->resize(std::min<std::size_t>(worst->size(), count));
+}
+
 } // namespace
 
 double psnrOf(double meanSquaredError, double peak) { return 10.0 * std::log10(peak / meanSquaredError); }
+
+Raw::VectorFloat meanOfMip(const Raw::ErrorSummary& summary, unsigned mip) {
+    Raw::VectorFloat mean = summary.sums[mip];
+    for (float& lane : mean.m_lanes) {
+        lane /= static_cast<float>(std::max(1u, summary.counts[mip]));
+    }
+    return mean;
+}
 
 ImagePair::ImagePair(const Raw::MemoryMappedImage& a, const std::string& nameA,
                      const Raw::MemoryMappedImage& b, const std::string& nameB) {
@@ -88,6 +114,25 @@ Difference ImagePair::largest() const {
         findLargest(&largest, index, m_a.getElementRows(&index), m_b.getElementRows(&index));
     });
     return largest;
+}
+
+std::vector<Difference> ImagePair::worst(unsigned count) const {
+    constexpr unsigned kTile = 8;
+    std::vector<Difference> worst;
+    forEachSurface(m_a, [&](const Raw::SurfaceIndex& index) {
+        const Raw::ElementRows a = m_a.getElementRows(&index), b = m_b.getElementRows(&index);
+        for (unsigned y = 0; y < a.m_tall; y += kTile) {
+            for (unsigned x = 0; x < a.m_wide; x += kTile) {
+                Difference largest;
+                findLargest(&largest, index, a, b,
+                            {x, y, std::min(x + kTile, a.m_wide), std::min(y + kTile, a.m_tall)});
+                if (largest.m_value > (worst.size() == count ? worst.back().m_value : 0)) {
+                    insertWorst(&worst, largest, count);
+                }
+            }
+        }
+    });
+    return worst;
 }
 
 Picture ImagePair::heatMap() const {

@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Tool {
 
@@ -20,6 +21,8 @@ struct Difference {
 // Infinite where nothing differs. `peak` is the square of the range of values.
 double psnrOf(double meanSquaredError, double peak);
 
+qor::Texsmith::Raw::VectorFloat meanOfMip(const qor::Texsmith::Raw::ErrorSummary& summary, unsigned mip);
+
 // Two textures of the same shape as surfaces of floats: two of sRGB as they are stored, others as light. Of
 // the mips, those that both have.
 class ImagePair {
@@ -30,6 +33,8 @@ public:
 
     qor::Texsmith::Raw::ErrorSummary errors();
     Difference largest() const;
+    // Of each tile of 8 x 8 texels the largest one, at most `count` of them, the largest first.
+    std::vector<Difference> worst(unsigned count) const;
     // Of the first surface, scaled to its own largest difference.
     Picture heatMap() const;
 

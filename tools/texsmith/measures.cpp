@@ -1,11 +1,13 @@
 #include "measures.h"
 
 #include "failure.h"
+#include "float_image.h"
 
 #include <iterator>
 
 namespace Tool {
 
+using namespace qor;
 using namespace qor::Texsmith;
 
 namespace {
@@ -38,11 +40,10 @@ void takeHistogram(Measures* measures, const Raw::FastHistogram& fast, const Raw
     }
 }
 
-} // namespace
-
 // One walk takes it all.
 void measure(Measures* measures, const Raw::ElementProvider& image) {
     Configuration configuration;
+    configuration.m_decoderConfiguration.m_srgbAsLinear = true;
     Raw::MinMaxMeanPerTexel mean(&measures->m_mean, &image, &configuration);
     Raw::ConstantsPerTexel constants(&measures->m_constants, &image, &configuration);
     Raw::FastHistogramPerTexel histogram(&image, &configuration);
@@ -53,6 +54,22 @@ void measure(Measures* measures, const Raw::ElementProvider& image) {
     histogram.getHistogram(&fast, static_cast<unsigned>(job.getCallbacks()));
     measures->m_range = {fast.min, fast.max};
     takeHistogram(measures, fast, image, &configuration);
+}
+
+} // namespace
+
+void measureTexture(Measures* measures, const Raw::MemoryMappedImage& image, const std::string& name) {
+    switch (image.getDataFormat().getTextureChannelType()) {
+    case Vex::kTextureChannelTypeUInt:
+    case Vex::kTextureChannelTypeSInt:
+    case Vex::kTextureChannelTypeUBInt: { // whose values are measured as numbers, and not as bits
+        Raw::MemoryMappedImage floats;
+        convertToFloats(&floats, image, image.getSurfaceCount().mips, SrgbValues::kAsStored, name);
+        return measure(measures, floats);
+    }
+    default:
+        return measure(measures, image);
+    }
 }
 
 const char* constantText(const Measures& measures, unsigned channel) {

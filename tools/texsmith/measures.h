@@ -1,7 +1,10 @@
 // Range, mean, constants and histogram of the values of a texture.
 #pragma once
 
+#include "qor/texsmith/raw/image.h"
 #include "qor/texsmith/raw/statistics.h"
+
+#include <string>
 
 namespace Tool {
 
@@ -13,8 +16,10 @@ struct Measures {
     qor::Texsmith::Raw::MinMax m_bins;
 };
 
-// Of all surfaces of an image of floats. Throws Failure.
-void measure(Measures* measures, const qor::Texsmith::Raw::ElementProvider& image);
+// Of all texels of a file's image, those of sRGB as they are stored. Throws Failure, in the name of the file,
+// for a format that cannot be read.
+void measureTexture(Measures* measures, const qor::Texsmith::Raw::MemoryMappedImage& image,
+                    const std::string& name);
 
 // "constant zero", "constant one", "constant", or nothing.
 const char* constantText(const Measures& measures, unsigned channel);

@@ -59,12 +59,11 @@ void run(const Options& options) {
     if (options.has("--plot")) {
         Picture::checkName(options.value("--plot"));
     }
-    Raw::MemoryMappedImage image, floats;
+    Raw::MemoryMappedImage image;
     const std::string name = nameOfSource(options.names()[0]);
     loadFile(&image, options.names()[0], options.value("--type"));
-    convertToFloats(&floats, image, image.getSurfaceCount().mips, SrgbValues::kAsStored, name);
     Measures measures;
-    measure(&measures, floats);
+    measureTexture(&measures, image, name);
     if (isJson()) {
         printJson(kStatsCommand, describe(name, measures));
     } else {

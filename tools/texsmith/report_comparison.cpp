@@ -1,0 +1,112 @@
+#include "report_comparison.h"
+
+#include "float_image.h"
+#include "image_pair.h"
+
+#include <cstdio>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tool {
+
+using namespace qor::Texsmith;
+
+namespace {
+
+constexpr unsigned kWorstTexels = 12;
+
+std::string textOf(double value, const char* format) {
+    char text[48];
+    std::snprintf(text, sizeof text, format, value);
+    return text;
+}
+
+// A row for all mips, and one for each where there are several.
+template <typename Tell> Json rowsOf(const Raw::ErrorSummary& summary, Tell tell) {
+    Json rows = Json::array();
+    const auto add = [&](const std::string& name, const Raw::VectorFloat& errors) {
+        Json row = Json::array({name});
+        for (const float error : errors.m_lanes) {
+            row.push_back(tell(static_cast<double>(error)));
+        }
+        rows.push_back(row);
+    };
+    add("all", summary.Mean());
+    for (unsigned mip = 0; mip < summary.mipCount && summary.mipCount > 1; ++mip) {
+        add("mip " + std::to_string(mip), meanOfMip(summary, mip));
+    }
+    return rows;
+}
+
+Json tableOf(const char* name, Json rows) {
+    return {{"heads", Json::array({name, "R", "G", "B", "A"})}, {"rows", std::move(rows)}};
+}
+
+Json tablesOf(const Raw::ErrorSummary& summary, const ImagePair& pair) {
+    Json tables = Json::array();
+    tables.push_back(tableOf("MSE", rowsOf(summary, [](double error) { return textOf(error, "%.3g"); })));
+    if (pair.peak()) {
+        const auto tell = [peak = *pair.peak()](double error) {
+            return error == 0 ? "same" : textOf(psnrOf(error, peak), "%.2f");
+        };
+        tables.push_back(tableOf("PSNR, dB", rowsOf(summary, tell)));
+    }
+    return tables;
+}
+
+Json notesOf(const ImagePair& pair) {
+    Json notes = Json::array();
+    notes.push_back(pair.isAsStored() ? "Values of sRGB are compared as they are stored."
+                                      : "Values are compared as they are read: those of sRGB as light.");
+    if (!pair.peak()) {
+        notes.push_back("No PSNR: the values of this type have no range of their own.");
+    }
+    if (pair.hasMoreMips()) {
+        notes.push_back("One of the files has more mips, which were not compared.");
+    }
+    return notes;
+}
+
+Json linkTo(const Difference& difference, const Raw::Image& image) {
+    const Raw::SurfaceCount count = image.getSurfaceCount();
+    const Raw::SurfaceIndex& index = difference.m_index;
+    std::string text = textOf(difference.m_value, "%.5g") + " in " + kChannelNames[difference.m_channel] +
+                       " at " + std::to_string(difference.m_x) + ", " + std::to_string(difference.m_y);
+    const auto add = [&text](const char* name, unsigned value, bool matters) {
+        text += matters ? std::string(", ") + name + " " + std::to_string(value) : "";
+    };
+    add("mip", index.mip, count.mips > 1);
+    add("slice", index.arrayEntry, count.arrayEntries > 1);
+    add("face", index.face, count.faces > 1);
+    add("depth", index.depth, image.getDepth(0) > 1);
+    add("sample", index.fragment, count.fragments > 1);
+    return {{"text", text},
+            {"place",
+             {{"mip", index.mip},
+              {"slice", index.arrayEntry},
+              {"face", index.face},
+              {"depth", index.depth},
+              {"fragment", index.fragment},
+              {"x", difference.m_x},
+              {"y", difference.m_y}}}};
+}
+
+} // namespace
+
+Json compareForReport(const LoadedFile& file, const LoadedFile& reference) {
+    ImagePair pair(file.m_image, file.m_info.m_name, reference.m_image, reference.m_info.m_name);
+    const Raw::ErrorSummary summary = pair.errors();
+    Json worst = Json::array();
+    const std::vector<Difference> differences = pair.worst(kWorstTexels);
+    for (const Difference& difference : differences) {
+        worst.push_back(linkTo(difference, pair.a()));
+    }
+    return {{"asStored", pair.isAsStored()},
+            {"largest", differences.empty() ? 0.0 : differences.front().m_value},
+            {"tables", tablesOf(summary, pair)},
+            {"notes", notesOf(pair)},
+            {"worst", worst}};
+}
+
+} // namespace Tool

@@ -1,0 +1,34 @@
+// What a report tells of one texture.
+#pragma once
+
+#include "file_info.h"
+#include "json_output.h"
+#include "report_texels.h"
+
+#include "qor/texsmith/raw/image.h"
+
+#include <string>
+
+namespace Tool {
+
+// A file as it was loaded.
+struct LoadedFile {
+    std::string m_name;
+    FileInfo m_info;
+    qor::Texsmith::Raw::MemoryMappedImage m_image;
+};
+
+// Throws Failure.
+void loadForReport(LoadedFile* file, const std::string& name);
+
+// Facts, measures and the layout of the first texture, in the form that the page's scripts expect. Throws
+// Failure.
+Json describeForReport(const LoadedFile& file);
+
+// A picture of the texture's first surface as the address of a data: URL, at most `size` texels each way.
+std::string thumbnailOf(const qor::Texsmith::Raw::MemoryMappedImage& image, unsigned size);
+
+// "1.5 MB"
+std::string bytesText(std::uint64_t bytes);
+
+} // namespace Tool
