@@ -313,6 +313,8 @@ TEST_F(ToolTest, MipsReachTheFileAndCompareFindsTheChangedTexel) {
         << differ.m_output;
     EXPECT_TRUE(run("stats heat.tga").m_succeeded);
     expectFailure(run("compare a.vxf b.vxf --heatmap heat.hdr"), "pictures are written as .bmp");
+    expectFailure(run("compare a.vxf changed.tga --heatmap ./changed.tga"), "no picture is written over it");
+    expectFailure(run("stats changed.tga --plot changed.tga"), "no picture is written over it");
     expectFailure(run("convert --mips a.vxf b.tga"), "only .vxf and .dds files hold mips");
 }
 

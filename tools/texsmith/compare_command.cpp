@@ -145,7 +145,7 @@ void checkPsnr(const Raw::VectorFloat& errors, std::optional<double> peak, doubl
 void run(const Options& options) {
     const double least = leastPsnr(options);
     if (options.has("--heatmap")) {
-        Picture::checkName(options.value("--heatmap"));
+        Picture::checkName(options.value("--heatmap"), options.names());
     }
     if (options.names()[0] == kStandardStream && options.names()[1] == kStandardStream) {
         throw UsageFailure("only one of the files can be the standard input");

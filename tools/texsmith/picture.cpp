@@ -86,12 +86,17 @@ unsigned Picture::numberWide(double value) {
     return static_cast<unsigned>(textOf(value).size()) * kDigitWide;
 }
 
-void Picture::checkName(const std::string& name) {
+void Picture::checkName(const std::string& name, std::span<const std::string> inputs) {
     constexpr Raw::FileType kTypes[] = {Raw::makeFileType(".BMP"), Raw::makeFileType(".JPG"),
                                         Raw::makeFileType(".PNG"), Raw::makeFileType(".TGA")};
     const Raw::FileType type = Raw::getFileTypeFromExtension(name.c_str());
     if (std::find(std::begin(kTypes), std::end(kTypes), type) == std::end(kTypes)) {
         throw UsageFailure(name + ": pictures are written as .bmp, .jpg, .png or .tga");
+    }
+    for (const std::string& input : inputs) {
+        if (isSameFile(name, input)) {
+            throw UsageFailure(name + ": this file is read, and no picture is written over it");
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -30,8 +31,9 @@ public:
 
     // Throws Failure; .bmp, .jpg, .png and .tga are written.
     void save(const std::string& name) const;
-    // Throws UsageFailure for a name that save would turn down.
-    static void checkName(const std::string& name);
+    // Throws UsageFailure for a name that save would turn down, and for one of the files that are read,
+    // whatever name that has there.
+    static void checkName(const std::string& name, std::span<const std::string> inputs = {});
 
 private:
     unsigned m_wide, m_tall;

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -94,14 +95,23 @@ std::string ninjaCommand(const std::vector<std::string>& arguments) {
     return command;
 }
 
-// A folder in which results come up changes with each of them, and tells nothing.
-bool holdsResults(const std::string& folder, const Batch& batch) {
-    return std::any_of(batch.m_files.begin(), batch.m_files.end(), [&](const BatchFile& file) {
-        std::error_code error;
-        const fs::path place = fs::weakly_canonical(toPath(file.m_destination), error)
-                                   .lexically_relative(fs::weakly_canonical(toPath(folder), error));
-        return !place.empty() && *place.begin() != "..";
-    });
+fs::path canonicalOf(const fs::path& path) {
+    std::error_code error;
+    return fs::weakly_canonical(path.empty() ? fs::path(".") : path, error);
+}
+
+// Those that results lie in, and all folders above them.
+std::set<fs::path> foldersOfResults(const Batch& batch) {
+    std::set<fs::path> named, all;
+    for (const BatchFile& file : batch.m_files) {
+        named.insert(toPath(file.m_destination).parent_path());
+    }
+    for (const fs::path& folder : named) {
+        for (fs::path above = canonicalOf(folder); all.insert(above).second && above.has_relative_path();) {
+            above = above.parent_path();
+        }
+    }
+    return all;
 }
 
 // The command line that made the plan, with its own file.
@@ -131,8 +141,10 @@ std::string planEdge(const Batch& batch, const BatchOptions& plan, const Options
     if (nameOffset(s_program) != 0) {
         inputs.push_back(s_program);
     }
+    // A folder in which results come up changes with each of them, and tells nothing.
+    const std::set<fs::path> ofResults = foldersOfResults(batch);
     for (const std::string& folder : batch.m_folders) {
-        if (!holdsResults(folder, batch)) {
+        if (!ofResults.contains(canonicalOf(toPath(folder)))) {
             inputs.push_back(folder);
         }
     }
@@ -172,7 +184,11 @@ std::string jsonLines(const Batch& batch, const Options& options) {
                            {"destination", file.m_destination},
                            {"version", qor::Texsmith::getLibraryVersionText()},
                            {"arguments", arguments}};
-        text += line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+        try {
+            text += line.dump() + "\n";
+        } catch (const Json::type_error&) {
+            throw UsageFailure(file.m_source + ": lines of JSON hold names in UTF-8 alone");
+        }
     }
     return text;
 }

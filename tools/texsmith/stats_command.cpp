@@ -57,7 +57,7 @@ Json describe(const std::string& name, const Measures& measures) {
 
 void run(const Options& options) {
     if (options.has("--plot")) {
-        Picture::checkName(options.value("--plot"));
+        Picture::checkName(options.value("--plot"), options.names());
     }
     Raw::MemoryMappedImage image;
     const std::string name = nameOfSource(options.names()[0]);

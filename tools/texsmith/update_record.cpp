@@ -3,6 +3,7 @@
 #include "content_hash.h"
 #include "failure.h"
 #include "paths.h"
+#include "replacement_file.h"
 
 #include "qor/texsmith/version.h"
 
@@ -17,6 +18,7 @@ namespace {
 using nlohmann::ordered_json;
 
 constexpr char kFileName[] = ".texsmith-record";
+constexpr std::size_t kMostLines = 8; // for each result, before the record is written anew
 
 std::string hex(std::uint64_t value) {
     char text[17];
@@ -47,8 +49,9 @@ UpdateRecord::Folder& UpdateRecord::folderOf(const std::string& destination) {
     const auto [entry, isNew] = m_folders.try_emplace(name);
     Folder& folder = entry->second;
     if (isNew) {
+        std::size_t lines = 0;
         std::ifstream stream(toPath(name + kFileName), std::ios::binary);
-        for (std::string line; std::getline(stream, line);) {
+        for (std::string line; std::getline(stream, line); ++lines) {
             const ordered_json made = ordered_json::parse(line, nullptr, false);
             if (made.is_object() && made.contains("file") && made["file"].is_string() &&
                 made.contains("made") && made["made"].is_string() && made.contains("written") &&
@@ -57,8 +60,27 @@ UpdateRecord::Folder& UpdateRecord::folderOf(const std::string& destination) {
                                                            made["written"].get<std::uint64_t>()};
             }
         }
+        stream.close();
+        if (lines > kMostLines * (folder.size() + 1)) {
+            writeAnew(name + kFileName, folder);
+        }
     }
     return folder;
+}
+
+// Lines that later ones took the place of are left out. Where that cannot be, the record stays as it is.
+void UpdateRecord::writeAnew(const std::string& record, const Folder& folder) try {
+    ReplacementFile file(record);
+    std::ofstream stream(toPath(file.name()), std::ios::binary);
+    for (const auto& [name, entry] : folder) {
+        stream << lineOf({{"file", name}, {"made", entry.m_made}, {"written", entry.m_written}}) << '\n';
+    }
+    stream.close();
+    if (stream) {
+        file.takePlace();
+    }
+} catch (const Failure&) {
+    forgetReports();
 }
 
 bool UpdateRecord::isUpToDate(const std::string& destination, const Making& making) {

@@ -34,6 +34,7 @@ private:
     using Folder = std::map<std::string, Entry>; // by the names of the results
 
     Folder& folderOf(const std::string& destination);
+    static void writeAnew(const std::string& record, const Folder& folder);
 
     std::mutex m_mutex;
     std::map<std::string, Folder> m_folders;
