@@ -46,9 +46,14 @@ def check_json(directory):
     sample = os.path.join(sources, "samples", "moon.tga")
     packed = os.path.join(directory, "moon.dds")
     run("convert", "--mips", "--format", "Bc1Unorm", sample, packed)
+    rows, tiled = (os.path.join(directory, name) for name in ("rows.bin", "tiled.bin"))
+    with open(rows, "wb") as file:
+        file.write(os.urandom(9 * 5 * 4))
+    shape = ("--format", "rgba8", "--size", "9x5", "--tile-mode", "thin_2dthin")
     calls = {"compare": ("compare", sample, packed), "convert": ("convert", sample, packed),
              "info": ("info", packed), "report": ("report", packed, os.path.join(directory, "page.html")),
              "stats": ("stats", packed), "texel": ("texel", sample, "1", "2"),
+             "tile": ("tile", rows, tiled, *shape), "untile": ("untile", tiled, rows + "2", *shape),
              "validate": ("validate", packed), "error": ("info", os.path.join(directory, "a\udcff.png"))}
     with open(os.path.join(sources, "docs", "json.md"), encoding="utf-8") as file:
         blocks = re.findall(r"^## (\w+)$.*?^```json\n(.*?)^```$", file.read(), re.MULTILINE | re.DOTALL)
@@ -58,6 +63,8 @@ def check_json(directory):
     for name, block in blocks:
         text = run(*calls.get(name, (name,)), "--json", status=3 if name == "error" else 0)
         expect_shape(name, json.loads(block), json.loads(text))
+    with open(rows, "rb") as before, open(rows + "2", "rb") as after:
+        check(before.read() == after.read(), "texels come back from their tiled order as others")
     return commands
 
 

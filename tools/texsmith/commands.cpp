@@ -11,11 +11,13 @@
 namespace Tool {
 namespace {
 
+// clang-format off: one a line
 constexpr const Command* kCommands[] = {
-    &kCompareCommand, &kCompletionsCommand, &kConvertCommand, &kFormatsCommand,
-    &kInfoCommand,    &kManualCommand,      &kReportCommand,  &kStatsCommand,
-    &kTexelCommand,   &kValidateCommand,    &kVersionCommand,
+    &kCompareCommand, &kCompletionsCommand, &kConvertCommand, &kFormatsCommand, &kInfoCommand,
+    &kManualCommand,  &kReportCommand,      &kStatsCommand,   &kTexelCommand,   &kTileCommand,
+    &kUntileCommand,  &kValidateCommand,    &kVersionCommand,
 };
+// clang-format on
 
 } // namespace
 

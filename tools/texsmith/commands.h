@@ -17,6 +17,8 @@ extern const Command kManualCommand;
 extern const Command kReportCommand;
 extern const Command kStatsCommand;
 extern const Command kTexelCommand;
+extern const Command kTileCommand;
+extern const Command kUntileCommand;
 extern const Command kValidateCommand;
 extern const Command kVersionCommand;
 

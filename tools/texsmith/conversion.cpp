@@ -3,14 +3,13 @@
 #include "console.h"
 #include "failure.h"
 #include "file_info.h"
-#include "progress_bar.h"
+#include "steps/mip_steps.h"
+#include "steps/picture_steps.h"
 
 #include "qor/texsmith/raw/dds.h"
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/helpers.h"
 #include "qor/texsmith/raw/image.h"
-#include "qor/texsmith/raw/mip_maps.h"
-#include "qor/texsmith/raw/reformat.h"
 #include "qor/texsmith/raw/statistics.h"
 
 #include <memory>
@@ -22,8 +21,6 @@ using namespace qor;
 using namespace qor::Texsmith;
 
 constexpr Raw::FileType kDds = Raw::makeFileType(".DDS");
-
-using OwnedImage = std::unique_ptr<Raw::MemoryMappedImage>;
 
 bool selectsAlpha(Vex::DataFormat format) { return format.getChannel(3) == Vex::kTextureChannelW; }
 
@@ -40,38 +37,15 @@ bool wastesTransparency(const Raw::ElementProvider& picture, Vex::DataFormat for
     return Raw::getMinMaxMean(&picture, &range, configuration) == Raw::kErrorNone && range.min[3] >= 1.0f;
 }
 
-// The library has no codec for that pair of formats; everything else that can fail has been reported.
-void checkStep(int error, const char* step) {
-    if (error != 0 && firstReport().empty()) {
-        throw Failure(std::string("cannot ") + step);
-    }
-}
-
-OwnedImage withMips(OwnedImage image, Configuration* configuration) {
-    auto chain = std::make_unique<Raw::MemoryMappedImage>();
-    Raw::reallocateAndAddMips(image.get(), chain.get(), image->getDataFormat());
-    chain->setModifiers(image->getModifiers());
-    // Made from one another, compressed mips would gather the losses of all above them.
-    Configuration mips = *configuration;
-    mips.m_encoderConfiguration.m_mipsFromPreviousMip = !image->getDataFormat().isBlockCompressedFormat();
-    const Raw::SurfaceCount count = chain->getSurfaceCount();
-    ProgressBar progress("mips", count.mips * count.faces * count.arrayEntries);
-    checkStep(Raw::makeMipMaps(image.get(), chain.get(), &mips, progress.counter()),
-              "make mips of this format");
-    return chain;
-}
-
-OwnedImage inFormat(OwnedImage image, Vex::DataFormat format, Configuration* configuration) {
-    if (wastesTransparency(*image, format, configuration)) {
+// With a hint at a better choice.
+OwnedImage inWantedFormat(const Raw::MemoryMappedImage& image, Vex::DataFormat format,
+                          Configuration* configuration) {
+    if (wastesTransparency(image, format, configuration)) {
         const bool isSrgb = format.getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
         hint(std::string("an opaque picture loses quality in a format with transparency; pick ") +
              (isSrgb ? "Bc1UnormSrgbNoAlpha" : "Bc1UnormNoAlpha"));
     }
-    auto converted = std::make_unique<Raw::MemoryMappedImage>();
-    Raw::reallocate(converted.get(), image.get(), format);
-    const Raw::Error error = Raw::reformat(image.get(), converted.get(), configuration);
-    checkStep(static_cast<int>(error), "convert between these formats");
-    return converted;
+    return inFormat(image, format, configuration);
 }
 
 // The classic header where it brings the format back, and the extended one where it does not.
@@ -114,12 +88,19 @@ Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
     if (error != Raw::kErrorNone) {
         return error;
     }
-    if (options.m_size) {
-        image = resized(*image, *options.m_size, options.m_filter, configuration);
+    if (options.m_size || options.m_steps.changePicture()) {
+        image = withPictureSteps(std::move(image), options.m_steps, options.m_size, options.m_filter,
+                                 configuration);
     }
-    image = options.m_mips ? withMips(std::move(image), configuration) : std::move(image);
-    image =
-        options.m_format ? inFormat(std::move(image), *options.m_format, configuration) : std::move(image);
+    if (options.m_mips) {
+        image = withMips(std::move(image), options.m_steps, configuration);
+    }
+    if (options.m_format) {
+        image = inWantedFormat(*image, *options.m_format, configuration);
+    }
+    if (options.m_steps.m_tileMode) {
+        image = withTileMode(std::move(image), *options.m_steps.m_tileMode);
+    }
     return to == kDds ? writeDds(*image, destination, options, configuration)
                       : Raw::saveWithResult(image.get(), destination, destinationName.c_str(), configuration);
 }

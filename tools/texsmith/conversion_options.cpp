@@ -1,6 +1,7 @@
 #include "conversion_options.h"
 
 #include "failure.h"
+#include "format_lookup.h"
 #include "options.h"
 #include "source_file.h"
 
@@ -18,9 +19,10 @@ using namespace qor::Texsmith;
 constexpr Option kTexelOptions[] = {
     {.m_name = "--format",
      .m_value = "FORMAT",
-     .m_help = "stores the texels in that format: a name that 'texsmith formats' lists, or JSON such as "
+     .m_help = "stores the texels in that format: a name that 'texsmith formats' lists, a common one such as "
+               "bc3 or rgba8, or JSON such as "
                "{'SurfaceFormat':'Bc4','ChannelType':'SNorm'}, whose other fields are 0",
-     .m_example = "Bc7UnormSrgb"},
+     .m_example = "bc7-srgb"},
     {.m_name = "--effort",
      .m_value = "EFFORT",
      .m_help = "how long compressed blocks are searched for",
@@ -48,10 +50,9 @@ constexpr Option kShapeOptions[] = {
      .m_example = "256x128"},
     {.m_name = "--filter",
      .m_value = "NAME",
-     .m_help = "the filter of --resize, lanczos without it",
+     .m_help = "the filter of --resize and --max-size, lanczos without it",
      .m_example = "cubic",
      .m_choices = "box|triangle|cubic|lanczos"},
-    {.m_name = "--mips", .m_help = "adds smaller levels down to one texel (.vxf and .dds)"},
 };
 
 constexpr Raw::FileType kDds = Raw::makeFileType(".DDS");
@@ -72,17 +73,6 @@ Raw::EncoderEffort effortNamed(const std::string& name) {
     return Raw::kEncoderEffortNormal;
 }
 
-// What the library reports of a text that is no format would tell the user nothing.
-bool readFormat(Vex::DataFormat* format, const std::string& name) {
-    try {
-        Configuration configuration;
-        return Raw::makeDataFormat(format, name.c_str(), &configuration) == 0 &&
-               format->getSurfaceFormat() < Vex::kSurfaceFormatCount;
-    } catch (const Failure&) {
-        return false;
-    }
-}
-
 } // namespace
 
 const OptionGroup kConversionGroups[2] = {{"Texels", kTexelOptions}, {"Shape", kShapeOptions}};
@@ -95,13 +85,14 @@ ConversionOptions conversionOptionsOf(const Options& options) {
     conversion.m_outputType =
         colon == type.npos ? conversion.m_inputType : extensionOfType(type.substr(colon + 1));
     conversion.m_mips = options.has("--mips");
+    conversion.m_steps = stepOptionsOf(options);
     if (options.has("--resize")) {
-        conversion.m_size = readSize(options.value("--resize"));
+        conversion.m_size = readSize(options.value("--resize"), "--resize");
     }
     if (options.has("--filter")) {
         conversion.m_filter = options.value("--filter");
-        if (!conversion.m_size) {
-            throw UsageFailure("--filter goes with --resize");
+        if (!conversion.m_size && !conversion.m_steps.m_maxSize) {
+            throw UsageFailure("--filter goes with --resize and --max-size");
         }
     }
     if (options.has("--format")) {
@@ -122,20 +113,12 @@ void checkConversionOptions(const ConversionOptions& options, const std::string&
     if (options.m_mips && type != kVxf && type != kDds) {
         throw UsageFailure(destination + ": only .vxf and .dds files hold mips");
     }
+    if (options.m_steps.m_tileMode && type != kVxf) {
+        throw UsageFailure(destination + ": --tile-mode is for .vxf files");
+    }
     if (options.m_ddsVersion && type != kDds) {
         throw UsageFailure(destination + ": --dds-version is for .dds files");
     }
-}
-
-Vex::DataFormat findFormat(const std::string& name) {
-    Vex::DataFormat format = {};
-    if (!readFormat(&format, name)) {
-        throw UsageFailure("unknown format '" + name + "'; see texsmith formats");
-    }
-    if (Raw::getSurfaceFormatInfo(format.getSurfaceFormat()).bytesPerElement == 0) {
-        throw UsageFailure("no texels can be made of format '" + name + "'");
-    }
-    return format;
 }
 
 } // namespace Tool

@@ -3,6 +3,7 @@
 
 #include "command.h"
 #include "resizing.h"
+#include "steps/step_options.h"
 
 #include "qor/texsmith/raw/configuration.h"
 #include "qor/vex/data_format.h"
@@ -16,6 +17,7 @@ struct ConversionOptions {
     std::optional<Size> m_size;
     std::string m_filter = "lanczos";
     bool m_mips = false;
+    StepOptions m_steps;
     std::optional<qor::Vex::DataFormat> m_format;
     std::optional<unsigned> m_ddsVersion; // 9 or 10
     std::optional<float> m_quality;       // of BC6H
@@ -23,7 +25,10 @@ struct ConversionOptions {
     std::string m_inputType, m_outputType; // extensions, of what the standard streams hold
 
     // Whether a file of the destination's type already is what is asked for.
-    bool changeNothing() const { return !m_size && !m_mips && !m_format && !m_ddsVersion; }
+    bool changeNothing() const {
+        return !m_size && !m_mips && !m_format && !m_ddsVersion && !m_steps.changePicture() &&
+               !m_steps.m_tileMode;
+    }
 };
 
 // The options that a command offers which converts files.
@@ -33,8 +38,5 @@ extern const OptionGroup kConversionGroups[2];
 ConversionOptions conversionOptionsOf(const Options& options);
 // Throws UsageFailure for types of file that cannot keep what is asked for.
 void checkConversionOptions(const ConversionOptions& options, const std::string& destination);
-
-// Throws UsageFailure for a name that no format has, and for formats without texels.
-qor::Vex::DataFormat findFormat(const std::string& name);
 
 } // namespace Tool

@@ -30,11 +30,11 @@ constexpr Operand kOperands[] = {
      .m_least = 0},
 };
 
-const OptionGroup kGroups[] = {kConversionGroups[0], kConversionGroups[1], kBatchGroups[0], kBatchGroups[1],
-                               kStandardStreamOptions};
+const OptionGroup kGroups[] = {kConversionGroups[0], kConversionGroups[1], kStepOptions,          kMipOptions,
+                               kBatchGroups[0],      kBatchGroups[1],      kStandardStreamOptions};
 
 constexpr Example kExamples[] = {
-    {"convert photo.png photo.dds --format Bc7UnormSrgb --mips", "a compressed texture with all its mips"},
+    {"convert photo.png photo.dds --format bc7-srgb --mips", "a compressed texture with all its mips"},
     {"convert rock.dds .vxf", "the same texels in the native container, as rock.vxf"},
     {"convert big.tga small.png --resize 512x512", "a smaller picture"},
     {"convert -r art .dds -o build --format Bc7UnormSrgb --mips", "all pictures below a folder"},

@@ -103,7 +103,7 @@ void resizeSurface(const Raw::ElementProvider& source, Raw::ElementProvider* des
 
 } // namespace
 
-Size readSize(const std::string& text) {
+Size readSize(const std::string& text, const std::string& option) {
     Size size;
     const char* const end = text.data() + text.size();
     const auto width = std::from_chars(text.data(), end, size.m_width);
@@ -111,7 +111,7 @@ Size readSize(const std::string& text) {
     const auto height = std::from_chars(hasCross ? width.ptr + 1 : end, end, size.m_height);
     if (!hasCross || height.ec != std::errc() || height.ptr != end || size.m_width == 0 ||
         size.m_height == 0 || size.m_width > kMaxSize || size.m_height > kMaxSize) {
-        throw UsageFailure("--resize takes a size such as 256x128, up to 16384x16384, and not '" + text +
+        throw UsageFailure(option + " takes a size such as 256x128, up to 16384x16384, and not '" + text +
                            "'");
     }
     return size;

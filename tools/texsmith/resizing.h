@@ -14,8 +14,9 @@ struct Size {
     unsigned m_height = 0;
 };
 
-// "256x128". Throws UsageFailure for anything else, and for sizes that no texture has.
-Size readSize(const std::string& text);
+// "256x128", the value of that option. Throws UsageFailure for anything else, and for sizes that no texture
+// has.
+Size readSize(const std::string& text, const std::string& option);
 
 // All faces and slices of the largest mip in that size, in the format of the picture: in light where that is
 // sRGB, and otherwise of the numbers. `filter` is box, triangle, cubic or lanczos.

@@ -1,0 +1,15 @@
+// Chains of mips.
+#pragma once
+
+#include "steps/owned_image.h"
+#include "steps/step_options.h"
+
+namespace Tool {
+
+// The image with as many levels as are asked for, in its format. Averages are made in light where that is
+// sRGB, and of the numbers otherwise. The largest level keeps its bytes, but that the Z of normals is filled
+// in where the format has none. Throws Failure.
+OwnedImage withMips(OwnedImage image, const StepOptions& options,
+                    qor::Texsmith::Configuration* configuration);
+
+} // namespace Tool
