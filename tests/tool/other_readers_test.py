@@ -75,9 +75,33 @@ def check_sample(sample):
         check_dds(sample, format_name, ("--dds-version", "10"))
 
 
+def check_steps(sample):
+    """Steps on pictures give what Pillow gives."""
+    original = open_rgba(sample)
+    red, green, blue, alpha = original.split()
+    opposite = green.point(lambda value: 255 - value)
+    faded = Image.composite(red, Image.new("L", red.size, 0), green)
+    wide, tall = original.size
+    box = (20, 10, 52, 26)
+    for options, expected, tolerance in (
+            (("--crop", "32x16+20+10"), original.crop(box), 0),
+            (("--flip", "vertical"), original.transpose(Image.FLIP_TOP_BOTTOM), 0),
+            (("--flip", "both", "--crop", "32x16+20+10"), original.crop(box).transpose(Image.ROTATE_180), 0),
+            (("--swizzle", "bg01"), Image.merge("RGBA", (blue, green, red.point(lambda _: 0), alpha)), 0),
+            (("--invert", "g"), Image.merge("RGBA", (red, opposite, blue, alpha)), 0),
+            (("--swizzle", "rrrg", "--premultiply"), Image.merge("RGBA", (faded, faded, faded, green)), 1),
+            (("--max-size", str(wide // 2), "--filter", "box"), original.resize((wide // 2, tall // 2), Image.BOX), 1)):
+        expect_same(f"{options}", expected, open_rgba(convert(sample, "step.png", *options)), tolerance)
+    padded = open_rgba(convert(sample, "step.png", "--pad-to-multiple", "512"))
+    check(padded.size == (512, 512), f"padded to {padded.size}")
+    expect_same("padded", original, padded.crop((0, 0, wide, tall)))
+    check(padded.getpixel((511, 511)) == original.getpixel((wide - 1, tall - 1)), "the corner is not repeated")
+
+
 tool, samples = (os.path.abspath(path) for path in sys.argv[1:])
 with tempfile.TemporaryDirectory() as directory:
     os.chdir(directory)
     for name in ("dusk.tga", "marbles.tga", "moon.tga"):
         check_sample(os.path.join(samples, name))
+    check_steps(os.path.join(samples, "dusk.tga"))
     os.chdir(samples)
