@@ -30,6 +30,7 @@ using namespace qor::Texsmith;
 
 constexpr unsigned kThumbnailSize = 160;
 constexpr std::uint64_t kMegabyte = 1'000'000;
+constexpr unsigned kMostMegabytes = 400; // browsers keep a text of twice as many bytes
 
 // The report while it grows.
 struct Report {
@@ -52,16 +53,19 @@ Json hardwareSrgb() {
     return words;
 }
 
-std::string noteOn(const PageTexels& texels, unsigned mips) {
+// `needed`: characters with the next larger mip.
+std::string noteOn(const PageTexels& texels, unsigned mips, std::uint64_t needed) {
     if (texels.m_firstMip == 0) {
         return {};
     }
-    const std::string wish = "the next needs " + bytesText(texels.m_needed) + " more; see --max-page.";
-    if (texels.m_firstMip < mips) {
-        return "This page begins at mip " + std::to_string(texels.m_firstMip) +
-               ", since larger ones would make it too large: " + wish;
-    }
-    return "This page carries no texels, since they would make it too large: " + wish;
+    const std::uint64_t megabytes = (needed + kMegabyte - 1) / kMegabyte;
+    const std::string what = texels.m_firstMip < mips ? "begins at mip " + std::to_string(texels.m_firstMip) +
+                                                            ", since larger ones"
+                                                      : "carries no texels, since they";
+    return "This page " + what + " would make it too large" +
+           (megabytes <= kMostMegabytes
+                ? ": --max-page " + std::to_string(megabytes) + " makes room for more."
+                : ".");
 }
 
 void addFile(Report* report, const LoadedFile& file, std::uint64_t limit) {
@@ -78,7 +82,7 @@ void addFirstMips(Report* report) {
         const PageTexels& texels = report->m_texels[i];
         if (files[i].contains("mips")) {
             files[i]["firstMip"] = texels.m_firstMip;
-            files[i]["note"] = noteOn(texels, files[i]["mips"]);
+            files[i]["note"] = noteOn(texels, files[i]["mips"], texels.m_needed * files.size());
         }
         const std::string note = files[i].value("note", "");
         if (!note.empty()) {
@@ -94,9 +98,11 @@ void addPair(Report* report, const std::string& nameA, const std::string& nameB)
     report->m_data["comparison"] = compareForReport(a, b);
     addFile(report, a, report->m_left / 2);
     addFile(report, b, report->m_left);
-    const unsigned first = std::max(report->m_texels[0].m_firstMip, report->m_texels[1].m_firstMip);
-    for (PageTexels& texels : report->m_texels) {
-        texels.dropBelow(first);
+    PageTexels &texelsA = report->m_texels[0], &texelsB = report->m_texels[1];
+    const unsigned first = std::max(texelsA.m_firstMip, texelsB.m_firstMip);
+    for (PageTexels* texels : {&texelsA, &texelsB}) {
+        texels->dropLarger(first);
+        texels->m_needed = std::max(texelsA.m_needed, texelsB.m_needed);
     }
 }
 
@@ -106,7 +112,8 @@ bool addSheetFile(Report* report, const std::string& name, std::uint64_t limit) 
         LoadedFile file;
         loadForReport(&file, name);
         addFile(report, file, limit);
-        report->m_data["files"].back()["thumbnail"] = thumbnailOf(file.m_image, kThumbnailSize);
+        Json& data = report->m_data["files"].back();
+        data["thumbnail"] = thumbnailOf(file.m_image, data["range"], kThumbnailSize);
         return true;
     } catch (const Failure& failure) {
         const std::string shortName = toName(toPath(name).filename());
@@ -174,7 +181,7 @@ void run(const Options& options) {
     checkDestination(destination, sources);
     Report report = {{{"isSheet", false}, {"files", Json::array()}, {"hardwareSrgb", hardwareSrgb()}},
                      {},
-                     options.number("--max-page", 1, 400, 64) * kMegabyte};
+                     options.number("--max-page", 1, kMostMegabytes, 64) * kMegabyte};
     std::size_t failed = 0;
     if (options.has("--sheet") || sources.size() > 2) {
         failed = addSheet(&report, sources);

@@ -50,7 +50,7 @@ Json tablesOf(const Raw::ErrorSummary& summary, const ImagePair& pair) {
         const auto tell = [peak = *pair.peak()](double error) {
             return error == 0 ? "same" : textOf(psnrOf(error, peak), "%.2f");
         };
-        tables.push_back(tableOf("PSNR, dB", rowsOf(summary, tell)));
+        tables.push_back(tableOf("dB", rowsOf(summary, tell)));
     }
     return tables;
 }
@@ -59,9 +59,8 @@ Json notesOf(const ImagePair& pair) {
     Json notes = Json::array();
     notes.push_back(pair.isAsStored() ? "Values of sRGB are compared as they are stored."
                                       : "Values are compared as they are read: those of sRGB as light.");
-    if (!pair.peak()) {
-        notes.push_back("No PSNR: the values of this type have no range of their own.");
-    }
+    notes.push_back(pair.peak() ? "dB is the PSNR."
+                                : "No PSNR: the values of this type have no range of their own.");
     if (pair.hasMoreMips()) {
         notes.push_back("One of the files has more mips, which were not compared.");
     }

@@ -10,6 +10,7 @@
 #include "qor/texsmith/raw/mip_maps.h"
 #include "qor/texsmith/raw/reformat.h"
 #include "qor/texsmith/raw/view.h"
+#include "qor/vex/data_formats.h"
 
 #include <algorithm>
 #include <cmath>
@@ -89,6 +90,14 @@ std::string summaryOf(const LoadedFile& file) {
     return text + ", " + bytesText(file.m_info.m_bytes);
 }
 
+// Values that are light, and go through the sRGB curve before they are seen.
+bool isLight(Vex::DataFormat format) {
+    const Vex::TextureChannelType type = format.getTextureChannelType();
+    return type == Vex::kTextureChannelTypeSrgb || type == Vex::kTextureChannelTypeFloat ||
+           format.getSurfaceFormat() == Vex::kSurfaceFormatBc6 ||
+           format.getSurfaceFormat() == Vex::kSurfaceFormat5_9_9_9;
+}
+
 Json layoutOf(Vex::DataFormat format) {
     const Raw::SurfaceFormatInfo& info = Raw::getSurfaceFormatInfo(format.getSurfaceFormat());
     return {{"surface", format.getSurfaceFormat()},
@@ -97,6 +106,7 @@ Json layoutOf(Vex::DataFormat format) {
             {"bytes", info.bytesPerElement},
             {"bits", info.bitsPerChannel},
             {"shifts", info.channelShift},
+            {"isLight", isLight(format)},
             {"selects",
              {format.getChannel(0), format.getChannel(1), format.getChannel(2), format.getChannel(3)}}};
 }
@@ -214,27 +224,30 @@ Json describeForReport(const LoadedFile& file) {
             {"channels", channelsOf(measures)}};
 }
 
-std::string thumbnailOf(const Raw::MemoryMappedImage& image, unsigned size) {
+std::string thumbnailOf(const Raw::MemoryMappedImage& image, const Json& range, unsigned size) {
     const Raw::SurfaceIndex index = surfaceForThumbnail(image, size);
     const Raw::AsSurfaceElementProvider surface(&image, &index);
-    const bool isPlain = image.getDataFormat().getTextureChannelType() == Vex::kTextureChannelTypeUNorm &&
-                         image.getDataFormat().getSurfaceFormat() != Vex::kSurfaceFormatBc6;
-    Configuration configuration;
-    Vex::DataFormat format = {};
-    Raw::makeDataFormat(&format, isPlain ? "B8G8R8X8Unorm" : "B8G8R8X8UnormSrgb", &configuration);
-    Raw::MemoryMappedImage flat, chain, small;
+    const float low = range[0], high = range[1];
+    const Raw::MinMax shown = {{{low, low, low, low}}, {{high, high, high, high}}};
+    Configuration configuration, plain;
+    configuration.m_decoderConfiguration.m_transform.Init(Raw::maddFromRange(shown));
+    Raw::MemoryMappedImage floats, flat, chain, small;
+    const Vex::DataFormat format =
+        isLight(image.getDataFormat()) ? Vex::kDataFormatB8G8R8X8UnormSrgb : Vex::kDataFormatB8G8R8X8Unorm;
+    // Through floats, since integers are mapped to a range as numbers only.
+    Raw::reallocate(&floats, &surface, Vex::kDataFormatR32G32B32A32Float);
     Raw::reallocate(&flat, &surface, format);
-    Raw::MappedMemory file;
-    const bool isMade = Raw::reformat(&surface, &flat, &configuration) == Raw::kErrorNone &&
-                        Raw::makeMipMaps(&flat, &chain, format, &configuration) == 0;
-    if (!isMade) {
+    if (Raw::reformat(&surface, &floats, &plain) != Raw::kErrorNone ||
+        Raw::reformat(&floats, &flat, &configuration) != Raw::kErrorNone ||
+        Raw::makeMipMaps(&flat, &chain, format, &plain) != 0) {
         return {};
     }
     const Raw::SurfaceIndex chosen = surfaceForThumbnail(chain, size);
     const Raw::AsSurfaceElementProvider level(&chain, &chosen);
     Raw::reallocate(&small, &level);
-    if (Raw::copy(&small, &level, &configuration) != Raw::kErrorNone ||
-        Raw::saveWithResult(&small, &file, ".bmp", &configuration) != Raw::kErrorNone) {
+    Raw::MappedMemory file;
+    if (Raw::copy(&small, &level, &plain) != Raw::kErrorNone ||
+        Raw::saveWithResult(&small, &file, ".bmp", &plain) != Raw::kErrorNone) {
         return {};
     }
     return "data:image/bmp;base64," +

@@ -25,8 +25,9 @@ void loadForReport(LoadedFile* file, const std::string& name);
 // Failure.
 Json describeForReport(const LoadedFile& file);
 
-// A picture of the texture's first surface as the address of a data: URL, at most `size` texels each way.
-std::string thumbnailOf(const qor::Texsmith::Raw::MemoryMappedImage& image, unsigned size);
+// A picture of the texture's first surface as a data: URL, about `size` texels wide or tall. `range` is what
+// the description has: what is shown as black and as white. Empty where the format cannot be converted.
+std::string thumbnailOf(const qor::Texsmith::Raw::MemoryMappedImage& image, const Json& range, unsigned size);
 
 // "1.5 MB"
 std::string bytesText(std::uint64_t bytes);

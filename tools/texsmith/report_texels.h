@@ -19,10 +19,11 @@ struct TexelPiece {
 // The smallest mips come first.
 struct PageTexels {
     std::vector<TexelPiece> m_pieces;
-    unsigned m_firstMip;          // the largest that is there; the number of mips where none is
-    std::uint64_t m_length = 0;   // of all texts
-    std::uint64_t m_needed = 0;   // what the next larger mip would have added, or 0
-    void dropBelow(unsigned mip); // the larger ones
+    unsigned m_firstMip = 0;    // the largest that is there; the number of mips where none is
+    std::uint64_t m_length = 0; // of all texts
+    std::uint64_t m_needed = 0; // with the next larger mip they would have at most so many; 0 where all fit
+
+    void dropLarger(unsigned firstMip);
 };
 
 // As many mips, from the smallest one on, as have texts of no more than `limit` characters.

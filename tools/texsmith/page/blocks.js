@@ -155,8 +155,9 @@ function decodeBc7(words, out) {
     const at = 8 * subsetOf(subsets, partition, texel);
     const one = first[firstIndices[texel]], two = second ? second[secondIndices[texel]] : one;
     const colour = swaps ? two : one, alpha = swaps ? one : two;
-    for (let channel = 0; channel < 3; ++channel) out[4 * texel + channel] = mix(ends[at + channel], ends[at + 4 + channel], colour);
-    out[4 * texel + 3] = mix(ends[at + 3], ends[at + 7], alpha);
+    for (let channel = 0; channel < 4; ++channel) {
+      out[4 * texel + channel] = mix(ends[at + channel], ends[at + 4 + channel], channel < 3 ? colour : alpha);
+    }
     if (rotation !== 0) {
       const place = 4 * texel + rotation - 1, value = out[place];
       out[place] = out[4 * texel + 3];
@@ -221,10 +222,10 @@ function readBc6Ends(mode, isSigned) {
 }
 function halfToNumber(half) {
   const exponent = half >> 10 & 31, mantissa = half & 1023;
-  const value = exponent === 0 ? mantissa * 2 ** -24 : exponent === 31 ? (mantissa ? NaN : Infinity) : (1024 + mantissa) * 2 ** (exponent - 25);
-  return half & 0x8000 ? -value : value;
+  if (exponent === 31) return mantissa === 0 ? Infinity : NaN;
+  return exponent === 0 ? mantissa * 2 ** -24 : (1024 + mantissa) * 2 ** (exponent - 25);
 }
-const kHalves = Float64Array.from({ length: 65536 }, (_, half) => halfToNumber(half));
+const kHalves = Float64Array.from({ length: 32768 }, (_, half) => halfToNumber(half)); // without sign
 function decodeBc6(words, out, isSigned) {
   const mode = kBc6ModeOfBits[words[0] & 31];
   reader.open(words);
@@ -245,4 +246,5 @@ function decodeBc6(words, out, isSigned) {
   }
 }
 
-const kBlockDecoders = { 35: decodeBc1, 36: decodeBc2, 37: decodeBc3, 38: decodeBc4, 39: decodeBc5, 40: decodeBc6, 41: decodeBc7 };
+const kBlockDecoders = { // by surface format
+  35: decodeBc1, 36: decodeBc2, 37: decodeBc3, 38: decodeBc4, 39: decodeBc5, 40: decodeBc6, 41: decodeBc7 };

@@ -2,22 +2,27 @@
 "use strict";
 
 const report = JSON.parse(document.getElementById("report").textContent);
-const kChannels = ["RGB", "R", "G", "B", "A", "RGBA"], kModes = { split: "Slider", a: "File", b: "Reference", heat: "Heat map" };
-const kFaceNames = ["+X", "\u2212X", "+Y", "\u2212Y", "+Z", "\u2212Z"], kInks = ["#e0483e", "#2f9e44", "#3b7be0", "#8a8f98"];
+const kChannels = ["RGB", "R", "G", "B", "A", "RGBA"];
+const kModes = { split: "Slider", a: "File", b: "Reference", heat: "Heat map" };
+const kFaceNames = ["+X", "\u2212X", "+Y", "\u2212Y", "+Z", "\u2212Z"];
+const kInks = ["#e0483e", "#2f9e44", "#3b7be0", "#8a8f98"];
+const kPlaceNames = ["mip", "face", "slice", "depth", "fragment"];
 const byId = (id) => document.getElementById(id);
 const view = new View(byId("canvas"), () => showReadout(view.pinned), showZoom);
 let settings = null, textures = [];
 
 function make(tag, attributes, ...children) {
-  const element = tag === "svg" || tag === "path" ? document.createElementNS("http://www.w3.org/2000/svg", tag) : document.createElement(tag);
+  const isDrawn = tag === "svg" || tag === "path";
+  const element = isDrawn ? document.createElementNS("http://www.w3.org/2000/svg", tag) : document.createElement(tag);
   for (const [name, value] of Object.entries(attributes)) element.setAttribute(name, value);
   element.append(...children);
   return element;
 }
 function makeTable(kind, heads, rows) {
-  const head = heads.map((text) => make("th", { scope: "col" }, text));
-  const body = rows.map(([first, ...rest]) => make("tr", {}, make("th", { scope: "row" }, first), ...rest.map((text) => make("td", {}, text))));
-  return make("table", { class: kind }, ...(heads.length ? [make("thead", {}, make("tr", {}, ...head))] : []), make("tbody", {}, ...body));
+  const head = make("tr", {}, ...heads.map((text) => make("th", { scope: "col" }, text)));
+  const body = rows.map(([first, ...rest]) =>
+    make("tr", {}, make("th", { scope: "row" }, first), ...rest.map((text) => make("td", {}, text))));
+  return make("table", { class: kind }, make("thead", {}, head), make("tbody", {}, ...body));
 }
 function fillSection(id, ...children) {
   byId(id).hidden = children.length === 0;
@@ -28,7 +33,6 @@ function fillSection(id, ...children) {
 function fillChoice(id, names, name) {
   byId(id).replaceChildren(...Object.entries(names).map(([value, text]) => {
     const button = make("input", { type: "radio", name: id, value });
-    button.checked = String(settings[name]) === value;
     button.onchange = () => change(name, id === "channels" ? Number(value) : value);
     return make("label", {}, button, text);
   }));
@@ -36,31 +40,37 @@ function fillChoice(id, names, name) {
 }
 function fillSelect(name, count, first, label = String) {
   const options = range(count).slice(first).map((i) => [i, label(i)]);
-  if (options.length > 1) options.unshift(["all", "all"], ...(name === "face" && count === 6 ? [["cross", "cross"]] : []));
-  if (name === "fragment") options.splice(0, options.length > 1 ? 1 : 0);
+  byId(name).parentElement.hidden = options.length < 2;
+  if (name !== "fragment") options.unshift(["all", "all"]);
+  if (name === "face" && count === 6) options.unshift(["cross", "cross"]);
   byId(name).replaceChildren(...options.map(([value, text]) => make("option", { value }, text)));
   byId(name).value = settings[name];
-  byId(name).parentElement.hidden = options.length < 2;
   byId(name).onchange = () => change(name, byId(name).value);
 }
 function change(name, value) {
-  settings[name] = value;
-  for (const id of ["split", "leftTag", "rightTag"]) byId(id).hidden = settings.mode !== "split";
-  byId("legend").hidden = byId("heat").hidden = settings.mode !== "heat";
-  byId("light").hidden = settings.mode === "heat" || !textures.some((texture) => texture.isLight && texture.format.type !== kSrgb);
-  byId("range").hidden = settings.mode === "heat";
-  byId("canvas").classList.toggle("checks", settings.channel === 5 && settings.mode !== "heat");
-  byId("stops").textContent = `${settings.exposure > 0 ? "+" : ""}${settings.exposure} EV`;
+  const { mode, channel, exposure } = Object.assign(settings, { [name]: value });
+  for (const id of ["split", "leftTag", "rightTag"]) byId(id).hidden = mode !== "split";
+  for (const id of ["legend", "heat"]) byId(id).hidden = mode !== "heat";
+  byId("range").hidden = mode === "heat";
+  byId("light").hidden = mode === "heat" || !textures.some(({ format }) => format.isLight && format.type !== kSrgb);
+  byId("canvas").classList.toggle("checks", channel === 5 && mode !== "heat");
+  byId("stops").textContent = `${exposure > 0 ? "+" : ""}${exposure} EV`;
   byId("heatLabel").textContent = Number(settings.heatMost).toPrecision(3);
-  for (const button of document.querySelectorAll(`#channels input, #modes input`)) button.checked = [String(settings.channel), settings.mode].includes(button.value);
-  if (["mip", "face", "slice", "depth", "fragment"].includes(name)) {
-    byId(name).value = value;
-    view.pinned = null;
-    view.arrange();
-    view.fit();
-    showReadout(null);
+  for (const button of document.querySelectorAll(".choice input")) {
+    button.checked = [String(channel), mode].includes(button.value);
   }
+  if (kPlaceNames.includes(name)) rearrange(name, value);
   view.restyle();
+}
+function rearrange(name, value) {
+  byId(name).value = value;
+  if (settings.mip !== "all" && Number(settings.depth) >= textures[0].deep(settings.mip)) {
+    byId("depth").value = settings.depth = "all"; // a smaller mip has fewer
+  }
+  view.pinned = null;
+  view.arrange();
+  view.fit();
+  showReadout(null);
 }
 
 // Numbers as `texsmith texel` prints them: six places, and of two that are as near the one with an even digit.
@@ -72,95 +82,111 @@ function numberText(number) {
 function listText(numbers, isInteger) {
   return `[${numbers.map(isInteger ? String : numberText).join(", ")}]`;
 }
+function placeText({ surface, x, y }) {
+  const { mips, faces, slices, depth, fragments } = textures[0], parts = [`${x}, ${y}`];
+  if (mips > 1) parts.push(`mip ${surface.mip}`);
+  if (faces > 1) parts.push(`face ${surface.face} ${kFaceNames[surface.face] ?? ""}`);
+  if (slices > 1) parts.push(`slice ${surface.slice}`);
+  if (depth > 1) parts.push(`depth ${surface.depth}`);
+  if (fragments > 1) parts.push(`sample ${surface.fragment}`);
+  return parts.join(", ");
+}
 function showReadout(texel) {
   const rows = [], tell = (label, text) => rows.push(make("dt", {}, label), make("dd", {}, text));
-  if (!texel) rows.push(make("dd", { class: "hint" }, "Point at a texel, or press an arrow key."));
-  else {
-    const { surface, x, y } = texel, texture = textures[0], parts = [`${x}, ${y}`];
-    if (texture.mips > 1) parts.push(`mip ${surface.mip}`);
-    if (texture.faces > 1) parts.push(`face ${surface.face} ${kFaceNames[surface.face] ?? ""}`);
-    if (texture.slices > 1) parts.push(`slice ${surface.slice}`);
-    if (texture.depth > 1) parts.push(`depth ${surface.depth}`);
-    tell("Place", parts.join(", "));
-    const found = textures.map((each) => each.inspect(surface, x, y, () => showReadout(texel)));
-    found.forEach((facts, i) => {
-      const prefix = i ? "Ref. " : "";
-      if (!facts) return;
-      tell(prefix + (i ? "bytes" : "Bytes"), `[${facts.bytes.map((byte) => byte.toString(16).padStart(2, "0")).join(", ")}]`);
-      tell(prefix + (i ? "value" : "Value"), listText(facts.value, facts.isInteger));
-      if (facts.hardware) tell(prefix + (i ? "hardware" : "Hardware"), listText(facts.hardware, false));
-    });
-    if (found.length > 1 && found[0] && found[1]) tell("Difference", listText(found[0].value.map((value, lane) => value - found[1].value[lane]), false));
-    if (texel === view.pinned) byId("spoken").textContent = rows.slice(0, 6).map((row) => row.textContent).join(" ");
+  const show = () => byId("readout").replaceChildren(...rows);
+  if (!texel) {
+    rows.push(make("dd", { class: "hint" }, "Point at a texel, or press an arrow key."));
+    return show();
   }
-  byId("readout").replaceChildren(...rows);
+  const found = textures.map((texture) => texture.inspect(texel.surface, texel.x, texel.y, () => showReadout(texel)));
+  tell("Place", placeText(texel));
+  found.forEach((facts, i) => {
+    if (!facts) return;
+    const [bytes, value, hardware, modified] = i === 0 ? ["Bytes", "Value", "Hardware", "Modified"]
+      : ["Ref. bytes", "Ref. value", "Ref. hardware", "Ref. modified"];
+    tell(bytes, `[${facts.bytes.map((byte) => byte.toString(16).padStart(2, "0")).join(", ")}]`);
+    tell(value, listText(facts.value, facts.isInteger));
+    if (facts.hardware) tell(hardware, listText(facts.hardware, false));
+    if (facts.modified) tell(modified, listText(facts.modified, false));
+  });
+  if (found[0] && found[1]) tell("Difference", listText(found[0].value.map((value, i) => value - found[1].value[i]), false));
+  if (texel === view.pinned) byId("spoken").textContent = rows.slice(0, 6).map((row) => row.textContent).join(" ");
+  show();
 }
 
 // The first and the last bin may be cut: empty grounds would make all others flat.
-function makeHistogram(channel, i) {
-  const most = Math.max(...channel.bins.slice(1, -1)) || 1, path = channel.bins.map((count, bin) => `M${bin} 64v${-Math.min(64, Math.ceil(64 * Math.sqrt(count / most)))}h1V64z`).join("");
-  const svg = make("svg", { viewBox: "0 0 256 64", preserveAspectRatio: "none", role: "img", "aria-label": `Histogram of ${channel.name}, from ${channel.low} to ${channel.high}` },
-    make("path", { d: path, fill: kInks[i] }));
-  return make("figure", {}, svg, make("figcaption", {}, make("span", {}, channel.low), make("span", {}, channel.name), make("span", {}, channel.high)));
+function makeHistogram({ name, bins, low, high }, i) {
+  const most = Math.max(...bins.slice(1, -1)) || 1;
+  const tall = (count) => Math.min(64, Math.ceil(64 * Math.sqrt(count / most)));
+  const path = make("path", { d: bins.map((count, bin) => `M${bin} 64v${-tall(count)}h1V64z`).join(""), fill: kInks[i] });
+  const label = `Histogram of ${name}, from ${low} to ${high}`;
+  const drawing = make("svg", { viewBox: "0 0 256 64", preserveAspectRatio: "none", role: "img", "aria-label": label }, path);
+  return make("figure", {}, drawing, make("figcaption", {}, ...[low, name, high].map((text) => make("span", {}, text))));
 }
-function showTables(file, comparison) {
-  fillSection("facts", makeTable("", [], file.facts));
-  fillSection("values", makeTable("numbers", ["", "least", "greatest", "mean", ""], file.channels.map((c) => [c.name, c.least, c.greatest, c.mean, c.constant])), ...file.channels.map(makeHistogram));
+function showTables(files, comparison) {
+  const channels = files[0].channels.map((c) => [c.name, c.least, c.greatest, c.mean, c.constant]);
+  fillSection("facts", ...files.map((file) => makeTable("", [], file.facts)));
+  fillSection("values", makeTable("numbers", ["", "least", "greatest", "mean", ""], channels),
+    ...files[0].channels.map(makeHistogram));
   if (!comparison) return fillSection("comparison");
-  const links = comparison.worst.map(({ text, place }) => make("li", {}, place ? make("a", { href: `#${new URLSearchParams(place)}` }, text) : text));
+  const links = comparison.worst.map(({ text, place }) =>
+    make("li", {}, make("a", { href: `#${new URLSearchParams(place)}` }, text)));
   fillSection("comparison", ...comparison.tables.map(({ heads, rows }) => makeTable("numbers", heads, rows)),
-    ...comparison.notes.map((text) => make("p", {}, text)), make("h2", {}, "Worst texels"), links.length ? make("ol", {}, ...links) : "No texel differs.");
+    ...comparison.notes.map((text) => make("p", {}, text)),
+    ...(links.length ? [make("h2", {}, "Worst texels"), make("ol", {}, ...links)] : [make("p", {}, "No texel differs.")]));
 }
 
-function openFile(number) {
-  const file = report.files[number], comparison = report.comparison;
-  if (file.failure) return showFailure(file);
-  const [low, high] = file.range;
-  textures = (comparison ? report.files : [file]).map((each, i) => new Texture(comparison ? i : number, each));
-  const many = Math.max(textures[0].slices * textures[0].faces, textures[0].depth) > 6;
-  settings = { mip: many || comparison ? file.firstMip : "all", face: "all", slice: "all", depth: "all", fragment: 0, channel: 0, exposure: 0, low, high,
-    mode: comparison ? "split" : "a", split: 0.5, heatMost: comparison?.largest || 1, asStored: comparison?.asStored };
-  showHead(comparison ? `${file.name} against ${report.files[1].name}` : file.name, file.summary, file.note);
-  fillChoice("modes", comparison ? kModes : {}, "mode");
-  fillChoice("channels", kChannels, "channel");
-  fillSelect("mip", file.mips, Math.min(file.firstMip, file.mips - 1), (mip) => `${mip}: ${textures[0].wide(mip)} \u00d7 ${textures[0].tall(mip)}`);
-  fillSelect("face", file.faces, 0, (face) => `${face} ${kFaceNames[face] ?? ""}`);
-  fillSelect("slice", file.slices, 0);
-  fillSelect("depth", file.depth, 0);
-  fillSelect("fragment", file.fragments, 0);
-  for (const name of ["low", "high", "heatMost", "exposure"]) byId(name).value = settings[name];
-  showTables(file, comparison);
-  byId("picture").hidden = file.firstMip >= file.mips;
-  byId("viewer").hidden = false;
-  view.open(textures, settings);
-  change("mode", settings.mode);
-  view.fit(); // into the room that the controls have left
-  showReadout(null);
-}
-function showFailure(file) {
-  textures = [];
-  byId("viewer").hidden = true;
-  showHead(file.name, "", file.failure);
-}
 function showHead(title, summary, note) {
   byId("title").textContent = document.title = title;
   byId("summary").textContent = summary;
   byId("note").textContent = note;
   byId("note").hidden = note === "";
 }
+function openFile(number) {
+  const file = report.files[number], comparison = report.comparison, files = comparison ? report.files : [file];
+  byId("viewer").hidden = "failure" in file;
+  if (file.failure) {
+    textures = [];
+    return showHead(file.name, "", file.failure);
+  }
+  textures = files.map((each, i) => new Texture(comparison ? i : number, each));
+  const isMany = Math.max(file.slices * file.faces, file.depth) > 6, [low, high] = file.range;
+  settings = { mip: isMany || comparison ? file.firstMip : "all", face: "all", slice: "all", depth: "all", fragment: 0,
+    channel: 0, exposure: 0, low, high, mode: comparison ? "split" : "a", split: 0.5,
+    heatMost: comparison?.largest || 1, asStored: comparison?.asStored };
+  showHead(comparison ? `${file.name} against ${report.files[1].name}` : file.name, file.summary, file.note);
+  fillChoice("modes", comparison ? kModes : {}, "mode");
+  fillChoice("channels", kChannels, "channel");
+  const sizeText = (mip) => `${mip}: ${textures[0].wide(mip)} \u00d7 ${textures[0].tall(mip)}`;
+  fillSelect("mip", file.mips, file.firstMip, sizeText);
+  fillSelect("face", file.faces, 0, (face) => `${face} ${kFaceNames[face] ?? ""}`);
+  for (const [name, count] of [["slice", file.slices], ["depth", file.depth], ["fragment", file.fragments]]) {
+    fillSelect(name, count, 0);
+  }
+  for (const name of ["low", "high", "heatMost", "exposure"]) byId(name).value = settings[name];
+  showTables(files, comparison);
+  byId("picture").hidden = file.firstMip >= file.mips; // the page carries no texels
+  if (!byId("picture").hidden) view.open(textures, settings);
+  change("mode", settings.mode);
+  if (!byId("picture").hidden) view.fit(); // into the room that the controls have left
+  showReadout(null);
+}
 function showSheet() {
-  const key = byId("sort").value, order = report.files.map((file, number) => ({ ...file, number }));
+  const key = byId("sort").value, cards = report.files.map((file, number) => ({ ...file, number }));
   const compare = (a, b) => typeof a === "number" ? a - b : String(a).localeCompare(b);
-  order.sort((a, b) => !!b.failure - !!a.failure || (a.failure ? 0 : compare(a[key], b[key])) || a.number - b.number);
-  if (byId("reverse").checked) order.reverse();
-  byId("cards").replaceChildren(...order.map((file) => make("li", {}, make("a", { href: `#file=${file.number}` },
-    make("div", { class: "thumbnail" }, ...(file.thumbnail ? [make("img", { src: file.thumbnail, alt: "" })] : [])),
-    make("b", {}, file.name), make("span", {}, file.failure ?? file.summary)))));
+  cards.sort((a, b) => !!b.failure - !!a.failure || (a.failure ? 0 : compare(a[key], b[key])) || a.number - b.number);
+  if (byId("reverse").checked) cards.reverse();
+  byId("cards").replaceChildren(...cards.map(({ number, name, thumbnail, failure, summary }) =>
+    make("li", {}, make("a", { href: `#file=${number}` },
+      make("div", { class: "thumbnail" }, ...(thumbnail ? [make("img", { src: thumbnail, alt: "" })] : [])),
+      make("b", {}, name), make("span", {}, failure ?? summary)))));
   showHead(`${report.files.length} textures`, "", "");
 }
+
 // The address names a file, and perhaps a texel to go to.
 function followAddress() {
-  const place = Object.fromEntries([...new URLSearchParams(location.hash.slice(1))].map(([name, value]) => [name, Number(value)]));
+  const named = [...new URLSearchParams(location.hash.slice(1))];
+  const place = Object.fromEntries(named.map(([name, value]) => [name, Math.max(0, Math.trunc(value)) || 0]));
   const isSheet = report.isSheet && !(place.file in report.files), number = report.isSheet ? place.file : 0;
   byId("sheet").hidden = !isSheet;
   byId("back").hidden = isSheet || !report.isSheet;
@@ -169,11 +195,14 @@ function followAddress() {
     return showSheet();
   }
   if (textures[0]?.file !== number || byId("viewer").hidden) openFile(number);
-  if (!("x" in place)) return;
-  for (const name of ["mip", "face", "slice", "depth"]) {
-    if (!["all", "cross", String(place[name] ?? 0)].includes(String(settings[name]))) change(name, place[name] ?? 0);
+  if ("x" in place && !byId("viewer").hidden) goTo(place);
+}
+function goTo(place) {
+  for (const name of kPlaceNames) {
+    const wanted = place[name] ?? 0;
+    if (!["all", "cross", String(wanted)].includes(String(settings[name]))) change(name, wanted);
   }
-  const found = view.placed.find(({ surface }) => ["mip", "face", "slice", "depth"].every((name) => surface[name] === (place[name] ?? 0)));
+  const found = view.placed.find(({ surface }) => kPlaceNames.every((name) => surface[name] === (place[name] ?? 0)));
   if (!found || place.x >= found.wide || place.y >= found.tall) return;
   view.zoomTo(Math.max(view.zoom, 16), 0, 0);
   view.centre(found.x + place.x + 0.5, found.y + place.y + 0.5);
@@ -222,13 +251,13 @@ function moveSplit(share) {
 function moveMark(right, down) {
   const step = Math.max(1, 1 / view.zoom), { place, x, y } = view.pinned ?? { place: view.placed[0], x: 0, y: 0 };
   const within = (at, size) => Math.min(Math.max(at, 0), size - 1);
-  const texel = { place, surface: place.surface, x: within(x + right * step, place.wide), y: within(y + down * step, place.tall) };
-  view.pin(view.pinned ? texel : { ...texel, x, y }, true);
+  const moved = { x: within(x + right * step, place.wide), y: within(y + down * step, place.tall) };
+  view.pin({ place, surface: place.surface, ...(view.pinned ? moved : { x, y }) }, true);
 }
 document.addEventListener("keydown", (event) => {
   const isTyping = event.target.matches("input:not([type=radio]), select"), far = event.shiftKey ? 16 : 1;
   const arrow = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] }[event.key];
-  if (isTyping || event.ctrlKey || event.metaKey || event.altKey || byId("viewer").hidden) return;
+  if (isTyping || event.ctrlKey || event.metaKey || event.altKey || byId("viewer").hidden || byId("picture").hidden) return;
   if (arrow && !event.target.matches("input")) moveMark(far * arrow[0], far * arrow[1]);
   else if (event.key === "+" || event.key === "=") view.zoomBy(1);
   else if (event.key === "-") view.zoomBy(-1);
@@ -237,7 +266,7 @@ document.addEventListener("keydown", (event) => {
   event.preventDefault();
 });
 for (const name of ["low", "high", "heatMost", "exposure"]) {
-  byId(name).oninput = () => { if (Number.isFinite(byId(name).valueAsNumber)) change(name, byId(name).valueAsNumber); };
+  byId(name).oninput = () => Number.isFinite(byId(name).valueAsNumber) && change(name, byId(name).valueAsNumber);
 }
 byId("split").oninput = () => moveSplit(byId("split").value / 1000);
 byId("in").onclick = () => view.zoomBy(1);

@@ -1,7 +1,8 @@
 // The texels of one texture, decoded as the library decodes them.
 "use strict";
 
-const kUNorm = 0, kUInt = 4, kSInt = 5, kSrgb = 9, kUBInt = 12, kBc4 = 38, kBc6 = 40, kSharedExponent = 34;
+const kUNorm = 0, kUInt = 4, kSInt = 5, kFloat = 7, kSrgb = 9, kUBInt = 12; // channel types
+const kSharedExponent = 34, kBc4 = 38, kBc6 = 40; // surface formats
 const kSignedTypes = [1, 3, 5, 6];
 const kFloatBits = { 10: [0, 5, 5], 11: [0, 5, 6], 16: [1, 5, 10], 32: [1, 8, 23] }; // sign, exponent, mantissa
 const floatView = new Float32Array(1), bitsView = new Uint32Array(floatView.buffer);
@@ -35,7 +36,7 @@ function decodeChannel(type, raw, bits, lane) {
   case kUInt: return raw;
   case kSInt: return signed();
   case 6: return round(Math.min(Math.max(unorm((signed() + half) >>> 0), 0), 1) * 2 - 1);
-  case 7: return decodeFloat(raw, bits);
+  case kFloat: return decodeFloat(raw, bits);
   case kSrgb: return lane < 3 ? srgbDecode(unorm(raw)) : unorm(raw);
   case 10: return Math.max(round(round((raw - half) | 0) * snormScale), -1);
   case 11: return round(unorm(raw | 0) * 2 - 1);
@@ -53,6 +54,7 @@ class Codec {
     this.isBlocks = format.block === 4;
     this.decodeBlock = kBlockDecoders[format.surface];
     this.isBytes = this.isBlocks && (format.surface < kBc4 || format.surface > kBc6);
+    this.hasHardware = this.type === kSrgb && (this.isBytes || !this.isBlocks) && format.surface !== kSharedExponent;
     this.isSigned = kSignedTypes.includes(this.type);
     this.isInteger = [kUInt, kSInt, kUBInt].includes(this.type);
     this.one = this.isInteger ? 0x3F800000 : 1;
@@ -101,7 +103,8 @@ class Codec {
     } else {
       for (let lane = 0; lane < 4; ++lane) {
         const shift = this.format.shifts[lane], bits = this.bits[lane];
-        this.stored[lane] = bits === 0 ? 0 : (this.words[shift >> 5] >>> (shift & 31) & (bits === 32 ? -1 : (1 << bits) - 1)) >>> 0;
+        const mask = bits === 32 ? -1 : (1 << bits) - 1;
+        this.stored[lane] = bits === 0 ? 0 : (this.words[shift >> 5] >>> (shift & 31) & mask) >>> 0;
       }
       this.decodeLanes(this.stored, 0);
     }
@@ -120,19 +123,18 @@ class Codec {
   }
 }
 
-// One file's texture. Its bytes wait in the page, a piece for each mip of each face and slice, until they are asked for.
+// One file's texture. Its bytes wait in the page until they are asked for, a piece for each mip of each face and slice.
 class Texture {
   constructor(file, data) {
     Object.assign(this, data);
     this.file = file;
     this.codecs = [new Codec(data.format, false), new Codec(data.format, true)];
     this.pieces = new Map();
-    this.isLight = [7, kSrgb].includes(data.format.type) || [kBc6, kSharedExponent].includes(data.format.surface); // not for the eye
   }
   wide(mip) { return Math.max(1, this.width >> mip); }
   tall(mip) { return Math.max(1, this.height >> mip); }
   deep(mip) { return Math.max(1, this.depth >> mip); }
-  // Null until the bytes are there; `then` is called when they have come. Empty for a piece that the page lacks.
+  // Null until the bytes are there, of whose coming `then` is told; empty for a piece that the page lacks.
   bytesOf({ slice, face, mip }, then) {
     const id = `${this.file}-${slice}-${face}-${mip}`;
     if (!this.pieces.has(id)) {
@@ -146,16 +148,19 @@ class Texture {
   }
   // Where the element with the texel lies in its piece.
   elementAt({ mip, depth, fragment }, x, y) {
-    const block = this.format.block, across = (size) => Math.ceil(size / block);
-    const wide = across(this.wide(mip)), surface = wide * across(this.tall(mip));
-    return ((depth * this.fragments + fragment) * surface + Math.floor(y / block) * wide + Math.floor(x / block)) * this.format.bytes;
+    const { block, bytes } = this.format, wide = Math.ceil(this.wide(mip) / block), tall = Math.ceil(this.tall(mip) / block);
+    const surface = (depth * this.fragments + fragment) * wide * tall;
+    return (surface + Math.floor(y / block) * wide + Math.floor(x / block)) * bytes;
   }
   // A square of 4 x 4 texels whose corner is a multiple of four. What overhangs keeps what `out` held.
   decodeSquare(bytes, surface, x, y, asStored, out) {
-    const codec = this.codecs[asStored ? 1 : 0], wide = Math.min(4, this.wide(surface.mip) - x), tall = Math.min(4, this.tall(surface.mip) - y);
-    for (let row = 0; row < (codec.isBlocks ? 1 : tall); ++row) {
+    const codec = this.codecs[asStored ? 1 : 0], most = codec.isBlocks ? 1 : 4;
+    const wide = Math.min(most, this.wide(surface.mip) - x), tall = Math.min(most, this.tall(surface.mip) - y);
+    for (let row = 0; row < tall; ++row) {
       const at = this.elementAt(surface, x, y + row);
-      for (let column = 0; column < (codec.isBlocks ? 1 : wide); ++column) codec.decode(bytes, at + column * this.format.bytes, out, 16 * row + 4 * column);
+      for (let column = 0; column < wide; ++column) {
+        codec.decode(bytes, at + column * this.format.bytes, out, 16 * row + 4 * column);
+      }
     }
     if (this.transform) this.applyTransform(out);
   }
@@ -164,30 +169,30 @@ class Texture {
     const { power, rows, add } = this.transform;
     for (let at = 0; at < 64; at += 4) {
       const texel = power.map((exponent, lane) => exponent === 1 ? square[at + lane] : square[at + lane] ** exponent);
-      for (let lane = 0; lane < 4; ++lane) square[at + lane] = rows[lane].reduce((sum, factor, i) => sum + factor * texel[i], 0) + add[lane];
+      for (let lane = 0; lane < 4; ++lane) {
+        square[at + lane] = rows[lane].reduce((sum, factor, i) => sum + factor * texel[i], add[lane]);
+      }
     }
   }
   // All that there is to say about a texel, or null while its bytes are on the way.
   inspect(surface, x, y, then) {
     const bytes = this.bytesOf(surface, then), codec = this.codecs[0], format = this.format;
     if (!bytes?.length) return null;
-    const at = this.elementAt(surface, x, y), square = new Float64Array(64), place = codec.isBlocks ? 4 * (4 * (y & 3) + (x & 3)) : 0;
+    const at = this.elementAt(surface, x, y), square = new Float64Array(64);
+    const place = codec.isBlocks ? 4 * (4 * (y & 3) + (x & 3)) : 0, texelOf = () => Array.from(square.subarray(place, place + 4));
     codec.decode(bytes, at, square, 0);
-    const value = Array.from(square.subarray(place, place + 4));
-    const result = { bytes: Array.from(bytes.subarray(at, at + format.bytes)), value, isInteger: codec.isInteger, hardware: null };
-    const differs = (hardware) => hardware.some((number, lane) => number !== value[lane]);
-    if (codec.type === kSrgb && (codec.isBytes || !codec.isBlocks) && format.surface !== kSharedExponent) {
-      const hardware = codec.decodeAsHardware(bytes, at, report.hardwareSrgb);
-      if (differs(hardware)) result.hardware = hardware;
-    }
-    return result;
+    const value = texelOf(), hardware = codec.hasHardware ? codec.decodeAsHardware(bytes, at, report.hardwareSrgb) : value;
+    if (this.transform) this.applyTransform(square);
+    return { bytes: Array.from(bytes.subarray(at, at + format.bytes)), value, isInteger: codec.isInteger,
+      hardware: hardware.some((number, lane) => number !== value[lane]) ? hardware : null,
+      modified: this.transform ? texelOf() : null };
   }
 }
 
 // The bytes of a piece: base 64 in the page, most of them deflated.
 async function unpack(element) {
   const text = element ? element.textContent : "";
-  const bytes = Uint8Array.fromBase64 ? Uint8Array.fromBase64(text) : Uint8Array.from(atob(text), (letter) => letter.charCodeAt(0));
+  const bytes = Uint8Array.fromBase64?.(text) ?? Uint8Array.from(atob(text), (letter) => letter.charCodeAt(0));
   if (!element || !element.dataset.deflated) return bytes;
   const stream = new Blob([bytes]).stream().pipeThrough(new DecompressionStream("deflate"));
   return new Uint8Array(await new Response(stream).arrayBuffer());

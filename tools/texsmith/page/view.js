@@ -10,7 +10,7 @@ const kSrgbEncoded = Uint8Array.from({ length: 65536 }, (_, i) =>
   Math.round(255 * (i / 65535 <= 0.0031306685 ? i / 65535 * 12.92 : (i / 65535) ** (1 / 2.4) * 1.055 - 0.055)));
 
 function heatColour(share) {
-  const position = Math.min(Math.max(share, 0), 1) * (kHeat.length - 1), step = Math.min(Math.floor(position), kHeat.length - 2);
+  const position = share * (kHeat.length - 1), step = Math.min(Math.floor(position), kHeat.length - 2);
   return kHeat[step].map((from, i) => from + (position - step) * (kHeat[step + 1][i] - from));
 }
 const kHeatBytes = Array.from({ length: 256 }, (_, i) => heatColour(i / 255));
@@ -26,13 +26,13 @@ function placeSurfaces(texture, chosen) {
   const mips = chosen.mip === "all" ? range(texture.mips).slice(texture.firstMip) : [Number(chosen.mip)];
   const slices = pick("slice", texture.slices), isCross = chosen.face === "cross";
   const faces = isCross ? range(6) : pick("face", texture.faces), fragment = Number(chosen.fragment);
-  const padded = (size) => (size + 7) & ~7, depthsOf = (mip) => chosen.depth === "all" ? range(texture.deep(mip))
-    : [Number(chosen.depth)].filter((depth) => depth < texture.deep(mip));
+  const padded = (size) => (size + 7) & ~7;
+  const depthsOf = (mip) => pick("depth", texture.deep(mip)).filter((depth) => depth < texture.deep(mip));
   const corners = [], placed = [];
   let canvasWide = 0, canvasTall = 0;
   for (const mip of mips) {
-    const wide = padded(texture.wide(mip)), tall = padded(texture.tall(mip)) * depthsOf(mip).length, last = corners.at(-1);
-    const corner = { mip, wide, tall, x: 0, y: 0 };
+    const wide = padded(texture.wide(mip)), tall = padded(texture.tall(mip)) * depthsOf(mip).length;
+    const last = corners.at(-1), corner = { mip, wide, tall, x: 0, y: 0 };
     if (corners.length === 1) corner.x = last.wide;
     if (corners.length > 1) {
       const fits = last.y + last.tall + tall <= corners[0].tall;
@@ -45,16 +45,15 @@ function placeSurfaces(texture, chosen) {
   const columns = mips.length === 1 && !isCross ? Math.ceil(Math.sqrt(count)) : 1;
   slices.forEach((slice, sliceAt) => faces.forEach((face, faceAt) => corners.forEach((corner) => {
     depthsOf(corner.mip).forEach((depth, depthAt) => {
-      const wide = texture.wide(corner.mip), tall = texture.tall(corner.mip), surface = { slice, face, mip: corner.mip, depth, fragment };
-      let x = corner.x, y = corner.y + depthAt * padded(tall) + (sliceAt * faces.length + faceAt) * canvasTall;
-      if (isCross) {
-        x = corner.x + kCrossPlaces[face][0] * canvasWide;
-        y = corner.y + depthAt * padded(tall) + (kCrossPlaces[face][1] + 3 * sliceAt) * canvasTall;
-      } else if (mips.length === 1) {
+      const { mip } = corner, wide = texture.wide(mip), tall = texture.tall(mip);
+      const [column, row] = isCross ? kCrossPlaces[face] : [0, faceAt], rows = isCross ? 3 : faces.length;
+      let x = corner.x + column * canvasWide, y = corner.y + depthAt * padded(tall) + (sliceAt * rows + row) * canvasTall;
+      if (!isCross && mips.length === 1) {
         const at = (sliceAt * faces.length + faceAt) * depthsOf(corner.mip).length + depthAt;
         [x, y] = [at % columns * padded(wide), Math.floor(at / columns) * padded(tall)];
       }
-      placed.push({ surface, x, y, wide, tall, id: `${slice}-${face}-${corner.mip}-${depth}-${fragment}` });
+      const id = `${slice}-${face}-${mip}-${depth}-${fragment}`;
+      placed.push({ surface: { slice, face, mip, depth, fragment }, x, y, wide, tall, id });
     });
   })));
   return placed;
@@ -133,8 +132,10 @@ class View {
   }
   pin(texel, mayScroll) {
     this.pinned = texel;
-    const [wide, tall] = this.screen(), x = (texel.place.x + texel.x) * this.zoom - this.x, y = (texel.place.y + texel.y) * this.zoom - this.y;
-    if (mayScroll && (x < 0 || y < 0 || x + this.zoom > wide || y + this.zoom > tall)) this.centre(texel.place.x + texel.x, texel.place.y + texel.y);
+    const [wide, tall] = this.screen(), x = texel.place.x + texel.x, y = texel.place.y + texel.y;
+    const left = x * this.zoom - this.x, top = y * this.zoom - this.y;
+    const isInSight = left >= 0 && top >= 0 && left + this.zoom <= wide && top + this.zoom <= tall;
+    if (mayScroll && !isInSight) this.centre(x, y);
     this.requestDraw();
     this.onPoint();
   }
@@ -153,8 +154,8 @@ class View {
     context.clearRect(0, 0, wide, tall);
     this.isWhole = true;
     const split = Math.round(this.settings.split * wide);
-    const layers = { split: [[0, 0, split], [1, split, wide]], b: [[1, 0, wide]], heat: [["heat", 0, wide]] }[this.settings.mode] ?? [[0, 0, wide]];
-    for (const [source, left, right] of layers) {
+    const layers = { a: [[0, 0, wide]], b: [[1, 0, wide]], heat: [["heat", 0, wide]], split: [[0, 0, split], [1, split, wide]] };
+    for (const [source, left, right] of layers[this.settings.mode]) {
       context.save();
       context.beginPath();
       context.rect(left, 0, right - left, tall);
@@ -175,8 +176,8 @@ class View {
     const side = kCells * scale, from = (at) => Math.max(0, Math.floor(at / side));
     for (let row = from(-y); row * kCells < cellsTall && y + row * side < tall; ++row) {
       for (let column = from(left - x); column * kCells < cellsWide && x + column * side < right; ++column) {
-        const tile = this.tileOf(place, source, step, column * span, row * span, deadline);
-        if (tile) this.context.drawImage(tile.canvas, x + column * side, y + row * side, tile.canvas.width * scale, tile.canvas.height * scale);
+        const canvas = this.tileOf(place, source, step, column * span, row * span, deadline)?.canvas;
+        if (canvas) this.context.drawImage(canvas, x + column * side, y + row * side, canvas.width * scale, canvas.height * scale);
       }
     }
   }
@@ -187,11 +188,12 @@ class View {
     this.context.fillRect(x - 1, 0, 2, tall);
   }
   drawMark() {
-    const { place, x, y } = this.pinned, side = Math.max(this.zoom, 9), middle = (side - this.zoom) / 2, context = this.context;
-    const left = Math.round((place.x + x) * this.zoom - middle) - this.x, top = Math.round((place.y + y) * this.zoom - middle) - this.y;
+    const { place, x, y } = this.pinned, side = Math.max(this.zoom, 9), middle = (side - this.zoom) / 2;
+    const left = Math.round((place.x + x) * this.zoom - middle) - this.x;
+    const top = Math.round((place.y + y) * this.zoom - middle) - this.y;
     for (const [colour, grown] of [["#000", 1.5], ["#fff", 2.5], ["#000", 3.5]]) {
-      context.strokeStyle = colour;
-      context.strokeRect(left - grown, top - grown, side + 2 * grown, side + 2 * grown);
+      this.context.strokeStyle = colour;
+      this.context.strokeRect(left - grown, top - grown, side + 2 * grown, side + 2 * grown);
     }
   }
   // Null while the time of this frame is over, or texels are still to come.
@@ -200,10 +202,11 @@ class View {
     let tile = this.tiles.get(key);
     if (!tile) {
       if (performance.now() > deadline) return this.comeBack();
-      const wide = Math.ceil(Math.min(kCells, (place.wide - x) / step)), tall = Math.ceil(Math.min(kCells, (place.tall - y) / step));
-      const values = this.valuesOf(place.surface, source, step, x, y, wide, tall);
+      const width = Math.ceil(Math.min(kCells, (place.wide - x) / step));
+      const height = Math.ceil(Math.min(kCells, (place.tall - y) / step));
+      const values = this.valuesOf(place.surface, source, step, x, y, width, height);
       if (!values) return null; // their coming asks for another frame
-      tile = { values, canvas: Object.assign(document.createElement("canvas"), { width: wide, height: tall }), stamp: -1 };
+      tile = { values, canvas: Object.assign(document.createElement("canvas"), { width, height }), stamp: -1 };
     }
     this.tiles.delete(key); // the last used stands last
     this.tiles.set(key, tile);
@@ -222,15 +225,16 @@ class View {
     if (pieces.some((bytes) => !bytes?.length)) return null;
     const squares = textures.map(() => new Float64Array(64)), values = new Float32Array(4 * wide * tall);
     const inner = Math.min(step, 4), cells = 4 / inner, asStored = isHeat && this.settings.asStored; // of a square, each way
-    for (let at = 0; at < Math.ceil(wide / cells) * Math.ceil(tall / cells); ++at) {
-      const column = at % Math.ceil(wide / cells) * cells, row = Math.floor(at / Math.ceil(wide / cells)) * cells;
+    const columns = Math.ceil(wide / cells), count = columns * Math.ceil(tall / cells), { mip } = surface;
+    for (let at = 0; at < count; ++at) {
+      const column = at % columns * cells, row = Math.floor(at / columns) * cells;
       const left = x + column * step, top = y + row * step;
       textures.forEach((texture, i) => texture.decodeSquare(pieces[i], surface, left, top, asStored, squares[i]));
-      const right = Math.min(4, textures[0].wide(surface.mip) - left), bottom = Math.min(4, textures[0].tall(surface.mip) - top);
+      const right = Math.min(4, textures[0].wide(mip) - left), bottom = Math.min(4, textures[0].tall(mip) - top);
       for (let cellY = 0; cellY * inner < bottom && row + cellY < tall; ++cellY) {
         for (let cellX = 0; cellX * inner < right && column + cellX < wide; ++cellX) {
-          foldTexels(squares, cellX * inner, cellY * inner, Math.min(right, (cellX + 1) * inner), Math.min(bottom, (cellY + 1) * inner),
-            values, 4 * ((row + cellY) * wide + column + cellX));
+          foldTexels(squares, cellX * inner, cellY * inner, Math.min(right, (cellX + 1) * inner),
+            Math.min(bottom, (cellY + 1) * inner), values, 4 * ((row + cellY) * wide + column + cellX));
         }
       }
     }
@@ -239,7 +243,7 @@ class View {
   colour(tile, source) {
     const { channel, exposure, low, high, heatMost } = this.settings, { values, canvas } = tile;
     const picture = new ImageData(canvas.width, canvas.height), out = picture.data, isHeat = source === "heat";
-    const isLight = !isHeat && this.textures[source].isLight, scale = (isLight ? 2 ** exposure : 1) / (high - low);
+    const isLight = !isHeat && this.textures[source].format.isLight, scale = (isLight ? 2 ** exposure : 1) / (high - low);
     const shown = (value) => {
       const share = (value - low) * scale;
       return isLight ? kSrgbEncoded[Math.min(Math.max(share, 0), 1) * 65535 + 0.5 | 0] : share * 255;
@@ -252,12 +256,13 @@ class View {
         const colour = kHeatBytes[Math.min(255, Math.round(255 * most / heatMost)) || 0];
         for (let lane = 0; lane < 3; ++lane) out[at + lane] = colour[lane];
       } else if (single) {
-        out[at] = out[at + 1] = out[at + 2] = channel === 4 ? (value - (isLight ? 0 : low)) * (isLight ? 1 : scale) * 255 : shown(value);
+        out[at] = out[at + 1] = out[at + 2] = channel === 4 && isLight ? value * 255 : shown(value);
       } else {
         for (let lane = 0; lane < 3; ++lane) out[at + lane] = shown(values[at + lane]);
         if (channel === 5) out[at + 3] = values[at + 3] * 255;
       }
-      if (Number.isNaN(single ? value : values[at] + values[at + 1] + values[at + 2])) [out[at], out[at + 1], out[at + 2]] = [255, 0, 255];
+      const isNumber = !Number.isNaN(single ? value : values[at] + values[at + 1] + values[at + 2]);
+      if (!isNumber) [out[at], out[at + 1], out[at + 2]] = [255, 0, 255];
     }
     canvas.getContext("2d").putImageData(picture, 0, 0);
     tile.stamp = this.stamp;
