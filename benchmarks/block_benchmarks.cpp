@@ -8,19 +8,22 @@
 #include "ratio_reporter.h"
 #include "raw/blocks/bc1_group.h"
 #include "raw/blocks/bc1_punch_through.h"
+#include "raw/blocks/bc4_encoder.h"
 #include "raw/blocks/bc7_encoder.h"
 #include "raw/blocks/block_encoders.h"
 #include "raw/blocks/block_preparation.h"
 #include "raw/blocks/block_runs.h"
 #include "simd/dispatch.h"
+#include "stb_dxt_peers.h"
 
-#include <stb/stb_dxt.h>
-
+#include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Bench {
@@ -52,6 +55,34 @@ const PhotographBlocks& fewPhotographs() {
 
 using BlockSource = const PhotographBlocks& (*)();
 
+// The faster of the peer's builds, which the first blocks tell.
+const StbDxt& peer() {
+    static const StbDxt s_fastest = [] {
+        std::vector<StbDxt> builds = stbDxtBuilds();
+        const auto secondsOf = [](const StbDxt& build) {
+            double least = 1e9;
+            for (int round = 0; round < 5; ++round) {
+                const auto start = std::chrono::steady_clock::now();
+                for (unsigned i = 0; i < 5000 && i < photographs().m_count; ++i) {
+                    std::uint8_t block[8];
+                    build.m_dxt(block, &photographs().m_bytes[64 * std::size_t(i)], 0, kStbNormal);
+                    benchmark::DoNotOptimize(block);
+                }
+                const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+                least = std::min(least, taken.count());
+            }
+            return least;
+        };
+        StbDxt fastest = builds[0];
+        for (const StbDxt& build : builds) {
+            fastest = secondsOf(build) < secondsOf(fastest) ? build : fastest;
+        }
+        std::fprintf(stderr, "stb_dxt: the build by %s is the peer.\n", fastest.m_compiler);
+        return fastest;
+    }();
+    return s_fastest;
+}
+
 // Times `work(blocks, destination)`, which goes over all blocks of a source, with the wide kernels or
 // without. Room is for 256 bytes a block.
 template <typename Work>
@@ -80,12 +111,22 @@ void addBoth(const std::string& name, const std::string& baseline, Work work,
 void addBc1() {
     add("blocks/BC1 peer", "", [](const PhotographBlocks& blocks, std::uint8_t* destination) {
         for (unsigned i = 0; i < blocks.m_count; ++i) {
-            stb_compress_dxt_block(destination + 8 * i, &blocks.m_bytes[64 * i], 0, STB_DXT_NORMAL);
+            peer().m_dxt(destination + 8 * i, &blocks.m_bytes[64 * i], 0, kStbNormal);
         }
     });
     addBoth("blocks/BC1", "blocks/BC1 peer", [](const PhotographBlocks& blocks, std::uint8_t* destination) {
-        Raw::encodeBc1Blocks(destination, blocks.m_texels.data(), blocks.m_count);
+        Raw::encodeBc1Blocks(destination, 8, blocks.m_texels.data(), blocks.m_count,
+                             Raw::kEncoderEffortNormal);
     });
+    for (const auto& [name, effort] : {std::pair{"blocks/BC1 high", Raw::kEncoderEffortHigh},
+                                       {"blocks/BC1 best", Raw::kEncoderEffortBest}}) {
+        addBoth(
+            name, "blocks/BC1 peer",
+            [effort = effort](const PhotographBlocks& blocks, std::uint8_t* destination) {
+                Raw::encodeBc1Blocks(destination, 8, blocks.m_texels.data(), blocks.m_count, effort);
+            },
+            fewPhotographs);
+    }
     addBoth("blocks/BC1 with transparency", "blocks/BC1 peer",
             [](const PhotographBlocks& blocks, std::uint8_t* destination) {
                 Raw::encodeBc1PunchThroughBlocks(destination, blocks.m_texels.data(), blocks.m_count, 0.5f);
@@ -98,13 +139,17 @@ void addBc1() {
             });
 }
 
-Raw::EncoderConfiguration configurationOf(const char* name) {
+Vex::DataFormat formatWord(const char* name) {
     Raw::Configuration any;
     Vex::DataFormat format;
     Raw::makeDataFormat(&format, name, &any);
+    return format;
+}
+
+Raw::EncoderConfiguration configurationOf(const char* name) {
     Raw::EncoderConfiguration configuration;
     Raw::Texture texture;
-    texture.setDataFormat(format);
+    texture.setDataFormat(formatWord(name));
     configuration.setTexture(&texture);
     return configuration;
 }
@@ -157,10 +202,31 @@ void addBc6Encoder() {
 void addBc3() {
     add("blocks/BC3 peer", "", [](const PhotographBlocks& blocks, std::uint8_t* destination) {
         for (unsigned i = 0; i < blocks.m_count; ++i) {
-            stb_compress_dxt_block(destination + 16 * i, &blocks.m_bytes[64 * i], 1, STB_DXT_NORMAL);
+            peer().m_dxt(destination + 16 * i, &blocks.m_bytes[64 * i], 1, kStbNormal);
         }
     });
     addEncoder("blocks/BC3", "Bc3Unorm", "blocks/BC3 peer");
+}
+
+// The blocks of the photographs side by side: four rows of pixels.
+std::vector<std::uint8_t> photographRows() {
+    const PhotographBlocks& blocks = photographs();
+    const std::size_t pitch = 16 * std::size_t(blocks.m_count);
+    std::vector<std::uint8_t> rows(4 * pitch);
+    for (std::size_t i = 0; i < blocks.m_count; ++i) {
+        for (std::size_t y = 0; y < 4; ++y) {
+            std::memcpy(&rows[y * pitch + 16 * i], &blocks.m_bytes[64 * i + 16 * y], 16);
+        }
+    }
+    return rows;
+}
+
+void addBc4Rows(const std::string& name, Raw::EncoderEffort effort) {
+    const std::vector<std::uint8_t> rows = photographRows();
+    addBoth(name, "blocks/BC4 peer", [=](const PhotographBlocks& blocks, std::uint8_t* destination) {
+        Raw::encodeBc4Rows(destination, 8, rows.data(), 16 * std::size_t(blocks.m_count), 0, blocks.m_count,
+                           effort);
+    });
 }
 
 void addBc4AndBc5() {
@@ -170,7 +236,7 @@ void addBc4AndBc5() {
             for (unsigned texel = 0; texel < 16; ++texel) {
                 red[texel] = blocks.m_bytes[64 * i + 4 * texel];
             }
-            stb_compress_bc4_block(destination + 8 * i, red);
+            peer().m_bc4(destination + 8 * i, red);
         }
     });
     add("blocks/BC5 peer", "", [](const PhotographBlocks& blocks, std::uint8_t* destination) {
@@ -180,11 +246,13 @@ void addBc4AndBc5() {
                 both[2 * texel] = blocks.m_bytes[64 * i + 4 * texel];
                 both[2 * texel + 1] = blocks.m_bytes[64 * i + 4 * texel + 1];
             }
-            stb_compress_bc5_block(destination + 16 * i, both);
+            peer().m_bc5(destination + 16 * i, both);
         }
     });
     addEncoder("blocks/BC4", "Bc4Unorm", "blocks/BC4 peer");
     addEncoder("blocks/BC5", "Bc5Unorm", "blocks/BC5 peer");
+    addBc4Rows("blocks/BC4 of pixels", Raw::kEncoderEffortNormal);
+    addBc4Rows("blocks/BC4 of pixels, fast", Raw::kEncoderEffortFast);
 }
 
 std::vector<std::uint8_t> encodedPhotographs(const char* format) {
@@ -217,22 +285,67 @@ void addBc7() {
     }
 }
 
-// Surfaces of 128 blocks across, whose blocks were encoded before.
-void addDecoder(const std::string& name, const char* format) {
-    constexpr unsigned kAcross = 128;
-    const Raw::EncoderConfiguration configuration = configurationOf(format);
-    const Vex::SurfaceFormat surfaceFormat = configuration.getTexture()->getDataFormat().getSurfaceFormat();
-    const std::size_t bytes = Raw::getSurfaceFormatInfo(surfaceFormat).bytesPerElement;
+using FindRunDecoder = Raw::DecodeBlockRun (*)();
+
+// Surfaces of 128 blocks across, whose blocks were encoded before, beside a memcpy: bytes read and written.
+void addDecoder(const std::string& name, const char* format, FindRunDecoder find, std::size_t texelBytes) {
+    constexpr std::size_t kAcross = 128;
+    const std::size_t blockBytes =
+        Raw::getSurfaceFormatInfo(formatWord(format).getSurfaceFormat()).bytesPerElement;
     const std::vector<std::uint8_t> source = encodedPhotographs(format);
-    addBoth(name, "blocks/BC1 peer", [=](const PhotographBlocks& blocks, std::uint8_t* destination) {
-        const Raw::DecodeBlockRun decode = Raw::findBlockRunDecoder(surfaceFormat);
-        for (unsigned i = 0; i + kAcross <= blocks.m_count; i += kAcross) {
-            decode(destination + 64 * std::size_t(i), 16 * kAcross, source.data() + bytes * i, kAcross);
-        }
-    });
+    const std::size_t rows = source.size() / blockBytes / kAcross, pitch = 4 * texelBytes * kAcross;
+    for (const bool wide : {true, false}) {
+        const auto run = [=](benchmark::State& state) {
+            std::vector<std::uint8_t> destination(rows * 4 * pitch);
+            Simd::allowAvx2(wide);
+            const Raw::DecodeBlockRun decode = find();
+            for (auto _ : state) {
+                for (std::size_t row = 0; row < rows; ++row) {
+                    decode(&destination[row * 4 * pitch], pitch, &source[row * blockBytes * kAcross],
+                           kAcross);
+                }
+                benchmark::ClobberMemory();
+            }
+            Simd::allowAvx2(true);
+            compareWith(state, static_cast<double>(rows * (4 * pitch + blockBytes * kAcross)),
+                        "blocks/memcpy");
+        };
+        benchmark::RegisterBenchmark((name + (wide ? "" : ", base line")).c_str(), run)->UseRealTime();
+    }
 }
 
-using FindRunDecoder = Raw::DecodeBlockRun (*)();
+void addMemcpy() {
+    benchmark::RegisterBenchmark("blocks/memcpy", [](benchmark::State& state) {
+        const std::vector<std::uint8_t>& source = photographs().m_bytes;
+        std::vector<std::uint8_t> destination(source.size());
+        for (auto _ : state) {
+            std::memcpy(destination.data(), source.data(), source.size());
+            benchmark::ClobberMemory();
+        }
+        compareWith(state, 2.0 * static_cast<double>(source.size()));
+    })->UseRealTime();
+}
+
+void addDecoders() {
+    addMemcpy();
+    addDecoder(
+        "blocks/decode BC1", "Bc1UnormNoAlpha",
+        [] { return Raw::findBlockRunDecoder(Vex::kSurfaceFormatBc1); }, 4);
+    addDecoder(
+        "blocks/decode BC1 as opaque", "Bc1UnormNoAlpha",
+        [] { return Raw::findOpaqueRunDecoder(Vex::kSurfaceFormatBc1); }, 4);
+    addDecoder(
+        "blocks/decode BC3", "Bc3Unorm", [] { return Raw::findBlockRunDecoder(Vex::kSurfaceFormatBc3); }, 4);
+    addDecoder(
+        "blocks/decode BC4 to R8", "Bc4Unorm",
+        [] { return Raw::findChannelRunDecoder(Vex::kSurfaceFormatBc4, 1); }, 1);
+    addDecoder(
+        "blocks/decode BC5 to R8G8", "Bc5Unorm",
+        [] { return Raw::findChannelRunDecoder(Vex::kSurfaceFormatBc5, 2); }, 2);
+    addDecoder(
+        "blocks/decode BC5 to R8G8B8A8", "Bc5Unorm",
+        [] { return Raw::findChannelRunDecoder(Vex::kSurfaceFormatBc5, 4); }, 4);
+}
 
 // Stored blocks in surfaces of 128 across, to texels of `texelBytes`.
 void addStoredDecoder(const std::string& name, std::vector<std::uint8_t> source, FindRunDecoder find,
@@ -344,7 +457,8 @@ void addSurface(const std::string& name, const char* format, bool compresses, Ra
 void addSurfaces() {
     static Raw::SerialJobManager s_serial;
     static Raw::ThreadpoolJobManager s_pool;
-    for (const char* format : {"Bc1UnormNoAlpha", "Bc1Unorm", "Bc3Unorm", "Bc5Unorm", "Bc7Unorm"}) {
+    for (const char* format :
+         {"Bc1UnormNoAlpha", "Bc1Unorm", "Bc3Unorm", "Bc4Unorm", "Bc5Unorm", "Bc7Unorm"}) {
         for (const bool compresses : {true, false}) {
             const std::string name = std::string("blocks/surface ") + (compresses ? "to " : "from ") + format;
             addSurface(name, format, compresses, &s_serial);
@@ -364,8 +478,7 @@ void registerBlockBenchmarks() {
     addBc3();
     addBc4AndBc5();
     addBc7();
-    addDecoder("blocks/decode BC1", "Bc1UnormNoAlpha");
-    addDecoder("blocks/decode BC3", "Bc3Unorm");
+    addDecoders();
     addBc6Encoder();
     addBc6AndBc7Decoders();
     addSurfaces();

@@ -148,18 +148,14 @@ void CpuBlockEncoder::encodeChannels(std::uint8_t* destination, const ColorRGBA3
 // Most formats' blocks are encoded many at once, which gives the bytes of encode.
 void CpuBlockEncoder::encodeRun(std::uint8_t* destination, const ColorRGBA32F* texels, unsigned count) const {
     if (m_formatIndex == kBc1 && !m_hasOpacityThreshold) {
-        Raw::encodeBc1Blocks(destination, texels, count);
+        Raw::encodeBc1Blocks(destination, 8, texels, count, Raw::kEncoderEffortNormal);
     } else if (m_formatIndex == kBc2 || m_formatIndex == kBc3) {
-        std::uint8_t colours[kBlocksAtOnce * 8];
-        Raw::encodeBc1Blocks(colours, texels, count);
+        Raw::encodeBc1Blocks(destination + 8, 16, texels, count, Raw::kEncoderEffortNormal);
         if (m_formatIndex == kBc3) {
             Raw::encodeBc3AlphaBlocks(destination, 16, texels, count);
         }
-        for (unsigned block = 0; block < count; ++block) {
-            if (m_formatIndex == kBc2) {
-                Raw::encodeBc2Alpha(destination + block * 16, texels + block * kTexels);
-            }
-            std::memcpy(destination + block * 16 + 8, colours + block * 8, 8);
+        for (unsigned block = 0; m_formatIndex == kBc2 && block < count; ++block) {
+            Raw::encodeBc2Alpha(destination + block * 16, texels + block * kTexels);
         }
     } else if (m_formatIndex == kBc4 || m_formatIndex == kBc5) {
         encodeChannels(destination, texels, count);

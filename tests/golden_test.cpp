@@ -145,6 +145,8 @@ Digests computeDigests() {
             }
         }
         sample.addEfforts("Bc7Unorm");
+        sample.addEfforts("Bc3Unorm");
+        sample.addEfforts("Bc5Unorm");
         for (unsigned mode = 0; mode < kTileModes; ++mode) {
             sample.addTileMode(static_cast<Vex::TileMode>(mode));
         }

@@ -15,6 +15,9 @@ static_assert(static_cast<double>(0.0019607842f) < 0.00196078431372549);
 // Below this the sum of an axis' squares is a denormal, with too few digits to normalise the axis by.
 inline constexpr float kLeastAxisSquare = FLT_MIN;
 
+// Makes texels of bytes.
+inline constexpr float kByteToUnit = static_cast<float>(1.0 / 255);
+
 inline constexpr float kRedBlueLevels = 31.0f;
 inline constexpr float kGreenLevels = 63.0f;
 inline constexpr float kRedBlueStep = 0.032258064f;

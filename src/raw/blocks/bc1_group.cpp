@@ -3,7 +3,7 @@
 #include "raw/blocks/bc1_group.h"
 
 #include "raw/blocks/bc1_fit.h"
-#include "raw/blocks/bc1_lanes.h"
+#include "raw/blocks/bc1_search_lanes.h"
 #include "raw/blocks/bc1_single_colour.h"
 #include "raw/texels/sides.h"
 #include "simd/dispatch.h"
@@ -202,6 +202,26 @@ Bc1GroupResult GroupFit::run() {
     return m_result;
 }
 
+constexpr Bc1Kernels kBaseKernels = makeBc1Kernels<Simd::Lanes4>();
+
+bool isLong(EncoderEffort effort) { return effort == kEncoderEffortHigh || effort == kEncoderEffortBest; }
+
+Bc1Kernel kernelFor(const Bc1Kernels& kernels, EncoderEffort effort) {
+    return !isLong(effort) ? kernels.m_normal
+                           : (effort == kEncoderEffortBest ? kernels.m_best : kernels.m_high);
+}
+
+// Whole vectors of eight, and the rest by fours.
+void encode(std::uint8_t* destination, std::size_t stride, const ColourSource& source, std::size_t count,
+            EncoderEffort effort) {
+    const Bc1Kernels* wide = Simd::mayUseAvx2() ? getBc1KernelsAvx2() : nullptr;
+    const std::size_t done = wide != nullptr ? count / 8 * 8 : 0;
+    if (done != 0) {
+        kernelFor(*wide, effort)(destination, stride, source, done);
+    }
+    kernelFor(kBaseKernels, effort)(destination + stride * done, stride, source.from(done), count - done);
+}
+
 } // namespace
 
 void encodeBc1Group(void* destination, const ColorRGBA32F* points, unsigned blockCount) {
@@ -212,20 +232,18 @@ void encodeBc1Group(void* destination, const ColorRGBA32F* points, unsigned bloc
     std::memcpy(destination, &result, 4 + 4 * blockCount);
 }
 
-void encodeBc1Blocks(void* destination, const ColorRGBA32F* points, unsigned count) {
-    auto* out = static_cast<std::uint8_t*>(destination);
-    const Bc1BlocksKernel wide = Simd::mayUseAvx2() ? getBc1BlocksAvx2() : nullptr;
-    unsigned done = 0;
-    if (wide != nullptr) {
-        done = count / 8 * 8;
-        wide(out, &points->r, done);
+void encodeBc1Blocks(void* destination, std::size_t stride, const ColorRGBA32F* points, std::size_t count,
+                     EncoderEffort effort) {
+    if (count == 1 && !isLong(effort)) {
+        encodeBc1Group(destination, points, 1);
+    } else {
+        encode(static_cast<std::uint8_t*>(destination), stride, {&points->r, nullptr, 0}, count, effort);
     }
-    for (; done + 4 <= count; done += 4) {
-        Bc1Lanes<Simd::Lanes4>::encode(out + 8 * done, &points[16 * done].r);
-    }
-    for (; done < count; ++done) {
-        encodeBc1Group(out + 8 * done, points + 16 * done, 1);
-    }
+}
+
+void encodeBc1Rows(void* destination, std::size_t stride, const std::uint8_t* rows, std::size_t pitch,
+                   std::size_t count, EncoderEffort effort) {
+    encode(static_cast<std::uint8_t*>(destination), stride, {nullptr, rows, pitch}, count, effort);
 }
 
 } // namespace qor::Texsmith::Raw

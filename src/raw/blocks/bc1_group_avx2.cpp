@@ -1,5 +1,5 @@
 // The fit of BC1 endpoints for AVX2: eight blocks at a time.
-#include "raw/blocks/bc1_lanes.h"
+#include "raw/blocks/bc1_search_lanes.h"
 
 #if defined(__AVX2__)
 
@@ -8,15 +8,11 @@
 namespace qor::Texsmith::Raw {
 namespace {
 
-void encodeBlocks(std::uint8_t* destination, const float* texels, unsigned count) {
-    for (unsigned done = 0; done < count; done += 8) {
-        Bc1Lanes<Simd::Avx2::Lanes8>::encode(destination + 8 * done, texels + 64 * done);
-    }
-}
+constexpr Bc1Kernels kKernels = makeBc1Kernels<Simd::Avx2::Lanes8>();
 
 } // namespace
 
-Bc1BlocksKernel getBc1BlocksAvx2() { return encodeBlocks; }
+const Bc1Kernels* getBc1KernelsAvx2() { return &kKernels; }
 
 } // namespace qor::Texsmith::Raw
 
@@ -24,7 +20,7 @@ Bc1BlocksKernel getBc1BlocksAvx2() { return encodeBlocks; }
 
 namespace qor::Texsmith::Raw {
 
-Bc1BlocksKernel getBc1BlocksAvx2() { return nullptr; }
+const Bc1Kernels* getBc1KernelsAvx2() { return nullptr; }
 
 } // namespace qor::Texsmith::Raw
 

@@ -14,21 +14,31 @@
 
 namespace qor::Texsmith::Raw {
 
-// `count` blocks, a multiple of eight, of 64 floats each.
-using Bc1BlocksKernel = void (*)(std::uint8_t* destination, const float* texels, unsigned count);
+// Texels of four floats, block after block, or four rows of pixels of four bytes.
+struct ColourSource {
+    const float* m_texels; // null: pixels
+    const std::uint8_t* m_rows;
+    std::size_t m_pitch;
+
+    // Without the first `blocks`.
+    ColourSource from(std::size_t blocks) const {
+        return {m_texels == nullptr ? nullptr : m_texels + 64 * blocks,
+                m_texels == nullptr ? m_rows + 16 * blocks : nullptr, m_pitch};
+    }
+};
+
+// Writes `count` blocks, `stride` bytes apart.
+using Bc1Kernel = void (*)(std::uint8_t* destination, std::size_t stride, const ColourSource& source,
+                           std::size_t count);
+// Ways to search, from the quickest on.
+struct Bc1Kernels {
+    Bc1Kernel m_normal, m_high, m_best;
+};
 // Null where the build has none.
-Bc1BlocksKernel getBc1BlocksAvx2();
+const Bc1Kernels* getBc1KernelsAvx2();
 
 template <typename Lanes> class Bc1Lanes {
 public:
-    static void encode(std::uint8_t* destination, const float* texels) {
-        Bc1Lanes blocks;
-        blocks.load(texels);
-        blocks.fit();
-        blocks.write(destination);
-    }
-
-private:
     using Float = typename Lanes::Float;
     using Int = typename Lanes::Int;
     static constexpr unsigned kCount = Lanes::kCount;
@@ -44,6 +54,47 @@ private:
     struct Endpoints {
         Rgb m_first, m_second;
     };
+
+    // The blocks of a whole vector.
+    void load(const ColourSource& source) {
+        if (source.m_texels != nullptr) {
+            loadTexels(source.m_texels);
+        } else {
+            loadPixels(source.m_rows, source.m_pitch);
+        }
+    }
+    void fit() {
+        findMeanAndRange();
+        const Rgb v = findAxis();
+        const Float square = dot(v, v);
+        const Float range = m_range.r + m_range.g + m_range.b;
+        const Int flat = less(range, floats(kFlatRange)) | less(square, floats(kLeastAxisSquare));
+        m_axis = v * Simd::fastRsqrtLanes<Lanes>(square);
+        Endpoints ends = refine(refine(endpointsAlong(m_axis)));
+        const Int indices = packIndices(ends);
+        ends = takeFlat(flat, ends);
+        order(wordOf(ends.m_first), wordOf(ends.m_second), select(flat, ints(kAllIndices2), indices));
+    }
+    // Of the first `count` blocks.
+    void write(std::uint8_t* destination, std::size_t stride, unsigned count) const {
+        std::uint32_t colours[kCount], indices[kCount];
+        store(colours, m_colours);
+        store(indices, m_indices);
+        for (unsigned lane = 0; lane < count; ++lane) {
+            std::memcpy(destination + stride * lane, &colours[lane], 4);
+            std::memcpy(destination + stride * lane + 4, &indices[lane], 4);
+        }
+    }
+
+    // For a search that goes on from here.
+    const Rgb* points() const { return m_points; }
+    Rgb axis() const { return m_axis; }
+    Endpoints endpoints() const {
+        return {levelsOf(m_colours & ints(0xFFFF)), levelsOf(shiftRight<16>(m_colours))};
+    }
+    void set(Endpoints ends, Int indices) { order(wordOf(ends.m_first), wordOf(ends.m_second), indices); }
+
+private:
     // Over a block's texels, whose steps are u: of u, of its square, and of the texel times 3 - u.
     struct Sums {
         Float m_steps, m_squares;
@@ -62,11 +113,25 @@ private:
     }
     static Float roundToEven(Float x) { return x + floats(kRoundingShift) - floats(kRoundingShift); }
 
-    void load(const float* texels) {
+    void loadTexels(const float* texels) {
         for (unsigned t = 0; t < kTexelsPerBlock; ++t) {
             Float channels[4];
             Lanes::loadTexels(channels, texels + 4 * t, 4 * kTexelsPerBlock);
             m_points[t] = {channels[0], channels[1], channels[2]};
+        }
+    }
+
+    // The four pixels of a block's row are taken for a texel of four floats.
+    void loadPixels(const std::uint8_t* rows, std::size_t pitch) {
+        const auto unit = [](Int byte) { return toFloats(byte & ints(255)) * floats(kByteToUnit); };
+        for (unsigned row = 0; row < kBlockSide; ++row) {
+            Float columns[4];
+            Lanes::loadTexels(columns, reinterpret_cast<const float*>(rows + row * pitch), 4);
+            for (unsigned column = 0; column < kBlockSide; ++column) {
+                const Int pixel = bitsOf(columns[column]);
+                m_points[kBlockSide * row + column] = {unit(pixel), unit(shiftRight<8>(pixel)),
+                                                       unit(shiftRight<16>(pixel))};
+            }
         }
     }
 
@@ -214,38 +279,49 @@ private:
         return shiftLeft<1>(high ^ low) | high;
     }
 
-    void fit() {
-        findMeanAndRange();
-        const Rgb v = findAxis();
-        const Float square = dot(v, v);
-        const Float range = m_range.r + m_range.g + m_range.b;
-        const Int flat = less(range, floats(kFlatRange)) | less(square, floats(kLeastAxisSquare));
-        Endpoints ends = endpointsAlong(v * Simd::fastRsqrtLanes<Lanes>(square));
-        ends = refine(refine(ends));
-        const Int indices = packIndices(ends);
-        ends = takeFlat(flat, ends);
-        order(wordOf(ends.m_first), wordOf(ends.m_second), select(flat, ints(kAllIndices2), indices));
-    }
-
     void order(Int first, Int second, Int indices) {
         const Int swap = greaterSigned(second, first);
         m_colours = select(swap, second | shiftLeft<16>(first), first | shiftLeft<16>(second));
         m_indices = indices ^ (swap & ints(kSwapEndpoints));
     }
 
-    void write(std::uint8_t* destination) const {
-        std::uint32_t colours[kCount], indices[kCount];
-        store(colours, m_colours);
-        store(indices, m_indices);
-        for (unsigned lane = 0; lane < kCount; ++lane) {
-            std::memcpy(destination + 8 * lane, &colours[lane], 4);
-            std::memcpy(destination + 8 * lane + 4, &indices[lane], 4);
-        }
-    }
-
     Rgb m_points[kTexelsPerBlock];
     Rgb m_mean, m_range;
+    Rgb m_axis; // of about unit length; of no use where a block is flat
     Int m_colours, m_indices;
+};
+
+// Runs of blocks by whole vectors. `Search` goes on from the fit.
+template <typename Lanes, typename Search>
+void encodeBc1Run(std::uint8_t* destination, std::size_t stride, const ColourSource& source,
+                  std::size_t count) {
+    constexpr unsigned kCount = Lanes::kCount;
+    for (std::size_t done = 0; done < count; done += kCount) {
+        const unsigned here = count - done < kCount ? static_cast<unsigned>(count - done) : kCount;
+        ColourSource part = source.from(done);
+        float texels[64 * kCount];
+        std::uint8_t rows[kBlockSide][16 * kCount];
+        if (here < kCount && part.m_texels != nullptr) {
+            std::memset(texels, 0, sizeof texels);
+            std::memcpy(texels, part.m_texels, here * 64 * sizeof(float));
+            part.m_texels = texels;
+        } else if (here < kCount) {
+            std::memset(rows, 0, sizeof rows);
+            for (unsigned row = 0; row < kBlockSide; ++row) {
+                std::memcpy(rows[row], part.m_rows + row * part.m_pitch, std::size_t{16} * here);
+            }
+            part = {nullptr, rows[0], sizeof rows[0]};
+        }
+        Bc1Lanes<Lanes> blocks;
+        blocks.load(part);
+        blocks.fit();
+        Search::improve(&blocks);
+        blocks.write(destination + done * stride, stride, here);
+    }
+}
+
+struct NoBc1Search {
+    template <typename Blocks> static void improve(Blocks*) {}
 };
 
 } // namespace qor::Texsmith::Raw

@@ -85,6 +85,11 @@ struct NoAlpha {
     std::uint32_t replace(std::uint32_t pixel, unsigned) const { return pixel; }
 };
 
+struct Opaque : NoAlpha {
+    using NoAlpha::NoAlpha;
+    std::uint32_t replace(std::uint32_t pixel, unsigned) const { return pixel | 0xFF000000; }
+};
+
 struct BesideColour {
     static constexpr bool kMayHaveThreeColours = false;
     static constexpr std::size_t kColourAt = 8;
@@ -208,6 +213,14 @@ DecodeBlockRun findBlockRunDecoder(Vex::SurfaceFormat format) {
     default:
         return nullptr;
     }
+}
+
+DecodeBlockRun findOpaqueRunDecoder(Vex::SurfaceFormat format) {
+    if (format != Vex::kSurfaceFormatBc1) {
+        return nullptr;
+    }
+    const bool wide = Simd::mayUseAvx2() && blockKernelsAvx2() != nullptr;
+    return wide ? &decodeRunAvx2<Opaque, &BlockKernelsAvx2::m_opaqueBc1> : &decodeRun<Opaque>;
 }
 
 void decodeBc4(ColorRGBA32F* destination, const std::uint8_t* source, bool isSigned) {

@@ -120,6 +120,13 @@ struct NoAlpha {
     __m256i replace(__m256i texels, int) const { return texels; }
 };
 
+struct Opaque : NoAlpha {
+    using NoAlpha::NoAlpha;
+    __m256i replace(__m256i texels, int) const {
+        return _mm256_or_si256(texels, _mm256_set1_epi32(static_cast<int>(0xFF000000u)));
+    }
+};
+
 struct WithAlpha {
     static constexpr std::size_t kBlockBytes = 16;
     static constexpr bool kThreeColours = false;
@@ -243,8 +250,8 @@ std::size_t decodeEights(std::uint8_t* destination, std::size_t pitch, const std
     return done;
 }
 
-constexpr BlockKernelsAvx2 kKernels = {&decodeEights<NoAlpha>, &decodeEights<PlainAlpha>,
-                                       &decodeEights<MixedAlpha>};
+constexpr BlockKernelsAvx2 kKernels = {&decodeEights<NoAlpha>, &decodeEights<Opaque>,
+                                       &decodeEights<PlainAlpha>, &decodeEights<MixedAlpha>};
 
 } // namespace
 

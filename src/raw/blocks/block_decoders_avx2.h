@@ -12,6 +12,7 @@ using DecodeEights = std::size_t (*)(std::uint8_t* destination, std::size_t pitc
                                      std::size_t count);
 struct BlockKernelsAvx2 {
     DecodeEights m_bc1;
+    DecodeEights m_opaqueBc1;
     DecodeEights m_bc2;
     DecodeEights m_bc3;
 };

@@ -65,6 +65,12 @@ void prepare(ColorRGBA32F* output, const ColorRGBA32F* source, const EncoderConf
     prepareBlockForEncoding(output, source, formatOf(&configuration).getTextureChannelType(), blockCount);
 }
 
+// At the efforts that search long, single blocks take the same way as runs of them.
+void encodeOneColour(std::uint8_t* destination, const ColorRGBA32F* prepared,
+                     const EncoderConfiguration& configuration) {
+    encodeBc1Blocks(destination, 8, prepared, 1, configuration.m_effort);
+}
+
 void encodeColourHalf(std::uint8_t* destination, const ColorRGBA32F* block,
                       const EncoderConfiguration& configuration) {
     if (const ExternalEncode encode = externalBc1(configuration); encode != nullptr) {
@@ -73,7 +79,7 @@ void encodeColourHalf(std::uint8_t* destination, const ColorRGBA32F* block,
     }
     ColorRGBA32F prepared[kTexelsPerBlock];
     prepare(prepared, block, configuration, 1);
-    encodeBc1Group(destination, prepared, 1);
+    encodeOneColour(destination, prepared, configuration);
 }
 
 // Toward zero, into 64 bits; what does not fit and a NaN give the least number, as in the processor.
@@ -97,13 +103,6 @@ void encodeUnpreparedBc2Alpha(std::uint8_t* destination, const ColorRGBA32F* blo
 constexpr std::size_t kRunBlocks = 16;
 // BC7 sorts the blocks of a run first, and wants enough of each kind to fill the lanes.
 constexpr std::size_t kBc7RunBlocks = 64;
-
-struct PreparedRun {
-    ColorRGBA32F m_texels[kRunBlocks * kTexelsPerBlock];
-    std::uint8_t m_colours[kRunBlocks * 8];
-
-    void encodeColours(unsigned count) { encodeBc1Blocks(m_colours, m_texels, count); }
-};
 
 using EncodeGroup = void (*)(std::uint8_t* destination, const ColorRGBA32F* source,
                              const EncoderConfiguration& configuration, unsigned count);
@@ -135,12 +134,12 @@ void encodeOneBc1Block(std::uint8_t* destination, const ColorRGBA32F* source,
 
 void encodeBc1Prepared(std::uint8_t* destination, const ColorRGBA32F* source,
                        const EncoderConfiguration& configuration, unsigned count) {
-    PreparedRun run;
-    prepare(run.m_texels, source, configuration, count);
+    ColorRGBA32F texels[kRunBlocks * kTexelsPerBlock];
+    prepare(texels, source, configuration, count);
     if (configuration.m_formatUsesChannelW) {
-        encodeBc1PunchThroughBlocks(destination, run.m_texels, count, kAlphaThreshold);
+        encodeBc1PunchThroughBlocks(destination, texels, count, kAlphaThreshold);
     } else {
-        encodeBc1Blocks(destination, run.m_texels, count);
+        encodeBc1Blocks(destination, 8, texels, count, configuration.m_effort);
     }
 }
 
@@ -155,13 +154,11 @@ void encodeBc1Run(std::uint8_t* destination, const ColorRGBA32F* source,
 
 void encodeBc2Group(std::uint8_t* destination, const ColorRGBA32F* source,
                     const EncoderConfiguration& configuration, unsigned count) {
-    PreparedRun run;
-    prepare(run.m_texels, source, configuration, count);
-    run.encodeColours(count);
+    ColorRGBA32F texels[kRunBlocks * kTexelsPerBlock];
+    prepare(texels, source, configuration, count);
+    encodeBc1Blocks(destination + kColourAt, 16, texels, count, configuration.m_effort);
     for (unsigned block = 0; block < count; ++block) {
-        std::uint8_t* at = destination + block * 16;
-        encodeUnpreparedBc2Alpha(at, source + block * kTexelsPerBlock);
-        std::memcpy(at + kColourAt, run.m_colours + block * 8, 8);
+        encodeUnpreparedBc2Alpha(destination + block * 16, source + block * kTexelsPerBlock);
     }
 }
 
@@ -177,16 +174,13 @@ void encodeBc2Run(std::uint8_t* destination, const ColorRGBA32F* source,
 // Prepared twice, as in encodeBc3Block.
 void encodeBc3Group(std::uint8_t* destination, const ColorRGBA32F* source,
                     const EncoderConfiguration& configuration, unsigned count) {
-    PreparedRun run;
-    prepare(run.m_texels, source, configuration, count);
-    encodeBc3AlphaBlocks(destination, 16, run.m_texels, count);
+    ColorRGBA32F texels[kRunBlocks * kTexelsPerBlock];
+    prepare(texels, source, configuration, count);
+    encodeBc3AlphaBlocks(destination, 16, texels, count);
     if (formatOf(&configuration).getTextureChannelType() == Vex::kTextureChannelTypeSrgb) {
-        prepare(run.m_texels, run.m_texels, configuration, count); // clamping twice changes nothing
+        prepare(texels, texels, configuration, count); // clamping twice changes nothing
     }
-    run.encodeColours(count);
-    for (unsigned block = 0; block < count; ++block) {
-        std::memcpy(destination + block * 16 + kColourAt, run.m_colours + block * 8, 8);
-    }
+    encodeBc1Blocks(destination + kColourAt, 16, texels, count, configuration.m_effort);
 }
 
 void encodeBc3Run(std::uint8_t* destination, const ColorRGBA32F* source,
@@ -230,6 +224,28 @@ void encodeBc7Run(std::uint8_t* destination, const ColorRGBA32F* source,
     }
 }
 
+void encodeBc1ByteRun(std::uint8_t* destination, const std::uint8_t* rows, std::size_t pitch,
+                      const EncoderConfiguration& configuration, std::size_t count) {
+    encodeBc1Rows(destination, 8, rows, pitch, count, configuration.m_effort);
+}
+
+void encodeBc3ByteRun(std::uint8_t* destination, const std::uint8_t* rows, std::size_t pitch,
+                      const EncoderConfiguration& configuration, std::size_t count) {
+    encodeBc3AlphaRows(destination, 16, rows, pitch, count);
+    encodeBc1Rows(destination + kColourAt, 16, rows, pitch, count, configuration.m_effort);
+}
+
+void encodeBc4ByteRun(std::uint8_t* destination, const std::uint8_t* rows, std::size_t pitch,
+                      const EncoderConfiguration& configuration, std::size_t count) {
+    encodeBc4Rows(destination, 8, rows, pitch, 0, count, configuration.m_effort);
+}
+
+void encodeBc5ByteRun(std::uint8_t* destination, const std::uint8_t* rows, std::size_t pitch,
+                      const EncoderConfiguration& configuration, std::size_t count) {
+    encodeBc4Rows(destination, 16, rows, pitch, 0, count, configuration.m_effort);
+    encodeBc4Rows(destination + 8, 16, rows, pitch, 1, count, configuration.m_effort);
+}
+
 } // namespace
 
 void encodeBc1Block(std::uint8_t* destination, const ColorRGBA32F* source,
@@ -242,6 +258,9 @@ void encodeBc1Block(std::uint8_t* destination, const ColorRGBA32F* source,
     if (configuration.m_formatUsesChannelW) {
         prepare(prepared, source, configuration, 1);
         encodeBc1PunchThrough(destination, prepared, kAlphaThreshold);
+    } else if (blockCount == 1) {
+        prepare(prepared, source, configuration, 1);
+        encodeOneColour(destination, prepared, configuration);
     } else if (blockCount <= kMaxBlocksPerGroup) {
         prepare(prepared, source, configuration, blockCount);
         encodeBc1Group(destination, prepared, blockCount);
@@ -307,6 +326,27 @@ EncodeBlockRun findBlockRunEncoder(Vex::SurfaceFormat format) {
         return &encodeBc7Run;
     default:
         return nullptr;
+    }
+}
+
+// Of unsigned fractions, whose preparation changes nothing.
+ByteRunEncoder findByteRunEncoder(const EncoderConfiguration& configuration) {
+    const Vex::DataFormat format = formatOf(&configuration);
+    const bool isOutside = externalBc1(configuration) != nullptr || externalBc3(configuration) != nullptr;
+    if (format.getTextureChannelType() != Vex::kTextureChannelTypeUNorm) {
+        return {nullptr, 0};
+    }
+    switch (format.getSurfaceFormat()) {
+    case Vex::kSurfaceFormatBc1:
+        return {isOutside || configuration.m_formatUsesChannelW ? nullptr : &encodeBc1ByteRun, 3};
+    case Vex::kSurfaceFormatBc3:
+        return {isOutside ? nullptr : &encodeBc3ByteRun, 4};
+    case Vex::kSurfaceFormatBc4:
+        return {&encodeBc4ByteRun, 1};
+    case Vex::kSurfaceFormatBc5:
+        return {&encodeBc5ByteRun, 2};
+    default:
+        return {nullptr, 0};
     }
 }
 

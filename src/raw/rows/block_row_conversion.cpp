@@ -64,6 +64,41 @@ bool keepsOpaqueLanes(const LaneSwizzle& swizzle) {
            (alpha == Vex::kTextureChannelW || alpha == Vex::kTextureChannel1);
 }
 
+// Whether the first lanes stay as they are.
+bool keepsLanes(const LaneSwizzle& swizzle, unsigned lanes) {
+    for (unsigned lane = 0; lane < lanes; ++lane) {
+        if (!swizzle.copies(lane) || swizzle.sourceOf(lane) != lane) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The decoder to the bytes that the destination stores, if there is one.
+DecodeBlockRun findStoringDecoder(const TileConversion& steps) {
+    constexpr unsigned kRed = Vex::kTextureChannelX << 6, kGreen = Vex::kTextureChannelY << 3;
+    const Vex::DataFormat from = formatOf(&steps.decoder()), to = formatOf(&steps.encoder());
+    const bool areFractions = from.getTextureChannelType() == Vex::kTextureChannelTypeUNorm &&
+                              to.getTextureChannelType() == Vex::kTextureChannelTypeUNorm;
+    if (!areFractions || !steps.decoder().m_transform.isNop() || !steps.encoder().m_transform.isNop()) {
+        return nullptr;
+    }
+    const LaneSwizzle swizzle(from, to);
+    const bool isBc5 = from.getSurfaceFormat() == Vex::kSurfaceFormatBc5;
+    switch (to.getSurfaceFormat()) {
+    case Vex::kSurfaceFormat8:
+        return keepsLanes(swizzle, 1) ? findChannelRunDecoder(from.getSurfaceFormat(), 1) : nullptr;
+    case Vex::kSurfaceFormat8_8:
+        return keepsLanes(swizzle, 2) ? findChannelRunDecoder(from.getSurfaceFormat(), 2) : nullptr;
+    case Vex::kSurfaceFormat8_8_8_8:
+        return swizzle.index() == ((kRed | (isBc5 ? kGreen : 0)) << 3 | Vex::kTextureChannel1)
+                   ? findChannelRunDecoder(from.getSurfaceFormat(), 4)
+                   : nullptr;
+    default:
+        return nullptr;
+    }
+}
+
 // Whether the halves of decoded blocks are what the destination stores.
 bool storesDecodedHalves(const TileConversion& steps) {
     const Vex::DataFormat from = formatOf(&steps.decoder()), to = formatOf(&steps.encoder());
@@ -93,9 +128,15 @@ BlockRowConversion::BlockRowConversion(const TileConversion& steps)
     const Vex::DataFormat decoded = decodedFormat(from), encoded = isCompressed(to) ? asFloats(to) : to;
     m_isUsable = canConvertBlocks(from, to) && RowConversion::canConvert(decoded, encoded);
     const DecodeBlockRun toHalves = findHalfRunDecoder(m_sourceFormat, m_sourceIsSigned);
+    if (m_isUsable && steps.decoder().m_transform.isNop() && steps.encoder().m_transform.isNop()) {
+        chooseByteEncoder(from, to);
+    }
+    const DecodeBlockRun toBytes = findStoringDecoder(steps);
     if (m_isUsable && toHalves != nullptr && storesDecodedHalves(steps)) {
         m_decode = toHalves;
-    } else if (m_isUsable) {
+    } else if (m_isUsable && toBytes != nullptr) {
+        m_decode = toBytes;
+    } else if (m_isUsable && m_encodeBytes == nullptr) {
         m_rows.emplace(TileConversion(withFormat(steps.decoder(), decoded), withFormat(m_encoder, encoded)));
     }
 }
@@ -110,13 +151,33 @@ BlockRowConversion::BlockRowConversion(const DecoderConfiguration& decoder,
     if (!m_isUsable) {
         return;
     }
-    if (!LaneSwizzle(from, to).isIdentity()) {
+    chooseByteEncoder(from, to);
+    if (m_encodeBytes != nullptr) {
+        return;
+    }
+    const LaneSwizzle swizzle(from, to);
+    const DecodeBlockRun opaque = findOpaqueRunDecoder(m_sourceFormat);
+    const bool isOpaque = keepsLanes(swizzle, 3) && (swizzle.index() & 7) == Vex::kTextureChannel1;
+    if (isOpaque && opaque != nullptr) {
+        m_decode = opaque;
+    } else if (!swizzle.isIdentity()) {
         m_bytes.emplace(asBytes(from), asBytes(to));
     }
     if (m_encode != nullptr) {
         const Vex::DataFormat bytes = asBytes(to).withChannelsOf(Vex::kDataFormatR8G8B8A8Unorm);
         m_rows.emplace(TileConversion(withFormat(DecoderConfiguration(), bytes),
                                       withFormat(EncoderConfiguration(), asFloats(bytes))));
+    }
+}
+
+void BlockRowConversion::chooseByteEncoder(Vex::DataFormat from, Vex::DataFormat to) {
+    const bool isBytes = from.getSurfaceFormat() == Vex::kSurfaceFormat8_8_8_8 &&
+                         from.getTextureChannelType() == Vex::kTextureChannelTypeUNorm;
+    const ByteRunEncoder encoder =
+        isBytes && isCompressed(to) ? findByteRunEncoder(m_encoder) : ByteRunEncoder{nullptr, 0};
+    m_encodeBytes = encoder.m_encode;
+    if (m_encodeBytes != nullptr && !keepsLanes(LaneSwizzle(from, to), encoder.m_lanes)) {
+        m_bytes.emplace(from, asBytes(to));
     }
 }
 
@@ -130,11 +191,21 @@ Vex::DataFormat BlockRowConversion::decodedFormat(Vex::DataFormat source) {
 void BlockRowConversion::convert(const ElementRows& destination, const ElementRows& source,
                                  unsigned blocks) const {
     const bool isStraight = !m_bytes.has_value() && !m_rows.has_value();
+    if (m_encodeBytes != nullptr && isStraight) {
+        m_encodeBytes(destination.m_memory, source.m_memory, source.m_pitch, m_encoder, blocks);
+        return;
+    }
     if (isStraight) {
         m_decode(destination.m_memory, destination.m_pitch, source.m_memory, blocks);
         return;
     }
     Workspace workspace;
+    if (m_encodeBytes != nullptr) {
+        const Rows bytes = {workspace.m_floats[0], sizeof workspace.m_floats[0]};
+        convertRows(bytes, {source.m_memory, source.m_pitch}, blocks * kBlockSide, workspace);
+        m_encodeBytes(destination.m_memory, bytes.m_texels, bytes.m_pitch, m_encoder, blocks);
+        return;
+    }
     const Rows decoded = decode(source, blocks, workspace);
     if (m_encode == nullptr) {
         convertRows({destination.m_memory, destination.m_pitch}, decoded, blocks * kBlockSide, workspace);

@@ -38,6 +38,7 @@ private:
         std::uint8_t* row(unsigned y) const { return m_texels + m_pitch * y; }
     };
 
+    void chooseByteEncoder(Vex::DataFormat from, Vex::DataFormat to);
     // What blocks of the source become: texels of this format.
     static Vex::DataFormat decodedFormat(Vex::DataFormat source);
     Rows decode(const ElementRows& source, unsigned blocks, Workspace& workspace) const;
@@ -52,6 +53,7 @@ private:
     bool m_isUsable = false;
     DecodeBlockRun m_decode;               // null: texels, or blocks of one or two channels
     EncodeBlockRun m_encode;               // null: texels
+    EncodeByteRun m_encodeBytes = nullptr; // in place of m_rows and m_encode: straight from pixels of bytes
     std::optional<ByteConversion> m_bytes; // comes first
     std::optional<RowConversion> m_rows;
 };

@@ -116,7 +116,7 @@ TEST(Bc1Group, LanesGiveTheBitsOfTheScalarCode) {
         }
         withBothKernels([&] {
             Words words(kCount);
-            encodeBc1Blocks(words.data(), texels.data(), kCount);
+            encodeBc1Blocks(words.data(), 8, texels.data(), kCount, kEncoderEffortNormal);
             EXPECT_EQ(words, expected);
         });
     }

@@ -20,6 +20,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <string>
 
 namespace {
 
@@ -63,13 +64,30 @@ Texels wildBlocks(unsigned blocks) {
     return texels;
 }
 
-TEST(BlockEncoders, RunsAndBaseLineGiveTheBytesOfSingleBlocks) {
-    constexpr unsigned kBlocks = 45;
-    const Texels texels = wildBlocks(kBlocks);
+struct EncoderCase {
+    std::string m_name;
+    EncoderConfiguration m_configuration;
+};
+
+// Every format at every effort.
+std::vector<EncoderCase> encoderCases() {
+    std::vector<EncoderCase> cases;
     for (const char* name :
          {"Bc1Unorm", "Bc1UnormNoAlpha", "Bc1UnormSrgbNoAlpha", "Bc2Unorm", "Bc2UnormSrgb", "Bc3Unorm",
           "Bc3UnormSrgb", "Bc4Unorm", "Bc4Snorm", "Bc5Unorm", "Bc5Snorm", "Bc7Unorm", "Bc7UnormSrgb"}) {
-        const EncoderConfiguration configuration = encoderFor(name);
+        for (const EncoderEffort effort :
+             {kEncoderEffortNormal, kEncoderEffortFast, kEncoderEffortHigh, kEncoderEffortBest}) {
+            cases.push_back({name + (" at effort " + std::to_string(effort)), encoderFor(name)});
+            cases.back().m_configuration.m_effort = effort;
+        }
+    }
+    return cases;
+}
+
+TEST(BlockEncoders, RunsAndBaseLineGiveTheBytesOfSingleBlocks) {
+    constexpr unsigned kBlocks = 45;
+    const Texels texels = wildBlocks(kBlocks);
+    for (const auto& [name, configuration] : encoderCases()) {
         const SurfaceFormatInfo& row =
             getSurfaceFormatInfo(configuration.getTexture()->getDataFormat().getSurfaceFormat());
         std::vector<std::uint8_t> runs[2], single(kBlocks * row.bytesPerElement);
@@ -97,6 +115,120 @@ TEST(BlockEncoders, RunsAndBaseLineGiveTheBytesOfSingleBlocks) {
         EXPECT_EQ(runs[0], single) << name;
         EXPECT_EQ(runs[1], single) << name;
     }
+}
+
+// Squared, over the colours of a block.
+double decodedError(const std::vector<std::uint8_t>& blocks, const Texels& texels, std::size_t block) {
+    std::uint8_t bytes[64];
+    decodeBc1(bytes, &blocks[8 * block]);
+    double error = 0;
+    for (unsigned i = 0; i < 16; ++i) {
+        const ColorRGBA32F& texel = texels[16 * block + i];
+        error += std::pow(double(texel.r) * 255 - bytes[4 * i], 2) +
+                 std::pow(double(texel.g) * 255 - bytes[4 * i + 1], 2) +
+                 std::pow(double(texel.b) * 255 - bytes[4 * i + 2], 2);
+    }
+    return error;
+}
+
+// No block gets worse by a longer search, and all together get better by what the search is there for.
+TEST(BlockEncoders, LongerSearchesFindBetterColours) {
+    constexpr unsigned kBlocks = 400;
+    std::mt19937 random(8);
+    Texels texels;
+    for (unsigned i = 0; i < 16 * kBlocks; ++i) {
+        const float along = float(random() % 64) + float(i / 16 % 100);
+        const auto channel = [&](float part) { return (along * part + float(random() % 12)) / 255; };
+        texels.push_back({channel(1.0f), channel(0.8f), channel(0.3f), 1.0f});
+    }
+    EncoderConfiguration configuration = encoderFor("Bc1UnormNoAlpha");
+    double sums[3] = {};
+    std::vector<std::uint8_t> blocks[3];
+    for (const EncoderEffort effort : {kEncoderEffortNormal, kEncoderEffortHigh, kEncoderEffortBest}) {
+        const unsigned i = effort == kEncoderEffortNormal ? 0 : effort - 1;
+        configuration.m_effort = effort;
+        blocks[i].resize(8 * kBlocks);
+        findBlockRunEncoder(Vex::kSurfaceFormatBc1)(blocks[i].data(), texels.data(), configuration, kBlocks);
+        for (unsigned block = 0; block < kBlocks; ++block) {
+            const double error = decodedError(blocks[i], texels, block);
+            EXPECT_LE(error, decodedError(blocks[i == 2], texels, block) + 0.01) << block; // of floats
+            sums[i] += error;
+        }
+    }
+    EXPECT_LT(sums[1], sums[0] * 0.95);
+    EXPECT_LT(sums[2], sums[1] * 0.999);
+}
+
+std::vector<std::uint8_t> converted(const Raw::Image& source, const char* format,
+                                    MemoryMappedImage* destination,
+                                    EncoderEffort effort = kEncoderEffortNormal) {
+    SerialJobManager serial;
+    Configuration configuration;
+    configuration.m_jobManager = &serial;
+    configuration.m_encoderConfiguration.m_effort = effort;
+    reallocate(destination, &source, formatNamed(format));
+    EXPECT_EQ(kErrorNone, reformat(&source, destination, &configuration)) << format;
+    const MemoryRegion bytes = destination->getMemoryRegion();
+    return {static_cast<const std::uint8_t*>(bytes.begin), static_cast<const std::uint8_t*>(bytes.end)};
+}
+
+// All pairs of endpoints of a channel, with all codes; the other bytes at random.
+void fillWithBlocks(MemoryMappedImage* image, const char* format) {
+    Vex::Texture texture;
+    texture.initAs2d(1024, 1024, 1, formatNamed(format), Vex::kTileModeDisplay_LinearAligned,
+                     Vex::kNumFragments1);
+    image->reallocate(&texture);
+    std::mt19937 random(6);
+    auto* bytes = static_cast<std::uint8_t*>(image->getMemoryRegion().begin);
+    const std::uint64_t size = image->getMemoryRegion().length();
+    for (std::uint64_t i = 0; i < size; ++i) {
+        const std::uint64_t pair = i / (size / 65536);
+        bytes[i] = static_cast<std::uint8_t>(i % 8 == 0 ? pair : i % 8 == 1 ? pair >> 8 : random());
+    }
+}
+
+// What is made straight of bytes, or straight to bytes, is what floats in between give.
+TEST(BlockRuns, TheWaysOfBytesGiveWhatFloatsGive) {
+    struct Case {
+        const char* m_from;
+        const char* m_to;
+    };
+    const Case decoded[] = {{"Bc4Unorm", "R8Unorm"},       {"Bc5Unorm", "R8G8Unorm"},
+                            {"Bc4Unorm", "R8G8B8A8Unorm"}, {"Bc5Unorm", "R8G8B8A8Unorm"},
+                            {"Bc5Unorm", "B8G8R8A8Unorm"}, {"Bc1UnormNoAlpha", "R8G8B8A8Unorm"},
+                            {"Bc1Unorm", "R8G8B8A8Unorm"}, {"Bc4Snorm", "R8Snorm"}};
+    for (const bool wide : {false, true}) {
+        Simd::allowAvx2(wide);
+        for (const Case& c : decoded) {
+            MemoryMappedImage blocks, floats, straight, around;
+            fillWithBlocks(&blocks, c.m_from);
+            converted(blocks, "R32G32B32A32Float", &floats);
+            EXPECT_EQ(converted(blocks, c.m_to, &straight), converted(floats, c.m_to, &around))
+                << c.m_from << " to " << c.m_to;
+        }
+        MemoryMappedImage pixels, floats, straight, around;
+        Vex::Texture texture;
+        texture.initAs2d(4 * 53, 24, 1, formatNamed("R8G8B8A8Unorm"), Vex::kTileModeDisplay_LinearAligned,
+                         Vex::kNumFragments1);
+        for (const char* from : {"R8G8B8A8Unorm", "B8G8R8A8Unorm"}) {
+            texture.setDataFormat(formatNamed(from));
+            pixels.reallocate(&texture);
+            std::mt19937 random(7);
+            auto* bytes = static_cast<std::uint8_t*>(pixels.getMemoryRegion().begin);
+            for (std::uint64_t i = 0; i < pixels.getMemoryRegion().length(); ++i) {
+                bytes[i] = static_cast<std::uint8_t>(i / 4 % 7 * 20 + random() % (i < 9000 ? 256 : 30));
+            }
+            converted(pixels, "R32G32B32A32Float", &floats);
+            for (const char* to : {"Bc1UnormNoAlpha", "Bc3Unorm", "Bc4Unorm", "Bc5Unorm"}) {
+                for (const EncoderEffort effort : {kEncoderEffortNormal, kEncoderEffortHigh}) {
+                    EXPECT_EQ(converted(pixels, to, &straight, effort),
+                              converted(floats, to, &around, effort))
+                        << from << " to " << to << " at effort " << effort;
+                }
+            }
+        }
+    }
+    Simd::allowAvx2(true);
 }
 
 std::array<std::uint8_t, 16> decodedAlpha(const std::uint8_t* alpha) {
