@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <optional>
@@ -50,41 +51,54 @@ std::string keyOf(const BatchSettings& settings) {
     return key;
 }
 
-// Hands out files in order, each when the memory that it needs is free. One that needs more than there is
-// comes alone.
+// Hands out files in order: so many at once, and each when the memory that it needs is free. One that needs
+// more than there is comes alone.
 class Queue {
 public:
-    Queue(const Batch& batch, std::uint64_t memory) : m_batch(batch), m_memory(memory) {}
+    Queue(const Batch& batch, unsigned jobs, std::uint64_t memory)
+        : m_batch(batch), m_jobs(jobs), m_memory(memory) {}
 
-    struct Turn {
-        std::size_t m_file = 0;
-        std::uint64_t m_memory = 0;
+    // A file, and its share of processor and memory until finish or the end.
+    class Turn {
+    public:
+        Turn(Queue* queue, std::size_t file, std::uint64_t memory)
+            : m_queue(queue), m_file(file), m_memory(memory) {}
+        ~Turn() { finish(); }
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+
+        std::size_t file() const { return m_file; }
+        void finish() {
+            if (Queue* const queue = std::exchange(m_queue, nullptr)) {
+                queue->giveBack(m_memory);
+            }
+        }
+
+    private:
+        Queue* m_queue;
+        const std::size_t m_file;
+        const std::uint64_t m_memory;
     };
 
-    // Nothing when all files are handed out.
-    std::optional<Turn> next() {
+    // Null when all files are handed out.
+    std::unique_ptr<Turn> next() {
         std::unique_lock lock(m_mutex);
         if (m_next >= m_batch.m_files.size()) {
-            return std::nullopt;
+            return nullptr;
         }
-        Turn turn{m_next++};
+        const std::size_t index = m_next++;
         lock.unlock(); // the estimate reads the file's headers
-        const BatchFile& file = m_batch.m_files[turn.m_file];
-        turn.m_memory = estimateConversion(file.m_source, file.m_destination,
-                                           m_batch.m_settings[file.m_settings].m_options)
-                            .m_memory;
+        const BatchFile& file = m_batch.m_files[index];
+        const ConversionOptions& options = m_batch.m_settings[file.m_settings].m_options;
+        const std::uint64_t memory = estimateConversion(file.m_source, file.m_destination, options).m_memory;
         lock.lock();
-        m_isFree.wait(lock, [&] { return m_used == 0 || m_used + turn.m_memory <= m_memory; });
-        m_used += turn.m_memory;
-        return turn;
-    }
-
-    void finish(const Turn& turn) {
-        {
-            const std::scoped_lock lock(m_mutex);
-            m_used -= turn.m_memory;
-        }
-        m_isFree.notify_all();
+        m_isFree.wait(lock, [&] {
+            const bool fits = memory <= m_memory && m_used <= m_memory - memory;
+            return m_atWork == 0 || (m_atWork < m_jobs && fits);
+        });
+        ++m_atWork;
+        m_used += memory;
+        return std::make_unique<Turn>(this, index, memory);
     }
 
     void handOutNoMore() {
@@ -93,30 +107,49 @@ public:
     }
 
 private:
+    void giveBack(std::uint64_t memory) {
+        {
+            const std::scoped_lock lock(m_mutex);
+            --m_atWork;
+            m_used -= memory;
+        }
+        m_isFree.notify_all();
+    }
+
     const Batch& m_batch;
+    const unsigned m_jobs;
     const std::uint64_t m_memory;
     std::mutex m_mutex;
     std::condition_variable m_isFree;
     std::size_t m_next = 0;
+    unsigned m_atWork = 0;
     std::uint64_t m_used = 0;
 };
+
+unsigned jobsFor(const Batch& batch, const BatchOptions& options) {
+    const std::size_t cores = std::max(1u, std::thread::hardware_concurrency());
+    const std::size_t wanted = options.m_jobs != 0            ? options.m_jobs
+                               : batch.m_files.size() > cores ? cores
+                                                              : 1;
+    return static_cast<unsigned>(std::min(batch.m_files.size(), wanted));
+}
 
 class Runner {
 public:
     Runner(const Batch& batch, const BatchOptions& options)
         : m_batch(batch), m_options(options), m_results(batch.m_files.size()),
-          m_queue(batch, options.m_memory),
+          m_jobs(jobsFor(batch, options)), m_queue(batch, m_jobs, options.m_memory),
           m_tellsLines(batch.m_files.size() > 1 && !isQuiet() && !isJson() &&
-                       !qor::Texsmith::Raw::isTerminal(kStandardOutput)) {
-        const auto files = static_cast<unsigned>(std::min<std::size_t>(batch.m_files.size(), ~0u));
-        const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
-        m_jobs = std::min(files, options.m_jobs != 0 ? options.m_jobs : files > cores ? cores : 1);
-    }
+                       !qor::Texsmith::Raw::isTerminal(kStandardOutput)) {}
 
     std::vector<BatchResult> run() {
         if (m_batch.m_files.size() == 1) { // whose failure is the command's
-            m_results[0].m_outcome = convertOne(m_batch.m_files[0], m_options.m_isSerial);
+            m_results[0].m_outcome =
+                convertOne(m_batch.m_files[0], {m_options.m_isSerial, m_options.m_force, {}});
             return std::move(m_results);
+        }
+        if (m_batch.m_files.empty()) {
+            return {};
         }
         ProgressBar bar("files", static_cast<unsigned>(m_batch.m_files.size()));
         m_bar = &bar;
@@ -130,14 +163,16 @@ public:
     }
 
 private:
+    // With some threads more than files may be at work: these wait for the disk meanwhile.
     void workOnThreads() {
+        const std::size_t most = std::min<std::size_t>(m_batch.m_files.size(), m_jobs + (m_jobs + 1) / 2);
         std::vector<std::thread> threads;
         const auto body = [this] {
             const ReportsOfThisThread reports;
             work(true);
         };
         try {
-            while (threads.size() + 1 < m_jobs) {
+            while (threads.size() + 1 < most) {
                 threads.emplace_back(body);
             }
         } catch (const std::system_error&) { // those that there are do the work
@@ -149,31 +184,31 @@ private:
     }
 
     void work(bool isSerial) {
-        while (const std::optional<Queue::Turn> turn = m_queue.next()) {
-            const BatchFile& file = m_batch.m_files[turn->m_file];
+        while (const std::unique_ptr<Queue::Turn> turn = m_queue.next()) {
+            const BatchFile& file = m_batch.m_files[turn->file()];
+            BatchResult& result = m_results[turn->file()];
             forgetReports();
             const HintsAbout about(file.m_source);
-            m_results[turn->m_file] = resultOf(file, isSerial);
-            m_queue.finish(*turn);
-            tell(file, m_results[turn->m_file]);
+            result = resultOf(file, {isSerial, m_options.m_force, [&] { turn->finish(); }});
+            tell(file, result);
             m_bar->step();
-            if (m_options.m_failsFast && m_results[turn->m_file].m_outcome == BatchOutcome::kFailed) {
+            if (m_options.m_failsFast && result.m_outcome == BatchOutcome::kFailed) {
                 m_queue.handOutNoMore();
             }
         }
     }
 
     // Nothing that happens to one file ends the others, a fault of the system included.
-    BatchResult resultOf(const BatchFile& file, bool isSerial) {
+    BatchResult resultOf(const BatchFile& file, const FileWork& work) {
         class Body : public qor::Texsmith::Raw::UnhandledExceptionAbsorber {
         public:
-            Body(Runner& runner, const BatchFile& file, bool isSerial, BatchResult* result)
-                : m_runner(runner), m_file(file), m_isSerial(isSerial), m_result(result) {}
+            Body(Runner& runner, const BatchFile& file, const FileWork& work, BatchResult* result)
+                : m_runner(runner), m_file(file), m_work(work), m_result(result) {}
 
         private:
             int doMain(int, char**) override {
                 try {
-                    m_result->m_outcome = m_runner.convertOne(m_file, m_isSerial);
+                    m_result->m_outcome = m_runner.convertOne(m_file, m_work);
                 } catch (const Failure& failure) {
                     *m_result = {BatchOutcome::kFailed, failure.what()};
                 } catch (const std::bad_alloc&) {
@@ -186,18 +221,18 @@ private:
 
             Runner& m_runner;
             const BatchFile& m_file;
-            bool m_isSerial;
+            const FileWork& m_work;
             BatchResult* m_result;
         };
         BatchResult result;
-        if (Body(*this, file, isSerial, &result).main(0, nullptr) != 0) {
+        if (Body(*this, file, work, &result).main(0, nullptr) != 0) {
             ReplacementFile::removeUnfinished();
             result = {BatchOutcome::kFailed, file.m_source + ": " + kFaultFailure};
         }
         return result;
     }
 
-    BatchOutcome convertOne(const BatchFile& file, bool isSerial) {
+    BatchOutcome convertOne(const BatchFile& file, const FileWork& work) {
         const BatchSettings& settings = m_batch.m_settings[file.m_settings];
         if (m_options.m_keepsExisting && isThere(file.m_destination)) {
             return BatchOutcome::kKept;
@@ -211,7 +246,7 @@ private:
         if (!m_batch.m_isOnePair || m_options.m_makesFolders) {
             makeFolderOf(file.m_destination);
         }
-        convertFile(file.m_source, file.m_destination, settings.m_options, {isSerial, m_options.m_force});
+        convertFile(file.m_source, file.m_destination, settings.m_options, work);
         if (source) {
             if (const std::optional<std::uint64_t> written = contentHash(file.m_destination)) {
                 m_record.add(file.m_destination, making, *written);
@@ -234,9 +269,9 @@ private:
     const Batch& m_batch;
     const BatchOptions& m_options;
     std::vector<BatchResult> m_results;
+    const unsigned m_jobs; // at once
     Queue m_queue;
     UpdateRecord m_record;
-    unsigned m_jobs = 1;
     ProgressBar* m_bar = nullptr;
     const bool m_tellsLines;
     std::mutex m_lines;
@@ -263,7 +298,7 @@ std::string summaryOf(const std::vector<BatchResult>& results) {
             summary += (summary.empty() ? "" : ", ") + std::to_string(count) + " " + text;
         }
     }
-    return summary;
+    return summary.empty() ? "nothing to convert" : summary;
 }
 
 } // namespace Tool

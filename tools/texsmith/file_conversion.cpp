@@ -138,6 +138,9 @@ void convertFile(const std::string& source, const std::string& destination, cons
     SourceFile from(source, options.m_inputType);
     ReplacementFile file(fileToReplace(source, destination), work.m_force);
     writeConverted(&from, destination, file.name(), options, work);
+    if (work.m_whenMade) {
+        work.m_whenMade();
+    }
     file.takePlace();
 }
 

@@ -3,6 +3,7 @@
 
 #include "conversion_options.h"
 
+#include <functional>
 #include <string>
 
 namespace Tool {
@@ -14,6 +15,8 @@ std::string resolveDestination(const std::string& source, const std::string& des
 struct FileWork {
     bool m_isSerial = false; // on the calling thread alone
     bool m_force = false;    // over a read-only file too
+    // Called when the result is made, and only the disk is waited for; may be empty.
+    std::function<void()> m_whenMade;
 };
 
 // Writes `source`, a file or URL, as `destination`, where "-" is the standard input and output, beside which
