@@ -157,6 +157,8 @@ def check_refusals():
     check("is a folder; -r" in run("art", ".dds", status=2).stderr, "a folder without -r")
     shown = run(*CONVERT_ALL[:2], "-o", "new", "--recipe", "studio.json", "--dry-run").stdout
     check("art/props/dusk.png -> new/props/dusk.dds: 128 x 96, 8 mips, Bc7Unorm" in shown, shown)
+    shown = run("-r", "art", ".dds", "-o", "new", "--max-size", "64", "--mips", "2", "--dry-run").stdout
+    check("new/props/dusk.dds: 64 x 48, 2 mips" in shown, "options of pictures in a batch:", shown)
     check(not os.path.exists("new"), "something was written all the same")
     shutil.copytree("art", "mixed")
     write("mixed/props/broken.png", b"\x89PNG\r\n\x1a\n")

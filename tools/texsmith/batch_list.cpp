@@ -1,11 +1,13 @@
 #include "batch_list.h"
 
 #include "batch_names.h"
+#include "batch_options.h"
 #include "batch_sources.h"
 #include "failure.h"
 #include "file_conversion.h"
 #include "paths.h"
 #include "recipe.h"
+#include "source_file.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -29,13 +31,29 @@ bool isExtension(const std::string& name) {
     return name.starts_with('.') && nameOffset(name) == 0 && !fs::exists(toPath(name), error);
 }
 
+// All groups of a command but those that are about many files, results and streams: what a rule may have.
+std::vector<OptionGroup> groupsOfTexels(const Command& command) {
+    std::vector<OptionGroup> groups;
+    const auto isSame = [](const OptionGroup& a, const OptionGroup& b) {
+        return a.m_options.data() == b.m_options.data();
+    };
+    for (const OptionGroup& group : command.m_groups) {
+        if (!isSame(group, kBatchGroups[0]) && !isSame(group, kBatchGroups[1]) &&
+            !isSame(group, kStandardStreamOptions)) {
+            groups.push_back(group);
+        }
+    }
+    return groups;
+}
+
 // The options of a rule, and those of the command line in front of which they stand.
-BatchSettings settingsOf(const std::vector<std::string>& rule, const std::vector<std::string>& given) {
-    const Command command{.m_name = "convert", .m_summary = {}, .m_groups = kConversionGroups};
+BatchSettings settingsOf(const std::vector<std::string>& rule, const std::vector<std::string>& given,
+                         std::span<const OptionGroup> groups) {
+    const Command command{.m_name = "convert", .m_summary = {}, .m_groups = groups};
     std::vector<std::string> all = rule;
     all.insert(all.end(), given.begin(), given.end());
     const Options merged(command, all);
-    return {conversionOptionsOf(merged), argumentsIn(merged, kConversionGroups)};
+    return {conversionOptionsOf(merged), argumentsIn(merged, groups)};
 }
 
 struct Request {
@@ -87,7 +105,8 @@ bool isResult(const BatchSource& source, const std::string& destination) {
 
 class BatchMaker {
 public:
-    explicit BatchMaker(const Options& options) : m_options(options), m_request(requestOf(options)) {}
+    explicit BatchMaker(const Options& options)
+        : m_options(options), m_groups(groupsOfTexels(options.command())), m_request(requestOf(options)) {}
 
     Batch make() {
         readSettings();
@@ -104,15 +123,15 @@ public:
 
 private:
     void readSettings() {
-        const std::vector<std::string> given = argumentsIn(m_options, kConversionGroups);
+        const std::vector<std::string> given = argumentsIn(m_options, m_groups);
         if (!m_options.has("--recipe")) {
             checkNaming(m_request.m_naming);
-            m_batch.m_settings.push_back(settingsOf({}, given));
+            m_batch.m_settings.push_back(settingsOf({}, given, m_groups));
             m_namings.push_back(m_request.m_naming);
             return;
         }
         const std::string recipe = m_options.value("--recipe");
-        m_rules = readRecipe(recipe, kConversionGroups);
+        m_rules = readRecipe(recipe, m_groups);
         for (const RecipeRule& rule : m_rules) {
             Naming naming = m_request.m_naming;
             naming.m_extension = rule.m_extension.empty() ? naming.m_extension : rule.m_extension;
@@ -124,7 +143,7 @@ private:
             if (!rule.m_isSkipped) {
                 checkNaming(naming);
             }
-            m_batch.m_settings.push_back(settingsOf(rule.m_arguments, given));
+            m_batch.m_settings.push_back(settingsOf(rule.m_arguments, given, m_groups));
             m_namings.push_back(naming);
         }
     }
@@ -147,6 +166,7 @@ private:
     }
 
     const Options& m_options;
+    const std::vector<OptionGroup> m_groups;
     Request m_request;
     std::vector<RecipeRule> m_rules;
     std::vector<Naming> m_namings; // one for each of the settings
@@ -163,7 +183,8 @@ Batch pairOf(const Options& options) {
         throw UsageFailure(options.names()[1] + " is a folder; -o writes below one");
     }
     Batch batch;
-    batch.m_settings.push_back({conversionOptionsOf(options), argumentsIn(options, kConversionGroups)});
+    batch.m_settings.push_back(
+        {conversionOptionsOf(options), argumentsIn(options, groupsOfTexels(options.command()))});
     batch.m_files.push_back({source, resolveDestination(source, options.names()[1]), 0});
     batch.m_isOnePair = true;
     return batch;

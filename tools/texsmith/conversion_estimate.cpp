@@ -78,6 +78,26 @@ unsigned mipsOf(unsigned width, unsigned height) {
     return mips;
 }
 
+// Of the largest mip, by the steps in their order.
+void setSize(ConversionEstimate* estimate, const Raw::FileDescription& from,
+             const ConversionOptions& options) {
+    const StepOptions& steps = options.m_steps;
+    unsigned width = steps.m_crop ? steps.m_crop->m_width : from.m_width;
+    unsigned height = steps.m_crop ? steps.m_crop->m_height : from.m_height;
+    if (options.m_size) {
+        width = options.m_size->m_width;
+        height = options.m_size->m_height;
+    }
+    const unsigned most = steps.m_maxSize.value_or(~0u);
+    while (most != 0 && std::max(width, height) > most) {
+        width = std::max(1u, width / 2);
+        height = std::max(1u, height / 2);
+    }
+    const unsigned multiple = std::max(1u, steps.m_padToMultiple.value_or(1));
+    estimate->m_width = (width + multiple - 1) / multiple * multiple;
+    estimate->m_height = (height + multiple - 1) / multiple * multiple;
+}
+
 std::uint64_t fileBytes(const std::string& file) {
     std::error_code error;
     const std::uintmax_t bytes = std::filesystem::file_size(toPath(file), error);
@@ -96,11 +116,12 @@ ConversionEstimate estimateConversion(const std::string& source, const std::stri
     if (from.m_width == 0 || from.m_height == 0 || from.m_format.m_word == 0) {
         return estimate;
     }
-    estimate.m_width = options.m_size ? options.m_size->m_width : from.m_width;
-    estimate.m_height = options.m_size ? options.m_size->m_height : from.m_height;
-    estimate.m_mips = !holdsMips       ? 1
-                      : options.m_mips ? mipsOf(estimate.m_width, estimate.m_height)
-                                       : from.m_mips;
+    setSize(&estimate, from, options);
+    if (holdsMips) {
+        estimate.m_mips =
+            options.m_mips ? std::min(mipsOf(estimate.m_width, estimate.m_height), options.m_steps.m_mostMips)
+                           : from.m_mips;
+    }
     estimate.m_surfaces = holdsMips ? from.m_depth * from.m_faces * from.m_arrayEntries : 1;
     estimate.m_format = options.m_format.value_or(from.m_format);
     const std::uint64_t result = bytesOfChain(estimate, estimate.m_format);
@@ -111,7 +132,8 @@ ConversionEstimate estimateConversion(const std::string& source, const std::stri
     const std::uint64_t floats =
         std::uint64_t{from.m_width} * from.m_height + std::uint64_t{estimate.m_width} * estimate.m_height;
     estimate.m_memory = fileBytes(source) + from.m_texelBytes + bytesOfChain(estimate, from.m_format) +
-                        2 * result + (options.m_size ? kBytesOfFloats * floats : 0);
+                        2 * result +
+                        (options.m_size || options.m_steps.changePicture() ? kBytesOfFloats * floats : 0);
     return estimate;
 }
 
