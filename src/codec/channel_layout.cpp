@@ -71,9 +71,9 @@ Error writeRows(const FileKind& kind, const Image& source, const ChannelLayout& 
         const MemoryRegion elements = firstSurface(image);
         const unsigned width = image.getPixelsWide(0), height = image.getPixelsTall(0);
         std::vector<std::uint8_t> file;
-        const Error error =
-            write({elements.begin, elements.length() / height, width, height, layout, isSrgb(image), effort},
-                  &file);
+        const Error error = write({elements.begin, elements.length() / height, width, height, layout,
+                                   isSrgb(image) || configuration->m_numbersAreSrgb, effort},
+                                  &file);
         if (error != kErrorNone || !resizeFile(kind, place, file.size())) {
             return error != kErrorNone ? error : kErrorFailed;
         }

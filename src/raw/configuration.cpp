@@ -131,6 +131,6 @@ void EncoderConfiguration::updateExternalCompressor() {
 Configuration::Configuration()
     : m_version(kVersion), m_abort(nullptr), m_allocator(g_mallocAllocator),
       m_jobManager(defaultJobManager()), m_textureChannelType(Vex::kTextureChannelTypeUNorm),
-      m_callbacksPerJob(0), m_readingOptions(kReadLiterally) {}
+      m_callbacksPerJob(0), m_readingOptions(kReadLiterally), m_numbersAreSrgb(false) {}
 
 } // namespace qor::Texsmith::Raw

@@ -34,7 +34,7 @@ def open_rgba(name):
 
 
 def read_pfm(name):
-    """For Pillow before 10.3, which reads none. Our rows go down, as those of our other files."""
+    """For Pillow before 10.3, which reads none. Rows go up, as the format has them."""
     with open(name, "rb") as file:
         kind, width, height, scale = b" ".join(file.readline() for _ in range(3)).split()
         check(kind == b"PF" and float(scale) == -1, "not a colour file with the least significant bytes first")
@@ -42,7 +42,8 @@ def read_pfm(name):
     if sys.byteorder == "big":
         floats.byteswap()
     size = int(width), int(height)
-    return Image.frombytes("RGB", size, bytes(round(value * 255) for value in floats)).convert("RGBA")
+    image = Image.frombytes("RGB", size, bytes(round(value * 255) for value in floats))
+    return image.transpose(Image.FLIP_TOP_BOTTOM).convert("RGBA")
 
 
 def expect_same(what, expected, found, tolerance=0, skipped=""):

@@ -3,14 +3,16 @@
 #include "console.h"
 #include "failure.h"
 #include "file_info.h"
+#include "hints.h"
+#include "source_numbers.h"
 #include "steps/mip_steps.h"
 #include "steps/picture_steps.h"
 
 #include "qor/texsmith/raw/dds.h"
+#include "qor/texsmith/raw/file_description.h"
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/helpers.h"
 #include "qor/texsmith/raw/image.h"
-#include "qor/texsmith/raw/statistics.h"
 
 #include <memory>
 
@@ -21,55 +23,89 @@ using namespace qor;
 using namespace qor::Texsmith;
 
 constexpr Raw::FileType kDds = Raw::makeFileType(".DDS");
+constexpr Raw::FileType kVxf = Raw::makeFileType(".VXF");
 
-bool selectsAlpha(Vex::DataFormat format) { return format.getChannel(3) == Vex::kTextureChannelW; }
-
-// Blocks of such a format give up one colour of four for a transparency that an opaque picture lacks.
-bool wastesTransparency(const Raw::ElementProvider& picture, Vex::DataFormat format,
-                        Configuration* configuration) {
-    if (format.getSurfaceFormat() != Vex::kSurfaceFormatBc1 || !selectsAlpha(format)) {
-        return false;
-    }
-    if (!selectsAlpha(picture.getDataFormat())) {
-        return true;
-    }
-    Raw::MinMaxMean range;
-    return Raw::getMinMaxMean(&picture, &range, configuration) == Raw::kErrorNone && range.min[3] >= 1.0f;
+bool areSameButForType(Vex::DataFormat a, Vex::DataFormat b) {
+    return a == b.withTextureChannelType(a.getTextureChannelType());
 }
 
-// With a hint at a better choice.
-OwnedImage inWantedFormat(const Raw::MemoryMappedImage& image, Vex::DataFormat format,
-                          Configuration* configuration) {
-    if (wastesTransparency(image, format, configuration)) {
-        const bool isSrgb = format.getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
-        hint(std::string("an opaque picture loses quality in a format with transparency; pick ") +
-             (isSrgb ? "Bc1UnormSrgbNoAlpha" : "Bc1UnormNoAlpha"));
-    }
-    return inFormat(image, format, configuration);
-}
-
-// The classic header where it brings the format back, and the extended one where it does not.
-unsigned ddsVersionFor(Vex::DataFormat format, const ConversionOptions& options,
+// The classic header where it brings the format back and there is no array, which it cannot tell of; and the
+// extended one where it does not.
+unsigned ddsVersionFor(const Raw::Image& image, const ConversionOptions& options,
                        const Configuration& configuration) {
+    const Vex::DataFormat format = image.getDataFormat();
     const auto formatBack = [&](unsigned version) {
         return Raw::getFormatInDds(format, version, configuration.m_textureChannelType);
     };
-    const bool classicServes = formatBack(9) == format;
+    const bool isArray = image.getSurfaceCount().arrayEntries > 1;
+    // One that loses the type alone is better than one that changes the channels.
+    const bool classicServes =
+        (formatBack(9) == format && !(isArray && formatBack(10) == format)) ||
+        (areSameButForType(formatBack(9), format) && !areSameButForType(formatBack(10), format));
     const unsigned version = options.m_ddsVersion.value_or(classicServes ? 9 : Raw::kDdsVersionDx10);
     if (!(formatBack(version) == format)) {
         hint("a DDS header of version " + std::to_string(version) + " cannot name " + formatName(format) +
              "; it will be read as " + formatName(formatBack(version)));
+    }
+    if (isArray && version != Raw::kDdsVersionDx10) {
+        hint("readers of DDS files take the first slice of an array");
     }
     return version;
 }
 
 Raw::Error writeDds(const Raw::Image& image, Raw::ResizableMemoryRegion* destination,
                     const ConversionOptions& options, Configuration* configuration) {
-    if (image.getSurfaceCount().arrayEntries > 1) {
-        hint("readers of DDS files take the first slice of an array");
-    }
-    const unsigned version = ddsVersionFor(image.getDataFormat(), options, *configuration);
+    const unsigned version = ddsVersionFor(image, options, *configuration);
     return Raw::convertToDds(&image, destination, version, configuration);
+}
+
+// Texels that go from container to container as they are stored, and whatever else the library does in one
+// pass and with the same numbers.
+bool isLeftToTheLibrary(const Numbers& numbers, Raw::FileType from, Raw::FileType to,
+                        const ConversionOptions& options) {
+    if (!options.changeNothing()) {
+        return false;
+    }
+    if (from == to || (from == kDds && to == kVxf)) {
+        return true;
+    }
+    return to != kDds && numbers != Numbers::kSrgb && !(numbers == Numbers::kLight && holdsPicture(to));
+}
+
+// Averages are made in light where the numbers are sRGB.
+void changeShape(NumberedPicture* picture, const ConversionOptions& options, Configuration* configuration) {
+    if (options.average()) {
+        showAsSrgb(picture, configuration);
+    }
+    if (options.m_size || options.m_steps.changePicture()) {
+        picture->m_image = withPictureSteps(std::move(picture->m_image), options.m_steps, options.m_size,
+                                            options.m_filter, configuration);
+    }
+    if (options.m_mips) {
+        picture->m_image = withMips(std::move(picture->m_image), options.m_steps, configuration);
+    }
+}
+
+void changeNumbers(NumberedPicture* picture, Raw::FileType to, const ConversionOptions& options,
+                   Configuration* configuration) {
+    if (options.m_format) {
+        hintAtQuality(*picture->m_image, *options.m_format, configuration);
+        convertFormat(picture, *options.m_format, options.m_transferOut, configuration);
+    }
+    if (holdsPicture(to) || holdsFloats(to)) {
+        convertForPicture(picture, to, options.m_transferOut, configuration);
+    } else if (!options.m_format) {
+        convertForContainer(picture, to, options.m_transferOut, configuration);
+    }
+}
+
+Raw::Error write(const NumberedPicture& picture, Raw::ResizableMemoryRegion* destination,
+                 const std::string& name, const ConversionOptions& options, Configuration* configuration) {
+    if (Raw::getFileTypeFromExtension(name.c_str()) == kDds) {
+        return writeDds(*picture.m_image, destination, options, configuration);
+    }
+    configuration->m_numbersAreSrgb = picture.m_numbers == Numbers::kSrgb;
+    return Raw::saveWithResult(picture.m_image.get(), destination, name.c_str(), configuration);
 }
 
 } // namespace
@@ -77,32 +113,38 @@ Raw::Error writeDds(const Raw::Image& image, Raw::ResizableMemoryRegion* destina
 Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
                           Raw::ResizableMemoryRegion* destination, const std::string& destinationName,
                           const ConversionOptions& options, Configuration* configuration) {
+    configuration->m_readingOptions = options.m_isLiteral ? Raw::kReadLiterally : Raw::kReadKindly;
+    Raw::FileDescription description;
+    Raw::describeFile(&description, source, sourceName.c_str(), configuration, 0);
     const Raw::FileType from = Raw::getFileTypeFromExtension(sourceName.c_str());
     const Raw::FileType to = Raw::getFileTypeFromExtension(destinationName.c_str());
-    if (options.changeNothing() && (to != kDds || from == kDds)) {
+    const SourceNumbers stated = numbersOf(description, description.m_format, options, to);
+    if (from != to || !options.changeNothing()) {
+        hintAtReading(description);
+    }
+    if (isLeftToTheLibrary(stated.m_numbers, from, to, options)) {
+        hintAtNumbers(description, stated, options, to);
         return Raw::convertWithResult(source, sourceName.c_str(), destination, destinationName.c_str(),
                                       configuration);
     }
-    auto image = std::make_unique<Raw::MemoryMappedImage>();
-    const Raw::Error error = Raw::loadWithResult(image.get(), source, sourceName.c_str(), configuration, 0);
+    NumberedPicture picture = {std::make_unique<Raw::MemoryMappedImage>(), Numbers::kData};
+    const Raw::Error error =
+        Raw::loadWithResult(picture.m_image.get(), source, sourceName.c_str(), configuration, 0);
     if (error != Raw::kErrorNone) {
         return error;
     }
-    if (options.m_size || options.m_steps.changePicture()) {
-        image = withPictureSteps(std::move(image), options.m_steps, options.m_size, options.m_filter,
-                                 configuration);
+    const SourceNumbers numbers = numbersOf(description, picture.m_image->getDataFormat(), options, to);
+    hintAtNumbers(description, numbers, options, to);
+    picture.m_numbers = numbers.m_numbers;
+    if (picture.m_numbers != Numbers::kSrgb) {
+        showAsNumbers(&picture);
     }
-    if (options.m_mips) {
-        image = withMips(std::move(image), options.m_steps, configuration);
-    }
-    if (options.m_format) {
-        image = inWantedFormat(*image, *options.m_format, configuration);
-    }
+    changeShape(&picture, options, configuration);
+    changeNumbers(&picture, to, options, configuration);
     if (options.m_steps.m_tileMode) {
-        image = withTileMode(std::move(image), *options.m_steps.m_tileMode);
+        picture.m_image = withTileMode(std::move(picture.m_image), *options.m_steps.m_tileMode);
     }
-    return to == kDds ? writeDds(*image, destination, options, configuration)
-                      : Raw::saveWithResult(image.get(), destination, destinationName.c_str(), configuration);
+    return write(picture, destination, destinationName, options, configuration);
 }
 
 } // namespace Tool

@@ -55,6 +55,24 @@ constexpr Option kShapeOptions[] = {
      .m_choices = "box|triangle|cubic|lanczos"},
 };
 
+constexpr Option kNumberOptions[] = {
+    {.m_name = "--transfer",
+     .m_value = "MEANING",
+     .m_help = "what the numbers of the source mean; auto, as without it, believes what the file says, takes "
+               "one that says nothing for sRGB where the destination is sRGB, and else for data",
+     .m_example = "srgb",
+     .m_choices = "auto|srgb|linear"},
+    {.m_name = "--data", .m_help = "short for --transfer linear: normals, masks, heights"},
+    {.m_name = "--transfer-out",
+     .m_value = "MEANING",
+     .m_help = "makes the numbers of the destination sRGB or linear, whatever its format asks for",
+     .m_example = "linear",
+     .m_choices = "srgb|linear"},
+    {.m_name = "--literal",
+     .m_help = "reads files as their headers have it to the letter, and not as their writers meant it: "
+               "attribute bits of TGA, arrays in DDS, the order of PFM"},
+};
+
 constexpr Raw::FileType kDds = Raw::makeFileType(".DDS");
 constexpr Raw::FileType kVxf = Raw::makeFileType(".VXF");
 
@@ -73,9 +91,27 @@ Raw::EncoderEffort effortNamed(const std::string& name) {
     return Raw::kEncoderEffortNormal;
 }
 
+void readTransfers(ConversionOptions* conversion, const Options& options) {
+    const std::string in = options.value("--transfer"), out = options.value("--transfer-out");
+    const bool isData = options.has("--data") || conversion->m_steps.m_isNormalMap;
+    if (isData && in == "srgb") {
+        throw UsageFailure("numbers that are data, as those of --normal-map are, are not sRGB");
+    }
+    conversion->m_transfer = in == "srgb"               ? Transfer::kSrgb
+                             : in == "linear" || isData ? Transfer::kLinear
+                                                        : Transfer::kAuto;
+    if (!out.empty()) {
+        conversion->m_transferOut = out == "srgb" ? Numbers::kSrgb : Numbers::kData;
+    }
+    if (out == "linear" && conversion->m_format && isSrgb(*conversion->m_format)) {
+        throw UsageFailure("--transfer-out linear does not go with a format of sRGB numbers");
+    }
+}
+
 } // namespace
 
-const OptionGroup kConversionGroups[2] = {{"Texels", kTexelOptions}, {"Shape", kShapeOptions}};
+const OptionGroup kConversionGroups[3] = {
+    {"Texels", kTexelOptions}, {"Shape", kShapeOptions}, {"Numbers", kNumberOptions}};
 
 ConversionOptions conversionOptionsOf(const Options& options) {
     ConversionOptions conversion;
@@ -104,6 +140,8 @@ ConversionOptions conversionOptionsOf(const Options& options) {
     if (options.has("--quality")) {
         conversion.m_quality = static_cast<float>(options.real("--quality", 0));
     }
+    readTransfers(&conversion, options);
+    conversion.m_isLiteral = options.has("--literal");
     conversion.m_effort = effortNamed(options.value("--effort"));
     return conversion;
 }

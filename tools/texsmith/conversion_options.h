@@ -1,6 +1,7 @@
 // What the command line asks for beyond a change of the file type.
 #pragma once
 
+#include "colour.h"
 #include "command.h"
 #include "resizing.h"
 #include "steps/step_options.h"
@@ -13,6 +14,9 @@
 
 namespace Tool {
 
+// What a source's numbers mean.
+enum class Transfer { kAuto, kSrgb, kLinear };
+
 struct ConversionOptions {
     std::optional<Size> m_size;
     std::string m_filter = "lanczos";
@@ -24,15 +28,21 @@ struct ConversionOptions {
     qor::Texsmith::Raw::EncoderEffort m_effort = qor::Texsmith::Raw::kEncoderEffortNormal;
     std::string m_inputType, m_outputType; // extensions, of what the standard streams hold
 
+    Transfer m_transfer = Transfer::kAuto;
+    std::optional<Numbers> m_transferOut; // kSrgb or kData
+    bool m_isLiteral = false;             // reads files as the library does by itself
+
+    // Whether texels of the result are made of several of the source.
+    bool average() const { return m_size || m_mips || m_steps.m_maxSize; }
     // Whether a file of the destination's type already is what is asked for.
     bool changeNothing() const {
         return !m_size && !m_mips && !m_format && !m_ddsVersion && !m_steps.changePicture() &&
-               !m_steps.m_tileMode;
+               !m_steps.m_tileMode && m_transfer == Transfer::kAuto && !m_transferOut;
     }
 };
 
 // The options that a command offers which converts files.
-extern const OptionGroup kConversionGroups[2];
+extern const OptionGroup kConversionGroups[3];
 
 // From the options of such a command. Throws UsageFailure.
 ConversionOptions conversionOptionsOf(const Options& options);

@@ -30,8 +30,9 @@ constexpr Operand kOperands[] = {
      .m_least = 0},
 };
 
-const OptionGroup kGroups[] = {kConversionGroups[0], kConversionGroups[1], kStepOptions,          kMipOptions,
-                               kBatchGroups[0],      kBatchGroups[1],      kStandardStreamOptions};
+const OptionGroup kGroups[] = {kConversionGroups[0], kConversionGroups[1],  kConversionGroups[2],
+                               kStepOptions,         kMipOptions,           kBatchGroups[0],
+                               kBatchGroups[1],      kStandardStreamOptions};
 
 constexpr Example kExamples[] = {
     {"convert photo.png photo.dds --format bc7-srgb --mips", "a compressed texture with all its mips"},
@@ -108,7 +109,13 @@ const Command kConvertCommand = {
     .m_summary = "writes a picture or texture as another type of file",
     .m_description =
         "The destination's extension says its type. A file that stands there is replaced once the new "
-        "one is whole, and survives a failure.",
+        "one is whole, and survives a failure."
+        "\n\n"
+        "Numbers that are sRGB keep their bytes in sRGB formats, in PNG, JPEG, BMP and TGA, and in UNorm "
+        "formats; they become light in formats of floats, BC6H, HDR, PFM and EXR. Light, from formats of "
+        "floats, is encoded for sRGB formats and for PNG, JPEG, BMP and TGA, and goes as it is into all "
+        "others. Linear numbers of 8 or 16 bits are encoded for sRGB formats alone. Mips and --resize make "
+        "their averages in light where the source's numbers are sRGB.",
     .m_operands = kOperands,
     .m_groups = kGroups,
     .m_examples = kExamples,

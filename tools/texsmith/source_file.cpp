@@ -109,7 +109,7 @@ void SourceFile::readStandardInput() {
     m_bytes.resize(bytes + kLongestMagic); // which may be looked at
     m_bytesRegion = MemoryRegion(m_bytes.data(), m_bytes.data() + bytes);
     m_region = &m_bytesRegion;
-    if (m_typeName.empty() && Raw::getFileTypeFromContents(m_region) == 0) {
+    if (m_typeName.empty() && Raw::getFileTypeFromContents(m_region, Raw::kReadKindly) == 0) {
         throw UsageFailure(
             "what the standard input holds is not known by its first bytes; tell it by --type");
     }

@@ -28,6 +28,12 @@ FileTransfer transferOfProfile(const std::string& lowerCaseName) {
                                                                              : kFileTransferOther;
 }
 
+// Names that programs give to any profile.
+bool tellsNothing(const std::string& lowerCaseName) {
+    return lowerCaseName.empty() || lowerCaseName == "icc" || lowerCaseName == "profile" ||
+           containsAny(lowerCaseName, {"icc profile", "embedded profile"});
+}
+
 } // namespace
 
 void describeFlat(FileDescription* description, unsigned width, unsigned height, Vex::DataFormat format) {
@@ -62,8 +68,11 @@ void setTransferByProfile(FileDescription* description, const char* name, std::s
         shown.begin(), shown.end(), [](char c) { return !isPrintable(c); }, '?');
     std::string lowerCase = shown;
     std::transform(lowerCase.begin(), lowerCase.end(), lowerCase.begin(), &toLower);
-    setTransfer(description, transferOfProfile(lowerCase),
-                shown.empty() ? "its profile, which has no name" : ("its profile '" + shown + "'").c_str());
+    if (tellsNothing(lowerCase)) {
+        setTransfer(description, kFileTransferUnstated, "");
+    } else {
+        setTransfer(description, transferOfProfile(lowerCase), ("its profile '" + shown + "'").c_str());
+    }
 }
 
 } // namespace qor::Texsmith::Raw

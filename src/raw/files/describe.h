@@ -32,7 +32,8 @@ void describeTexture(FileDescription* description, const Vex::Texture& texture);
 void setTransfer(FileDescription* description, FileTransfer transfer, const char* source);
 // As sRGB or linear, by the channel type.
 void setTransferByFormat(FileDescription* description);
-// By the name of an ICC profile, of which at most `length` characters count; an empty one is not known.
+// By the name of an ICC profile, of which at most `length` characters count; an empty or a general one says
+// nothing.
 void setTransferByProfile(FileDescription* description, const char* name, std::size_t length);
 
 } // namespace qor::Texsmith::Raw

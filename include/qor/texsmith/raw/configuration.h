@@ -118,6 +118,9 @@ struct QOR_TEXSMITH_API Configuration {
     EncoderConfiguration m_encoderConfiguration;
     unsigned m_callbacksPerJob;     // when nonzero, the default number of callbacks of a job, in place of 32
     std::uint32_t m_readingOptions; // bits of ReadingOption; kReadLiterally at first
+    // Writers of PNG mark pictures of sRGB types as sRGB, and with this all pictures, whose numbers then are
+    // sRGB in a format that does not say so; false at first.
+    bool m_numbersAreSrgb;
 
     Configuration();
     unsigned getVersion() const { return m_version; }
