@@ -63,6 +63,21 @@ std::set<std::string> includesOf(const fs::path& source) {
     return includes;
 }
 
+// Of the system, in a source that has no business with it.
+bool includesSystem(const fs::path& source, const std::string& place) {
+    std::ifstream stream(source);
+    const bool mayKnow = place.rfind("src/platform/", 0) == 0 ||
+                         (place.rfind("src/codec/", 0) == 0 && place.find("_windows.") != std::string::npos);
+    bool isFound = false;
+    for (std::string line; !mayKnow && std::getline(stream, line);) {
+        for (const char* name :
+             {"windows.h", "objbase.h", "wincodec.h", "unistd.h", "fcntl.h", "pthread.h", "sys/"}) {
+            isFound |= line.find(std::string("include <") + name) != std::string::npos;
+        }
+    }
+    return isFound;
+}
+
 bool isSource(const fs::path& path) { return path.extension() == ".cpp" || path.extension() == ".h"; }
 
 TEST(Includes, RunAsTheTableOfRoomsSays) {
@@ -79,6 +94,7 @@ TEST(Includes, RunAsTheTableOfRoomsSays) {
             const std::string place = fs::relative(entry.path(), kRoot).generic_string();
             const std::string from =
                 folder == std::string("tools") ? folder : roomOf(fs::relative(entry.path(), kRoot / "src"));
+            EXPECT_FALSE(includesSystem(entry.path(), place)) << place;
             ASSERT_TRUE(rooms.count(from)) << place << " lies in a room that the table does not name";
             for (const std::string& include : includesOf(entry.path())) {
                 if (fs::exists(kRoot / "src" / include) && roomOf(include) != from) {

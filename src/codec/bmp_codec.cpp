@@ -208,7 +208,9 @@ Error readBmp(MemoryRegion* source, ReallocatableImage* destination, Configurati
     }
     BmpLayout layout;
     if (const char* fault = layout.parse(*source); fault != nullptr) {
-        return refuseFile(kKind, fault);
+        const Codec* system = findSystemCodec(g_bmpCodec.m_type);
+        return system != nullptr ? system->m_read(source, destination, configuration, index)
+                                 : refuseFile(kKind, fault);
     }
     if (!imageSizeFits(kKind, layout.m_width, layout.m_height)) {
         return kErrorFailed;

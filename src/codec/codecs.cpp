@@ -1,6 +1,10 @@
 // Finds the codec of a type among those of this build.
 #include "codec/codecs.h"
 
+#if defined(TEXSMITH_HAS_WIC)
+#    include "codec/wic_codec_windows.h"
+#endif
+
 #include <algorithm>
 #include <iterator>
 
@@ -29,9 +33,21 @@ constexpr const Codec* kCodecs[] = {
 
 } // namespace
 
+#if defined(TEXSMITH_HAS_WIC)
+const Codec* findSystemCodec(FileType type) {
+    const auto codecs = wicCodecs();
+    const auto codec = std::find_if(codecs.begin(), codecs.end(),
+                                    [type](const Codec& candidate) { return candidate.m_type == type; });
+    return codec != codecs.end() ? &*codec : nullptr;
+}
+#else
+const Codec* findSystemCodec(FileType) { return nullptr; }
+#endif
+
 const Codec* findCodec(FileType type) {
-    return *std::find_if(std::begin(kCodecs), std::end(kCodecs) - 1,
-                         [type](const Codec* codec) { return codec->m_type == type; });
+    const Codec* codec = *std::find_if(std::begin(kCodecs), std::end(kCodecs) - 1,
+                                       [type](const Codec* candidate) { return candidate->m_type == type; });
+    return codec != nullptr ? codec : findSystemCodec(type);
 }
 
 } // namespace qor::Texsmith::Raw

@@ -37,13 +37,13 @@ constexpr TiffKind kTiffKinds[] = {
     {kPalette, 4, 1, false, false, Order::kStrips, kRgbx8},
     {kPalette, 8, 1, false, false, Order::kStrips, kRgbx8},
     {kRgb, 8, 3, false, false, Order::kStrips, kRgbx8},
-    {kRgb, 8, 3, false, false, Order::kPlanes, kRgbx8},
     {kRgb, 8, 4, false, true, Order::kStrips, kRgba8},
     {kRgb, 8, 4, false, true, Order::kTiles, kRgba8},
     {kRgb, 16, 3, false, false, Order::kStrips, kRgbx16},
     {kRgb, 16, 4, false, true, Order::kStrips, kRgba16},
 #if !defined(_WIN32) // what the system's component declines, or does not know
     {kGrey, 8, 2, false, true, Order::kStrips, Vex::kDataFormatL8A8Unorm.m_word},
+    {kRgb, 8, 3, false, false, Order::kPlanes, kRgbx8},
     {kRgb, 16, 4, false, true, Order::kPlanes, kRgba16},
     {kGrey, 32, 1, true, false, Order::kStrips, Vex::kDataFormatL32Float.m_word},
     {kRgb, 32, 3, true, false, Order::kTiles, Vex::kDataFormatR32G32B32X32Float.m_word},
@@ -95,7 +95,7 @@ TEST(TiffReader, GivesEveryKindOfPixel) {
         Configuration configuration;
         Raw::MemoryMappedImage image;
         HeapFile file(writer.file());
-        ASSERT_EQ(Raw::loadWithResult(&image, file.region(), ".tif", &configuration, 0), Raw::kErrorNone)
+        EXPECT_EQ(Raw::loadWithResult(&image, file.region(), ".tif", &configuration, 0), Raw::kErrorNone)
             << recorder.texts();
         EXPECT_EQ(image.getDataFormat().m_word, kind.m_format);
         EXPECT_EQ(bytesOf(image),
@@ -166,8 +166,15 @@ Raw::Error loadSaved(Raw::MemoryMappedImage* back, const Raw::Image& image, cons
 }
 
 TEST(Writers, KeepTexelsInTiffAndFewColoursInGif) {
-    constexpr const char* kFormats[] = {"L8Unorm", "L16Unorm", "R8G8B8A8Unorm", "R8G8B8A8UnormSrgb",
-                                        "R16G16B16A16Unorm"};
+    constexpr const char* kFormats[] = {
+        "L8Unorm",
+        "R8G8B8A8Unorm",
+        "R8G8B8A8UnormSrgb",
+        "R16G16B16A16Unorm",
+#if !defined(_WIN32) // Wine's component cannot write it
+        "L16Unorm",
+#endif
+    };
     for (const char* format : kFormats) {
         SCOPED_TRACE(format);
         const TestImage image(makeFlat(format, 61, 23), 5);
@@ -218,7 +225,7 @@ TEST(TiffAndGifReaders, TakeWhatADamagedFileHas) {
     expectCutFilesToGiveWhatTheyHave(sample, 4 * 12 * 9); // they come in blocks of 255 bytes
     expectWrongBytesToEndWell(sample);
     expectHandlersToBeFreeToThrow(gif, ".gif");
-    for (const unsigned kind : {6u, 9u, 11u}) {
+    for (const unsigned kind : {6u, 10u, 12u}) {
         TiffWriter writer = writerOf(kTiffKinds[kind]);
         writer.m_width = 7;
         writer.m_height = 6;

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -49,11 +48,6 @@ std::vector<Picture> pictures() {
         }
     }
     return all;
-}
-
-std::filesystem::path corpus() {
-    const char* path = std::getenv("TEXSMITH_CORPUS");
-    return path != nullptr ? path : TEXSMITH_SOURCE_DIR "/../shared/corpus";
 }
 
 std::string pathOf(const std::string& name) { return (corpus() / name).string(); }
