@@ -208,9 +208,7 @@ Error readBmp(MemoryRegion* source, ReallocatableImage* destination, Configurati
     }
     BmpLayout layout;
     if (const char* fault = layout.parse(*source); fault != nullptr) {
-        const Codec* system = findSystemCodec(g_bmpCodec.m_type);
-        return system != nullptr ? system->m_read(source, destination, configuration, index)
-                                 : refuseFile(kKind, fault);
+        return refuseFile(kKind, fault);
     }
     if (!imageSizeFits(kKind, layout.m_width, layout.m_height)) {
         return kErrorFailed;

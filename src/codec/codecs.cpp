@@ -31,8 +31,7 @@ constexpr const Codec* kCodecs[] = {
     nullptr,
 };
 
-} // namespace
-
+// Null on systems without a component of their own for that type.
 #if defined(TEXSMITH_HAS_WIC)
 const Codec* findSystemCodec(FileType type) {
     const auto codecs = wicCodecs();
@@ -43,6 +42,8 @@ const Codec* findSystemCodec(FileType type) {
 #else
 const Codec* findSystemCodec(FileType) { return nullptr; }
 #endif
+
+} // namespace
 
 const Codec* findCodec(FileType type) {
     const Codec* codec = *std::find_if(std::begin(kCodecs), std::end(kCodecs) - 1,

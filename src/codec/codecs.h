@@ -6,9 +6,6 @@
 
 namespace qor::Texsmith::Raw {
 
-// Null on systems without a component of their own for that type.
-const Codec* findSystemCodec(FileType type);
-
 extern const Codec g_bmpCodec;
 extern const Codec g_exrCodec;
 extern const Codec g_gifCodec;

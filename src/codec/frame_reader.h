@@ -28,7 +28,7 @@ void reportOddness(const FileKind& kind, const ReadingProgress& progress);
 
 // A Reader is made with the file, and has
 //     bool readHeader(unsigned frame);                      of that image; false when the file has none
-//     unsigned countFrames();                               after readHeader; at least 1
+//     unsigned countFrames();                               after readHeader; 0 where that is not known
 //     ImageClaim claim() const;                             width, height, and what backs them
 //     Vex::DataFormat chooseFormat(Vex::TextureChannelType);
 //     bool readRows(std::uint8_t* rows, std::size_t pitch); into zeros; false when anything is missing
@@ -38,7 +38,8 @@ Error readFrame(const FileKind& kind, MemoryRegion* source, ReallocatableImage* 
                 const Configuration* configuration, int index) {
     Reader reader(*source);
     const bool hasHeader = reader.readHeader(index < 0 ? 0u : static_cast<unsigned>(index));
-    if (index != 0 && !checkFrame(kind, index, reader.countFrames())) {
+    const unsigned frames = index != 0 ? reader.countFrames() : 0;
+    if (frames != 0 && !checkFrame(kind, index, frames)) {
         return kErrorWicGetFrame;
     }
     if (!hasHeader) {

@@ -34,7 +34,7 @@ public:
     ~Reader() { DGifCloseFile(m_gif, nullptr); }
 
     bool readHeader(unsigned frame);
-    unsigned countFrames() const { return std::max(1u, m_frames); }
+    unsigned countFrames() const { return m_frames; }
     ImageClaim claim() const {
         const unsigned width = size(m_gif->Image.Width), height = size(m_gif->Image.Height);
         return {width, height, checkedSize(width, height), m_file.length(), kMostGain};

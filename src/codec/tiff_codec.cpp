@@ -163,7 +163,7 @@ public:
     Reader& operator=(const Reader&) = delete;
 
     bool readHeader(unsigned frame);
-    unsigned countFrames() { return m_tiff != nullptr ? TIFFNumberOfDirectories(m_tiff.get()) : 1; }
+    unsigned countFrames() { return m_tiff != nullptr ? TIFFNumberOfDirectories(m_tiff.get()) : 0; }
     ImageClaim claim() const;
     Vex::DataFormat chooseFormat(Vex::TextureChannelType channelType);
     bool readRows(std::uint8_t* rows, std::size_t pitch);

@@ -4,7 +4,8 @@
 // Wine's component reads a PNG or TIFF file as a whole when it is opened, where the system's own goes on with
 // each row. It reads no TIFF files of separate planes, floats or grey with alpha, and writes none of 16-bit
 // grey. In the PNG files that it writes it drops what is said about sRGB, and leaves samples of 16 bits with
-// their low byte first, which no other reader expects.
+// their low byte first, which no other reader expects; in GIF files it drops transparency, and in JPEG files
+// it halves the colours.
 #include "codec/wic_codec_windows.h"
 
 #include "codec/few_colors.h"
@@ -141,14 +142,14 @@ struct ColorKey {
 // colour, alpha from a colour that stands for it.
 template <typename Word>
 void adaptRow(std::uint8_t* to, const std::uint8_t* from, std::size_t pixels, const ChannelLayout& image,
-              const ChannelLayout& given, const std::uint16_t (&key)[3]) {
+              const ChannelLayout& given, const ColorKey& key) {
     const unsigned fromStep = given.m_isGrey ? (given.m_hasAlpha ? 2 : 1) : 4;
     const unsigned toStep = image.m_isGrey ? (image.m_hasAlpha ? 2 : 1) : 4;
     for (std::size_t x = 0; x < pixels; ++x, from += fromStep * sizeof(Word), to += toStep * sizeof(Word)) {
         Word in[4] = {}, out[4] = {};
         std::memcpy(in, from, fromStep * sizeof(Word));
         const Word colors[3] = {in[0], in[given.m_isGrey ? 0 : 1], in[given.m_isGrey ? 0 : 2]};
-        const bool isKey = colors[0] == key[0] && colors[1] == key[1] && colors[2] == key[2];
+        const bool isKey = key.m_isThere && std::equal(colors, colors + 3, key.m_samples);
         const Word alpha = given.m_hasAlpha ? in[fromStep - 1]
                            : isKey          ? Word{0}
                                             : static_cast<Word>(~Word{0});
@@ -364,7 +365,7 @@ Error Decoding::copyRows() {
             unpackRow(isAdapted ? given.data() : to, band.data() + std::size_t{y} * stride, m_width, m_pixels,
                       m_palette);
             if (isAdapted) {
-                adapt(to, given.data(), m_width, m_layout, m_given, key.m_samples);
+                adapt(to, given.data(), m_width, m_layout, m_given, key);
             }
         }
     }
@@ -425,7 +426,7 @@ public:
 
 private:
     HRESULT setPalette(const FewColors& picture);
-    void markSrgb();
+    void state(const wchar_t* name, VARTYPE type, std::uint8_t value);
     HRESULT writeRows();
 
     const WicType& m_type;
@@ -481,7 +482,7 @@ HRESULT Encoding::write() {
     }
     if (SUCCEEDED(result)) {
         if (m_type.isPng() && m_rows.m_isSrgb) {
-            markSrgb();
+            state(L"/sRGB/RenderingIntent", VT_UI1, 0); // perceptual
         }
         result = writeRows();
     }
@@ -492,13 +493,17 @@ HRESULT Encoding::write() {
 }
 
 // An encoder that has no such statement does without.
-void Encoding::markSrgb() {
+void Encoding::state(const wchar_t* name, VARTYPE type, std::uint8_t value) {
     ComPointer<IWICMetadataQueryWriter> metadata;
     if (SUCCEEDED(m_frame->GetMetadataQueryWriter(metadata.place())) && metadata.get() != nullptr) {
-        PROPVARIANT intent{};
-        intent.vt = VT_UI1;
-        intent.bVal = 0; // perceptual
-        metadata->SetMetadataByName(L"/sRGB/RenderingIntent", &intent);
+        PROPVARIANT variant{};
+        variant.vt = type;
+        if (type == VT_BOOL) {
+            variant.boolVal = value != 0 ? VARIANT_TRUE : VARIANT_FALSE;
+        } else {
+            variant.bVal = value;
+        }
+        metadata->SetMetadataByName(name, &variant);
     }
 }
 
@@ -512,6 +517,11 @@ HRESULT Encoding::writeRows() {
     }
     if (SUCCEEDED(result) && m_type.isGif()) {
         result = setPalette(picture);
+        if (picture.m_transparent >= 0) {
+            state(L"/grctlext/TransparencyFlag", VT_BOOL, 1);
+            state(L"/grctlext/TransparentColorIndex", VT_UI1,
+                  static_cast<std::uint8_t>(picture.m_transparent & 255));
+        }
     }
     const std::size_t pixelBytes = m_type.isGif() ? 1 : packedPixelBytes(m_rows.m_layout);
     const bool isBgr =
@@ -554,7 +564,6 @@ Error writeByWic(const WicType& type, const ImageRows& rows, std::vector<std::ui
 constexpr std::uint64_t kMostGainOfDeflate = 1032, kMostGainOfJpeg = 512, kMostGainOfLzw = 2731,
                         kUnknownGain = Vex::kMaxTextureSize;
 
-constexpr WicType kBmp{makeFileType(".BMP"), g_wicGuidBmp, {"BMP", kSourcePath}, kUnknownGain};
 constexpr WicType kGif{makeFileType(".GIF"), g_wicGuidGif, {"GIF", kSourcePath}, kMostGainOfLzw};
 constexpr WicType kIco{makeFileType(".ICO"), g_wicGuidIco, {"ICO", kSourcePath}, kMostGainOfDeflate};
 constexpr WicType kJpg{makeFileType(".JPG"), g_wicGuidJpg, {"JPEG", kSourcePath}, kMostGainOfJpeg};
@@ -587,7 +596,6 @@ Error writeFile(const Image* source, ResizableMemoryRegion* destination, Configu
 constexpr char kLibrary[] = "Windows Imaging Component";
 
 constexpr Codec kCodecs[] = {
-    {kBmp.m_type, kLibrary, &readFile<kBmp>, nullptr}, // for those that the library's own codec declines
     {kGif.m_type, kLibrary, &readFile<kGif>, &writeFile<kGif>},
     {kIco.m_type, kLibrary, &readFile<kIco>, nullptr},
     {kJpg.m_type, kLibrary, &readFile<kJpg>, &writeFile<kJpg>},

@@ -42,18 +42,20 @@ int largestDifference(const Bytes& a, const Bytes& b) {
     return largest;
 }
 
-// Steps of the coefficients are 2 to 12 at this quality, and blue takes nearly twice the error of its
-// channel.
+// Steps of the coefficients are 2 to 12 at this quality, blue takes nearly twice the error of its channel,
+// and Wine's component halves the colours.
 TEST(Wic, KeepsJpegWithinWhatTheEyeSees) {
     TestImage image(makeFlat("R8G8B8A8Unorm", 83, 51));
     fillWithWaves(image);
     const Bytes file = saved(image, ".jpg");
-    EXPECT_LE(largestDifference(loadFront(file, file.size(), ".jpg").m_texels, image.bytes()), 8);
+    EXPECT_LE(largestDifference(loadFront(file, file.size(), ".jpg").m_texels, image.bytes()), 16);
 }
 
-// Decoders may differ by 1 in each of the steps of the transform, the upsampling and the change of colours.
+// Decoders may differ by 1 in the transform and in the change of colours. Between the samples of halved
+// colours one takes the nearest curve and the other a line: that is a quarter of their contrast here.
 TEST(Wic, ReadsJpegAsOtherLibrariesDo) {
-    for (const std::string name : {"grey", "halved", "progressive"}) {
+    const std::pair<std::string, int> pictures[] = {{"grey", 2}, {"progressive", 3}, {"halved", 24}};
+    for (const auto& [name, largest] : pictures) {
         Configuration configuration;
         Raw::MemoryMappedImage jpeg, expected;
         const std::string root = TEXSMITH_SOURCE_DIR;
@@ -64,7 +66,7 @@ TEST(Wic, ReadsJpegAsOtherLibrariesDo) {
                                       &configuration, 0),
                   Raw::kErrorNone);
         EXPECT_EQ(jpeg.getDataFormat().getSurfaceFormat(), expected.getDataFormat().getSurfaceFormat());
-        EXPECT_LE(largestDifference(bytesOf(jpeg), bytesOf(expected)), 3) << name;
+        EXPECT_LE(largestDifference(bytesOf(jpeg), bytesOf(expected)), largest) << name;
     }
 }
 

@@ -1,4 +1,5 @@
 // Real files by many writers load as the references beside them show: golden/corpus.txt lists them all.
+#include "support/corpus.h"
 #include "support/described_file.h"
 #include "support/png_reader.h"
 #include "support/report_recorder.h"
