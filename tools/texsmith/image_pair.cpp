@@ -1,7 +1,7 @@
 #include "image_pair.h"
 
+#include "band_walk.h"
 #include "failure.h"
-#include "float_image.h"
 #include "heat_map.h"
 
 #include <algorithm>
@@ -14,8 +14,9 @@ using namespace qor::Texsmith;
 
 namespace {
 
-// Blocks of BC6 hold floats,
-// whatever their type is called.
+constexpr unsigned kSquare = 8; // of texels, of which the worst one is told
+
+// Blocks of BC6 hold floats, whatever their type is called.
 std::optional<double> squaredPeak(Vex::DataFormat format) {
     if (format.getSurfaceFormat() == Vex::kSurfaceFormatBc6) {
         return {};
@@ -38,26 +39,109 @@ bool isSrgb(const Vex::Texture& texture) {
     return texture.getDataFormat().getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
 }
 
-struct Rectangle {
-    unsigned m_left, m_top, m_right, m_bottom;
+// What one callback has found.
+struct Findings {
+    std::vector<Errors> m_mips;
+    Difference m_largest;
+    std::optional<Similarity> m_similarity;
 };
 
-void findLargest(Difference* largest, const Raw::SurfaceIndex& index, const Raw::ElementRows& a,
-                 const Raw::ElementRows& b, const Rectangle& part) {
-    for (unsigned y = part.m_top; y < part.m_bottom; ++y) {
-        const float *rowA = texelOf(a, 0, y), *rowB = texelOf(b, 0, y);
-        for (unsigned i = part.m_left * 4; i < part.m_right * 4; ++i) {
-            const double difference = std::fabs(static_cast<double>(rowA[i]) - static_cast<double>(rowB[i]));
-            if (difference > largest->m_value) {
-                *largest = {difference, index, i / 4, y, i % 4};
-            }
+struct RowErrors {
+    double m_squares[4] = {}, m_largest[4] = {};
+};
+
+// As long as all differences are numbers.
+RowErrors errorsOfNumbers(const float* a, const float* b, unsigned wide) {
+    RowErrors errors;
+    for (unsigned x = 0; x < wide; ++x, a += 4, b += 4) {
+        for (unsigned channel = 0; channel < 4; ++channel) {
+            const double difference = static_cast<double>(a[channel]) - static_cast<double>(b[channel]);
+            const double size = std::fabs(difference);
+            errors.m_squares[channel] += difference * difference;
+            errors.m_largest[channel] = size > errors.m_largest[channel] ? size : errors.m_largest[channel];
+        }
+    }
+    return errors;
+}
+
+RowErrors errorsOfRow(const float* a, const float* b, unsigned wide) {
+    RowErrors errors = errorsOfNumbers(a, b, wide);
+    if (std::none_of(errors.m_squares, errors.m_squares + 4, [](double sum) { return std::isnan(sum); })) {
+        return errors;
+    }
+    errors = {};
+    for (unsigned i = 0; i < wide * 4; ++i) {
+        const double difference = differenceOf(a[i], b[i]);
+        errors.m_squares[i % 4] += difference * difference;
+        errors.m_largest[i % 4] = std::max(errors.m_largest[i % 4], difference);
+    }
+    return errors;
+}
+
+unsigned placeOf(double difference, const float* a, const float* b, unsigned channel) {
+    unsigned x = 0;
+    while (differenceOf(a[x * 4 + channel], b[x * 4 + channel]) != difference) {
+        ++x;
+    }
+    return x;
+}
+
+void addRow(Findings* findings, const Selection& selection, const Band& band, unsigned y, const float* a,
+            const float* b) {
+    const unsigned wide = band.m_region.m_right - band.m_region.m_left;
+    const RowErrors row = errorsOfRow(a, b, wide);
+    Errors& errors = findings->m_mips[band.m_index.mip];
+    errors.m_texels += wide;
+    for (unsigned channel = 0; channel < 4; ++channel) {
+        errors.m_squares[channel] += row.m_squares[channel];
+        if (selection.m_channels[channel] && row.m_largest[channel] > findings->m_largest.m_value) {
+            const unsigned x = placeOf(row.m_largest[channel], a, b, channel);
+            findings->m_largest = {row.m_largest[channel], band.m_index, band.m_region.m_left + x, y,
+                                   channel};
         }
     }
 }
 
-void findLargest(Difference* largest, const Raw::SurfaceIndex& index, const Raw::ElementRows& a,
-                 const Raw::ElementRows& b) {
-    findLargest(largest, index, a, b, {0, 0, a.m_wide, a.m_tall});
+void addSimilarity(Findings* findings, const Band& band, const BandRows& rows, bool continues) {
+    constexpr unsigned kStep = Similarity::kStep;
+    Similarity& similarity = *findings->m_similarity;
+    const bool hasAbove = band.m_top != band.m_region.m_top;
+    if (!continues) {
+        similarity.restart();
+    }
+    const unsigned first = band.m_top - (!continues && hasAbove ? kStep : 0);
+    for (unsigned y = first; y + kStep <= band.m_bottom; y += kStep) {
+        const float *a[kStep], *b[kStep];
+        for (unsigned i = 0; i < kStep; ++i) {
+            a[i] = rows.a(band, y + i);
+            b[i] = rows.b(band, y + i);
+        }
+        similarity.addRows(&findings->m_mips[band.m_index.mip].m_similarity, a, b,
+                           band.m_region.m_right - band.m_region.m_left);
+    }
+}
+
+// On this thread, so that what is wrong is told in the name of the file.
+void checkCanRead(const Raw::MemoryMappedImage& image, SrgbValues srgb, const std::string& name) {
+    try {
+        FloatRows(image, srgb).read({}, 0, std::min(kBandStep, image.getPixelsTall(0)));
+    } catch (const Failure& failure) {
+        throwFileFailure(name, failure);
+    }
+}
+
+Comparison merge(const std::vector<Findings>& all, unsigned mips) {
+    Comparison comparison;
+    comparison.m_mips.resize(mips);
+    for (const Findings& findings : all) {
+        for (unsigned mip = 0; mip < mips; ++mip) {
+            comparison.m_mips[mip].add(findings.m_mips[mip]);
+        }
+        if (findings.m_largest.m_value > comparison.m_largest.m_value) {
+            comparison.m_largest = findings.m_largest;
+        }
+    }
+    return comparison;
 }
 
 // Of equal ones, those that came first stand first.
@@ -65,82 +149,139 @@ void insertWorst(std::vector<Difference>* worst, const Difference& difference, u
     const auto place = std::upper_bound(
         worst->begin(), worst->end(), difference,
         [](const Difference& one, const Difference& other) { return one.m_value > other.m_value; });
-    worst->insert(place, difference);
-    worst->resize(std::min<std::size_t>(worst->size(), count));
+    if (difference.m_value > 0 && static_cast<unsigned>(place - worst->begin()) < count) {
+        worst->insert(place, difference);
+        worst->resize(std::min<std::size_t>(worst->size(), count));
+    }
+}
+
+Difference largestInSquare(const Band& band, const BandRows& rows, unsigned left, unsigned top) {
+    const unsigned right = std::min(left + kSquare, band.m_region.m_right);
+    Difference largest;
+    for (unsigned y = top; y < std::min(top + kSquare, band.m_bottom); ++y) {
+        const float *a = rows.a(band, y), *b = rows.b(band, y);
+        for (unsigned i = left * 4; i < right * 4; ++i) {
+            const double difference = differenceOf(a[i], b[i]);
+            if (difference > largest.m_value) {
+                largest = {difference, band.m_index, i / 4, y, i % 4};
+            }
+        }
+    }
+    return largest;
 }
 
 } // namespace
 
 double psnrOf(double meanSquaredError, double peak) { return 10.0 * std::log10(peak / meanSquaredError); }
 
-Raw::VectorFloat meanOfMip(const Raw::ErrorSummary& summary, unsigned mip) {
-    Raw::VectorFloat mean = summary.sums[mip];
-    for (float& lane : mean.m_lanes) {
-        lane /= static_cast<float>(std::max(1u, summary.counts[mip]));
+double differenceOf(float a, float b) {
+    if (a == b || (std::isnan(a) && std::isnan(b))) {
+        return 0;
     }
-    return mean;
+    return std::isnan(a) || std::isnan(b) ? INFINITY
+                                          : std::fabs(static_cast<double>(a) - static_cast<double>(b));
+}
+
+void Errors::add(const Errors& other) {
+    for (unsigned channel = 0; channel < 4; ++channel) {
+        m_squares[channel] += other.m_squares[channel];
+        m_similarity.m_similarity[channel] += other.m_similarity.m_similarity[channel];
+    }
+    m_texels += other.m_texels;
+    m_similarity.m_windows += other.m_similarity.m_windows;
+}
+
+double Errors::meanSquare(unsigned channel) const {
+    return m_squares[channel] / static_cast<double>(std::max<std::uint64_t>(m_texels, 1));
+}
+
+double Errors::similarity(unsigned channel) const {
+    const std::uint64_t windows = m_similarity.m_windows;
+    return windows != 0 ? m_similarity.m_similarity[channel] / static_cast<double>(windows) : NAN;
+}
+
+Errors Comparison::whole() const {
+    Errors errors;
+    for (const Errors& mip : m_mips) {
+        errors.add(mip);
+    }
+    return errors;
 }
 
 ImagePair::ImagePair(const Raw::MemoryMappedImage& a, const std::string& nameA,
-                     const Raw::MemoryMappedImage& b, const std::string& nameB) {
+                     const Raw::MemoryMappedImage& b, const std::string& nameB)
+    : m_a(&a), m_b(&b) {
     const Vex::Texture &textureA = *a.getVexTexture(), &textureB = *b.getVexTexture();
     if (!Raw::dimensionsAreIdenticalExceptMips(textureA, textureB)) {
-        throw Failure("the size or the type of texture is not that of " + nameA, kExitWrongArguments, nameB);
+        throw Failure(nameB + ": the size or the type of texture is not that of " + nameA);
     }
-    const unsigned mips = std::min(a.getSurfaceCount().mips, b.getSurfaceCount().mips);
+    m_mips = std::min(a.getSurfaceCount().mips, b.getSurfaceCount().mips);
     m_hasMoreMips = a.getSurfaceCount().mips != b.getSurfaceCount().mips;
     m_peak = squaredPeak(textureA.getDataFormat());
-    m_isAsStored = isSrgb(textureA) && isSrgb(textureB);
-    const SrgbValues srgb = m_isAsStored ? SrgbValues::kAsStored : SrgbValues::kAsLight;
-    convertToFloats(&m_a, a, mips, srgb, nameA);
-    convertToFloats(&m_b, b, mips, srgb, nameB);
+    m_srgb = isSrgb(textureA) && isSrgb(textureB) ? SrgbValues::kAsStored : SrgbValues::kAsLight;
+    checkCanRead(a, m_srgb, nameA);
+    checkCanRead(b, m_srgb, nameB);
 }
 
-Raw::ErrorSummary ImagePair::errors() {
-    Configuration configuration;
-    const Raw::StandardSquaredErrorCalculator standard;
-    Raw::ErrorSummary summary;
-    Raw::CalculateErrorPerTexel perTexel(&summary, &m_a, &m_b, &configuration, &standard);
-    const Raw::PerTileJob job(&m_a, &perTexel, &configuration);
-    if (configuration.m_jobManager->submitAndStall(&job) != Raw::kErrorNone) {
-        throw Failure("the comparison failed: " + firstReport());
+Region ImagePair::regionOf(const Selection& selection, unsigned mip) const {
+    return selection.m_region.value_or(Region{0, 0, m_a->getPixelsWide(mip), m_a->getPixelsTall(mip)});
+}
+
+void ImagePair::check(const Selection& selection) const {
+    const unsigned mip = selection.m_mip.value_or(0);
+    if (mip >= m_mips) {
+        throw UsageFailure("--mip: both files have mips 0 to " + std::to_string(m_mips - 1));
     }
-    return summary;
+    const Region region = regionOf(selection, mip);
+    if (region.m_left >= region.m_right || region.m_top >= region.m_bottom ||
+        region.m_right > m_a->getPixelsWide(mip) || region.m_bottom > m_a->getPixelsTall(mip)) {
+        throw UsageFailure("--region does not lie in the " + std::to_string(m_a->getPixelsWide(mip)) + " x " +
+                           std::to_string(m_a->getPixelsTall(mip)) + " texels of mip " + std::to_string(mip));
+    }
 }
 
-Difference ImagePair::largest() const {
-    Difference largest;
-    forEachSurface(m_a, [&](const Raw::SurfaceIndex& index) {
-        findLargest(&largest, index, m_a.getElementRows(&index), m_b.getElementRows(&index));
-    });
-    return largest;
+// Each callback has findings of its own, which are merged in order.
+Comparison ImagePair::compare(const Selection& selection) const {
+    check(selection);
+    Findings none;
+    none.m_mips.resize(m_mips);
+    if (m_peak) {
+        none.m_similarity.emplace(*m_peak);
+    }
+    std::vector<Findings> all(Raw::Job::kMaxCallbacks, none);
+    walkBands(*this, bandsOf(*this, selection, 2 * Similarity::kStep), Similarity::kStep,
+              [&](unsigned callback, const Band& band, const BandRows& rows, bool continues) {
+                  for (unsigned y = band.m_top; y < band.m_bottom; ++y) {
+                      addRow(&all[callback], selection, band, y, rows.a(band, y), rows.b(band, y));
+                  }
+                  if (m_peak) {
+                      addSimilarity(&all[callback], band, rows, continues);
+                  }
+              });
+    return merge(all, m_mips);
 }
 
 std::vector<Difference> ImagePair::worst(unsigned count) const {
-    constexpr unsigned kTile = 8;
-    std::vector<Difference> worst;
-    forEachSurface(m_a, [&](const Raw::SurfaceIndex& index) {
-        const Raw::ElementRows a = m_a.getElementRows(&index), b = m_b.getElementRows(&index);
-        for (unsigned y = 0; y < a.m_tall; y += kTile) {
-            for (unsigned x = 0; x < a.m_wide; x += kTile) {
-                Difference largest;
-                findLargest(&largest, index, a, b,
-                            {x, y, std::min(x + kTile, a.m_wide), std::min(y + kTile, a.m_tall)});
-                if (largest.m_value > (worst.size() == count ? worst.back().m_value : 0)) {
-                    insertWorst(&worst, largest, count);
-                }
-            }
+    std::vector<Difference> all[Raw::Job::kMaxCallbacks], worst;
+    walkBands(*this, bandsOf(*this, {}, kSquare), 0,
+              [&](unsigned callback, const Band& band, const BandRows& rows, bool) {
+                  for (unsigned y = band.m_top; y < band.m_bottom; y += kSquare) {
+                      for (unsigned x = 0; x < band.m_region.m_right; x += kSquare) {
+                          insertWorst(&all[callback], largestInSquare(band, rows, x, y), count);
+                      }
+                  }
+              });
+    for (const std::vector<Difference>& some : all) {
+        for (const Difference& difference : some) {
+            insertWorst(&worst, difference, count);
         }
-    });
+    }
     return worst;
 }
 
-Picture ImagePair::heatMap() const {
-    const Raw::SurfaceIndex first;
-    const Raw::ElementRows a = m_a.getElementRows(&first), b = m_b.getElementRows(&first);
-    Difference largest;
-    findLargest(&largest, first, a, b);
-    return drawHeatMap(a, b, largest.m_value);
+Picture ImagePair::heatMap(const Selection& selection, const Difference& largest) const {
+    check(selection);
+    return drawHeatMap(*this, selection, largest);
 }
 
 } // namespace Tool

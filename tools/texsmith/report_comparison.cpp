@@ -3,6 +3,7 @@
 #include "float_image.h"
 #include "image_pair.h"
 
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -22,19 +23,19 @@ std::string textOf(double value, const char* format) {
     return text;
 }
 
-// A row for all mips, and one for each where there are several.
-template <typename Tell> Json rowsOf(const Raw::ErrorSummary& summary, Tell tell) {
+// A row for all mips, and one for each where there are several. `tell` makes the text of a channel of errors.
+template <typename Tell> Json rowsOf(const Comparison& comparison, Tell tell) {
     Json rows = Json::array();
-    const auto add = [&](const std::string& name, const Raw::VectorFloat& errors) {
+    const auto add = [&](const std::string& name, const Errors& errors) {
         Json row = Json::array({name});
-        for (const float error : errors.m_lanes) {
-            row.push_back(tell(static_cast<double>(error)));
+        for (unsigned channel = 0; channel < 4; ++channel) {
+            row.push_back(tell(errors, channel));
         }
         rows.push_back(row);
     };
-    add("all", summary.Mean());
-    for (unsigned mip = 0; mip < summary.mipCount && summary.mipCount > 1; ++mip) {
-        add("mip " + std::to_string(mip), meanOfMip(summary, mip));
+    add("all", comparison.whole());
+    for (unsigned mip = 0; mip < comparison.m_mips.size() && comparison.m_mips.size() > 1; ++mip) {
+        add("mip " + std::to_string(mip), comparison.m_mips[mip]);
     }
     return rows;
 }
@@ -43,14 +44,23 @@ Json tableOf(const char* name, Json rows) {
     return {{"heads", Json::array({name, "R", "G", "B", "A"})}, {"rows", std::move(rows)}};
 }
 
-Json tablesOf(const Raw::ErrorSummary& summary, const ImagePair& pair) {
+Json tablesOf(const Comparison& comparison, const ImagePair& pair) {
     Json tables = Json::array();
-    tables.push_back(tableOf("MSE", rowsOf(summary, [](double error) { return textOf(error, "%.3g"); })));
+    tables.push_back(tableOf("MSE", rowsOf(comparison, [](const Errors& errors, unsigned channel) {
+                                 return textOf(errors.meanSquare(channel), "%.3g");
+                             })));
     if (pair.peak()) {
-        const auto tell = [peak = *pair.peak()](double error) {
+        const auto tell = [peak = *pair.peak()](const Errors& errors, unsigned channel) {
+            const double error = errors.meanSquare(channel);
             return error == 0 ? "same" : textOf(psnrOf(error, peak), "%.2f");
         };
-        tables.push_back(tableOf("dB", rowsOf(summary, tell)));
+        tables.push_back(tableOf("dB", rowsOf(comparison, tell)));
+    }
+    if (comparison.whole().m_similarity.m_windows != 0) {
+        tables.push_back(tableOf("SSIM", rowsOf(comparison, [](const Errors& errors, unsigned channel) {
+                                     const double similarity = errors.similarity(channel);
+                                     return std::isnan(similarity) ? "-" : textOf(similarity, "%.4f");
+                                 })));
     }
     return tables;
 }
@@ -94,8 +104,8 @@ Json linkTo(const Difference& difference, const Raw::Image& image) {
 } // namespace
 
 Json compareForReport(const LoadedFile& file, const LoadedFile& reference) {
-    ImagePair pair(file.m_image, file.m_info.m_name, reference.m_image, reference.m_info.m_name);
-    const Raw::ErrorSummary summary = pair.errors();
+    const ImagePair pair(file.m_image, file.m_info.m_name, reference.m_image, reference.m_info.m_name);
+    const Comparison comparison = pair.compare({});
     Json worst = Json::array();
     const std::vector<Difference> differences = pair.worst(kWorstTexels);
     for (const Difference& difference : differences) {
@@ -103,7 +113,7 @@ Json compareForReport(const LoadedFile& file, const LoadedFile& reference) {
     }
     return {{"asStored", pair.isAsStored()},
             {"largest", differences.empty() ? 0.0 : differences.front().m_value},
-            {"tables", tablesOf(summary, pair)},
+            {"tables", tablesOf(comparison, pair)},
             {"notes", notesOf(pair)},
             {"worst", worst}};
 }
