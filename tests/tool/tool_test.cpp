@@ -9,6 +9,7 @@
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -345,6 +346,64 @@ TEST_F(ToolTest, AReportIsOnePageThatSaysWhatItLeavesOut) {
     EXPECT_EQ("precious", readFile(file("keep.html")));
     expectFailure(run("report --sheet cut.tga m.vxf keep.html"), "1 of 2 files could not be read");
     EXPECT_NE(std::string::npos, readFile(file("keep.html")).find("id=\"texels-1-0-0-0\""));
+}
+
+// By the formula, over windows at every fourth texel and row.
+double slowSimilarity(const std::string& a, const std::string& b, unsigned side) {
+    double sum = 0;
+    unsigned windows = 0;
+    for (unsigned top = 0; top + 8 <= side; top += 4) {
+        for (unsigned left = 0; left + 8 <= side; left += 4, ++windows) {
+            double x = 0, y = 0, xx = 0, yy = 0, xy = 0;
+            for (unsigned i = 0; i < 64; ++i) {
+                const std::size_t at = ((top + i / 8) * side + left + i % 8) * 3;
+                const double u = static_cast<unsigned char>(a[at]) / 255.0,
+                             v = static_cast<unsigned char>(b[at]) / 255.0;
+                x += u / 64, y += v / 64, xx += u * u / 64, yy += v * v / 64, xy += u * v / 64;
+            }
+            sum += (2 * x * y + 0.0001) * (2 * (xy - x * y) + 0.0009) /
+                   ((x * x + y * y + 0.0001) * (xx - x * x + yy - y * y + 0.0009));
+        }
+    }
+    return sum / windows;
+}
+
+// Two noisy pictures, the second with one texel's red raised.
+TEST_F(ToolTest, ComparesWhatIsChosen) {
+    constexpr unsigned kSide = 12;
+    std::string header = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, kSide, 0, kSide, 0, 24, 32};
+    std::string a(kSide * kSide * 3, 0), b;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        a[i] = static_cast<char>(i * 37 % 101);
+    }
+    b = a;
+    b[(5 * kSide + 6) * 3 + 2] = static_cast<char>(200);
+    writeFile(file("a.tga"), header + a);
+    writeFile(file("b.tga"), header + b);
+    for (const auto& [options, status] : {std::pair{"--fail-max 0", 1},
+                                          {"--fail-max 0.99", 0},
+                                          {"--fail-max 0 --channels gba", 0},
+                                          {"--fail-ssim 1", 1},
+                                          {"--fail-ssim 1 --channels BG", 0},
+                                          {"--fail-max 0 --region 0,0,6x12", 0},
+                                          {"--fail-max 0 --region 6,5,1x1", 1},
+                                          {"--fail-ssim 0.1 --region 6,5,1x1", 1},
+                                          {"--fail-psnr 90 --mip 0", 1},
+                                          {"--mip 1", 2},
+                                          {"--region 6,5,7x1", 2},
+                                          {"--region 6,5", 2},
+                                          {"--channels rr", 2},
+                                          {"--fail-max 0 --heatmap heat.tga", 1}}) {
+        const Outcome outcome = run(std::string("compare a.tga b.tga ") + options);
+        EXPECT_EQ(outcome.m_status, status) << options << outcome.m_errors;
+    }
+    const std::string output = run("compare a.tga b.tga --channels r").m_output;
+    std::istringstream similarity(output.substr(output.find("SSIM")));
+    std::string word;
+    double value = 0;
+    similarity >> word >> word >> word >> value;
+    EXPECT_NEAR(value, slowSimilarity(a.substr(2) + "??", b.substr(2) + "??", kSide), 1e-4) << output;
+    EXPECT_NE(readFile(file("heat.tga")).find("\xFF\xE6"), std::string::npos); // the ring around the largest
 }
 
 // Black and white average to 188 in light, which sRGB formats ask for, and to 128 as numbers.
