@@ -45,15 +45,25 @@ template <typename Use> void forEachMip(const Comparison& comparison, Use use) {
     }
 }
 
-void printTable(const char* title, const Comparison& comparison, const Selection& selection, double peak,
-                Tell tell) {
-    std::printf("%-10s", title);
+struct Quantity {
+    const char* m_title;
+    Tell m_tell;
+    const char* m_format;
+};
+
+void printTable(const Quantity& quantity, const Comparison& comparison, const Selection& selection,
+                double peak) {
+    std::printf("%-10s", quantity.m_title);
     forEachChannel(selection, [](unsigned channel) { std::printf(" %11s", kChannelNames[channel]); });
     const auto printRow = [&](const std::string& label, const Errors& errors) {
         std::printf("\n%-10s", label.c_str());
         forEachChannel(selection, [&](unsigned channel) {
-            const bool hasAny = tell != &similarityOf || errors.m_similarity.m_windows != 0;
-            hasAny ? std::printf(" %11.5g", tell(errors, channel, peak)) : std::printf(" %11s", "-");
+            const bool hasAny = quantity.m_tell != &similarityOf || errors.m_similarity.m_windows != 0;
+            char text[32] = "-";
+            if (hasAny) {
+                std::snprintf(text, sizeof text, quantity.m_format, quantity.m_tell(errors, channel, peak));
+            }
+            std::printf(" %11s", text);
         });
     };
     printRow("all", comparison.whole());
@@ -66,14 +76,14 @@ void printTable(const char* title, const Comparison& comparison, const Selection
 }
 
 void printTables(const Comparison& comparison, const Selection& selection, std::optional<double> peak) {
-    printTable("MSE", comparison, selection, 0, &meanSquareOf);
+    printTable({"MSE", &meanSquareOf, "%.5g"}, comparison, selection, 0);
     if (!peak) {
         std::puts("no PSNR: the values of this type have no range of their own");
         return;
     }
-    printTable("PSNR in dB", comparison, selection, *peak, &psnrOfErrors);
+    printTable({"PSNR in dB", &psnrOfErrors, "%.2f"}, comparison, selection, *peak);
     if (comparison.whole().m_similarity.m_windows != 0) {
-        printTable("SSIM", comparison, selection, *peak, &similarityOf);
+        printTable({"SSIM", &similarityOf, "%.5f"}, comparison, selection, *peak);
     }
 }
 
