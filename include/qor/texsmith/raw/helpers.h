@@ -38,8 +38,8 @@ QOR_TEXSMITH_API FileTypeSupport getFileTypeSupport(int index);
 // Make `destination` the image of a file. The type is that of the extension, or where that tells none, that
 // of the first bytes. `index` is the texture of a .vxf file; the forms without it take the first. A file that
 // ends early gives what it has, zeros for the rest, and kErrorFailed. A header that claims more than 1 MiB of
-// texels, of which the file has less than a sixteenth (PNG and JPEG: less than compression can gain), is
-// refused, and the destination stays as it was; so is every other header that cannot be read.
+// texels, of which the file has less than a sixteenth (types by outside libraries: less than compression can
+// gain), is refused, and the destination stays as it was; so is every other header that cannot be read.
 //
 // Programs want loadWithResult. load fails for null pointers, unknown types and files that cannot be opened,
 // and returns 0 otherwise, whatever the reader's result.

@@ -36,8 +36,12 @@ inline constexpr WicGuid g_wicGuidTif{0x163BCC30, 0xE2E9, 0x4F0B, {0x96, 0x1D, 0
 inline constexpr WicGuid g_wicGuidWdp{0x57A37CAA, 0x367A, 0x4540, {0x91, 0x6B, 0xF1, 0x83, 0xC5, 0x09, 0x3A, 0x4B}};
 // clang-format on
 
-// `index` is that of a frame. Null arguments are reported. Without a codec of that GUID a warning and
-// kErrorWicFactory; what a codec does is told where its type has routines of its own.
+// `index` is that of a frame: a page of a TIFF file, an image of a GIF file as it is stored in its own
+// rectangle, 0 for all other types. TIFF files become grey or colour of 8 or 16 bits, halves or floats, and
+// GIF files colour of 8 bits, with alpha where they have transparency; they are written with 8 or 16 bits,
+// and in up to 256 colours. Null arguments are reported. A faulty file gives a warning and an Error, a frame
+// that the file does not have kErrorWicGetFrame. Without a codec of that GUID a warning and kErrorWicFactory;
+// what the codecs of PNG and JPEG do is told in headers of their own.
 QOR_TEXSMITH_API Error convertFromWic(MemoryRegion* source, ReallocatableImage* destination,
                                       Configuration* configuration, const WicGuid& guid, int index);
 QOR_TEXSMITH_API Error convertToWic(const Image* source, ResizableMemoryRegion* destination,
