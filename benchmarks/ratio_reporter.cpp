@@ -57,7 +57,7 @@ void RatioReporter::printRatio(const Row& row, const Figure& figure) const {
         return;
     }
     const auto baseline = std::find_if(m_rows.begin(), m_rows.end(),
-                                       [&](const Row& row) { return row.m_name == figure.m_baseline; });
+                                       [&](const Row& other) { return other.m_name == figure.m_baseline; });
     if (baseline == m_rows.end() || figure.m_seconds == 0) {
         std::printf(" %11s", "-");
     } else {
