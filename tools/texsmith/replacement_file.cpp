@@ -139,10 +139,11 @@ void ReplacementFile::removeUnfinished() {
 }
 
 // Some systems remove a file only when nobody has it open, so that its writer has to stop first.
-void ReplacementFile::removeAllAtTheEnd() {
+void ReplacementFile::removeAllAtTheEnd(volatile unsigned* abort) {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     std::unique_lock lock(s_mutex);
     s_isEnding = true;
+    *abort = 1;
     for (;;) {
         std::erase_if(s_unfinished, [](const auto& entry) { return removeFile(entry.second.m_name); });
         if (s_unfinished.empty() || std::chrono::steady_clock::now() >= end) {

@@ -28,8 +28,8 @@ public:
     // Those of this thread, for when a fault has kept the destructor from running.
     static void removeUnfinished();
     // Those of all threads, for good: whoever makes a further one, or gives one up, waits for the process's
-    // end.
-    static void removeAllAtTheEnd();
+    // end. Sets the word when that is so, and what it stops tells of no failure.
+    static void removeAllAtTheEnd(volatile unsigned* abort);
 
 private:
     std::string m_destination;

@@ -10,8 +10,7 @@ namespace {
 volatile unsigned s_abort = 0;
 
 void onSignal(int signal) {
-    s_abort = 1;
-    ReplacementFile::removeAllAtTheEnd();
+    ReplacementFile::removeAllAtTheEnd(&s_abort);
     qor::Texsmith::Raw::endInterrupted(signal);
 }
 
