@@ -54,7 +54,8 @@ def check_json(directory):
              "info": ("info", packed), "report": ("report", packed, os.path.join(directory, "page.html")),
              "stats": ("stats", packed), "texel": ("texel", sample, "1", "2"),
              "tile": ("tile", rows, tiled, *shape), "untile": ("untile", tiled, rows + "2", *shape),
-             "validate": ("validate", packed), "error": ("info", os.path.join(directory, "a\udcff.png"))}
+             "validate": ("validate", packed), "view": ("view", packed, os.path.join(directory, "moon.png")),
+             "error": ("info", os.path.join(directory, "a\udcff.png"))}
     with open(os.path.join(sources, "docs", "json.md"), encoding="utf-8") as file:
         blocks = re.findall(r"^## (\w+)$.*?^```json\n(.*?)^```$", file.read(), re.MULTILINE | re.DOTALL)
     commands = set(re.findall(r"^  ([a-z]+) ", run("--help").split("Every command")[0], re.MULTILINE))

@@ -461,6 +461,61 @@ TEST_F(ToolTest, StatsTellRangeMeanAndConstants) {
     EXPECT_NE(std::string::npos, run("info plot.tga").m_output.find("size       528 x 464"));
 }
 
+TEST_F(ToolTest, ViewDrawsSurfacesInEverySizeAndRefusesWhatIsNotThere) {
+    ASSERT_TRUE(
+        run("convert --mips --format R8G8B8A8Unorm " + quoted(sample("dusk.tga")) + " a.vxf").m_succeeded);
+    std::string strip = readFile(sample("moon.tga")).substr(0, 18);
+    strip[12] = 0, strip[13] = 64, strip[14] = 16, strip[15] = 0; // 16384 x 16
+    const std::size_t bytes = static_cast<unsigned char>(strip[16]) / 8u;
+    writeFile(file("strip.tga"), strip + std::string(16384 * 16 * bytes, 'A'));
+    ASSERT_TRUE(run("convert --mips strip.tga strip.vxf").m_succeeded);
+    const auto unsignedAt = [](const std::string& tga, std::size_t at) {
+        return static_cast<unsigned char>(tga[at]) + static_cast<unsigned char>(tga[at + 1]) * 256;
+    };
+    const std::string source = readFile(sample("dusk.tga"));
+    const int wide = unsignedAt(source, 12), tall = unsignedAt(source, 14);
+    struct Case {
+        const char* m_arguments;
+        int m_wide, m_tall;
+        const char* m_hint = "";
+    };
+    for (const Case& c : {Case{"a.vxf", (wide + wide / 2 + 7) / 8 * 8, (tall + 7) / 8 * 8},
+                          {"a.vxf --mip 0", wide, tall},
+                          {"a.vxf --mip 1 --scale 3", wide / 2 * 3, tall / 2 * 3},
+                          {"a.vxf --wrap 2 --normal", wide * 2, tall * 2},
+                          {"a.vxf --mip 0 --thumbnail 32 --channels a", 32, tall * 32 / wide},
+                          {"strip.vxf", 8192 + 4096, 8, "24576 x 16 pixels, so it begins at mip 1"}}) {
+        const Outcome drawn = run(std::string("view -v ") + c.m_arguments + " out.tga");
+        ASSERT_TRUE(drawn.m_succeeded) << c.m_arguments << drawn.m_errors;
+        EXPECT_NE(drawn.m_errors.find(c.m_hint), std::string::npos) << drawn.m_errors;
+        const std::string picture = readFile(file("out.tga"));
+        EXPECT_EQ(unsignedAt(picture, 12), c.m_wide) << c.m_arguments;
+        EXPECT_EQ(unsignedAt(picture, 14), c.m_tall) << c.m_arguments;
+    }
+    // The canvas begins with the picture itself, and is dark where nothing is.
+    ASSERT_TRUE(run("view a.vxf out.tga").m_succeeded);
+    const std::string canvas = readFile(file("out.tga"));
+    const std::size_t perPixel = static_cast<unsigned char>(source[16]) / 8u;
+    for (std::size_t x = 0; x < static_cast<std::size_t>(wide); ++x) {
+        EXPECT_EQ(source.substr(18 + x * perPixel, 3), canvas.substr(18 + x * 4, 3)) << x;
+    }
+    EXPECT_EQ(canvas.substr(canvas.size() - 4), std::string("\x38\x30\x30\xFF"));
+    ASSERT_TRUE(run("view a.vxf out.tga --mip 0 --channels a").m_succeeded);
+    EXPECT_EQ(readFile(file("out.tga")).substr(18, 4), std::string(4, '\xFF'));
+    for (const auto& [arguments, reason] : std::initializer_list<std::pair<const char*, const char*>>{
+             {"a.vxf out.tga --mip 20", "there is no mip 20"},
+             {"a.vxf out.tga --cross", "--cross shows cubes, and the file is none"},
+             {"a.vxf out.tga --range 1", "--range needs two values"},
+             {"a.vxf out.tga --range 1 0", "--range takes the lower value first"},
+             {"a.vxf out.tga --range 0 1 --tone cut", "--range and --tone exclude each other"},
+             {"a.vxf out.tga --scale 64 --wrap 64", "16384 either way are the most"},
+             {"a.vxf out.vxf", "pictures are written as"}}) {
+        writeFile(file("out.tga"), "precious");
+        expectFailure(run(std::string("view ") + arguments), reason, 2);
+        EXPECT_EQ(readFile(file("out.tga")), "precious");
+    }
+}
+
 TEST_F(ToolTest, WrongArgumentsAreOneLine) {
     expectFailure(run(""), "no command given");
     expectFailure(run("paint"), "unknown command 'paint'");

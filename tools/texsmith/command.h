@@ -11,9 +11,9 @@ class Options;
 
 struct Option {
     std::string_view m_name; // "--mips"
-    // What stands for the value in the help, as in "--mips [N]": brackets for one that may be left out,
-    // nothing for a flag. Shells complete FILE, PICTURE and FOLDER by what lies there, and FORMAT by the
-    // names of formats.
+    // What stands for the value in the help, as in "--mips [N]": brackets for one that may be left out, two
+    // words for two values, nothing for a flag. Shells complete FILE, PICTURE and FOLDER by what lies there,
+    // and FORMAT by the names of formats.
     std::string_view m_value = {};
     std::string_view m_help = {};    // a phrase, which begins in lower case and ends without a point
     std::string_view m_example = {}; // a value, for options that have one

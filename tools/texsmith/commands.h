@@ -21,6 +21,7 @@ extern const Command kTileCommand;
 extern const Command kUntileCommand;
 extern const Command kValidateCommand;
 extern const Command kVersionCommand;
+extern const Command kViewCommand;
 
 // All of them, by name.
 std::span<const Command* const> allCommands();

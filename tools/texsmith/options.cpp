@@ -18,6 +18,7 @@ namespace Tool {
 namespace {
 
 bool takesValue(const Option& option) { return !option.m_value.empty(); }
+bool takesTwoValues(const Option& option) { return option.m_value.find(' ') != option.m_value.npos; }
 bool mayLeaveOutValue(const Option& option) { return option.m_value.starts_with('['); }
 
 template <typename Use> void forEachOption(const Command& command, Use use) {
@@ -66,6 +67,12 @@ std::vector<std::string> withPlainValues(const Command& command, const std::vect
             }
             result.push_back(argument.substr(0, equals));
             result.push_back(isApart ? arguments[++i] : argument.substr(equals + 1));
+            if (takesTwoValues(*option)) {
+                if (i + 1 == arguments.size()) {
+                    throw UsageFailure(std::string(option->m_name) + " needs two values; " + helpOf(command));
+                }
+                result.push_back(arguments[++i]);
+            }
         } else if (!takesValue(*option) && equals != argument.npos) {
             throw UsageFailure(argument.substr(0, equals) + " takes no value; " + helpOf(command));
         } else {
@@ -79,7 +86,7 @@ void describe(CLI::App* app, const Option& option) {
     const std::string letter = option.m_letter == 0 ? "" : std::string("-") + option.m_letter + ",";
     const std::string names = letter + std::string(option.m_name);
     CLI::Option* described = takesValue(option) && !mayLeaveOutValue(option)
-                                 ? app->add_option(names)->expected(1)
+                                 ? app->add_option(names)->expected(takesTwoValues(option) ? 2 : 1)
                                  : app->add_flag(names)->disable_flag_override(!takesValue(option));
     described->multi_option_policy(option.m_repeats ? CLI::MultiOptionPolicy::TakeAll
                                                     : CLI::MultiOptionPolicy::TakeLast);
@@ -124,6 +131,21 @@ std::string choicesText(std::string_view choices) {
 bool isChoice(std::string_view choices, std::string_view value) {
     const std::string all = "|" + std::string(choices) + "|";
     return value.find('|') == value.npos && all.find("|" + std::string(value) + "|") != all.npos;
+}
+
+double readReal(const std::string& text, const std::string& what, double least) {
+    double number = 0;
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    stream >> number;
+    if (text.empty() || stream.fail() || !(stream >> std::ws).eof() || !(number >= least) ||
+        std::isinf(number)) {
+        std::ostringstream bound;
+        bound << " from " << least << " on";
+        throw UsageFailure(what + " is a number" + (std::isinf(least) ? "" : bound.str()) + ", and not '" +
+                           text + "'");
+    }
+    return number;
 }
 
 } // namespace
@@ -199,19 +221,14 @@ unsigned Options::number(std::string_view option, unsigned least, unsigned most,
 }
 
 double Options::real(std::string_view option, double least) const {
-    const std::string text = value(option);
-    double number = 0;
-    std::istringstream stream(text);
-    stream.imbue(std::locale::classic());
-    stream >> number;
-    if (text.empty() || stream.fail() || !(stream >> std::ws).eof() || !(number >= least) ||
-        std::isinf(number)) {
-        std::ostringstream bound;
-        bound << " from " << least << " on";
-        throw UsageFailure(std::string(option) + " is a number" + (std::isinf(least) ? "" : bound.str()) +
-                           ", and not '" + text + "'");
-    }
-    return number;
+    return readReal(value(option), std::string(option), least);
+}
+
+std::pair<double, double> Options::realPair(std::string_view option) const {
+    const std::vector<std::string> both = values(option);
+    constexpr double kLeast = -std::numeric_limits<double>::infinity();
+    return {readReal(both.at(both.size() - 2), std::string(option), kLeast),
+            readReal(both.back(), std::string(option), kLeast)};
 }
 
 unsigned readNumber(const std::string& text, const std::string& what, unsigned least, unsigned most) {

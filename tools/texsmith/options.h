@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Tool {
@@ -28,6 +29,8 @@ public:
     unsigned number(std::string_view option, unsigned least, unsigned most, unsigned withoutOption) const;
     // A finite number from `least` on. Throws UsageFailure for anything else.
     double real(std::string_view option, double least = -std::numeric_limits<double>::infinity()) const;
+    // The two finite numbers of an option that takes two values, as given last. Throws UsageFailure.
+    std::pair<double, double> realPair(std::string_view option) const;
 
     const std::vector<std::string>& names() const { return m_names; }
 

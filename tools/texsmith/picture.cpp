@@ -110,15 +110,20 @@ void Picture::save(const std::string& name) const {
                           Vex::kNumFragments1, false);
     Raw::MemoryMappedImage image;
     image.reallocate(&texture);
+    std::memcpy(image.getMemoryRegion().begin, m_pixels.data(), m_pixels.size());
+    savePicture(image, name);
+}
+
+void savePicture(const Raw::Image& image, const std::string& name) {
+    Configuration configuration;
     Raw::Error error = Raw::kErrorFailed;
     ReplacementFile file(followLinks(name));
     try {
-        std::memcpy(image.getMemoryRegion().begin, m_pixels.data(), m_pixels.size());
         error = Raw::saveWithResult(&image, file.name().c_str(), &configuration);
     } catch (const Failure&) { // its text is the first report
     }
     if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(name, error);
+        throwFileFailure(name, error, Work::kWriting);
     }
     file.takePlace();
 }

@@ -1,6 +1,8 @@
 // Pictures that the tool draws.
 #pragma once
 
+#include "qor/texsmith/raw/image.h"
+
 #include <cstdint>
 #include <span>
 #include <string>
@@ -14,6 +16,9 @@ struct Colour {
 
 // From dark to bright for 0 to 1: black, purple, red, orange, pale yellow.
 Colour heatColour(double value);
+
+// Writes a picture of bytes beside `name`, and in its place once it is whole. Throws Failure.
+void savePicture(const qor::Texsmith::Raw::Image& image, const std::string& name);
 
 class Picture {
 public:
