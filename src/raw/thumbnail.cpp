@@ -110,7 +110,7 @@ void getInfoTip(char* buffer, unsigned int size, const Vex::Texture* texture, Co
     if (!hasBuffer) {
         return;
     }
-    buffer[0] = 0;
+    buffer[0] = buffer[size - 1] = 0; // for callers whose handler throws
     if (!hasTexture || !hasSettings) {
         return;
     }

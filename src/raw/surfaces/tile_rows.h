@@ -73,8 +73,8 @@ struct StripSide {
     ElementRows inMemoryOrZeros(const SurfaceIndex* surfaceIndex, const StripPlace& place) const {
         ElementRows run = inMemory(surfaceIndex, place);
         if (run.m_memory == nullptr && run.m_wide != 0) {
-            const unsigned bytes = m_provider.getBytesPerElement();
-            const auto most = static_cast<unsigned>(sizeof m_buffer.m_bytes / bytes);
+            const unsigned bytes = m_provider.getBytesPerElement(); // none in an empty format
+            const auto most = static_cast<unsigned>(sizeof m_buffer.m_bytes / std::max(bytes, 1u));
             run = {m_buffer.m_bytes, 0, std::min(run.m_wide, most), place.m_tall};
             std::memset(m_buffer.m_bytes, 0, std::size_t{run.m_wide} * bytes);
         }

@@ -459,6 +459,9 @@ TEST(Views, WalkByCheckedTilesWhateverBecameOfTheTarget) {
     const TilesOnly tiles(twinRows);
     Raw::copy(&tiles, &twinCanvas, &configuration);
     EXPECT_EQ(image.bytes(), twin.bytes());
+    const TestImage nothing(makeFlat("Invalid", 16, 16, 3)); // elements without bytes
+    const Raw::AsCanvasElementProvider from(&nothing), to(&nothing);
+    EXPECT_EQ(Raw::copy(&to, &from, &configuration), Raw::kErrorNone);
 }
 
 // A surface of a tiled texture, in copies too, and all surfaces of any shape joined again.
