@@ -1,7 +1,6 @@
 #include "shown_values.h"
 
 #include "console.h"
-#include "float_image.h"
 #include "measures.h"
 
 #include <algorithm>
@@ -105,10 +104,8 @@ void ShownValues::setRange(const Raw::MemoryMappedImage& image, const ValueOptio
     } else if (isSigned(format) && !isLight(format)) {
         low = -1;
     } else if (isInteger(format)) {
-        Raw::MemoryMappedImage floats;
-        convertToFloats(&floats, image, image.getSurfaceCount().mips, SrgbValues::kAsStored, name);
         Measures measures;
-        measure(&measures, floats);
+        measureTexture(&measures, image, name);
         const unsigned first = m_grey >= 0 ? static_cast<unsigned>(m_grey) : 0;
         high = static_cast<double>(measures.m_range.max[first]);
         for (unsigned channel = first; channel < (m_grey >= 0 ? first + 1 : 3u); ++channel) {
