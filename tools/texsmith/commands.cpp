@@ -15,7 +15,7 @@ namespace {
 constexpr const Command* kCommands[] = {
     &kCompareCommand, &kCompletionsCommand, &kConvertCommand, &kFormatsCommand, &kInfoCommand,
     &kManualCommand,  &kReportCommand,      &kStatsCommand,   &kTexelCommand,   &kTileCommand,
-    &kUntileCommand,  &kValidateCommand,    &kVersionCommand,  &kViewCommand,
+    &kUntileCommand,  &kValidateCommand,    &kVersionCommand, &kViewCommand,
 };
 // clang-format on
 
