@@ -4,6 +4,7 @@
 #include "qor/vex/data_formats.h"
 #include "raw/files/bmp_layout.h"
 #include "raw/files/flat_image.h"
+#include "raw/files/widened_rows.h"
 
 #include <algorithm>
 #include <bit>
@@ -275,11 +276,8 @@ void writeRow(std::uint8_t* to, const std::uint8_t* from, const Sizes& sizes) {
         std::memcpy(to, from, std::size_t(sizes.m_width) * 4);
         return;
     }
-    std::uint8_t* const end = to + sizes.pitch();
-    for (std::uint32_t x = 0; x < sizes.m_width; ++x, to += 3, from += 4) {
-        std::memcpy(to, from, 3);
-    }
-    std::fill(to, end, std::uint8_t{0});
+    narrowToTriples(to, from, sizes.m_width);
+    std::fill(to + std::size_t{sizes.m_width} * 3, to + sizes.pitch(), std::uint8_t{0});
 }
 
 Error writeFile(const Image& image, bool withAlpha, ResizableMemoryRegion* destination) {

@@ -63,7 +63,7 @@ void readRows(const Header& header, const std::uint8_t* texels, MemoryRegion ele
         if (header.m_bits == 32) {
             copyRow(to, from, width * 4, stores);
         } else {
-            widenRow<&widenElements3, 4>(to, from, width, stores);
+            widenRow<&widenTriples, 4>(to, from, width, stores);
         }
     }
 }

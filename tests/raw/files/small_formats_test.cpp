@@ -326,7 +326,7 @@ TEST(Bmp, KindsOfPixelsComeToFourBytes) {
 }
 
 TEST(Bmp, WhatIsWrittenLoadsAsItWas) {
-    for (const unsigned width : {1u, 2u, 3u, 4u, 9u}) {
+    for (const unsigned width : {1u, 2u, 3u, 4u, 9u, 17u, 31u, 42u}) {
         for (const std::uint32_t format : {kBgrx, kBgra, Vex::kDataFormatB8G8R8A8UnormSrgb.m_word}) {
             TestImage image(makeTexture({"", Vex::kTextureType2dArray, width, 3, 1, 1, 0, 1}, {format}),
                             width);
