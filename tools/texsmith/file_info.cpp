@@ -46,6 +46,7 @@ void readVxf(FileInfo* info, SourceFile* file) {
 
 void readImage(FileInfo* info, SourceFile* file) {
     Configuration configuration;
+    configuration.m_readingOptions = Raw::kReadKindly; // as convert does
     Raw::MappedMemory memory;
     Raw::ReallocatableImage image(&memory);
     Raw::Error error = Raw::kErrorFailed;

@@ -16,6 +16,7 @@ using namespace qor::Texsmith;
 void loadFile(Raw::MemoryMappedImage* image, const std::string& name, const std::string& type) {
     SourceFile file(name, type);
     Configuration configuration;
+    configuration.m_readingOptions = Raw::kReadKindly; // as convert does
     Raw::Error error = Raw::kErrorFailed;
     try {
         error = Raw::loadWithResult(image, file.region(), file.typeName(), &configuration, 0);
