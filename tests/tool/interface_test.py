@@ -50,7 +50,9 @@ def check_json(directory):
     with open(rows, "wb") as file:
         file.write(os.urandom(9 * 5 * 4))
     shape = ("--format", "rgba8", "--size", "9x5", "--tile-mode", "thin_2dthin")
-    calls = {"compare": ("compare", sample, packed), "convert": ("convert", sample, packed),
+    calls = {"assemble": ("assemble", "--pack", f"r={sample},a={sample}", os.path.join(directory, "packed.png")),
+             "extract": ("extract", packed, os.path.join(directory, "{name}{mip}.png")),
+             "compare": ("compare", sample, packed), "convert": ("convert", sample, packed),
              "info": ("info", packed), "report": ("report", packed, os.path.join(directory, "page.html")),
              "stats": ("stats", packed), "texel": ("texel", sample, "1", "2"),
              "tile": ("tile", rows, tiled, *shape), "untile": ("untile", tiled, rows + "2", *shape),

@@ -91,8 +91,8 @@ def check_steps(sample):
             (("--swizzle", "bg01"), Image.merge("RGBA", (blue, green, red.point(lambda _: 0), alpha)), 0),
             (("--invert", "g"), Image.merge("RGBA", (red, opposite, blue, alpha)), 0),
             (("--swizzle", "rrrg", "--premultiply"), Image.merge("RGBA", (faded, faded, faded, green)), 1),
-            (("--max-size", str(wide // 2), "--filter", "box", "--data"), original.resize((wide // 2, tall // 2), Image.BOX), 1)):
-        expect_same(f"{options}", expected, open_rgba(convert(sample, "step.png", *options)), tolerance)
+            (("--max-size", str(wide // 2), "--filter", "box"), original.resize((wide // 2, tall // 2), Image.BOX), 1)):
+        expect_same(f"{options}", expected, open_rgba(convert(sample, "step.png", "--data", *options)), tolerance)
     padded = open_rgba(convert(sample, "step.png", "--pad-to-multiple", "512"))
     check(padded.size == (512, 512), f"padded to {padded.size}")
     expect_same("padded", original, padded.crop((0, 0, wide, tall)))

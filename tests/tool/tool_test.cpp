@@ -425,6 +425,43 @@ TEST_F(ToolTest, ResizesInLightWhereTheFormatIsSrgb) {
     expectFailure(run("convert checks.tga small.vxf --resize 1x"), "--resize takes a size");
 }
 
+TEST_F(ToolTest, PartsComeOutOfTexturesAndGoIntoThem) {
+    const std::string faces = " px.tga nx.tga py.tga ny.tga pz.tga nz.tga ";
+    ASSERT_TRUE(run("convert " + quoted(sample("dusk.tga")) + " px.tga --crop 32x32+0+0").m_succeeded);
+    for (const std::string face : {"nx", "py", "ny", "pz", "nz"}) {
+        ASSERT_TRUE(
+            run("convert px.tga " + face + ".tga --flip both --swizzle " + (face[0] == 'n' ? "bgra" : "grba"))
+                .m_succeeded);
+    }
+    const Outcome cube = run("assemble --as cube" + faces + "cube.dds --mips");
+    ASSERT_TRUE(cube.m_succeeded) << cube.m_errors;
+    EXPECT_NE(std::string::npos, run("info cube.dds").m_output.find("mips       6\nfaces      6\n"));
+    const Outcome all = run("extract cube.dds face{face}.tga --mip 0");
+    ASSERT_TRUE(all.m_succeeded) << all.m_errors;
+    EXPECT_EQ(readFile(file("px.tga")), readFile(file("face0.tga")));
+    EXPECT_EQ(readFile(file("nz.tga")), readFile(file("face5.tga")));
+    expectFailure(run("convert cube.dds flat.png --strict"),
+                  "cube.dds: only the largest of 6 mips is written", 6);
+    expectFailure(run("extract cube.dds a.tga --face 6"), "cube.dds: there is no face 6 of 6", 6);
+    expectFailure(run("assemble --as array px.tga " + quoted(sample("moon.tga")) + " a.vxf"),
+                  "its size is 203 x 149");
+
+    ASSERT_TRUE(run("assemble --as textures px.tga cube.dds set.vxf").m_succeeded);
+    ASSERT_TRUE(run("extract set.vxf part{texture}.dds").m_succeeded);
+    EXPECT_EQ(readFile(file("cube.dds")), readFile(file("part1.dds")));
+
+    ASSERT_TRUE(run("assemble --pack r=px.tga:g,g=nx.tga,b=1,a=px.tga:b packed.tga").m_succeeded);
+    const std::string px = readFile(file("px.tga")), nx = readFile(file("nx.tga")),
+                      packed = readFile(file("packed.tga"));
+    ASSERT_EQ(px.size(), packed.size());
+    for (std::size_t texel = 18; texel < packed.size(); texel += 4) { // blue, green, red, alpha
+        const std::string expected = {'\xFF', px[texel + 1], nx[texel + 2], px[texel]};
+        const std::string found = {packed[texel], packed[texel + 2], packed[texel + 1], packed[texel + 3]};
+        ASSERT_EQ(expected, found) << texel;
+    }
+    expectFailure(run("convert packed.tga lost.jpg --strict"), "packed.tga: its alpha is lost", 6);
+}
+
 TEST_F(ToolTest, AnswersAreYesOrNoAndStreamsStandForFiles) {
     ASSERT_TRUE(run("convert --format=Bc1UnormNoAlpha - a.dds --type tga <" + quoted(sample("moon.tga")))
                     .m_succeeded);

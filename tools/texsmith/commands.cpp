@@ -11,11 +11,24 @@
 namespace Tool {
 namespace {
 
-// clang-format off: one a line
+// clang-format off
 constexpr const Command* kCommands[] = {
-    &kCompareCommand, &kCompletionsCommand, &kConvertCommand, &kFormatsCommand, &kInfoCommand,
-    &kManualCommand,  &kReportCommand,      &kStatsCommand,   &kTexelCommand,   &kTileCommand,
-    &kUntileCommand,  &kValidateCommand,    &kVersionCommand, &kViewCommand,
+    &kAssembleCommand,
+    &kCompareCommand,
+    &kCompletionsCommand,
+    &kConvertCommand,
+    &kExtractCommand,
+    &kFormatsCommand,
+    &kInfoCommand,
+    &kManualCommand,
+    &kReportCommand,
+    &kStatsCommand,
+    &kTexelCommand,
+    &kTileCommand,
+    &kUntileCommand,
+    &kValidateCommand,
+    &kVersionCommand,
+    &kViewCommand,
 };
 // clang-format on
 

@@ -8,9 +8,11 @@
 
 namespace Tool {
 
+extern const Command kAssembleCommand;
 extern const Command kCompareCommand;
 extern const Command kCompletionsCommand;
 extern const Command kConvertCommand;
+extern const Command kExtractCommand;
 extern const Command kFormatsCommand;
 extern const Command kInfoCommand;
 extern const Command kManualCommand;

@@ -5,6 +5,7 @@
 #include "file_info.h"
 #include "hints.h"
 #include "source_numbers.h"
+#include "steps/losses.h"
 #include "steps/mip_steps.h"
 #include "steps/picture_steps.h"
 
@@ -122,7 +123,9 @@ Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
     if (from != to || !options.changeNothing()) {
         hintAtReading(description);
     }
-    if (isLeftToTheLibrary(stated.m_numbers, from, to, options)) {
+    tellLostParts(description, sourceName, destinationName, options);
+    const bool mayLose = from != to && mayLoseValues(description.m_format, destinationName, options);
+    if (!mayLose && isLeftToTheLibrary(stated.m_numbers, from, to, options)) {
         hintAtNumbers(description, stated, options, to);
         return Raw::convertWithResult(source, sourceName.c_str(), destination, destinationName.c_str(),
                                       configuration);
@@ -140,6 +143,7 @@ Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
         showAsNumbers(&picture);
     }
     changeShape(&picture, options, configuration);
+    tellLostValues(*picture.m_image, destinationName, options, configuration);
     changeNumbers(&picture, to, options, configuration);
     if (options.m_steps.m_tileMode) {
         picture.m_image = withTileMode(std::move(picture.m_image), *options.m_steps.m_tileMode);

@@ -42,6 +42,10 @@ constexpr Option kTexelOptions[] = {
 };
 
 constexpr Option kShapeOptions[] = {
+    {.m_name = "--strict",
+     .m_help =
+         "fails where the destination cannot carry a part of the source: slices, faces, depth, mips, further "
+         "textures, alpha, range or precision; without it a hint names each of them"},
     {.m_name = "--resize",
      .m_value = "WxH",
      .m_help =
@@ -122,6 +126,7 @@ ConversionOptions conversionOptionsOf(const Options& options) {
         colon == type.npos ? conversion.m_inputType : extensionOfType(type.substr(colon + 1));
     conversion.m_mips = options.has("--mips");
     conversion.m_steps = stepOptionsOf(options);
+    conversion.m_isStrict = options.has("--strict");
     if (options.has("--resize")) {
         conversion.m_size = readSize(options.value("--resize"), "--resize");
     }

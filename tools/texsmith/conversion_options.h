@@ -26,6 +26,7 @@ struct ConversionOptions {
     std::optional<unsigned> m_ddsVersion; // 9 or 10
     std::optional<float> m_quality;       // of BC6H
     qor::Texsmith::Raw::EncoderEffort m_effort = qor::Texsmith::Raw::kEncoderEffortNormal;
+    bool m_isStrict = false;               // what a destination cannot carry is a failure
     std::string m_inputType, m_outputType; // extensions, of what the standard streams hold
 
     Transfer m_transfer = Transfer::kAuto;
@@ -33,7 +34,7 @@ struct ConversionOptions {
     bool m_isLiteral = false;             // reads files as the library does by itself
 
     // Whether texels of the result are made of several of the source.
-    bool average() const { return m_size || m_mips || m_steps.m_maxSize; }
+    bool average() const { return m_size || m_mips || m_steps.m_maxSize || m_steps.m_premultiplies; }
     // Whether a file of the destination's type already is what is asked for.
     bool changeNothing() const {
         return !m_size && !m_mips && !m_format && !m_ddsVersion && !m_steps.changePicture() &&

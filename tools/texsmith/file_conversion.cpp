@@ -12,6 +12,7 @@
 #include "qor/texsmith/raw/job_manager.h"
 #include "qor/texsmith/raw/memory_region.h"
 #include "qor/texsmith/raw/process.h"
+#include "qor/texsmith/raw/vxf.h"
 
 #include <cstdio>
 #include <optional>
@@ -20,6 +21,8 @@ namespace Tool {
 namespace {
 
 using namespace qor::Texsmith;
+
+constexpr char kVxfName[] = ".vxf"; // of bytes in memory
 
 // The source itself, of the same type, was named as the destination.
 bool isAlreadyThere(const std::string& source, const std::string& destination) {
@@ -57,8 +60,15 @@ void setEncoders(Configuration* configuration, const ConversionOptions& options)
     configuration->m_encoderConfiguration.m_effort = options.m_effort;
 }
 
+struct NamedRegion {
+    MemoryRegion* m_region;
+    std::string m_typeName, m_name; // what tells its type, and how it is called
+};
+
+NamedRegion regionOf(SourceFile* file) { return {file->region(), file->typeName(), file->name()}; }
+
 // From any source into any region. Throws Failure in the name of the file that is at fault.
-void convertInto(Raw::ResizableMemoryRegion* to, SourceFile* source, const std::string& destination,
+void convertInto(Raw::ResizableMemoryRegion* to, const NamedRegion& source, const std::string& destination,
                  const ConversionOptions& options, const FileWork& work) {
     Raw::SerialJobManager serial;
     Configuration configuration;
@@ -67,11 +77,10 @@ void convertInto(Raw::ResizableMemoryRegion* to, SourceFile* source, const std::
     setEncoders(&configuration, options);
     Raw::Error error = Raw::kErrorFailed;
     try {
-        error =
-            convertRegions(source->region(), source->typeName(), to, destination, options, &configuration);
-    } catch (const Failure&) { // whose text is the first report, where there is one
+        error = convertRegions(source.m_region, source.m_typeName, to, destination, options, &configuration);
+    } catch (const Failure& failure) { // whose text is the first report, where there is one
         if (firstReport().empty()) {
-            throw;
+            throwFileFailure(source.m_name, failure);
         }
     }
     const std::string report = firstReport();
@@ -79,25 +88,31 @@ void convertInto(Raw::ResizableMemoryRegion* to, SourceFile* source, const std::
         throwFileFailure(destination, error, Work::kWriting);
     }
     if (error != Raw::kErrorNone || !report.empty()) {
-        throwFileFailure(source->name(), error);
+        throwFileFailure(source.m_name, error);
     }
 }
 
-void writeConverted(SourceFile* source, const std::string& destination, const std::string& written,
+void writeConverted(const NamedRegion& source, const std::string& destination, const std::string& replaced,
                     const ConversionOptions& options, const FileWork& work) {
+    ReplacementFile file(replaced, work.m_force);
     std::optional<Raw::MemoryMappedFile> to;
     try {
-        to.emplace(written.c_str(), Raw::kPermissionsReadWrite, Raw::g_mallocAllocator);
+        to.emplace(file.name().c_str(), Raw::kPermissionsReadWrite, Raw::g_mallocAllocator);
     } catch (const Failure&) { // its text is the first report
         throwFileFailure(destination, Raw::kErrorFailed, Work::kWriting);
     }
     convertInto(&*to, source, destination, options, work);
+    to.reset();
+    if (work.m_whenMade) {
+        work.m_whenMade();
+    }
+    file.takePlace();
 }
 
 void writeToStandardOutput(SourceFile* source, const ConversionOptions& options, const FileWork& work) {
     constexpr int kStandardOutputNumber = 1;
     Raw::MappedMemory memory;
-    convertInto(&memory, source, options.m_outputType, options, work);
+    convertInto(&memory, regionOf(source), options.m_outputType, options, work);
     Raw::setBinaryMode(kStandardOutputNumber);
     std::fwrite(memory.begin, 1, static_cast<std::size_t>(memory.length()), stdout);
 }
@@ -136,10 +151,46 @@ void convertFile(const std::string& source, const std::string& destination, cons
         return;
     }
     SourceFile from(source, options.m_inputType);
-    ReplacementFile file(fileToReplace(source, destination), work.m_force);
-    writeConverted(&from, destination, file.name(), options, work);
-    if (work.m_whenMade) {
-        work.m_whenMade();
+    writeConverted(regionOf(&from), destination, fileToReplace(source, destination), options, work);
+}
+
+void convertImage(const Raw::MemoryMappedImage& image, const std::string& source,
+                  const std::string& destination, const ConversionOptions& options) {
+    checkIsWritten(kVxfName, destination, destination);
+    checkConversionOptions(options, destination);
+    Configuration configuration;
+    Raw::MappedMemory file;
+    Raw::Error error = Raw::kErrorFailed;
+    try {
+        error = Raw::convertToVxf(&image, &file, &configuration);
+    } catch (const Failure&) { // its text is the first report
+    }
+    if (error != Raw::kErrorNone || !firstReport().empty()) {
+        throwFileFailure(source, error);
+    }
+    writeConverted({&file, kVxfName, source}, destination, followLinks(destination), options, {});
+}
+
+void convertIntoVxf(Raw::ResizableMemoryRegion* destination, const std::string& source,
+                    const ConversionOptions& options) {
+    SourceFile file(source, options.m_inputType);
+    convertInto(destination, regionOf(&file), kVxfName, options, {});
+}
+
+void writeFile(const std::string& destination,
+               const std::function<Raw::Error(Raw::ResizableMemoryRegion*)>& use, const FileWork& work) {
+    ReplacementFile file(followLinks(destination), work.m_force);
+    Raw::Error error = Raw::kErrorFailed;
+    try {
+        Raw::MemoryMappedFile to(file.name().c_str(), Raw::kPermissionsReadWrite, Raw::g_mallocAllocator);
+        error = use(&to);
+    } catch (const Failure&) { // its text is the first report
+        if (firstReport().empty()) {
+            throw;
+        }
+    }
+    if (error != Raw::kErrorNone || !firstReport().empty()) {
+        throwFileFailure(destination, error, Work::kWriting);
     }
     file.takePlace();
 }

@@ -3,6 +3,9 @@
 
 #include "conversion_options.h"
 
+#include "qor/texsmith/raw/image.h"
+#include "qor/texsmith/raw/memory_region.h"
+
 #include <functional>
 #include <string>
 
@@ -24,5 +27,20 @@ struct FileWork {
 // is told as hints.
 void convertFile(const std::string& source, const std::string& destination, const ConversionOptions& options,
                  const FileWork& work = {});
+
+// Writes an image in memory as a file, as convertFile does. Failures that are not the destination's bear the
+// name `source`.
+void convertImage(const qor::Texsmith::Raw::MemoryMappedImage& image, const std::string& source,
+                  const std::string& destination, const ConversionOptions& options);
+
+// The bytes of a .vxf file that convertFile would make of a file.
+void convertIntoVxf(qor::Texsmith::Raw::ResizableMemoryRegion* destination, const std::string& source,
+                    const ConversionOptions& options);
+
+// A new file in place of `destination`, once use(region) has filled it and returned no Error. Throws Failure.
+void writeFile(
+    const std::string& destination,
+    const std::function<qor::Texsmith::Raw::Error(qor::Texsmith::Raw::ResizableMemoryRegion*)>& use,
+    const FileWork& work = {});
 
 } // namespace Tool

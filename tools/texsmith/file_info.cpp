@@ -4,18 +4,23 @@
 #include "source_file.h"
 
 #include "qor/texsmith/raw/configuration.h"
+#include "qor/texsmith/raw/file_description.h"
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/helpers.h"
+#include "qor/texsmith/raw/reading_options.h"
 #include "qor/texsmith/raw/reflected_types.h"
 #include "qor/texsmith/raw/vxf.h"
 
 #include <cstdio>
+#include <iterator>
 
 namespace Tool {
 namespace {
 
 using namespace qor;
 using namespace qor::Texsmith;
+
+constexpr char kNoTileMode[] = "none: rows";
 
 std::string tileModeName(Vex::TileMode mode) {
     const std::string name = Raw::ReflectedTypes::g_vexTileMode.valueToName(mode);
@@ -44,7 +49,8 @@ void readVxf(FileInfo* info, SourceFile* file) {
     }
 }
 
-void readImage(FileInfo* info, SourceFile* file) {
+// For types that are not described by their headers.
+void loadImage(FileInfo* info, SourceFile* file) {
     Configuration configuration;
     configuration.m_readingOptions = Raw::kReadKindly; // as convert does
     Raw::MappedMemory memory;
@@ -57,7 +63,46 @@ void readImage(FileInfo* info, SourceFile* file) {
     if (error != Raw::kErrorNone || !firstReport().empty()) {
         throwFileFailure(file->name(), error);
     }
-    info->m_textures.push_back({*image.getVexTexture(), "none: rows", image.getBytesTotal()});
+    info->m_textures.push_back({*image.getVexTexture(), kNoTileMode, image.getBytesTotal()});
+}
+
+Vex::Texture textureOf(const Raw::FileDescription& description) {
+    Vex::Texture texture;
+    if (description.m_depth > 1) {
+        texture.initAs3d(description.m_width, description.m_height, description.m_depth, description.m_mips,
+                         description.m_format, Vex::kTileModeThick_1dThick);
+    } else {
+        texture.initAs2dArray(description.m_width, description.m_height, description.m_arrayEntries, 0,
+                              description.m_mips, description.m_format, Vex::kTileModeThin_1dThin,
+                              Vex::kNumFragments1, description.m_faces > 1);
+    }
+    return texture;
+}
+
+const char* meaningOf(Raw::FileTransfer transfer) {
+    constexpr const char* kMeanings[] = {"", "sRGB", "linear", "another curve"};
+    return transfer < std::size(kMeanings) ? kMeanings[transfer] : "";
+}
+
+// By its headers alone, as far as they go.
+void readHeaders(FileInfo* info, SourceFile* file) {
+    Configuration configuration;
+    configuration.m_readingOptions = Raw::kReadKindly;
+    Raw::FileDescription description;
+    try {
+        const Raw::Error error =
+            Raw::describeFile(&description, file->region(), file->typeName(), &configuration, 0);
+        info->m_isCut = error != Raw::kErrorNone;
+    } catch (const Failure&) { // its text is the first report
+        throwFileFailure(file->name(), Raw::kErrorFailed);
+    }
+    if (description.m_width == 0 || description.m_height == 0) {
+        loadImage(info, file);
+        return;
+    }
+    info->m_textures.push_back({textureOf(description), kNoTileMode, description.m_texelBytes});
+    info->m_transfer = meaningOf(description.m_transfer);
+    info->m_transferSource = description.m_transferSource;
 }
 
 std::string typeName(Raw::FileType type) {
@@ -94,7 +139,7 @@ FileInfo readFileInfo(const std::string& name, const std::string& wantedType) {
     if (type == Raw::makeFileType(".VXF")) {
         readVxf(&info, &file);
     } else {
-        readImage(&info, &file);
+        readHeaders(&info, &file);
     }
     return info;
 }

@@ -26,9 +26,12 @@ struct FileInfo {
     std::uint64_t m_bytes = 0;
     std::vector<TextureInfo> m_textures;
     std::vector<ChunkInfo> m_chunks;
+    std::string m_transfer, m_transferSource; // what its numbers mean, and what says so; empty: nothing does
+    bool m_isCut = false; // the headers end early or are wrong: what is told may be less than all
 };
 
-// Loads the file; `type` is what the standard input holds. Throws Failure for one that cannot be read whole.
+// Reads its headers; `type` is what the standard input holds. Throws Failure for one whose headers do not
+// tell its size.
 FileInfo readFileInfo(const std::string& name, const std::string& type);
 
 // The first name of the format, or its word in hexadecimal.

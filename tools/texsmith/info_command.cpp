@@ -44,6 +44,13 @@ void printText(const FileInfo& info) {
         }
         printTexture(info.m_textures[i]);
     }
+    if (!info.m_transfer.empty()) {
+        std::printf("numbers    %s, by %s\n", info.m_transfer.c_str(),
+                    escaped(info.m_transferSource).c_str());
+    }
+    if (info.m_isCut) {
+        std::puts("note       the headers are cut off or damaged");
+    }
     for (const ChunkInfo& chunk : info.m_chunks) {
         std::printf("chunk      %s, %llu bytes\n", chunk.m_type.c_str(),
                     static_cast<unsigned long long>(chunk.m_bytes));
@@ -76,7 +83,10 @@ Json describe(const FileInfo& info) {
             {"type", info.m_type},
             {"bytes", info.m_bytes},
             {"textures", textures},
-            {"chunks", chunks}};
+            {"chunks", chunks},
+            {"transfer", info.m_transfer.empty() ? Json() : Json(info.m_transfer)},
+            {"transferBy", info.m_transfer.empty() ? Json() : Json(info.m_transferSource)},
+            {"isCut", info.m_isCut}};
 }
 
 void run(const Options& options) {

@@ -2,10 +2,10 @@
 #include "commands.h"
 #include "console.h"
 #include "failure.h"
+#include "file_conversion.h"
 #include "format_lookup.h"
 #include "json_output.h"
 #include "options.h"
-#include "replacement_file.h"
 #include "resizing.h"
 #include "source_file.h"
 #include "steps/owned_image.h"
@@ -91,22 +91,18 @@ void copyWhole(const MemoryRegion& to, SourceFile* source) {
     std::memcpy(to.begin, source->region()->begin, static_cast<std::size_t>(wants));
 }
 
-void write(const std::string& name, const MemoryRegion& bytes) {
-    ReplacementFile file(name);
-    {
-        Raw::MemoryMappedFile to(file.name().c_str(), Raw::kPermissionsReadWrite, Raw::g_mallocAllocator);
-        to.resize(bytes.length());
-        if (to.length() != bytes.length()) {
-            throw Failure("it cannot be written", kExitUnwritable, name);
-        }
-        std::memcpy(to.begin, bytes.begin, static_cast<std::size_t>(bytes.length()));
+Raw::Error fill(Raw::ResizableMemoryRegion* file, const MemoryRegion& bytes) {
+    file->resize(bytes.length());
+    if (file->length() != bytes.length()) {
+        return Raw::kErrorFailed;
     }
-    file.takePlace();
+    std::memcpy(file->begin, bytes.begin, static_cast<std::size_t>(bytes.length()));
+    return Raw::kErrorNone;
 }
 
 void finish(const Options& options, const MemoryRegion& bytes) {
     const std::string& destination = options.names()[1];
-    write(destination, bytes);
+    writeFile(destination, [&bytes](Raw::ResizableMemoryRegion* file) { return fill(file, bytes); });
     if (isJson()) {
         printJson(options.command(), {{"source", nameOfSource(options.names()[0])},
                                       {"destination", destination},
