@@ -55,6 +55,13 @@ const PhotographBlocks& fewPhotographs() {
 
 using BlockSource = const PhotographBlocks& (*)();
 
+// The first channels of 16 pixels.
+template <unsigned kChannels> void gatherChannels(std::uint8_t* values, const std::uint8_t* pixels) {
+    for (unsigned i = 0; i < 16 * kChannels; ++i) {
+        values[i] = pixels[i / kChannels * 4 + i % kChannels];
+    }
+}
+
 double secondsOf(void (*encodeOne)(const StbDxt& build, unsigned char* destination,
                                    const unsigned char* pixels),
                  const StbDxt& build) {
@@ -85,10 +92,14 @@ const StbDxt& peer() {
             build.m_dxt(to, pixels, 0, kStbNormal);
         });
         const StbDxt bc4 = fastest([](const StbDxt& build, unsigned char* to, const unsigned char* pixels) {
-            build.m_bc4(to, pixels);
+            std::uint8_t red[16];
+            gatherChannels<1>(red, pixels);
+            build.m_bc4(to, red);
         });
         const StbDxt bc5 = fastest([](const StbDxt& build, unsigned char* to, const unsigned char* pixels) {
-            build.m_bc5(to, pixels);
+            std::uint8_t both[32];
+            gatherChannels<2>(both, pixels);
+            build.m_bc5(to, both);
         });
         std::fprintf(stderr, "stb_dxt is built by %s for BC1 and BC3, by %s for BC4, by %s for BC5.\n",
                      dxt.m_compiler, bc4.m_compiler, bc5.m_compiler);
@@ -247,19 +258,14 @@ void addBc4AndBc5() {
     add("blocks/BC4 peer", "", [](const PhotographBlocks& blocks, std::uint8_t* destination) {
         for (unsigned i = 0; i < blocks.m_count; ++i) {
             std::uint8_t red[16];
-            for (unsigned texel = 0; texel < 16; ++texel) {
-                red[texel] = blocks.m_bytes[64 * i + 4 * texel];
-            }
+            gatherChannels<1>(red, &blocks.m_bytes[64 * std::size_t(i)]);
             peer().m_bc4(destination + 8 * i, red);
         }
     });
     add("blocks/BC5 peer", "", [](const PhotographBlocks& blocks, std::uint8_t* destination) {
         for (unsigned i = 0; i < blocks.m_count; ++i) {
             std::uint8_t both[32];
-            for (unsigned texel = 0; texel < 16; ++texel) {
-                both[2 * texel] = blocks.m_bytes[64 * i + 4 * texel];
-                both[2 * texel + 1] = blocks.m_bytes[64 * i + 4 * texel + 1];
-            }
+            gatherChannels<2>(both, &blocks.m_bytes[64 * std::size_t(i)]);
             peer().m_bc5(destination + 16 * i, both);
         }
     });
