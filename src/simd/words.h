@@ -30,6 +30,8 @@
 
 #if !defined(TEXSMITH_SCALAR) && (defined(__SSE2__) || defined(_M_X64))
 #    include "simd/words8_sse2.h"
+#elif !defined(TEXSMITH_SCALAR) && (defined(__aarch64__) || defined(_M_ARM64))
+#    include "simd/words8_neon.h"
 #endif
 
 namespace qor::Texsmith::Simd {

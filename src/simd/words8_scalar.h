@@ -102,11 +102,17 @@ inline Wide8 sumOfProducts(Word8 a, Word8 b, Word8 c, Word8 d) {
                static_cast<std::uint32_t>(c.m_lanes[i] * d.m_lanes[i]);
     });
 }
+inline std::int16_t saturated(std::uint32_t lane) {
+    const auto value = static_cast<std::int32_t>(lane);
+    return static_cast<std::int16_t>(value < -32768 ? -32768 : value > 32767 ? 32767 : value);
+}
 inline Word8 narrow(Wide8 a) {
-    return eachWord([&](int i) {
-        const auto value = static_cast<std::int32_t>(i < 4 ? a.m_low.m_lanes[i] : a.m_high.m_lanes[i - 4]);
-        return value < -32768 ? -32768 : value > 32767 ? 32767 : value;
-    });
+    Word8 result;
+    for (int i = 0; i < 4; ++i) {
+        result.m_lanes[i] = saturated(a.m_low.m_lanes[i]);
+        result.m_lanes[i + 4] = saturated(a.m_high.m_lanes[i]);
+    }
+    return result;
 }
 inline void store(void* destination, Word8 a) { std::memcpy(destination, &a, sizeof a); }
 inline void storeWide(void* destination, Wide8 a) { std::memcpy(destination, &a, sizeof a); }
