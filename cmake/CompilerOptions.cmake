@@ -46,5 +46,5 @@ function(texsmith_avx2_files)
         # On Windows the compiler does not align the stack for wide vectors: only unaligned moves are safe.
         set(options -mavx2 $<$<BOOL:${MINGW}>:-Wa,-muse-unaligned-vector-move>)
     endif()
-    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${options}")
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${options}" SKIP_PRECOMPILE_HEADERS ON)
 endfunction()
