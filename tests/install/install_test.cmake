@@ -41,7 +41,7 @@ if(TOOLCHAIN_FILE)
 endif()
 run(${WORK_DIR}/build/plugin_host ${WORK_DIR}/build/plugin.so)
 try_program(${WORK_DIR}/build/consumer_texsmith)
-run(${WORK_DIR}/build/tool/texsmith info ${WORK_DIR}/back.tga)
+run(${prefix}/bin/texsmith info ${WORK_DIR}/back.tga)
 try_program(${WORK_DIR}/build/consumer_texsmith_static)
 
 find_program(PKG_CONFIG pkg-config)
