@@ -21,6 +21,7 @@ ComboElementProvider::ComboElementProvider(ElementProvider** providers, int coun
 void ComboElementProvider::init(ElementProvider** providers, int count, Vex::Texture texture) {
     const bool hasProviders = checkNotNull(providers, kSourcePath, "providers must not be NULL.");
     m_providers = providers;
+    m_count = 0; // for callers whose handler throws
     m_count = check(count > 0, kSourcePath, "count > 0") && hasProviders ? static_cast<unsigned>(count) : 0;
     const ElementProvider* first = nullptr;
     for (unsigned i = 0; i < m_count; ++i) {

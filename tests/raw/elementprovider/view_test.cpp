@@ -607,6 +607,12 @@ TEST(Views, WithoutTargetsAreReportedAndShowNothing) {
         const ReportRecorder reports(ReportRecorder::kThrow);
         EXPECT_THROW(make(), std::runtime_error) << texts;
     }
+    // What a second beginning that was broken off leaves behind has no providers.
+    Raw::ComboElementProvider combo(std::begin(mixed), 1, image.getTexture());
+    Raw::Tile tile;
+    const ReportRecorder reports(ReportRecorder::kThrow);
+    EXPECT_THROW(combo.init(nulls, 0, image.getTexture()), std::runtime_error);
+    EXPECT_THROW(combo.getTile(&kFirstSurface, &tile, 0, 0), std::runtime_error);
 }
 
 TEST(Views, AreCutOnceAndSaySo) {
