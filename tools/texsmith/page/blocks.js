@@ -7,9 +7,9 @@ const kWeights = { 2: [0, 21, 43, 64], 3: [0, 9, 18, 27, 37, 46, 55, 64],
 
 // The bits of a block, from the lowest one on.
 class BitReader {
-  open(words) {
+  open(words, at) {
     this.words = words;
-    this.at = 0;
+    this.at = at;
   }
   take(count) {
     const word = this.at >>> 5, shift = this.at & 31;
@@ -53,8 +53,7 @@ function readRamp(words, at, isSigned) {
     ramp[6] = isSigned ? -8128 : 0;
     ramp[7] = isSigned ? 8128 : 16320;
   }
-  reader.open(words);
-  reader.at = 32 * at + 16;
+  reader.open(words, 32 * at + 16);
 }
 function decodeRamp(words, at, isSigned, out, lane) {
   const scale = Math.fround(isSigned ? 0.0001230315 : 6.127451e-5);
@@ -62,9 +61,6 @@ function decodeRamp(words, at, isSigned, out, lane) {
   for (let texel = 0; texel < 16; ++texel) out[4 * texel + lane] = Math.fround(ramp[reader.take(3)] * scale);
 }
 
-function decodeBc1(words, out) {
-  decodeColours(words[0], words[1], true, out);
-}
 function decodeBc2(words, out) {
   decodeColours(words[2], words[3], false, out);
   for (let texel = 0; texel < 16; ++texel) out[4 * texel + 3] = (words[texel >> 3] >>> 4 * (texel & 7) & 15) * 17;
@@ -74,12 +70,8 @@ function decodeBc3(words, out) {
   readRamp(words, 0, false);
   for (let texel = 0; texel < 16; ++texel) out[4 * texel + 3] = (ramp[reader.take(3)] + 32) >> 6;
 }
-function decodeBc4(words, out, isSigned) {
-  decodeRamp(words, 0, isSigned, out, 0);
-}
-function decodeBc5(words, out, isSigned) {
-  decodeRamp(words, 0, isSigned, out, 0);
-  decodeRamp(words, 2, isSigned, out, 1);
+function decodeRamps(count, words, out, isSigned) {
+  for (let lane = 0; lane < count; ++lane) decodeRamp(words, 2 * lane, isSigned, out, lane);
 }
 
 // Partitions of BC6H and BC7: for each texel, the first one topmost, the number of its subset.
@@ -143,8 +135,7 @@ function decodeBc7(words, out) {
   const mode = kBc7Modes[31 - Math.clz32(words[0] & -words[0] & 255)];
   if (!mode) return out.fill(0); // reserved
   const [subsets, partitionBits, rotationBits, selectionBits, colourBits, alphaBits, pBits, bits, secondBits] = mode;
-  reader.open(words);
-  reader.at = kBc7Modes.indexOf(mode) + 1;
+  reader.open(words, kBc7Modes.indexOf(mode) + 1);
   const partition = reader.take(partitionBits), rotation = reader.take(rotationBits);
   const swaps = reader.take(selectionBits) !== 0;
   readBc7Ends(2 * subsets, colourBits, alphaBits, pBits);
@@ -228,11 +219,10 @@ function halfToNumber(half) {
 const kHalves = Float64Array.from({ length: 32768 }, (_, half) => halfToNumber(half)); // without sign
 function decodeBc6(words, out, isSigned) {
   const mode = kBc6ModeOfBits[words[0] & 31];
-  reader.open(words);
   out.fill(0);
   for (let texel = 0; texel < 16; ++texel) out[4 * texel + 3] = 1;
   if (!mode) return;
-  reader.at = mode.nameBits;
+  reader.open(words, mode.nameBits);
   readBc6Ends(mode, isSigned);
   const partition = mode.subsets === 2 ? reader.take(5) : 0, bits = mode.subsets === 2 ? 3 : 4;
   readIndices(bits, mode.subsets, partition, firstIndices);
@@ -246,5 +236,6 @@ function decodeBc6(words, out, isSigned) {
   }
 }
 
-const kBlockDecoders = { // by surface format
-  35: decodeBc1, 36: decodeBc2, 37: decodeBc3, 38: decodeBc4, 39: decodeBc5, 40: decodeBc6, 41: decodeBc7 };
+const kBlockDecoders = { // by surface format, from BC1 to BC7
+  35: (words, out) => decodeColours(words[0], words[1], true, out), 36: decodeBc2, 37: decodeBc3,
+  38: decodeRamps.bind(null, 1), 39: decodeRamps.bind(null, 2), 40: decodeBc6, 41: decodeBc7 };

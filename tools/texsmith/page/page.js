@@ -102,12 +102,11 @@ function showReadout(texel) {
   tell("Place", placeText(texel));
   found.forEach((facts, i) => {
     if (!facts) return;
-    const [bytes, value, hardware, modified] = i === 0 ? ["Bytes", "Value", "Hardware", "Modified"]
-      : ["Ref. bytes", "Ref. value", "Ref. hardware", "Ref. modified"];
-    tell(bytes, `[${facts.bytes.map((byte) => byte.toString(16).padStart(2, "0")).join(", ")}]`);
-    tell(value, listText(facts.value, facts.isInteger));
-    if (facts.hardware) tell(hardware, listText(facts.hardware, false));
-    if (facts.modified) tell(modified, listText(facts.modified, false));
+    const name = (label) => i === 0 ? label : `Ref. ${label.toLowerCase()}`;
+    tell(name("Bytes"), `[${facts.bytes.map((byte) => byte.toString(16).padStart(2, "0")).join(", ")}]`);
+    tell(name("Value"), listText(facts.value, facts.isInteger));
+    if (facts.hardware) tell(name("Hardware"), listText(facts.hardware, false));
+    if (facts.modified) tell(name("Modified"), listText(facts.modified, false));
   });
   if (found[0] && found[1]) tell("Difference", listText(found[0].value.map((value, i) => value - found[1].value[i]), false));
   if (texel === view.pinned) byId("spoken").textContent = rows.slice(0, 6).map((row) => row.textContent).join(" ");
@@ -234,6 +233,7 @@ function listenToPointer(canvas) {
     if (held && !held.moved && !held.isSplit && texel) view.pin(texel, false);
     held = null;
   };
+  canvas.onpointercancel = () => { held = null; };
   canvas.onpointerleave = () => showReadout(view.pinned);
   canvas.onwheel = (event) => {
     event.preventDefault();
@@ -273,6 +273,7 @@ byId("in").onclick = () => view.zoomBy(1);
 byId("out").onclick = () => view.zoomBy(-1);
 byId("fit").onclick = () => view.fit();
 byId("sort").onchange = byId("reverse").onchange = showSheet;
+document.querySelector(".scale").style.background = `linear-gradient(to right, ${kHeat.map((colour) => `rgb(${colour})`)})`;
 window.addEventListener("hashchange", followAddress);
 listenToPointer(byId("canvas"));
 followAddress();
