@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -550,6 +551,47 @@ TEST_F(ToolTest, ViewDrawsSurfacesInEverySizeAndRefusesWhatIsNotThere) {
         writeFile(file("out.tga"), "precious");
         expectFailure(run(std::string("view ") + arguments), reason, 2);
         EXPECT_EQ(readFile(file("out.tga")), "precious");
+    }
+}
+
+// A file of one mip in a format of DXGI, with `bytes` before zeros up to `length`.
+void writeDds(const fs::path& path, std::uint32_t format, unsigned wide, unsigned tall, unsigned slices,
+              const std::string& bytes, std::size_t length, bool isCube = false) {
+    std::uint32_t words[37] = {0x20534444, 124, 0x1007, tall, wide};
+    words[7] = 1, words[19] = 32, words[20] = 4, words[21] = 0x30315844, words[27] = 0x1000;
+    words[28] = isCube ? 0xFE00 : 0, words[32] = format, words[33] = 3, words[34] = isCube ? 4 : 0;
+    words[35] = slices;
+    writeFile(path, std::string(reinterpret_cast<const char*>(words), sizeof words) + bytes);
+    fs::resize_file(path, sizeof words + length);
+}
+
+TEST_F(ToolTest, ViewShowsCrossesGridsAndLight) {
+    std::string faces, drawn;
+    for (char face = 0; face < 6; ++face) {
+        faces += std::string(64, static_cast<char>(20 * face + 10));
+    }
+    writeDds(file("cube.dds"), 61, 8, 8, 1, faces, faces.size(), true);
+    ASSERT_TRUE(run("view cube.dds out.tga --cross").m_succeeded);
+    const std::string cross = readFile(file("out.tga"));
+    ASSERT_EQ(cross.size(), 18 + 32 * 24 * 4u);
+    for (std::size_t cell = 0; cell < 12; ++cell) { // the number of each face, as layouts count
+        const char red = cross[18 + ((cell / 4 * 8 + 3) * 32 + cell % 4 * 8 + 5) * 4 + 2];
+        drawn += static_cast<char>(red == 0x30 ? '.' : '1' + (red - 10) / 20);
+    }
+    EXPECT_EQ(drawn, ".3..2516.4..");
+    writeDds(file("many.dds"), 61, 8, 16, 1025, {}, 1025 * 128);
+    const Outcome grid = run("view -v many.dds out.tga");
+    EXPECT_NE(grid.m_errors.find("so the slices of mip 0 are laid out in a grid"), std::string::npos);
+    EXPECT_EQ(readFile(file("out.tga")).substr(12, 4), std::string("\x68\x01\x70\x01")); // 45 x 23 slices
+    writeDds(file("tall.dds"), 61, 1, 8200, 2049, {}, 2049 * 8200);
+    expectFailure(run("view tall.dds out.tga"), "16384 either way are the most; --mip, --face and", 2);
+    const float light[] = {2, 0.5f, 0, 1}; // by -1: 1, which the curve takes to 0.875, and a quarter of it
+    const std::string texel(reinterpret_cast<const char*>(light), sizeof light);
+    writeDds(file("light.dds"), 2, 1, 1, 1, texel, texel.size());
+    for (const auto& [tone, bytes] : {std::pair{"soft", "\x81\xF0\xFF"}, {"cut", "\x89\xFF\xFF"}}) {
+        ASSERT_TRUE(
+            run(std::string("view light.dds out.tga --mip 0 --exposure -1 --tone ") + tone).m_succeeded);
+        EXPECT_EQ(readFile(file("out.tga")).substr(19, 3), bytes) << tone;
     }
 }
 

@@ -42,11 +42,19 @@ Tiles gridAt(const Raw::ElementProvider& texture, unsigned mip, unsigned columns
     return {std::uint64_t{columns} * texture.getTilesWide(mip), rows * texture.getTilesTall(mip)};
 }
 
-// About as wide as tall.
+// About as wide as tall, but no wider and no taller than fits, where both can be had.
 unsigned columnsFor(const Raw::ElementProvider& texture, unsigned mip) {
-    const double square = std::sqrt(static_cast<double>(slicesOf(texture, mip)) * texture.getTilesTall(mip) /
-                                    texture.getTilesWide(mip));
-    return std::clamp(static_cast<unsigned>(std::lround(square)), 1u, slicesOf(texture, mip));
+    const unsigned slices = slicesOf(texture, mip);
+    const unsigned wide = texture.getTilesWide(mip), tall = texture.getTilesTall(mip);
+    const unsigned mostRows = kMostTiles / tall, mostColumns = std::min(kMostTiles / wide, slices);
+    const double square = std::sqrt(static_cast<double>(slices) * tall / wide);
+    return std::max((slices + mostRows - 1) / mostRows,
+                    std::min(static_cast<unsigned>(std::lround(square)), mostColumns));
+}
+
+[[noreturn]] void throwTooLarge(const Tiles& size) {
+    throw UsageFailure("the picture would have " + size.text() +
+                       ", and 16384 either way are the most; --mip, --face and --slice draw one surface");
 }
 
 // The texture without its mips before `mip`.
@@ -149,6 +157,9 @@ void ShownSurfaces::fitCanvas(const Raw::ElementProvider& texture) {
         }
         m_choice.m_kind = SurfaceChoice::Kind::kGrid;
         m_choice.m_columns = columnsFor(texture, mip);
+        if (const Tiles grid = gridAt(texture, mip, m_choice.m_columns); !grid.fit()) {
+            throwTooLarge(grid);
+        }
         hint(tooLarge + "the slices of mip " + std::to_string(mip) + " are laid out in a grid");
     }
     m_surface.mip = mip;
@@ -166,8 +177,7 @@ void ShownSurfaces::fitTiles(const Raw::ElementProvider& texture) {
         ++m_surface.mip;
     }
     if (!sizeAt(m_surface.mip).fit()) {
-        throw UsageFailure("the picture would have " + largest.text() +
-                           ", and 16384 either way are the most");
+        throwTooLarge(largest);
     }
     if (!largest.fit()) {
         hint("the picture of mip 0 would have " + largest.text() + ", so mip " +

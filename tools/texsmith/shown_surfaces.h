@@ -26,8 +26,8 @@ struct SurfaceChoice {
 class ShownSurfaces {
 public:
     // Where the picture would pass 16384 pixels either way, it shows smaller mips or a grid of slices
-    // instead, and a hint says so. Throws UsageFailure for what `texture` does not have, and where a mip that
-    // was asked for is too large.
+    // instead, and a hint says so. Throws UsageFailure for what `texture` does not have, and where nothing
+    // of what was asked for fits.
     ShownSurfaces(const qor::Texsmith::Raw::ElementProvider& texture, const SurfaceChoice& choice);
 
     // Of a texture of the same shape, which must outlive it.

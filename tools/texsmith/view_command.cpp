@@ -153,6 +153,14 @@ private:
     std::vector<std::uint8_t> m_bytes, m_covered;
 };
 
+void widenTexels(std::uint8_t* to, const std::uint8_t* from, unsigned count, unsigned scale) {
+    for (unsigned x = 0; x < count; ++x, from += 4) {
+        for (unsigned i = 0; i < scale; ++i, to += 4) {
+            std::memcpy(to, from, 4);
+        }
+    }
+}
+
 // Each texel `scale` pixels wide and tall, the whole `repeats` times across and down.
 std::unique_ptr<Raw::MemoryMappedImage> imageOf(const Drawing& drawing, unsigned scale, unsigned repeats) {
     const std::uint64_t wide = std::uint64_t{drawing.m_wide} * scale * repeats;
@@ -171,7 +179,7 @@ std::unique_ptr<Raw::MemoryMappedImage> imageOf(const Drawing& drawing, unsigned
     if (image->getMemoryRegion().length() < image->getBytesTotal()) {
         throw Failure("there is not enough memory for the picture");
     }
-    const std::size_t rowBytes = static_cast<std::size_t>(wide) * 4;
+    const std::size_t rowBytes = static_cast<std::size_t>(wide) * 4, onceBytes = rowBytes / repeats;
     for (std::size_t y = 0; y < tall; ++y) {
         std::uint8_t* const row = pixels + y * rowBytes;
         if (y % scale != 0) {
@@ -180,8 +188,9 @@ std::unique_ptr<Raw::MemoryMappedImage> imageOf(const Drawing& drawing, unsigned
         }
         const std::uint8_t* const from =
             drawing.m_bytes.data() + y / scale % drawing.m_tall * drawing.m_wide * std::size_t{4};
-        for (std::size_t x = 0; x < wide; ++x) {
-            std::memcpy(row + x * 4, from + x / scale % drawing.m_wide * 4, 4);
+        widenTexels(row, from, drawing.m_wide, scale);
+        for (unsigned i = 1; i < repeats; ++i) {
+            std::memcpy(row + i * onceBytes, row, onceBytes);
         }
     }
     return image;
@@ -342,9 +351,8 @@ const Command kViewCommand = {
     .m_description =
         "Without options for surfaces all of them are drawn side by side; --mip, --face, --slice and --wrap "
         "draw one. Where there is no texel, the picture is dark grey.\n\nFormats of floats are drawn as "
-        "light, "
-        "signed values from -1 as black to 1 as white, and all others as they are stored. Formats of one "
-        "channel are grey.",
+        "light, signed values from -1 as black to 1 as white, and all others as they are stored. Formats of "
+        "one channel are grey.",
     .m_operands = kOperands,
     .m_groups = kGroups,
     .m_examples = kExamples,
