@@ -3,7 +3,10 @@
 other_readers_test.py TOOL SAMPLES; exits with 77 where Pillow is missing.
 """
 import array
+import math
 import os
+import random
+import re
 import subprocess
 import sys
 import tempfile
@@ -99,10 +102,91 @@ def check_steps(sample):
     check(padded.getpixel((511, 511)) == original.getpixel((wide - 1, tall - 1)), "the corner is not repeated")
 
 
+def make_picture(name, size, texel, mode="RGBA"):
+    picture = Image.new(mode, size)
+    picture.putdata([texel(x, y) for y in range(size[1]) for x in range(size[0])])
+    picture.save(name)
+    return name
+
+
+def extract(source, pattern, count):
+    subprocess.run([tool, "extract", source, pattern], check=True, stderr=subprocess.DEVNULL)
+    names = [re.sub("{.*}", str(i), pattern) for i in range(count)]
+    check(not os.path.exists(re.sub("{.*}", str(count), pattern)), f"{source}: more than {count} parts")
+    return [open_rgba(name) for name in names]
+
+
+def mips_of(source, count, *options):
+    return extract(convert(source, "chain.dds", "--mips", *options), "mip{mip}.png", count)
+
+
+def check_coverage():
+    noise = random.Random(5)
+    leaves = make_picture("leaves.png", (96, 64), lambda x, y: (
+        x, y, 9, 255 if noise.random() < 0.2 else noise.randrange(90)))
+    for threshold in (0.2, 0.5, 0.8):
+        alphas = [list(mip.getchannel("A").getdata()) for mip in mips_of(
+            leaves, 7, "--format", "rgba8", "--alpha-coverage", str(threshold))]
+        coverages = [sum(alpha / 255 > threshold for alpha in mip) / len(mip) for mip in alphas]
+        for mip, coverage in zip(alphas, coverages):
+            check(abs(coverage - coverages[0]) <= max(0.01, 1 / len(mip)), f"{len(mip)} texels: {coverage}")
+
+
+def check_normals():
+    def bump(x, y):
+        sides = 0.7 * math.sin(x / 5), 0.6 * math.cos(y / 4)
+        return tuple(round(v * 127.5 + 127.5) for v in (*sides, math.sqrt(1 - sum(v * v for v in sides))))
+
+    normals = make_picture("normals.png", (64, 64), bump, "RGB")
+    two_channels = convert(normals, "two.dds", "--format", "R8G8Unorm", "--normal-map")
+    swapped = convert(normals, "swapped.dds", "--format", "B8G8R8A8Unorm", "--data")
+    for source, options in ((normals, ()), (two_channels, ("--format", "rgba8")), (swapped, ()),
+                            (normals, ("--mip-filter", "cubic", "--format", "rgba8"))):
+        mips = mips_of(source, 7, "--normal-map", *options)
+        expect_same(f"normals of {source}", open_rgba(normals), mips[0], 3)  # Z amplifies the rounding of X and Y
+        for mip in mips:
+            vectors = [[v / 127.5 - 1 for v in texel[:3]] for texel in mip.getdata()]
+            worst = max(abs(math.dist((0, 0, 0), vector) - 1) for vector in vectors)
+            check(worst <= 2 / 255 and min(v[2] for v in vectors) > 0, f"{source} {mip.size}: {worst}")
+
+
+def check_filters(sample):
+    means = {}
+    for name in ("box", "lanczos"):
+        mip = mips_of(sample, 9, "--data", "--mip-filter", name)[1]
+        means[name] = mip, [sum(lane.getdata()) / (mip.width * mip.height) for lane in mip.split()]
+    check(means["box"][0].tobytes() != means["lanczos"][0].tobytes(), "both filters are the same")
+    for box, lanczos in zip(means["box"][1], means["lanczos"][1]):
+        check(abs(box - lanczos) <= 1, f"means {box} and {lanczos}")
+
+
+def check_assembled(mode):
+    """What is put together can be taken apart again."""
+    noise = random.Random(3)
+    for kind, axis, extension in (("array", "slice", "dds"), ("array", "slice", "vxf"), ("cube", "face", "dds"),
+                                  ("volume", "depth", "dds"), ("chain", "mip", "dds"), ("textures", "texture", "vxf")):
+        sizes = [16 >> i if kind == "chain" else 16 for i in range(6 if kind == "cube" else 5)]
+        names = [make_picture(f"part{i}.png", (size, size), lambda x, y: tuple(
+            noise.randrange(256) for _ in mode), mode) for i, size in enumerate(sizes)]
+        whole = f"{kind}.{extension}"
+        subprocess.run([tool, "assemble", "--strict", "--as", kind, *names, whole], check=True)
+        for name, found in zip(names, extract(whole, f"{kind}{{{axis}}}.png", len(names))):
+            expect_same(f"{whole} {mode} {name}", open_rgba(name), found)
+    for arguments, status in ((("array.vxf", "array.vxf", "two.vxf"), 6), (("part0.png", "part1.png", "two.png"), 2)):
+        run = subprocess.run([tool, "assemble", "--strict", "--mips", "--as", "array", *arguments],
+                             stderr=subprocess.PIPE)
+        check(run.returncode == status, f"{arguments}: {run.stderr}")
+
+
 tool, samples = (os.path.abspath(path) for path in sys.argv[1:])
 with tempfile.TemporaryDirectory() as directory:
     os.chdir(directory)
     for name in ("dusk.tga", "marbles.tga", "moon.tga"):
         check_sample(os.path.join(samples, name))
     check_steps(os.path.join(samples, "dusk.tga"))
+    check_coverage()
+    check_normals()
+    check_filters(os.path.join(samples, "dusk.tga"))
+    check_assembled("RGB")
+    check_assembled("RGBA")
     os.chdir(samples)

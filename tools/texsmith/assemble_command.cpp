@@ -8,6 +8,7 @@
 #include "options.h"
 #include "source_file.h"
 #include "steps/image_parts.h"
+#include "steps/losses.h"
 #include "steps/picture_steps.h"
 
 #include "qor/texsmith/raw/channel_packing.h"
@@ -28,12 +29,13 @@ namespace {
 using namespace qor;
 using namespace qor::Texsmith;
 
+constexpr char kFlatPicture[] = ".png"; // a type of file that holds one surface
+
 constexpr Option kOptions[] = {
     {.m_name = "--as",
      .m_value = "KIND",
      .m_help = "what becomes of the files: slices, faces (+X, -X, +Y, -Y, +Z, -Z), slices of a volume, mips "
-               "from the "
-               "largest on, or textures of one .vxf file",
+               "from the largest on, or textures of one .vxf file",
      .m_example = "cube",
      .m_choices = "array|cube|volume|chain|textures"},
     {.m_name = "--pack",
@@ -44,8 +46,28 @@ constexpr Option kOptions[] = {
      .m_example = "r=rough.png,g=metal.png:r,b=height.png"},
 };
 
+// Of each file one surface is taken, with its mips or without.
+void tellUnused(const std::string& name, const Raw::MemoryMappedImage& image, unsigned textures,
+                bool takesMips, const ConversionOptions& conversion) {
+    const Raw::SurfaceCount count = image.getSurfaceCount();
+    Raw::FileDescription parts;
+    parts.m_textures = textures;
+    parts.m_mips = takesMips ? 1 : count.mips;
+    parts.m_faces = count.faces;
+    parts.m_arrayEntries = count.arrayEntries;
+    parts.m_depth = image.getDepth(0);
+    ConversionOptions onlyStrict;
+    onlyStrict.m_isStrict = conversion.m_isStrict;
+    const HintsAbout about(name);
+    try {
+        tellLostParts(parts, name, kFlatPicture, onlyStrict);
+    } catch (const Failure& failure) {
+        throwFileFailure(name, failure);
+    }
+}
+
 // The numbers of the pictures are made what the options ask for before they are put together.
-OwnedImage loadConverted(const std::string& name, const ConversionOptions& conversion) {
+OwnedImage loadConverted(const std::string& name, const ConversionOptions& conversion, bool takesMips) {
     Raw::MappedMemory memory;
     convertIntoVxf(&memory, name, conversion);
     auto image = std::make_unique<Raw::MemoryMappedImage>();
@@ -54,6 +76,8 @@ OwnedImage loadConverted(const std::string& name, const ConversionOptions& conve
     if (error != Raw::kErrorNone) {
         throwFileFailure(name, error);
     }
+    const auto textures = static_cast<unsigned>(Raw::vxfGetNumberOfTextures(&memory, &configuration));
+    tellUnused(name, *image, textures, takesMips, conversion);
     return image;
 }
 
@@ -66,13 +90,29 @@ Assembly assemblyNamed(const std::string& kind) {
 
 void assembleParts(const std::vector<std::string>& sources, const std::string& destination,
                    const std::string& kind, const ConversionOptions& conversion) {
+    const Assembly as = assemblyNamed(kind);
+    if (as == Assembly::kChain && conversion.m_mips) {
+        throw UsageFailure("--mips does not go with --as chain, whose mips are the files");
+    }
+    ConversionOptions each = conversion, whole; // what is done before and after
+    each.m_steps.m_tileMode.reset();
+    whole.m_steps.m_tileMode = conversion.m_steps.m_tileMode;
+    whole.m_ddsVersion = conversion.m_ddsVersion;
+    whole.m_isStrict = conversion.m_isStrict;
+    if (as == Assembly::kVolume) { // whose mips are averages of slices too
+        each.m_mips = false;
+        whole.m_mips = conversion.m_mips;
+        whole.m_steps.m_mostMips = conversion.m_steps.m_mostMips;
+        whole.m_steps.m_mipFilter = conversion.m_steps.m_mipFilter;
+        whole.m_steps.m_alphaCoverage = conversion.m_steps.m_alphaCoverage;
+        whole.m_steps.m_isNormalMap = conversion.m_steps.m_isNormalMap;
+    }
     std::vector<NamedImage> pictures;
     for (const std::string& source : sources) {
-        pictures.push_back({source, loadConverted(source, conversion)});
+        pictures.push_back(
+            {source, loadConverted(source, each, as == Assembly::kArray || as == Assembly::kCube)});
     }
-    ConversionOptions asItIs; // all is done
-    asItIs.m_ddsVersion = conversion.m_ddsVersion;
-    convertImage(*assembled(pictures, assemblyNamed(kind)), destination, destination, asItIs);
+    convertImage(*assembled(pictures, as), destination, destination, whole);
 }
 
 void assembleTextures(const std::vector<std::string>& sources, const std::string& destination,
@@ -186,6 +226,7 @@ void run(const Options& options) {
     const std::vector<std::string> sources(options.names().begin(), options.names().end() - 1);
     const ConversionOptions conversion = conversionOptionsOf(options);
     const std::string kind = options.value("--as");
+    checkConversionOptions(conversion, destination);
     if (options.has("--pack") == options.has("--as") || options.has("--pack") != sources.empty()) {
         throw UsageFailure(
             "assemble takes --as KIND, sources and a destination, or --pack LIST and a destination");
@@ -228,7 +269,7 @@ const Command kAssembleCommand = {
     .m_summary = "makes one texture of several files, or one picture of several channels",
     .m_description =
         "Options of texels, shape and mips are applied to each file before it takes its place; of "
-        "--pack, to the whole picture.",
+        "--pack, to the whole picture. The mips of a volume are made of the whole.",
     .m_operands = kOperands,
     .m_groups = kGroups,
     .m_examples = kExamples,

@@ -87,10 +87,38 @@ void changeShape(NumberedPicture* picture, const ConversionOptions& options, Con
     }
 }
 
+// The Z of normals, where the destination holds it and the source does not.
+void rebuildZ(NumberedPicture* picture, Raw::FileType to, const ConversionOptions& options,
+              Configuration* configuration) {
+    const bool isWanted = options.m_format ? holdsZ(*options.m_format) : holdsPicture(to) || holdsFloats(to);
+    if (options.m_steps.m_isNormalMap && isWanted) {
+        picture->m_image = withZ(std::move(picture->m_image), configuration);
+    }
+}
+
+// The extended header, which arrays need, names fewer formats than the classic one.
+void nameForArray(NumberedPicture* picture, const ConversionOptions& options, Configuration* configuration) {
+    const Vex::DataFormat format = picture->m_image->getDataFormat();
+    const Vex::TextureChannelType type = format.getTextureChannelType();
+    const auto isNamed = [configuration](Vex::DataFormat asked) {
+        return Raw::getFormatInDds(asked, Raw::kDdsVersionDx10, configuration->m_textureChannelType) == asked;
+    };
+    const bool isUnsigned = type == Vex::kTextureChannelTypeUNorm || type == Vex::kTextureChannelTypeSrgb;
+    if (picture->m_image->getSurfaceCount().arrayEntries <= 1 || options.m_format || options.m_ddsVersion ||
+        !isUnsigned || format.isBlockCompressedFormat() || isNamed(format)) {
+        return;
+    }
+    const Vex::DataFormat wide = fourChannelsLike(format);
+    if (isNamed(wide)) {
+        hint("texels become " + formatName(wide) + ", since DDS files with arrays cannot name their format");
+        picture->m_image = inFormat(*picture->m_image, wide, configuration);
+    }
+}
+
 void changeNumbers(NumberedPicture* picture, Raw::FileType to, const ConversionOptions& options,
                    Configuration* configuration) {
     if (options.m_format) {
-        hintAtQuality(*picture->m_image, *options.m_format, configuration);
+        hintAtQuality(*picture->m_image, *options.m_format, options.m_steps.m_isNormalMap, configuration);
         convertFormat(picture, *options.m_format, options.m_transferOut, configuration);
     }
     if (holdsPicture(to) || holdsFloats(to)) {
@@ -142,9 +170,13 @@ Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
     if (picture.m_numbers != Numbers::kSrgb) {
         showAsNumbers(&picture);
     }
+    rebuildZ(&picture, to, options, configuration);
     changeShape(&picture, options, configuration);
     tellLostValues(*picture.m_image, destinationName, options, configuration);
     changeNumbers(&picture, to, options, configuration);
+    if (to == kDds) {
+        nameForArray(&picture, options, configuration);
+    }
     if (options.m_steps.m_tileMode) {
         picture.m_image = withTileMode(std::move(picture.m_image), *options.m_steps.m_tileMode);
     }

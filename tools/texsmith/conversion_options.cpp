@@ -114,7 +114,8 @@ void readTransfers(ConversionOptions* conversion, const Options& options) {
 
 } // namespace
 
-const OptionGroup kConversionGroups[3] = {
+// Commands copy them into lists of their own as the program starts.
+constinit const OptionGroup kConversionGroups[3] = {
     {"Texels", kTexelOptions}, {"Shape", kShapeOptions}, {"Numbers", kNumberOptions}};
 
 ConversionOptions conversionOptionsOf(const Options& options) {

@@ -57,6 +57,11 @@ public:
         const unsigned textures =
             isVxf ? static_cast<unsigned>(Raw::vxfGetNumberOfTextures(m_source->region(), &configuration))
                   : 1;
+        if (m_numbers[kTexture] && *m_numbers[kTexture] >= textures) {
+            throw Failure("there is no texture " + std::to_string(*m_numbers[kTexture]) + " of " +
+                              std::to_string(textures),
+                          kExitUnsupported);
+        }
         forEachNumber(kTexture, textures, [&] { takeTexture(); });
     }
     const std::vector<std::string>& written() const { return m_written; }
@@ -77,6 +82,7 @@ private:
 
     void takeTexture() {
         Configuration configuration;
+        configuration.m_readingOptions = m_conversion.m_isLiteral ? Raw::kReadLiterally : Raw::kReadKindly;
         Raw::MemoryMappedImage image;
         Raw::Error error = Raw::kErrorFailed;
         try {

@@ -33,15 +33,24 @@ bool wastesTransparency(const Raw::Image& picture, Vex::DataFormat format, Confi
     return range && range->min[3] >= 1.0f;
 }
 
+// How many of red, green and blue a format keeps apart.
+unsigned coloursIn(Vex::DataFormat format) {
+    const Vex::TextureChannel red = format.getChannel(0), green = format.getChannel(1),
+                              blue = format.getChannel(2);
+    const auto isStored = [](Vex::TextureChannel channel) { return channel >= Vex::kTextureChannelX; };
+    return (isStored(red) ? 1u : 0u) + (isStored(green) && green != red ? 1u : 0u) +
+           (isStored(blue) && blue != red && blue != green ? 1u : 0u);
+}
+
 bool losesColour(const Raw::Image& picture, Vex::DataFormat format, Configuration* configuration) {
-    const Vex::DataFormat from = picture.getDataFormat();
-    const bool readsOneChannel =
-        from.getChannel(0) == from.getChannel(1) && from.getChannel(0) == from.getChannel(2);
-    if (format.getSurfaceFormat() != Vex::kSurfaceFormatBc4 || readsOneChannel ||
-        from.getSurfaceFormat() == Vex::kSurfaceFormatBc4) {
+    const unsigned kept = coloursIn(format);
+    if (kept == 0 || kept >= coloursIn(picture.getDataFormat())) {
         return false;
     }
     const auto range = rangeOf(picture, configuration);
+    if (kept == 2) {
+        return range && (range->min[2] != 0 || range->max[2] != 0);
+    }
     const auto differ = [](const auto& channels) {
         return channels[0] != channels[1] || channels[0] != channels[2];
     };
@@ -50,19 +59,24 @@ bool losesColour(const Raw::Image& picture, Vex::DataFormat format, Configuratio
 
 } // namespace
 
-void hintAtQuality(const Raw::Image& picture, Vex::DataFormat format, Configuration* configuration) {
+void hintAtQuality(const Raw::Image& picture, Vex::DataFormat format, bool isNormalMap,
+                   Configuration* configuration) {
     if (wastesTransparency(picture, format, configuration)) {
         const bool isSrgb = format.getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
         hint(std::string("an opaque picture loses quality in a format with transparency; pick ") +
              (isSrgb ? "Bc1UnormSrgbNoAlpha" : "Bc1UnormNoAlpha"));
     }
-    if (losesColour(picture, format, configuration)) {
-        hint(formatName(format) + " keeps red alone, and the channels of the picture differ");
+    if (!isNormalMap && losesColour(picture, format, configuration)) {
+        hint(formatName(format) +
+             (coloursIn(format) == 1
+                  ? " keeps red alone, and the channels of the picture differ"
+                  : " keeps red and green alone; --normal-map says that blue is the Z of normals"));
     }
     const unsigned width = picture.getPixelsWide(0), height = picture.getPixelsTall(0);
     if (format.isBlockCompressedFormat() && (width % 4 != 0 || height % 4 != 0)) {
         hint(std::to_string(width) + " x " + std::to_string(height) +
-             " is no multiple of 4: some hardware wants that of the largest level of compressed textures");
+             " is no multiple of 4: some hardware wants that of the largest level of compressed textures; "
+             "--pad-to-multiple 4 makes it so");
     }
 }
 

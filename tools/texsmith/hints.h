@@ -6,8 +6,8 @@
 
 namespace Tool {
 
-// What a format costs the quality of this picture.
-void hintAtQuality(const qor::Texsmith::Raw::Image& picture, qor::Vex::DataFormat format,
+// What a format costs the quality of this picture. That normals lose their blue is no news.
+void hintAtQuality(const qor::Texsmith::Raw::Image& picture, qor::Vex::DataFormat format, bool isNormalMap,
                    qor::Texsmith::Configuration* configuration);
 
 } // namespace Tool

@@ -71,7 +71,9 @@ void hintAtNumbers(const Raw::FileDescription& source, const SourceNumbers& numb
         hint("linear numbers are encoded for " + formatName(*options.m_format) +
              (options.m_transfer == Transfer::kAuto
                   ? std::string(": ") + source.m_transferSource + " says that they are linear"
-                  : ""));
+                  : "; " +
+                        formatName(options.m_format->withTextureChannelType(Vex::kTextureChannelTypeUNorm)) +
+                        " keeps them as they are"));
     }
 }
 

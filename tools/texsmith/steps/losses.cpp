@@ -52,7 +52,7 @@ void tell(const std::string& loss, const ConversionOptions& options) {
 
 std::string count(unsigned number, const char* thing) { return std::to_string(number) + " " + thing; }
 
-bool hasAlpha(Vex::DataFormat format) { return format.getChannel(3) == Vex::kTextureChannelW; }
+bool hasAlpha(Vex::DataFormat format) { return format.getChannel(3) >= Vex::kTextureChannelX; }
 
 unsigned bitsOf(Vex::DataFormat format) {
     const Raw::SurfaceFormatInfo& info = Raw::getSurfaceFormatInfo(format.getSurfaceFormat());
@@ -65,6 +65,11 @@ bool losesAlpha(Vex::DataFormat format, const Capacity& to, const ConversionOpti
 
 bool losesRange(Vex::DataFormat format, const Capacity& to, const ConversionOptions& options) {
     const bool isStoredAsFloats = !options.m_format || isFloat(*options.m_format);
+    const Vex::TextureChannelType type = format.getTextureChannelType();
+    if (type == Vex::kTextureChannelTypeSNorm || type == Vex::kTextureChannelTypeSNormNoZero) {
+        const bool keepsSign = !options.m_format || options.m_format->getTextureChannelType() == type;
+        return !(isStoredAsFloats || keepsSign) || (to.m_bits != 0 && to.m_bits < kBitsOfFloats);
+    }
     return isFloat(format) && (!isStoredAsFloats || (to.m_bits != 0 && to.m_bits < kBitsOfFloats));
 }
 

@@ -1,11 +1,13 @@
 #include "steps/mip_steps.h"
 
+#include "console.h"
 #include "failure.h"
 #include "file_info.h"
 #include "float_image.h"
 #include "progress_bar.h"
 #include "resizing.h"
 
+#include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/mip_maps.h"
 #include "qor/texsmith/raw/reformat.h"
 #include "qor/texsmith/raw/texture.h"
@@ -15,6 +17,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <functional>
+#include <vector>
 
 namespace Tool {
 namespace {
@@ -85,36 +89,60 @@ template <typename Use> void forEachTexelOf(const Raw::MemoryMappedImage& floats
     });
 }
 
-double coverageOf(const Raw::MemoryMappedImage& floats, unsigned mip, float threshold, float scale) {
-    std::uint64_t covered = 0, all = 0;
-    forEachTexelOf(floats, mip, [&](const float* texel) {
-        covered += texel[3] * scale > threshold ? 1u : 0u;
-        ++all;
-    });
-    return static_cast<double>(covered) / static_cast<double>(std::max<std::uint64_t>(1, all));
+// Halfway between two neighbours that the format can hold, so that rounding moves nothing across it.
+float betweenSteps(float threshold, Vex::DataFormat format) {
+    const Vex::TextureChannel alpha = format.getChannel(3);
+    const auto& bits = Raw::getSurfaceFormatInfo(format.getSurfaceFormat()).bitsPerChannel;
+    if (format.getTextureChannelType() == Vex::kTextureChannelTypeFloat || alpha < Vex::kTextureChannelX) {
+        return threshold;
+    }
+    const unsigned width = format.isBlockCompressedFormat() ? 8 : bits[alpha - Vex::kTextureChannelX];
+    const float steps = static_cast<float>((1u << std::clamp(width, 1u, 16u)) - 1);
+    return (std::floor(threshold * steps) + 0.5f) / steps;
 }
 
-// The scale under which coverage comes nearest to what is wanted: coverage grows with it.
-float scaleForCoverage(const Raw::MemoryMappedImage& floats, unsigned mip, float threshold, double wanted) {
-    constexpr int kSteps = 16;
-    float least = 0, most = 4, best = 1;
-    double nearest = std::fabs(coverageOf(floats, mip, threshold, 1.0f) - wanted);
-    for (int step = 0; step < kSteps && nearest > 0; ++step) {
-        const float scale = (least + most) / 2;
-        const double coverage = coverageOf(floats, mip, threshold, scale);
-        if (std::fabs(coverage - wanted) < nearest) {
-            nearest = std::fabs(coverage - wanted);
-            best = scale;
-        }
-        (coverage < wanted ? least : most) = scale;
+std::vector<float> alphasOf(const Raw::MemoryMappedImage& floats, unsigned mip) {
+    std::vector<float> alphas;
+    forEachTexelOf(floats, mip, [&alphas](const float* texel) { alphas.push_back(texel[3]); });
+    return alphas;
+}
+
+// The scale under which as near to `wanted` alphas as can be are above the threshold.
+float scaleForCoverage(std::vector<float> alphas, float threshold, std::size_t wanted) {
+    std::sort(alphas.begin(), alphas.end(), std::greater<>());
+    const auto begin = alphas.begin(), end = alphas.end();
+    auto cut = begin + static_cast<std::ptrdiff_t>(std::min(wanted, alphas.size()));
+    if (cut != begin && cut != end && cut[-1] == *cut) { // equal ones go together
+        const auto first = std::lower_bound(begin, end, *cut, std::greater<>());
+        const auto last = std::upper_bound(begin, end, *cut, std::greater<>());
+        cut = cut - first < last - cut ? first : last;
     }
-    return best;
+    while (cut != begin && cut[-1] <= 0) { // which no scale covers
+        --cut;
+    }
+    const float highestLeft = cut != end ? std::max(*cut, 0.0f) : 0.0f;
+    if ((cut == begin || cut[-1] > threshold) && highestLeft <= threshold) {
+        return 1;
+    }
+    return cut != begin ? 2 * threshold / (cut[-1] + highestLeft) : threshold / highestLeft * 0.99f;
 }
 
 void keepCoverage(Raw::MemoryMappedImage* floats, float threshold) {
-    const double wanted = coverageOf(*floats, 0, threshold, 1.0f);
+    const std::vector<float> largest = alphasOf(*floats, 0);
+    const auto covered =
+        std::count_if(largest.begin(), largest.end(), [=](float alpha) { return alpha > threshold; });
+    const double coverage =
+        static_cast<double>(covered) / static_cast<double>(std::max<std::size_t>(1, largest.size()));
+    if (coverage == 0 || coverage == 1) {
+        hint(std::string("--alpha-coverage does nothing here: ") + (coverage == 0 ? "none" : "all") +
+             " of the largest level is above the threshold");
+        return;
+    }
     for (unsigned mip = 1; mip < floats->getSurfaceCount().mips; ++mip) {
-        const float scale = scaleForCoverage(*floats, mip, threshold, wanted);
+        std::vector<float> alphas = alphasOf(*floats, mip);
+        const auto wanted =
+            static_cast<std::size_t>(std::llround(coverage * static_cast<double>(alphas.size())));
+        const float scale = scaleForCoverage(std::move(alphas), threshold, wanted);
         forEachTexelOf(*floats, mip, [scale](float* texel) { texel[3] = std::min(1.0f, texel[3] * scale); });
     }
 }
@@ -133,7 +161,7 @@ NormalEncoding normalEncodingOf(Vex::DataFormat format) {
     const bool isSigned = type == Vex::kTextureChannelTypeSNorm ||
                           type == Vex::kTextureChannelTypeSNormNoZero ||
                           type == Vex::kTextureChannelTypeFloat;
-    return {isSigned, format.getChannel(2) == Vex::kTextureChannelZ};
+    return {isSigned, holdsZ(format)};
 }
 
 void fillInZ(float* texel, const NormalEncoding& encoding) {
@@ -185,7 +213,7 @@ OwnedImage withComputedMips(const Raw::MemoryMappedImage& image, const StepOptio
         }
     }
     if (options.m_alphaCoverage) {
-        keepCoverage(floats.get(), *options.m_alphaCoverage);
+        keepCoverage(floats.get(), betweenSteps(*options.m_alphaCoverage, format));
     }
     OwnedImage chain = inFormat(*floats, format, configuration);
     forEachSurface(image, [&](const Raw::SurfaceIndex& index) { // the largest level as it was
@@ -199,6 +227,24 @@ OwnedImage withComputedMips(const Raw::MemoryMappedImage& image, const StepOptio
 }
 
 } // namespace
+
+bool holdsZ(Vex::DataFormat format) {
+    const Vex::TextureChannel z = format.getChannel(2);
+    return z >= Vex::kTextureChannelX && z != format.getChannel(0) && z != format.getChannel(1);
+}
+
+OwnedImage withZ(OwnedImage image, Configuration* configuration) {
+    const Vex::DataFormat format = image->getDataFormat();
+    if (holdsZ(format)) {
+        return image;
+    }
+    const OwnedImage floats = inFormat(*image, Vex::kDataFormatR32G32B32A32Float, configuration);
+    const NormalEncoding encoding = normalEncodingOf(format);
+    for (unsigned mip = 0; mip < floats->getSurfaceCount().mips; ++mip) {
+        forEachTexelOf(*floats, mip, [&](float* texel) { fillInZ(texel, encoding); });
+    }
+    return inFormat(*floats, fourChannelsLike(format), configuration);
+}
 
 OwnedImage withMips(OwnedImage image, const StepOptions& options, Configuration* configuration) {
     OwnedImage chain;

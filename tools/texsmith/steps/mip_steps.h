@@ -12,4 +12,9 @@ namespace Tool {
 OwnedImage withMips(OwnedImage image, const StepOptions& options,
                     qor::Texsmith::Configuration* configuration);
 
+// Whether blue is a channel of its own, where normals have their Z.
+bool holdsZ(qor::Vex::DataFormat format);
+// Normals with the Z that makes their length 1, in four channels; as they are where their format holds a Z.
+OwnedImage withZ(OwnedImage image, qor::Texsmith::Configuration* configuration);
+
 } // namespace Tool

@@ -133,8 +133,8 @@ void readMipOptions(StepOptions* steps, const Options& options) {
 
 } // namespace
 
-const OptionGroup kStepOptions = {"Picture", kPictureOptions};
-const OptionGroup kMipOptions = {"Mips and storage", kMipOptionList};
+constinit const OptionGroup kStepOptions = {"Picture", kPictureOptions};
+constinit const OptionGroup kMipOptions = {"Mips and storage", kMipOptionList};
 
 StepOptions stepOptionsOf(const Options& options) {
     StepOptions steps;
