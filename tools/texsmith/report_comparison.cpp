@@ -4,7 +4,6 @@
 #include "image_pair.h"
 
 #include <cmath>
-#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,12 +15,6 @@ using namespace qor::Texsmith;
 namespace {
 
 constexpr unsigned kWorstTexels = 12;
-
-std::string textOf(double value, const char* format) {
-    char text[48];
-    std::snprintf(text, sizeof text, format, value);
-    return text;
-}
 
 // A row for all mips, and one for each where there are several. `tell` makes the text of a channel of errors.
 template <typename Tell> Json rowsOf(const Comparison& comparison, Tell tell) {
@@ -47,19 +40,19 @@ Json tableOf(const char* name, Json rows) {
 Json tablesOf(const Comparison& comparison, const ImagePair& pair) {
     Json tables = Json::array();
     tables.push_back(tableOf("MSE", rowsOf(comparison, [](const Errors& errors, unsigned channel) {
-                                 return textOf(errors.meanSquare(channel), "%.3g");
+                                 return numberText(errors.meanSquare(channel), "%.3g");
                              })));
     if (pair.peak()) {
         const auto tell = [peak = *pair.peak()](const Errors& errors, unsigned channel) {
             const double error = errors.meanSquare(channel);
-            return error == 0 ? "same" : textOf(psnrOf(error, peak), "%.2f");
+            return error == 0 ? "same" : numberText(psnrOf(error, peak), "%.2f");
         };
         tables.push_back(tableOf("dB", rowsOf(comparison, tell)));
     }
     if (comparison.whole().m_similarity.m_windows != 0) {
         tables.push_back(tableOf("SSIM", rowsOf(comparison, [](const Errors& errors, unsigned channel) {
                                      const double similarity = errors.similarity(channel);
-                                     return std::isnan(similarity) ? "-" : textOf(similarity, "%.4f");
+                                     return std::isnan(similarity) ? "-" : numberText(similarity, "%.4f");
                                  })));
     }
     return tables;
@@ -80,7 +73,7 @@ Json notesOf(const ImagePair& pair) {
 Json linkTo(const Difference& difference, const Raw::Image& image) {
     const Raw::SurfaceCount count = image.getSurfaceCount();
     const Raw::SurfaceIndex& index = difference.m_index;
-    std::string text = textOf(difference.m_value, "%.5g") + " in " + kChannelNames[difference.m_channel] +
+    std::string text = numberText(difference.m_value, "%.5g") + " in " + kChannelNames[difference.m_channel] +
                        " at " + std::to_string(difference.m_x) + ", " + std::to_string(difference.m_y);
     const auto add = [&text](const char* name, unsigned value, bool matters) {
         text += matters ? std::string(", ") + name + " " + std::to_string(value) : "";

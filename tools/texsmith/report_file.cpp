@@ -4,6 +4,7 @@
 #include "float_image.h"
 #include "measures.h"
 #include "paths.h"
+#include "shown_values.h"
 
 #include "qor/texsmith/raw/format.h"
 #include "qor/texsmith/raw/helpers.h"
@@ -22,12 +23,6 @@ using namespace qor;
 using namespace qor::Texsmith;
 
 namespace {
-
-std::string numberText(float value, const char* format) {
-    char text[48];
-    std::snprintf(text, sizeof text, format, static_cast<double>(value));
-    return text;
-}
 
 std::string sizeText(const Vex::Texture& texture) {
     const unsigned depth = Raw::getDepthOfMip(texture, 0);
@@ -90,12 +85,9 @@ std::string summaryOf(const LoadedFile& file) {
     return text + ", " + bytesText(file.m_info.m_bytes);
 }
 
-// Values that are light, and go through the sRGB curve before they are seen.
-bool isLight(Vex::DataFormat format) {
-    const Vex::TextureChannelType type = format.getTextureChannelType();
-    return type == Vex::kTextureChannelTypeSrgb || type == Vex::kTextureChannelTypeFloat ||
-           format.getSurfaceFormat() == Vex::kSurfaceFormatBc6 ||
-           format.getSurfaceFormat() == Vex::kSurfaceFormat5_9_9_9;
+// Values that go through the sRGB curve before they are seen.
+bool isSeenAsLight(Vex::DataFormat format) {
+    return isLight(format) || format.getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
 }
 
 Json layoutOf(Vex::DataFormat format) {
@@ -106,7 +98,7 @@ Json layoutOf(Vex::DataFormat format) {
             {"bytes", info.bytesPerElement},
             {"bits", info.bitsPerChannel},
             {"shifts", info.channelShift},
-            {"isLight", isLight(format)},
+            {"isLight", isSeenAsLight(format)},
             {"selects",
              {format.getChannel(0), format.getChannel(1), format.getChannel(2), format.getChannel(3)}}};
 }
@@ -140,21 +132,8 @@ Json channelsOf(const Measures& measures) {
 
 // What is shown as black and as white at first.
 Json rangeOf(Vex::DataFormat format, const Raw::MinMax& measured) {
-    if (format.getSurfaceFormat() == Vex::kSurfaceFormatBc6) {
-        return Json::array({0, 1});
-    }
-    switch (format.getTextureChannelType()) {
-    case Vex::kTextureChannelTypeUNorm:
-    case Vex::kTextureChannelTypeSrgb:
-    case Vex::kTextureChannelTypeFloat:
-        return Json::array({0, 1});
-    case Vex::kTextureChannelTypeSNorm:
-    case Vex::kTextureChannelTypeSNormNoZero:
-    case Vex::kTextureChannelTypeUBNorm:
-    case Vex::kTextureChannelTypeUBNormNoZero:
-        return Json::array({-1, 1});
-    default:
-        break;
+    if (isLight(format) || !isInteger(format)) {
+        return Json::array({isSigned(format) && !isLight(format) ? -1 : 0, 1});
     }
     const float low = std::min({measured.min[0], measured.min[1], measured.min[2]});
     const float high = std::max({measured.max[0], measured.max[1], measured.max[2]});
@@ -173,6 +152,12 @@ Raw::SurfaceIndex surfaceForThumbnail(const Raw::MemoryMappedImage& image, unsig
 
 } // namespace
 
+std::string numberText(double value, const char* format) {
+    char text[48];
+    std::snprintf(text, sizeof text, format, value);
+    return text;
+}
+
 std::string bytesText(std::uint64_t bytes) {
     constexpr const char* kUnits[] = {"bytes", "kB", "MB", "GB"};
     double value = static_cast<double>(bytes);
@@ -180,9 +165,7 @@ std::string bytesText(std::uint64_t bytes) {
     for (; value >= 1000 && unit + 1 < std::size(kUnits); ++unit) {
         value /= 1000;
     }
-    char text[32];
-    std::snprintf(text, sizeof text, unit == 0 || value >= 100 ? "%.0f %s" : "%.3g %s", value, kUnits[unit]);
-    return text;
+    return numberText(value, unit == 0 || value >= 100 ? "%.0f " : "%.3g ") + kUnits[unit];
 }
 
 void loadForReport(LoadedFile* file, const std::string& name) {
@@ -232,8 +215,8 @@ std::string thumbnailOf(const Raw::MemoryMappedImage& image, const Json& range, 
     Configuration configuration, plain;
     configuration.m_decoderConfiguration.m_transform.Init(Raw::maddFromRange(shown));
     Raw::MemoryMappedImage floats, flat, chain, small;
-    const Vex::DataFormat format =
-        isLight(image.getDataFormat()) ? Vex::kDataFormatB8G8R8X8UnormSrgb : Vex::kDataFormatB8G8R8X8Unorm;
+    const Vex::DataFormat format = isSeenAsLight(image.getDataFormat()) ? Vex::kDataFormatB8G8R8X8UnormSrgb
+                                                                        : Vex::kDataFormatB8G8R8X8Unorm;
     // Through floats, since integers are mapped to a range as numbers only.
     Raw::reallocate(&floats, &surface, Vex::kDataFormatR32G32B32A32Float);
     Raw::reallocate(&flat, &surface, format);

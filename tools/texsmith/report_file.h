@@ -29,6 +29,8 @@ Json describeForReport(const LoadedFile& file);
 // the description has: what is shown as black and as white. Empty where the format cannot be converted.
 std::string thumbnailOf(const qor::Texsmith::Raw::MemoryMappedImage& image, const Json& range, unsigned size);
 
+// By a format of printf for one double.
+std::string numberText(double value, const char* format);
 // "1.5 MB"
 std::string bytesText(std::uint64_t bytes);
 

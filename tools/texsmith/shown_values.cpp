@@ -18,32 +18,6 @@ constexpr float kDarkCheck = 0.4f, kBrightCheck = 0.6f; // as they are shown
 constexpr float kDarkLight = 0.133f, kBrightLight = 0.319f;
 constexpr float kStraight = 0.75f; // where the tone curve leaves the straight line
 
-bool isLight(Vex::DataFormat format) {
-    return format.getTextureChannelType() == Vex::kTextureChannelTypeFloat ||
-           format.getSurfaceFormat() == Vex::kSurfaceFormatBc6 ||
-           format.getSurfaceFormat() == Vex::kSurfaceFormat5_9_9_9;
-}
-
-bool isSigned(Vex::DataFormat format) {
-    const Vex::TextureChannelType type = format.getTextureChannelType();
-    return type == Vex::kTextureChannelTypeSNorm || type == Vex::kTextureChannelTypeSNormNoZero ||
-           type == Vex::kTextureChannelTypeUBNorm || type == Vex::kTextureChannelTypeUBNormNoZero;
-}
-
-bool isInteger(Vex::DataFormat format) {
-    switch (format.getTextureChannelType()) {
-    case Vex::kTextureChannelTypeUScaled:
-    case Vex::kTextureChannelTypeSScaled:
-    case Vex::kTextureChannelTypeUInt:
-    case Vex::kTextureChannelTypeSInt:
-    case Vex::kTextureChannelTypeUBInt:
-    case Vex::kTextureChannelTypeUBScaled:
-        return true;
-    default:
-        return false;
-    }
-}
-
 // The different channels that red, green and blue come from.
 std::set<unsigned> colourSources(Vex::DataFormat format) {
     std::set<unsigned> sources;
@@ -79,6 +53,32 @@ int greyNamed(const std::string& channels) {
 float clamped(float value) { return value > 0 ? std::min(value, 1.0f) : 0.0f; }
 
 } // namespace
+
+bool isLight(Vex::DataFormat format) {
+    return format.getTextureChannelType() == Vex::kTextureChannelTypeFloat ||
+           format.getSurfaceFormat() == Vex::kSurfaceFormatBc6 ||
+           format.getSurfaceFormat() == Vex::kSurfaceFormat5_9_9_9;
+}
+
+bool isSigned(Vex::DataFormat format) {
+    const Vex::TextureChannelType type = format.getTextureChannelType();
+    return type == Vex::kTextureChannelTypeSNorm || type == Vex::kTextureChannelTypeSNormNoZero ||
+           type == Vex::kTextureChannelTypeUBNorm || type == Vex::kTextureChannelTypeUBNormNoZero;
+}
+
+bool isInteger(Vex::DataFormat format) {
+    switch (format.getTextureChannelType()) {
+    case Vex::kTextureChannelTypeUScaled:
+    case Vex::kTextureChannelTypeSScaled:
+    case Vex::kTextureChannelTypeUInt:
+    case Vex::kTextureChannelTypeSInt:
+    case Vex::kTextureChannelTypeUBInt:
+    case Vex::kTextureChannelTypeUBScaled:
+        return true;
+    default:
+        return false;
+    }
+}
 
 ShownValues::ShownValues(const Raw::MemoryMappedImage& image, const ValueOptions& options,
                          const std::string& name)

@@ -8,6 +8,13 @@
 
 namespace Tool {
 
+// Values of floats, which are linear light of any strength. Formats of sRGB are not among these.
+bool isLight(qor::Vex::DataFormat format);
+// Values of -1 to 1.
+bool isSigned(qor::Vex::DataFormat format);
+// Values that are whole numbers, which have no range of their own.
+bool isInteger(qor::Vex::DataFormat format);
+
 // What the user asked for; what is left open is chosen by the format.
 struct ValueOptions {
     std::string m_channels; // "rgb", one of r, g, b and a, or "rgba"; empty: by the format
