@@ -3,6 +3,8 @@
 other_readers_test.py TOOL SAMPLES; exits with 77 where Pillow is missing.
 """
 import array
+import filecmp
+import glob
 import math
 import os
 import random
@@ -110,6 +112,8 @@ def make_picture(name, size, texel, mode="RGBA"):
 
 
 def extract(source, pattern, count):
+    for old in glob.glob(re.sub("{.*}", "*", pattern)):
+        os.remove(old)
     subprocess.run([tool, "extract", source, pattern], check=True, stderr=subprocess.DEVNULL)
     names = [re.sub("{.*}", str(i), pattern) for i in range(count)]
     check(not os.path.exists(re.sub("{.*}", str(count), pattern)), f"{source}: more than {count} parts")
@@ -140,10 +144,13 @@ def check_normals():
     normals = make_picture("normals.png", (64, 64), bump, "RGB")
     two_channels = convert(normals, "two.dds", "--format", "R8G8Unorm", "--normal-map")
     swapped = convert(normals, "swapped.dds", "--format", "B8G8R8A8Unorm", "--data")
-    for source, options in ((normals, ()), (two_channels, ("--format", "rgba8")), (swapped, ()),
-                            (normals, ("--mip-filter", "cubic", "--format", "rgba8"))):
-        mips = mips_of(source, 7, "--normal-map", *options)
-        expect_same(f"normals of {source}", open_rgba(normals), mips[0], 3)  # Z amplifies the rounding of X and Y
+    for source, count, options in ((normals, 7, ()), (two_channels, 7, ("--format", "rgba8")), (swapped, 7, ()),
+                                   (normals, 7, ("--mip-filter", "cubic", "--format", "rgba8")),
+                                   (normals, 6, ("--resize", "32x32")),
+                                   (two_channels, 5, ("--max-size", "16", "--format", "rgba8"))):
+        mips = mips_of(source, count, "--normal-map", *options)
+        if count == 7:  # Z amplifies the rounding of X and Y
+            expect_same(f"normals of {source}", open_rgba(normals), mips[0], 3)
         for mip in mips:
             vectors = [[v / 127.5 - 1 for v in texel[:3]] for texel in mip.getdata()]
             worst = max(abs(math.dist((0, 0, 0), vector) - 1) for vector in vectors)
@@ -172,6 +179,8 @@ def check_assembled(mode):
         subprocess.run([tool, "assemble", "--strict", "--as", kind, *names, whole], check=True)
         for name, found in zip(names, extract(whole, f"{kind}{{{axis}}}.png", len(names))):
             expect_same(f"{whole} {mode} {name}", open_rgba(name), found)
+    subprocess.run([tool, "extract", "chain.dds", "largest.png", "--mip", "0"], check=True)
+    check(filecmp.cmp(convert("chain.dds", "whole.png"), "largest.png", False), "extract says otherwise than convert")
     for arguments, status in ((("array.vxf", "array.vxf", "two.vxf"), 6), (("part0.png", "part1.png", "two.png"), 2)):
         run = subprocess.run([tool, "assemble", "--strict", "--mips", "--as", "array", *arguments],
                              stderr=subprocess.PIPE)

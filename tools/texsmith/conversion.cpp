@@ -78,9 +78,20 @@ void changeShape(NumberedPicture* picture, const ConversionOptions& options, Con
     if (options.average()) {
         showAsSrgb(picture, configuration);
     }
+    const bool averagesNormals =
+        options.m_steps.m_isNormalMap && (options.m_size || options.m_steps.m_maxSize);
+    const Vex::DataFormat format = picture->m_image->getDataFormat();
+    if (averagesNormals) {
+        picture->m_image = withZ(std::move(picture->m_image), configuration);
+    }
     if (options.m_size || options.m_steps.changePicture()) {
         picture->m_image = withPictureSteps(std::move(picture->m_image), options.m_steps, options.m_size,
                                             options.m_filter, configuration);
+    }
+    if (averagesNormals) {
+        picture->m_image = withUnitLengths(std::move(picture->m_image), configuration);
+        picture->m_image =
+            holdsZ(format) ? std::move(picture->m_image) : inFormat(*picture->m_image, format, configuration);
     }
     if (options.m_mips) {
         picture->m_image = withMips(std::move(picture->m_image), options.m_steps, configuration);

@@ -7,6 +7,7 @@
 #include "options.h"
 #include "paths.h"
 #include "source_file.h"
+#include "source_numbers.h"
 #include "steps/image_parts.h"
 
 #include "qor/texsmith/raw/helpers.h"
@@ -19,6 +20,7 @@
 namespace Tool {
 namespace {
 
+using namespace qor;
 using namespace qor::Texsmith;
 
 constexpr Option kOptions[] = {
@@ -86,8 +88,12 @@ private:
         Raw::MemoryMappedImage image;
         Raw::Error error = Raw::kErrorFailed;
         try {
+            const int texture = static_cast<int>(m_numbers[kTexture].value_or(0));
             error = Raw::loadWithResult(&image, m_source->region(), m_source->typeName(), &configuration,
-                                        static_cast<int>(m_numbers[kTexture].value_or(0)));
+                                        texture);
+            m_description = {};
+            Raw::describeFile(&m_description, m_source->region(), m_source->typeName(), &configuration,
+                              texture);
         } catch (const Failure&) { // its text is the first report
         }
         if (error != Raw::kErrorNone || !firstReport().empty()) {
@@ -106,8 +112,20 @@ private:
     void write(const Raw::MemoryMappedImage& image) {
         const OwnedImage part =
             partOf(image, {m_numbers[kMip], m_numbers[kSlice], m_numbers[kFace], m_numbers[kDepth]});
-        convertImage(*part, m_source->name(), destination(), m_conversion);
+        convertImage(*part, m_source->name(), destination(), conversionOf(image.getDataFormat()));
         m_written.push_back(destination());
+    }
+
+    // Parts mean what the file says, or what convert assumes of it.
+    ConversionOptions conversionOf(Vex::DataFormat format) const {
+        ConversionOptions conversion = m_conversion;
+        const Raw::FileType to = Raw::getFileTypeFromExtension(destination().c_str());
+        const bool isEncoded =
+            numbersOf(m_description, format, conversion, to).m_numbers == Numbers::kSrgb && !isSrgb(format);
+        if (isEncoded) {
+            conversion.m_transfer = Transfer::kSrgb;
+        }
+        return conversion;
     }
 
     std::string destination() const {
@@ -131,6 +149,7 @@ private:
     SourceFile* m_source;
     std::string m_pattern;
     ConversionOptions m_conversion;
+    Raw::FileDescription m_description;
     AxisNumbers m_numbers;
     bool m_isAll[kAxes] = {};
     std::vector<std::string> m_written;

@@ -182,6 +182,18 @@ void normalize(float* texel, const NormalEncoding& encoding) {
     }
 }
 
+// In that format, after change(texel, encoding) of every texel.
+template <typename Change>
+OwnedImage withNormals(const Raw::MemoryMappedImage& image, Vex::DataFormat format, Change change,
+                       Configuration* configuration) {
+    const OwnedImage floats = inFormat(image, Vex::kDataFormatR32G32B32A32Float, configuration);
+    const NormalEncoding encoding = normalEncodingOf(image.getDataFormat());
+    for (unsigned mip = 0; mip < floats->getSurfaceCount().mips; ++mip) {
+        forEachTexelOf(*floats, mip, [&](float* texel) { change(texel, encoding); });
+    }
+    return inFormat(*floats, format, configuration);
+}
+
 // Averages need all of the normals, and so a Z before there are any.
 OwnedImage floatsOf(const Raw::MemoryMappedImage& image, bool isNormalMap, Configuration* configuration) {
     OwnedImage floats = inFormat(image, Vex::kDataFormatR32G32B32A32Float, configuration);
@@ -238,12 +250,11 @@ OwnedImage withZ(OwnedImage image, Configuration* configuration) {
     if (holdsZ(format)) {
         return image;
     }
-    const OwnedImage floats = inFormat(*image, Vex::kDataFormatR32G32B32A32Float, configuration);
-    const NormalEncoding encoding = normalEncodingOf(format);
-    for (unsigned mip = 0; mip < floats->getSurfaceCount().mips; ++mip) {
-        forEachTexelOf(*floats, mip, [&](float* texel) { fillInZ(texel, encoding); });
-    }
-    return inFormat(*floats, fourChannelsLike(format), configuration);
+    return withNormals(*image, fourChannelsLike(format), &fillInZ, configuration);
+}
+
+OwnedImage withUnitLengths(OwnedImage image, Configuration* configuration) {
+    return withNormals(*image, image->getDataFormat(), &normalize, configuration);
 }
 
 OwnedImage withMips(OwnedImage image, const StepOptions& options, Configuration* configuration) {

@@ -64,7 +64,8 @@ constexpr Option kMipOptionList[] = {
      .m_help = "scales the alpha of each mip so that as much of it is above the threshold as of the largest",
      .m_example = "0.5"},
     {.m_name = "--normal-map",
-     .m_help = "takes the numbers for normals: those of mips get the length 1, and Z where it is not stored"},
+     .m_help = "takes the numbers for normals: those of mips and of pictures in a new size get the length 1, "
+               "and Z where it is not stored"},
     {.m_name = "--tile-mode",
      .m_value = "NAME",
      .m_help = "the order of texels in a .vxf file",
