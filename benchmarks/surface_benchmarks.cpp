@@ -170,9 +170,10 @@ void addMemory(const std::string& group, unsigned size) {
 
 // Between regions of memory, which are made large enough by the first run.
 void addFileConversion(const std::string& group, const char* fromExtension, const char* toExtension,
-                       unsigned size) {
+                       unsigned size, bool isBottomUp = false) {
     const double work = 2 * bytesOf("R8G8B8A8Unorm", size);
-    const std::string name = std::string("convert ") + fromExtension + " to " + toExtension;
+    const std::string name = std::string("convert ") + fromExtension + " to " + toExtension +
+                             (isBottomUp ? " from the bottom up" : "");
     addOperation(group, name, work, memcpyOf(work), [=] {
         Configuration configuration;
         const auto file = std::make_shared<Raw::AllocatedMemory>();
@@ -180,6 +181,7 @@ void addFileConversion(const std::string& group, const char* fromExtension, cons
         const auto image = makeImage("R8G8B8A8Unorm", size);
         if (std::strcmp(fromExtension, ".tga") == 0) {
             Raw::convertToTga(image.get(), file.get(), &configuration);
+            file->begin[17] = isBottomUp ? 0x00 : 0x20; // the descriptor
         } else {
             Raw::convertToVxf(image.get(), file.get(), &configuration);
         }
@@ -296,6 +298,7 @@ void registerSurfaceBenchmarks() {
     addReformat("512", "R32G32B32A32Float", "R8G8B8A8UnormSrgb", 512);
     addFileConversion("4096", ".vxf", ".tga", 4096);
     addFileConversion("4096", ".tga", ".vxf", 4096);
+    addFileConversion("4096", ".tga", ".vxf", 4096, true);
 }
 
 } // namespace Bench

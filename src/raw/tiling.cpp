@@ -78,46 +78,49 @@ template <typename Move> Error moveImage(const Image& image, const MemoryRegion&
     return kErrorNone;
 }
 
+// Calls move(), which returns an Error, once the arguments are checked, where there are bytes to move.
+template <typename Move>
+Error runChecked(const Image* image, const MemoryRegion* tiled, const Configuration* configuration,
+                 bool isJob, Move move) {
+    if (!checkArguments(image, tiled) || (isJob && !checkJobManager(configuration, kSourcePath))) {
+        return kErrorFailed;
+    }
+    if (isEmpty(*image)) {
+        return kErrorNone;
+    }
+    return checkHasRoom(*image->getVexTexture(), kSourcePath) ? move() : kErrorFailed;
+}
+
+std::uint64_t movedBytes(const Image& image) { return std::uint64_t{2} * image.getBytesTotal(); }
+
 } // namespace
 
 Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* configuration, int singleThreaded) {
-    if (!checkArguments(image, tiled) ||
-        (singleThreaded == 0 && !checkJobManager(configuration, kSourcePath))) {
-        return kErrorFailed;
-    }
-    if (isEmpty(*image)) {
-        return kErrorNone;
-    }
-    if (!checkHasRoom(*image->getVexTexture(), kSourcePath)) {
-        return kErrorFailed;
-    }
-    if (singleThreaded != 0) {
-        return moveImage(
-            *image, *tiled,
-            [](const std::uint8_t* from, std::uint8_t* to, const GpuAddress::TilingParameters* parameters) {
-                return GpuAddress::detileSurface(to, from, parameters);
-            });
-    }
-    const TiledToImageJob job(image, *tiled, configuration);
-    return runJob(configuration->m_jobManager, &job, std::uint64_t{2} * image->getBytesTotal());
+    return runChecked(image, tiled, configuration, singleThreaded == 0, [=] {
+        if (singleThreaded != 0) {
+            return moveImage(*image, *tiled,
+                             [](const std::uint8_t* from, std::uint8_t* to,
+                                const GpuAddress::TilingParameters* parameters) {
+                                 return GpuAddress::detileSurface(to, from, parameters);
+                             });
+        }
+        const TiledToImageJob job(image, *tiled, configuration);
+        return runJob(configuration->m_jobManager, &job, movedBytes(*image));
+    });
 }
 
 Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, int singleThreaded) {
-    if (!checkArguments(image, tiled) ||
-        (singleThreaded == 0 && !checkJobManager(configuration, kSourcePath))) {
-        return kErrorFailed;
-    }
-    if (isEmpty(*image)) {
-        return kErrorNone;
-    }
-    if (!checkHasRoom(*image->getVexTexture(), kSourcePath)) {
-        return kErrorFailed;
-    }
-    if (singleThreaded != 0) {
-        return moveImage(*image, *tiled, &GpuAddress::tileSurface);
-    }
-    const ImageToTiledJob job(image, *tiled, configuration);
-    return runJob(configuration->m_jobManager, &job, std::uint64_t{2} * image->getBytesTotal());
+    return singleThreaded == 0 ? tileImage(tiled, image, configuration, RowOrder::kTopDown)
+                               : runChecked(image, tiled, configuration, false, [=] {
+                                     return moveImage(*image, *tiled, &GpuAddress::tileSurface);
+                                 });
+}
+
+Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, RowOrder rowOrder) {
+    return runChecked(image, tiled, configuration, true, [=] {
+        const ImageToTiledJob job(image, *tiled, configuration, rowOrder);
+        return runJob(configuration->m_jobManager, &job, movedBytes(*image));
+    });
 }
 
 } // namespace qor::Texsmith::Raw

@@ -256,7 +256,8 @@ Error readInto(Image* destination, MemoryRegion* source, Configuration* configur
     return firstError(error, readVxf(texture, destination, configuration));
 }
 
-Error writeFile(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
+Error writeFile(const Image* source, RowOrder rowOrder, ResizableMemoryRegion* destination,
+                Configuration* configuration) {
     Modifiers modifiers = source->getModifiers();
     VxfChunkTable::Entry chunk;
     chunk.m_type = kVxfChunkTypeModifiers;
@@ -271,7 +272,7 @@ Error writeFile(const Image* source, ResizableMemoryRegion* destination, Configu
         // Tiling leaves the padding elements alone, and equal images are to give equal files.
         std::fill(texels.begin, texels.end, std::uint8_t{0});
     }
-    return tileImage(&texels, source, configuration, 0);
+    return tileImage(&texels, source, configuration, rowOrder);
 }
 
 Error takeTexture(MemoryRegion* source, Texture* destination, int index) {
@@ -403,10 +404,15 @@ Error convertFromVxf(MemoryRegion* source, ReallocatableImage* destination, Conf
 }
 
 Error convertToVxf(const Image* source, ResizableMemoryRegion* destination, Configuration* configuration) {
+    return convertToVxf(source, RowOrder::kTopDown, destination, configuration);
+}
+
+Error convertToVxf(const Image* source, RowOrder rowOrder, ResizableMemoryRegion* destination,
+                   Configuration* configuration) {
     return runChecked(source, destination, configuration, [=] {
         return writeApart(
             overlap(source->getStorage(), *destination), destination,
-            [=](ResizableMemoryRegion* place) { return writeFile(source, place, configuration); });
+            [=](ResizableMemoryRegion* place) { return writeFile(source, rowOrder, place, configuration); });
     });
 }
 

@@ -185,18 +185,36 @@ TEST(Helpers, OnePassGivesWhatAnImageBetweenGives) {
             EXPECT_EQ(bytesOf(direct), bytesOf(saved)) << format;
         }
     }
-    for (const int descriptor : {0x00, 0x10, 0x20, 0x28}) {
-        Bytes file = makeTga();
-        file[17] = static_cast<std::uint8_t>(descriptor);
+    EXPECT_TRUE(recorder.empty()) << recorder.texts();
+}
+
+TEST(Helpers, ATgaInAnyOrderIsConvertedAsThroughAnImage) {
+    const ReportRecorder recorder;
+    Configuration configuration;
+    constexpr std::pair<unsigned, unsigned> kSizes[] = {{1, 1}, {13, 531}, {1031, 9}};
+    const auto check = [&](Bytes file, int surplus) {
+        file.resize(file.size() + static_cast<std::size_t>(surplus));
         HeapFile tga(file);
+        const Error result = surplus < 0 ? kErrorFailed : kErrorNone;
         AllocatedMemory direct, saved;
         MemoryMappedImage between;
-        EXPECT_EQ(convertWithResult(tga.region(), ".tga", &direct, ".vxf", &configuration), kErrorNone);
-        EXPECT_EQ(loadWithResult(&between, tga.region(), ".tga", &configuration, 0), kErrorNone);
+        EXPECT_EQ(convertWithResult(tga.region(), ".tga", &direct, ".vxf", &configuration), result);
+        EXPECT_EQ(loadWithResult(&between, tga.region(), ".tga", &configuration, 0), result);
         EXPECT_EQ(save(&between, &saved, ".vxf", &configuration), 0);
-        EXPECT_EQ(bytesOf(direct), bytesOf(saved)) << int(descriptor);
+        EXPECT_TRUE(bytesOf(direct) == bytesOf(saved)) << surplus;
+    };
+    for (const TgaKind& kind : kTgaKinds) {
+        for (const unsigned descriptor : {0x00u, 0x10u, 0x28u}) {
+            for (const auto& [width, height] : kSizes) {
+                SCOPED_TRACE(testing::PrintToString(std::tuple(kind.m_format, descriptor, width)));
+                const Bytes file = TgaPicture(kind, false, descriptor, width, height).m_writer.file();
+                check(file, -1);
+                check(file, 0);
+                check(file, 26); // the length of a footer
+            }
+        }
     }
-    EXPECT_TRUE(recorder.empty()) << recorder.texts();
+    EXPECT_TRUE(recorder.assertions().empty()) << recorder.texts();
 }
 
 // What lacks texels takes the way through an image, and comes out as far as it goes.

@@ -271,7 +271,8 @@ bool describeTga(FileDescription* description, const DescribedFile& file) {
     return outline.m_error == kErrorNone;
 }
 
-bool viewTga(RegionImage* view, const MemoryRegion& source, const Configuration& configuration) {
+bool viewTga(RegionImage* view, RowOrder* rowOrder, const MemoryRegion& source,
+             const Configuration& configuration) {
     if (source.length() < kTgaHeaderBytes) {
         return false;
     }
@@ -283,6 +284,7 @@ bool viewTga(RegionImage* view, const MemoryRegion& source, const Configuration&
     }
     view->setup(flatTexture(header.m_width, header.m_height, outline.m_format),
                 makePixels(header, source).m_pixels);
+    *rowOrder = (header.order() & kTgaTopDown) != 0 ? RowOrder::kTopDown : RowOrder::kBottomUp;
     return header.m_pixelBits == view->getBytesPerElement() * 8 &&
            view->getMemoryRegion().length() == view->getBytesTotal();
 }

@@ -46,8 +46,8 @@ struct TgaHeader {
         return ((m_descriptor & kTgaDescriptorTopDown) != 0 ? kTgaTopDown : 0) |
                ((m_descriptor & kTgaDescriptorRightToLeft) != 0 ? kTgaRightToLeft : 0);
     }
-    // The pixels are the elements of an image, in its order.
-    bool isPlain() const { return !isRunLength() && !isMapped() && order() == kTgaTopDown; }
+    // The pixels are the elements of an image, and its rows whole.
+    bool isPlain() const { return !isRunLength() && !isMapped() && (order() & kTgaRightToLeft) == 0; }
 
 private:
     static unsigned word(const std::uint8_t* bytes) { return bytes[0] | unsigned(bytes[1]) << 8; }

@@ -4,6 +4,7 @@
 #include "qor/texsmith/raw/image.h"
 #include "qor/texsmith/raw/view.h"
 #include "qor/texsmith/raw/vxf.h"
+#include "raw/surfaces/row_order.h"
 
 #include <memory>
 
@@ -37,5 +38,8 @@ std::unique_ptr<TextureElementProvider> providerOf(const VxfTexture& texture);
 // The same with the modifiers of the file. Null when the file lacks texels, or has them in an order that
 // gives no strips.
 std::unique_ptr<TextureElementProvider> viewVxf(const VxfTexture& texture);
+// As convertToVxf, of an image whose memory has its rows in that order.
+Error convertToVxf(const Image* source, RowOrder rowOrder, ResizableMemoryRegion* destination,
+                   Configuration* configuration);
 
 } // namespace qor::Texsmith::Raw

@@ -40,10 +40,11 @@ bool vxfToTga(Error* result, MemoryRegion* source, ResizableMemoryRegion* destin
 bool tgaToVxf(Error* result, MemoryRegion* source, ResizableMemoryRegion* destination,
               Configuration* configuration) {
     RegionImage view;
-    if (!viewTga(&view, *source, *configuration)) {
+    RowOrder rowOrder = RowOrder::kTopDown;
+    if (!viewTga(&view, &rowOrder, *source, *configuration)) {
         return false;
     }
-    *result = convertToVxf(&view, destination, configuration);
+    *result = convertToVxf(&view, rowOrder, destination, configuration);
     return true;
 }
 

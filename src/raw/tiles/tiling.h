@@ -4,6 +4,7 @@
 #include "qor/gpu_address/gpu_address.h"
 #include "qor/texsmith/raw/image.h"
 #include "qor/texsmith/raw/tilers.h"
+#include "raw/surfaces/row_order.h"
 
 #include <cstdint>
 
@@ -21,5 +22,8 @@ TilingMode tilingModeFromParameters(const GpuAddress::TilingParameters* paramete
 // all lie at offset 0.
 Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* configuration, int singleThreaded);
 Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, int singleThreaded);
+// Through a job, of an image whose memory has its rows in that order: from the bottom up only elements of
+// whole bytes.
+Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, RowOrder rowOrder);
 
 } // namespace qor::Texsmith::Raw
