@@ -12,7 +12,7 @@ namespace {
 constexpr char kSourcePath[] = "raw\\job\\imagetotiledjob";
 
 constexpr unsigned kTileSide = 8;
-constexpr unsigned kTurnedBytes = 32 << 10; // stay in the nearest cache
+constexpr unsigned kTurnedBytes = 32 << 10; // stays in the nearer caches
 
 // Copies `count` rows of `bytes` bytes, the last first. Line by line of the caches, so that all rows are
 // fetched ahead side by side.
