@@ -144,7 +144,8 @@ def check_normals():
     normals = make_picture("normals.png", (64, 64), bump, "RGB")
     two_channels = convert(normals, "two.dds", "--format", "R8G8Unorm", "--normal-map")
     swapped = convert(normals, "swapped.dds", "--format", "B8G8R8A8Unorm", "--data")
-    for source, count, options in ((normals, 7, ()), (two_channels, 7, ("--format", "rgba8")), (swapped, 7, ()),
+    signed = convert(normals, "signed.dds", "--format", "R8G8Snorm", "--normal-map")
+    for source, count, options in ((signed, 7, ("--format", "rgba8")), (normals, 7, ()), (two_channels, 7, ("--format", "rgba8")), (swapped, 7, ()),
                                    (normals, 7, ("--mip-filter", "cubic", "--format", "rgba8")),
                                    (normals, 6, ("--resize", "32x32")),
                                    (two_channels, 5, ("--max-size", "16", "--format", "rgba8"))):

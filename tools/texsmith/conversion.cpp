@@ -98,12 +98,17 @@ void changeShape(NumberedPicture* picture, const ConversionOptions& options, Con
     }
 }
 
-// The Z of normals, where the destination holds it and the source does not.
-void rebuildZ(NumberedPicture* picture, Raw::FileType to, const ConversionOptions& options,
-              Configuration* configuration) {
+// Normals get the Z and the range that the destination holds and the source does not.
+void fitNormals(NumberedPicture* picture, Raw::FileType to, const ConversionOptions& options,
+                Configuration* configuration) {
     const bool isWanted = options.m_format ? holdsZ(*options.m_format) : holdsPicture(to) || holdsFloats(to);
     if (options.m_steps.m_isNormalMap && isWanted) {
         picture->m_image = withZ(std::move(picture->m_image), configuration);
+    }
+    if (options.m_steps.m_isNormalMap && (options.m_format || holdsPicture(to))) {
+        const auto type =
+            options.m_format ? options.m_format->getTextureChannelType() : Vex::kTextureChannelTypeUNorm;
+        picture->m_image = withNormalsFor(type, std::move(picture->m_image), configuration);
     }
 }
 
@@ -181,7 +186,7 @@ Raw::Error convertRegions(MemoryRegion* source, const std::string& sourceName,
     if (picture.m_numbers != Numbers::kSrgb) {
         showAsNumbers(&picture);
     }
-    rebuildZ(&picture, to, options, configuration);
+    fitNormals(&picture, to, options, configuration);
     changeShape(&picture, options, configuration);
     tellLostValues(*picture.m_image, destinationName, options, configuration);
     changeNumbers(&picture, to, options, configuration);

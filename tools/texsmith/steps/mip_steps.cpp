@@ -156,11 +156,13 @@ struct NormalEncoding {
     float encode(float value) const { return m_isSigned ? value : (value + 1) / 2; }
 };
 
+bool isSignedNorm(Vex::TextureChannelType type) {
+    return type == Vex::kTextureChannelTypeSNorm || type == Vex::kTextureChannelTypeSNormNoZero;
+}
+
 NormalEncoding normalEncodingOf(Vex::DataFormat format) {
     const Vex::TextureChannelType type = format.getTextureChannelType();
-    const bool isSigned = type == Vex::kTextureChannelTypeSNorm ||
-                          type == Vex::kTextureChannelTypeSNormNoZero ||
-                          type == Vex::kTextureChannelTypeFloat;
+    const bool isSigned = isSignedNorm(type) || type == Vex::kTextureChannelTypeFloat;
     return {isSigned, holdsZ(format)};
 }
 
@@ -251,6 +253,25 @@ OwnedImage withZ(OwnedImage image, Configuration* configuration) {
         return image;
     }
     return withNormals(*image, fourChannelsLike(format), &fillInZ, configuration);
+}
+
+OwnedImage withNormalsFor(Vex::TextureChannelType destination, OwnedImage image,
+                          Configuration* configuration) {
+    const Vex::TextureChannelType source = image->getDataFormat().getTextureChannelType();
+    const bool wasUnsigned = source == Vex::kTextureChannelTypeUNorm, wasSigned = isSignedNorm(source);
+    if (!(wasUnsigned && isSignedNorm(destination)) &&
+        !(wasSigned && destination == Vex::kTextureChannelTypeUNorm)) {
+        return image;
+    }
+    const Vex::DataFormat format =
+        wasSigned ? Vex::kDataFormatR16G16B16A16Unorm : Vex::kDataFormatR16G16B16A16Snorm;
+    const auto change = [wasSigned](float* texel, const NormalEncoding& encoding) {
+        for (unsigned i = 0; i < 3; ++i) {
+            texel[i] = wasSigned ? (texel[i] + 1) / 2 : encoding.decode(texel[i]);
+        }
+    };
+    const OwnedImage whole = withZ(std::move(image), configuration);
+    return withNormals(*whole, format, change, configuration);
 }
 
 OwnedImage withUnitLengths(OwnedImage image, Configuration* configuration) {

@@ -16,6 +16,9 @@ OwnedImage withMips(OwnedImage image, const StepOptions& options,
 bool holdsZ(qor::Vex::DataFormat format);
 // Normals with the Z that makes their length 1, in four channels; as they are where their format holds a Z.
 OwnedImage withZ(OwnedImage image, qor::Texsmith::Configuration* configuration);
+// Normals of 0 to 1 as those of -1 to 1 for a destination with a sign, and the other way; floats as they are.
+OwnedImage withNormalsFor(qor::Vex::TextureChannelType destination, OwnedImage image,
+                          qor::Texsmith::Configuration* configuration);
 // Normals of a format that holds their Z, each divided by its length; straight up where that is 0.
 OwnedImage withUnitLengths(OwnedImage image, qor::Texsmith::Configuration* configuration);
 
