@@ -110,13 +110,14 @@ Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* config
 }
 
 Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, int singleThreaded) {
-    return singleThreaded == 0 ? tileImage(tiled, image, configuration, RowOrder::kTopDown)
+    return singleThreaded == 0 ? tileImageRows(tiled, image, configuration, RowOrder::kTopDown)
                                : runChecked(image, tiled, configuration, false, [=] {
                                      return moveImage(*image, *tiled, &GpuAddress::tileSurface);
                                  });
 }
 
-Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, RowOrder rowOrder) {
+Error tileImageRows(MemoryRegion* tiled, const Image* image, Configuration* configuration,
+                    RowOrder rowOrder) {
     return runChecked(image, tiled, configuration, true, [=] {
         const ImageToTiledJob job(image, *tiled, configuration, rowOrder);
         return runJob(configuration->m_jobManager, &job, movedBytes(*image));

@@ -272,7 +272,7 @@ Error writeFile(const Image* source, RowOrder rowOrder, ResizableMemoryRegion* d
         // Tiling leaves the padding elements alone, and equal images are to give equal files.
         std::fill(texels.begin, texels.end, std::uint8_t{0});
     }
-    return tileImage(&texels, source, configuration, rowOrder);
+    return tileImageRows(&texels, source, configuration, rowOrder);
 }
 
 Error takeTexture(MemoryRegion* source, Texture* destination, int index) {

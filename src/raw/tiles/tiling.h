@@ -24,6 +24,6 @@ Error detileImage(Image* image, const MemoryRegion* tiled, Configuration* config
 Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, int singleThreaded);
 // Through a job, of an image whose memory has its rows in that order: from the bottom up only elements of
 // whole bytes.
-Error tileImage(MemoryRegion* tiled, const Image* image, Configuration* configuration, RowOrder rowOrder);
+Error tileImageRows(MemoryRegion* tiled, const Image* image, Configuration* configuration, RowOrder rowOrder);
 
 } // namespace qor::Texsmith::Raw
