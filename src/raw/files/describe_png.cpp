@@ -1,5 +1,5 @@
-// The chunks of a PNG file before its pixels, as the Portable Network Graphics Specification, third edition,
-// has them. Their checksums are not looked at.
+// The chunks of a PNG file before its pixels, as the third edition of the W3C standard for Portable Network
+// Graphics has them. Their checksums are not looked at.
 #include "raw/files/channel_formats.h"
 #include "raw/files/describe.h"
 
