@@ -54,13 +54,15 @@ struct QOR_TEXSMITH_API TilingParameters {
     std::uint32_t m_height = 0;
     std::uint32_t m_depth = 0;
     std::uint32_t m_fragments = 0; // a count
-    // These never change the order.
+    // The rest never changes the order.
     std::uint32_t m_mip = 0;
     std::uint32_t m_arraySlice = 0;
     std::uint64_t m_baseAddress = 0;
     std::uint32_t m_flags = 0;
 
+    // The surface of one mip and one slice (an array entry times the faces, plus the face; 0 of a volume).
     int initFromTexture(const Vex::Texture* texture, unsigned mip, unsigned arraySlice);
+    // The surface of one slice of a target, as a texture of one mip.
     int initFromRenderTarget(const Vex::RenderTarget* target, unsigned arraySlice);
     int initFromDepthSurface(const Vex::DepthRenderTarget* target, unsigned arraySlice);
     int initFromStencilSurface(const Vex::DepthRenderTarget* target, unsigned arraySlice);
@@ -90,11 +92,13 @@ struct SurfaceInfo {
     std::uint32_t m_alignment;
 };
 
+// The two modes that a tile mode stands for, as the table above has them.
 QOR_TEXSMITH_API int getArrayMode(Vex::ArrayMode* arrayMode, Vex::TileMode tileMode);
 QOR_TEXSMITH_API int getMicroTileMode(Vex::MicroTileMode* microTileMode, Vex::TileMode tileMode);
 // The default for a surface of that type. `fragments` is a count.
 QOR_TEXSMITH_API int computeSurfaceTileMode(Vex::TileMode* tileMode, SurfaceType type, Vex::DataFormat format,
                                             unsigned fragments);
+// The padded layout of the surface that the parameters name.
 QOR_TEXSMITH_API int computeSurfaceInfo(SurfaceInfo* info, const TilingParameters* parameters);
 
 // All surfaces of a texture: mip by mip, all slices of a mip one after another at a constant stride.
@@ -129,6 +133,7 @@ protected:
     Vex::MicroTileMode m_microTileMode;
 };
 
+// Of the linear modes: rows of elements.
 class QOR_TEXSMITH_API TilerLinear : public TilerBase {
 public:
     explicit TilerLinear(const TilingParameters* parameters) : TilerBase(parameters) {}
@@ -138,6 +143,7 @@ public:
                             unsigned slicePitch) const;
 };
 
+// Of the 1d modes. The offset is in bits from the start of the tiled surface; x, y and z count elements.
 class QOR_TEXSMITH_API Tiler1d : public TilerBase {
 public:
     explicit Tiler1d(const TilingParameters* parameters) : TilerBase(parameters) {}
@@ -148,7 +154,7 @@ public:
     int getTiledElementBitOffset(std::uint64_t* offset, unsigned x, unsigned y, unsigned z) const;
 };
 
-// Moves one slice, at the region's front.
+// Of the 2d and 3d modes. Moves one slice, at the region's front, of one fragment.
 class QOR_TEXSMITH_API Tiler2d : public TilerBase {
 public:
     explicit Tiler2d(const TilingParameters* parameters) : TilerBase(parameters) {}

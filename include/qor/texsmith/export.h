@@ -1,6 +1,8 @@
 // Portability macros. This is the only header that asks which compiler or system it is built with.
 #pragma once
 
+// Marks what the library exports. On Windows, programs that link the static library define
+// QOR_TEXSMITH_STATIC; its CMake target does it for them.
 #if defined(_WIN32)
 #    if defined(QOR_TEXSMITH_BUILD)
 #        define QOR_TEXSMITH_API __declspec(dllexport)

@@ -13,12 +13,14 @@ public:
     virtual ~IFilter() = default;
 };
 
+// 1 from -0.5 to before 0.5: the mean of the pixels there.
 class QOR_TEXSMITH_API BoxFilter : public IFilter {
 public:
     float evaluate(float x) const override;
     float getWidth() const override { return 0.5f; }
 };
 
+// 1 - |x|, down to 0: linear interpolation.
 class QOR_TEXSMITH_API TriangleFilter : public IFilter {
 public:
     float evaluate(float x) const override;

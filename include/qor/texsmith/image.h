@@ -13,10 +13,12 @@
 
 namespace qor::Texsmith {
 
+// Pixels of up to four planes, which it owns, and the settings by which they are encoded.
 class QOR_TEXSMITH_API Image : public VexTextureGen {
 public:
     // The order of the planes.
     enum Channel : std::uint32_t { kChannelRed = 0, kChannelGreen = 1, kChannelBlue = 2, kChannelAlpha = 3 };
+
     static constexpr unsigned kMaxPlanes = 4;
 
     // One channel: pixels that lie interleaved with those of the other planes, or one value for all of them.
@@ -84,14 +86,18 @@ public:
 
     void setWidth(unsigned width);   // keeps the left part; nothing for 0 and for widths that are not smaller
     void setHeight(unsigned height); // keeps the upper part; nothing for heights that are not smaller
+    // Exchanges two planes, and drops the raw data. A number that is no plane changes nothing.
     void swapPlanes(unsigned a, unsigned b);
 
     Vex::DataFormat getRawDataFormat() const { return m_rawDataFormat; }
     const std::uint8_t* getRawData() const { return m_rawData; }
     unsigned getRawDataSize() const { return m_rawDataSize; }
+    // Room for getBufferSizeRequired(format) bytes, of undefined contents, in place of the raw data so far.
+    // The image's; null when memory is short, which is reported.
     std::uint8_t* allocateRawData(Vex::DataFormat format);
     // Copies getBufferSizeRequired(format) bytes; a null source drops the raw data.
     void setRawData(const void* source, Vex::DataFormat format);
+
     void deleteRawData();
     void deleteData(); // the pixels; they read as zeros then
 

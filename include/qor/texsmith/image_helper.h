@@ -8,6 +8,7 @@
 
 namespace qor::Texsmith {
 
+// Holds functions only.
 class QOR_TEXSMITH_API ImageHelper {
 public:
     // Resamples `source` into the size that `destination` has, across, then down (and, of a volume, in

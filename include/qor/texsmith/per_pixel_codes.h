@@ -28,6 +28,7 @@ public:
     Encode m_encode;
 
     explicit PixelEncoder(DataFormat format);
+    // To m_info.bytesPerElement bytes a pixel at `destination`.
     void encode(void* destination, const VectorFloat& pixel) const { encode(destination, &pixel, 1); }
     // At most kMaxPixels; of a larger count only so many.
     void encode(void* destination, const VectorFloat* pixels, unsigned count) const;
@@ -66,7 +67,9 @@ public:
     // A format that names a channel which it does not have, and a picture with too few planes, are reported;
     // what is missing is encoded as 0.
     PerImagePixelEncoder(std::uint8_t* destination, const Image* image, DataFormat format);
+    // The rows from `firstRow` to before `endRow`, to their places in the destination.
     void encodeRows(unsigned firstRow, unsigned endRow) const;
+
     unsigned getNumberOfRows() const;
 
 private:

@@ -30,6 +30,7 @@ namespace qor::Texsmith {
 // than once, or passes the list on, formats from a va_copy each time.
 using ArgumentList = va_list;
 
+// A listener that gets the running list of arguments.
 using ListCallback = void (*)(const char* file, int line, const char* format, ArgumentList* args);
 // Declared with an ellipsis, but its fourth argument is the ready list itself: see formatReadyList.
 using PrintCallback = bool (*)(const char* file, int line, const char* format, ...);

@@ -6,6 +6,7 @@
 
 #include "qor/texsmith/export.h"
 
+// The three parts of the version.
 #define QOR_TEXSMITH_VERSION_MAJOR 0
 #define QOR_TEXSMITH_VERSION_MINOR 1
 #define QOR_TEXSMITH_VERSION_PATCH 0

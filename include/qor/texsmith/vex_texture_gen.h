@@ -24,6 +24,7 @@ enum ImageType : std::uint32_t {
     kImageTypeMippedVolume = 5,
 };
 
+// One surface or several, their settings, and their way to the hardware's formats and back.
 class QOR_TEXSMITH_API VexTextureGen {
 public:
     using IdentifiedImageCallback = void (*)(Image* image, const Raw::SurfaceIndex& identifier,
@@ -56,7 +57,8 @@ public:
                              Vex::DataFormat format) {
         return loadFromSurface(source, bufferSize, tileMode, format, 0, 0);
     }
-    virtual unsigned getNumSubImages() const = 0;
+
+    virtual unsigned getNumSubImages() const = 0; // that enumerateImages calls for
     virtual Raw::SurfaceCount getSurfaceCount() const = 0;
 
     // Encodes all surfaces into `size` bytes at `destination`, as `texture` lays them out, on the manager, or
@@ -79,6 +81,7 @@ public:
     // they are encoded, the upper two when they are decoded; 0 as the format says, 1 never, 2 always.
     std::uint32_t getSrgbModes() const { return m_srgbModes; }
     void setSrgbModes(std::uint32_t modes) { m_srgbModes = modes; }
+    // The array slice that the tiler is told, whose order does not depend on it.
     std::uint32_t getSubSurface() const { return m_subSurface; }
     void setSubSurface(std::uint32_t subSurface) { m_subSurface = subSurface; }
     // With a mode that is not 0, compressPixels first asks the GPU. There is none: it prints that and goes

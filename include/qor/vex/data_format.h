@@ -133,6 +133,7 @@ public:
     // Bits and bytes of an element, as the functions above tell them.
     unsigned getBitsPerElement() const;
     unsigned getBytesPerElement() const;
+
     constexpr bool isBlockCompressedFormat() const {
         return getSurfaceFormat() >= kSurfaceFormatBc1 && getSurfaceFormat() <= kSurfaceFormatBc7;
     }

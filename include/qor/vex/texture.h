@@ -129,6 +129,7 @@ public:
     // `pitch` 0 lets the layout choose.
     SizeAlign initAs2dArray(unsigned width, unsigned height, unsigned slices, unsigned pitch, unsigned mips,
                             DataFormat format, TileMode tileMode, NumFragments fragments, bool cubemap);
+
     SizeAlign initAs3d(unsigned width, unsigned height, unsigned depth, unsigned mips, DataFormat format,
                        TileMode tileMode);
 
@@ -139,6 +140,7 @@ public:
     unsigned getHeight() const { return (m_regs[2] >> 14 & 0x3FFF) + 1; }
     // The depth field plus 1, whatever the texture type.
     unsigned getDepth() const { return (m_regs[4] & 0x1FFF) + 1; }
+
     unsigned getPitch() const { return (m_regs[4] >> 13 & 0x3FFF) + 1; }
     unsigned getBaseMipLevel() const { return m_regs[3] >> 12 & 0xF; }
     unsigned getLastMipLevel() const { return m_regs[3] >> 16 & 0xF; }
@@ -150,6 +152,8 @@ public:
     ResourceMemoryType getResourceMemoryType() const { return ResourceMemoryType(m_regs[6] >> 20 & 0x7F); }
     unsigned getMinLodClamp() const { return m_regs[1] >> 8 & 0xFFF; }
 
+    // Write one field each, and leave the others as they are: what does not agree with them is not corrected.
+    // Values are cut to the field.
     void setWidthMinus1(unsigned value);
     void setHeightMinus1(unsigned value);
     void setDepthMinus1(unsigned value);

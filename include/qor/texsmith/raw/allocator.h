@@ -59,6 +59,7 @@ using Raw::IAllocator;
 QOR_TEXSMITH_API extern IAllocator g_systemAllocator;
 QOR_TEXSMITH_API extern IAllocator g_gpuMappedAllocator;
 
+// Replace the one and the other, which is copied.
 QOR_TEXSMITH_API void setToolsSystemAllocator(IAllocator allocator);
 QOR_TEXSMITH_API void setToolsGpuMappedAllocator(IAllocator allocator);
 // Memory from the one or the other: `size` and `alignment` in bytes, null when there is none.

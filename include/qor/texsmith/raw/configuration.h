@@ -75,6 +75,7 @@ struct QOR_TEXSMITH_API DecoderConfiguration {
     // Null is reported and changes nothing. With m_srgbAsLinear set, an sRGB texture is taken as UNorm.
     void setTexture(const Raw::Texture* texture);
     void setTexture(const Vex::Texture* texture);
+
     const Raw::Texture* getTexture() const { return &m_texture; }
     bool isSigned() const; // the channel type is SNorm, SScaled, SInt or SNormNoZero
 

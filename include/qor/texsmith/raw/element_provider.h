@@ -37,6 +37,7 @@ struct ElementRows {
     std::uint8_t* row(unsigned y) const { return m_memory + m_pitch * y; }
 };
 
+// A texture's shape, format and modifiers, and access to its texels. Derived classes say where those lie.
 class QOR_TEXSMITH_API ElementProvider {
 public:
     ElementProvider();
@@ -132,6 +133,8 @@ protected:
     void setupAsTexture(const Texture* texture);
     // One mip of one slice, sizes cut to Vex::kMaxTextureSize.
     void setupAsTwoDimensional(Vex::DataFormat format, unsigned width, unsigned height);
+    // For doGetTexel: put what the texel (x, y) holds into the list, of an element that was read already, and
+    // of the one that getElement gives.
     void getTexelFromElement(const VectorFloat& element, Properties* properties, unsigned x,
                              unsigned y) const;
     void getTexelFromTexture(const SurfaceIndex* surfaceIndex, Properties* properties, unsigned x,

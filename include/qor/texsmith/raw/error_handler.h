@@ -39,6 +39,7 @@ public:
     enum Type : int { kTypeError = 1, kTypeWarning = 2, kTypeInformation = 4 };
 
     virtual ~LogHandler() = default;
+    // Formats at most 1023 bytes and calls doReport; otherwise as ErrorHandler::handle.
     void report(Type type, int code, const char* format, ...) QOR_TEXSMITH_PRINTF(4, 5);
 
 private:

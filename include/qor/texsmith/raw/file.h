@@ -12,6 +12,7 @@
 
 namespace qor::Texsmith::Raw {
 
+// Borrows the region between open and close.
 class QOR_TEXSMITH_API File {
 public:
     enum Mode : int { kModeBinary = 0, kModeText = 1 };
@@ -28,7 +29,9 @@ public:
     void open(MemoryRegion* region, Mode mode); // may not grow
     // Cuts a resizable region to the logical size.
     void close();
+    // Back to the first byte, behind the mark in text mode.
     void reset();
+
     bool isOpen() const { return m_region != nullptr; }
     bool isAtEnd() const;
     // The next byte, or -1 at the end. Text mode reads 13 10 as one 10.
@@ -38,6 +41,7 @@ public:
     // Returns the bytes written, which are fewer than asked for only when the file may not grow or cannot.
     // `data` may lie in the file's own region.
     std::uint64_t write(const void* data, std::uint64_t size, std::uint64_t count);
+
     std::int64_t position() const { return m_position; }
     std::int64_t size() const { return m_size; }
 

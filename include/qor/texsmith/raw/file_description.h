@@ -25,6 +25,7 @@ enum FileTransfer : std::uint32_t {
     kFileTransferOther = 3,    // encoded by another curve
 };
 
+// What describeFile found. A plain value.
 struct FileDescription {
     FileType m_type = 0;     // 0: not known, and nothing else is
     unsigned m_textures = 1; // in the file; the rest tells of the one that was asked for

@@ -15,6 +15,7 @@
 
 namespace qor::Texsmith::Raw {
 
+// A plain value of 16 bits. Results of its operators are those of floats, rounded again.
 class QOR_TEXSMITH_API Half {
 public:
     Half() = default; // unset
@@ -53,6 +54,7 @@ public:
     static void InitToFloatLUT() {}
     // Converts sample values and reports each that comes out wrong.
     static void UnitTest();
+
     static constexpr bool s_initialized = true;
 
 private:

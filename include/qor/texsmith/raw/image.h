@@ -47,7 +47,7 @@ public:
     MemoryRegion getAllFragmentMemoryRegion(const SurfaceIndex* surfaceIndex) const;
     // The bytes of the whole image, as far as the region has them.
     MemoryRegion getMemoryRegion() const;
-    std::uint32_t getBytesTotal() const { return m_bytesTotal; }
+    std::uint32_t getBytesTotal() const { return m_bytesTotal; } // that the shape asks for
     // The whole region behind the image, whatever its shape; empty without one.
     MemoryRegion getStorage() const { return m_memoryRegion != nullptr ? *m_memoryRegion : MemoryRegion(); }
 

@@ -48,6 +48,8 @@ struct WorkItems {
 
 enum JobState : unsigned { kJobStateIdle = 0, kJobStateRunning = 1, kJobStateComplete = 2 };
 
+// Work in up to 32 parts, called callbacks. Derive, override doCallback, and hand an object on the stack to
+// JobManager::submitAndStall.
 class QOR_TEXSMITH_API Job {
 public:
     static constexpr int kMaxCallbacks = 32;
@@ -75,6 +77,7 @@ protected:
     Error epilogue() const { return doEpilogue(); }
     // The near-equal share of `callbackId`, the remainder going to the first callbacks.
     WorkItems getWorkItems(unsigned callbackId, unsigned things) const;
+    // For those who watch; `name` must outlive the job.
     void setName(const char* name) { m_name = name; }
     bool isAborted() const; // the caller's abort word is set
 

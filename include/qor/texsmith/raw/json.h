@@ -122,6 +122,7 @@ public:
     // The next byte. At the end `get` reports, and both give 0.
     char get();
     char peek() const;
+
     bool isAtEnd() const { return m_offset >= m_size; }
     bool hasFailed() const { return m_hasFailed; } // something did not match, and was reported
     void skipWhitespace();

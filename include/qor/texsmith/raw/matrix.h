@@ -11,6 +11,7 @@
 
 namespace qor::Texsmith::Raw {
 
+// Rows become columns.
 QOR_TEXSMITH_API Matrix MatrixTranspose(const Matrix& matrix);
 // The general inverse. Of a singular matrix: infinities and NaNs.
 QOR_TEXSMITH_API Matrix MatrixInverse(const Matrix& matrix);

@@ -35,6 +35,7 @@ public:
 
     // Null data with a nonzero count is reported.
     void build(const void* data, unsigned bytes);
+
     unsigned long long length() const; // 0 when begin is null or behind end
     bool contains(const void* pointer) const;
     bool contains(const MemoryRegion& other) const;
@@ -137,6 +138,7 @@ public:
     // among temporary files. A new one is for this user alone; an existing one must be a plain file of this
     // user, which others cannot write, under this name only. A link is not followed.
     void openPrivate(const char* filename);
+
     void close();
 
 private:

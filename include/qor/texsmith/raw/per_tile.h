@@ -15,6 +15,9 @@
 
 namespace qor::Texsmith::Raw {
 
+// Calls doPerSurfaceCallback in every callback for every surface of the provider, which stays the caller's.
+// The number of callbacks is the configuration's wish; without one, 32. A callback ends at its first failure.
+// A null provider is reported, and fails the callbacks.
 class QOR_TEXSMITH_API PerSurfaceJob : public Job {
 public:
     explicit PerSurfaceJob(const ElementProvider* elementProvider);
@@ -31,6 +34,7 @@ private:
     SurfaceCount m_surfaceCount;
 };
 
+// The same by rows of elements: `begin` to before `end` is the share of this callback.
 class QOR_TEXSMITH_API PerElementRowsJob : public PerSurfaceJob {
 public:
     using PerSurfaceJob::PerSurfaceJob;
@@ -41,7 +45,8 @@ private:
                                            unsigned begin, unsigned end) const = 0;
 };
 
-// Two callbacks may get the halves of one row of tiles: only for providers that override doPutBlock.
+// The same by rows of blocks of 4 x 4 texels. Two callbacks may get the halves of one row of tiles: only for
+// providers that override doPutBlock.
 class QOR_TEXSMITH_API PerBlockRowsJob : public PerSurfaceJob {
 public:
     using PerSurfaceJob::PerSurfaceJob;
@@ -158,6 +163,7 @@ protected:
     void leaveOutTransforms() { m_decoderConfiguration.m_transform.Init(); }
     // For the constructors of those that cannot work: all callbacks fail.
     void refuse() { m_elementProvider = nullptr; }
+
     Error doPerTileCallback(unsigned callbackId, const SurfaceIndex* surfaceIndex, unsigned x,
                             unsigned y) const override;
     OpenSurface doOpenSurface(const SurfaceIndex* surfaceIndex) const override;

@@ -55,6 +55,7 @@ enum PropertyType : unsigned {
 
 enum PropertyFormat : unsigned { kPropertyFormatDecimal = 0, kPropertyFormatHexadecimal = 1 };
 
+// One value with its name, its type and how it is printed.
 class QOR_TEXSMITH_API Property {
 public:
     unsigned m_name = 0;   // a PropertyName, or an index into a table of the caller's

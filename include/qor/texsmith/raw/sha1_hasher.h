@@ -11,6 +11,7 @@
 
 namespace qor::Texsmith::Raw {
 
+// Never made by a client: instance() gives it.
 class QOR_TEXSMITH_API Sha1Hasher : public Singleton {
 public:
     static constexpr std::size_t kDigestBytes = 20;

@@ -50,9 +50,11 @@ struct QOR_TEXSMITH_API MinMaxMean {
     // `max` deliberately starts at the least positive normal float, 1.17549435e-38: of values that are all
     // below it, that is what is reported.
     void Clear();
+
     void Add(const VectorFloat& texel);
     // All 64 texels. They are summed by halves, the upper onto the lower, before the sum is added.
     void Add(const Tile& tile);
+
     void Add(const MinMaxMean& other);
     VectorFloat Mean() const; // of no texels: NaNs
 };

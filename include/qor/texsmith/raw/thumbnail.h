@@ -38,6 +38,7 @@ enum ThumbnailFormat : unsigned { kThumbnailFormatVxf = 0, kThumbnailFormatDds =
 QOR_TEXSMITH_API HBITMAP makeThumbnail(MemoryRegion* source, ThumbnailFormat format, bool srgb,
                                        Configuration* configuration);
 
+// The pixels of a bitmap. Borrowed from it.
 struct BitmapSection {
     unsigned width = 0; // pixels
     unsigned height = 0;

@@ -33,12 +33,16 @@ public:
     Tilers(const Tilers& other);
     Tilers& operator=(const Tilers& other);
 
+    // One mip of one slice, or one slice of a target. `arraySlice` is an array entry times the faces, plus
+    // the face; 0 of a volume.
     void initFromTexture(const Texture* texture, unsigned mip, unsigned arraySlice);
     void initFromVexTexture(const Vex::Texture* texture, unsigned mip, unsigned arraySlice);
     void initFromRenderTarget(const Vex::RenderTarget* target, unsigned arraySlice);
     void initFromDepthSurface(const Vex::DepthRenderTarget* target, unsigned arraySlice);
     void initFromStencilSurface(const Vex::DepthRenderTarget* target, unsigned arraySlice);
+    // Makes the tiler of the array mode that the parameters have; the functions above end with it.
     void determineTilingModeFromTilingParameters();
+
     TilingMode getTilingMode() const { return m_tilingMode; }
     // Bytes that the tiled memory of the surface must have; 0 without a mode. Region operations never touch
     // what lies beyond.

@@ -26,6 +26,7 @@ struct QOR_TEXSMITH_API Madd {
     bool isNop() const;
 };
 
+// y = M x + b and a power for each channel, in the order that the use asks for.
 struct QOR_TEXSMITH_API Transform : Madd {
     VectorFloat m_power;
 

@@ -61,6 +61,7 @@ private:
     // How many tiles, from this one to the right, lie side by side in the target as well, or all show
     // nothing. At least 1, the default. Strips are moved in runs of these.
     virtual unsigned doGetRun(unsigned x, unsigned y) const;
+
     ElementRows doGetElementRun(const SurfaceIndex* surfaceIndex, unsigned x, unsigned y) const override;
     bool doGetStrip(const SurfaceIndex* surfaceIndex, const ElementRows& strip, unsigned x,
                     unsigned y) const override;

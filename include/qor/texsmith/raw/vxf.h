@@ -21,11 +21,13 @@ namespace qor::Texsmith::Vxf {
 inline constexpr std::uint32_t kMagic = 0x20465856;
 inline constexpr unsigned kMaxTextures = 255;
 
+// Bytes 0 to 7.
 struct Header {
     std::uint32_t m_magic;
     std::uint32_t m_contentsSize; // from offset 8 to the end of the padded header
 };
 
+// Bytes 8 to 15.
 struct Contents {
     std::uint8_t m_version;
     std::uint8_t m_numTextures;
@@ -95,9 +97,11 @@ public:
     // Writes zeros wherever writeTo leaves what the destination held, except to the texels, so that equal
     // textures and chunks give equal files. The format itself needs no capitals behind the last chunk.
     void zeroPadding();
+
     bool hasFile() const { return m_header != nullptr; }
     // Whether readFrom found no fault, or writeTo could lay the file out.
     bool isWellFormed() const { return m_isWellFormed; }
+
     int getNumberOfTextures() const;
 
     // None of these checks its index. Regions may run past the end of a truncated file.
