@@ -75,9 +75,8 @@ std::size_t toUtf8(const wchar_t* wide, char* text, std::size_t units);
 
 // The process-wide pool, made by the first call and never destroyed: a thread fewer than there are
 // processors, since whoever waits works too, and at least one. `run(context)` must let no exception out;
-// guardedCall takes care of that. Each run begins with the default floating-point mode, whatever the waiting
-// thread's own is. A child of fork gets a pool of its own; waiting for work of its parent's returns at once
-// there.
+// guardedCall takes care of that. A child of fork gets a pool of its own; waiting for work of its parent's
+// returns at once there, or after the run that forked.
 using Work = struct PoolWork*;
 bool startPool();                                           // false when no thread could be started
 Work createWork(void (*run)(void* context), void* context); // null without memory or threads
@@ -85,7 +84,7 @@ void submitWork(Work work, unsigned runs);
 // Returns when every run submitted so far has returned. The calling thread takes runs of this work itself.
 void waitForWork(Work work);
 void closeWork(Work work); // after a wait
-void waitForAllWork();
+void waitForAllWork();     // also for runs that waiting threads have taken
 
 // While it lives, this thread computes as a new thread does: rounds to nearest, keeps denormals, traps
 // nothing. What was set before comes back, and flags that were raised meanwhile are forgotten.

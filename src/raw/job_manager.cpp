@@ -126,8 +126,10 @@ Error SerialJobManager::doStall() { return kErrorNone; }
 
 Error SerialJobManager::doStall(const Job*) { return kErrorNone; }
 
-// What happens in a callback goes no further than this; the callback then counts as failed.
+// What happens in a callback goes no further than this; the callback then counts as failed. Nor does the
+// floating-point mode, of the thread that stalls or of the callback before.
 void ThreadpoolJobManager::runOnPool(void* job) {
+    const Platform::DefaultFloatingPoint mode;
     if (!Platform::guardedCall(&runGuard, job)) {
         static_cast<const Job*>(job)->completeIfAllReturned();
     }
@@ -154,7 +156,6 @@ Error ThreadpoolJobManager::doSubmit(const Job* job) {
 
 // Its counters are those of a job that the pool has run.
 Error ThreadpoolJobManager::runHere(const Job* job) {
-    const Platform::DefaultFloatingPoint mode;
     job->m_state.store(kJobStateRunning);
     for (int run = 0; run < job->getCallbacks(); ++run) {
         runOnPool(const_cast<Job*>(job));

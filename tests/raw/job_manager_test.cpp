@@ -142,7 +142,8 @@ bool isRoundingUp() {
     return 1 + tiny != 1;
 }
 
-// A caller that rounds up has the same results as others, and rounds up afterwards.
+// A caller that rounds up has the same results as others, and rounds up afterwards. What a callback leaves
+// behind counts for no other.
 TEST(JobManager, CallbacksHaveTheDefaultFloatingPointMode) {
     std::fesetround(FE_UPWARD);
     std::atomic<unsigned> roundedUp{0}, here{0};
@@ -151,6 +152,7 @@ TEST(JobManager, CallbacksHaveTheDefaultFloatingPointMode) {
         roundedUp += isRoundingUp();
         here += std::this_thread::get_id() == caller;
         if (id % 4 == 3) {
+            std::fesetround(FE_UPWARD);
             throw 1;
         }
         return kErrorNone;
@@ -166,7 +168,30 @@ TEST(JobManager, CallbacksHaveTheDefaultFloatingPointMode) {
     EXPECT_GT(here, 0u);
 }
 
+// Also for runs that the thread that submitted them has taken.
 TEST(JobManager, StallWithoutAJobWaitsForAll) {
+    std::atomic<std::thread::id> owner;
+    std::atomic<bool> isTaken{false}, hasReturned{false};
+    const TestJob shared(32, [&](unsigned) {
+        if (std::this_thread::get_id() == owner && !isTaken.exchange(true)) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            hasReturned = true;
+        }
+        while (!isTaken && shared.m_calls < 32) {
+            std::this_thread::yield();
+        }
+        return kErrorNone;
+    });
+    std::thread other([&] {
+        owner = std::this_thread::get_id();
+        EXPECT_EQ(defaultJobManager()->submitAndStall(&shared), kErrorNone);
+    });
+    while (!isTaken && shared.m_calls < 32) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(defaultJobManager()->stall(), kErrorNone);
+    EXPECT_TRUE(hasReturned || !isTaken);
+    other.join();
     const TestJob a(32);
     const TestJob b(5);
     EXPECT_EQ(defaultJobManager()->submit(&a), kErrorNone);

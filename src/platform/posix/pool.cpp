@@ -16,7 +16,12 @@ namespace qor::Texsmith::Platform {
 
 namespace {
 class Pool;
-}
+
+// The present pool; null before it is first asked for, and again in a child of fork, which has none of its
+// parent's threads. Leaked on purpose: its threads run until the process ends, past every static destructor.
+constinit std::atomic<Pool*> g_pool{nullptr};
+
+} // namespace
 
 // Referred to by its owner, by the queue while it stands there, and by every thread that runs it.
 struct PoolWork {
@@ -89,6 +94,7 @@ private:
     Work nextWork(Lock& lock);
     Work frontOfQueue();
     void enqueue(Work work);
+    void dequeue(Work work);
     void takeRuns(Work work, Lock& lock);
     void countReturned(Work work, unsigned runs);
 
@@ -144,11 +150,11 @@ void Pool::submit(Work work, unsigned runs) {
 }
 
 // Whoever waits takes runs of that work: it would have to wait for a processor otherwise, and were all
-// threads of the pool to wait, nobody else would take them.
+// threads of the pool to wait, nobody else would take them. In a child of fork the other threads are gone.
 void Pool::wait(Work work) {
     Lock lock(m_mutex);
     bool hasSpun = false;
-    while (work->m_outstanding != 0) {
+    while (work->m_outstanding != 0 && this == g_pool) {
         if (work->m_claimable != 0) {
             takeRuns(work, lock);
         } else if (!hasSpun) {
@@ -160,6 +166,7 @@ void Pool::wait(Work work) {
             --work->m_waiters;
         }
     }
+    dequeue(work); // while the threads are busy elsewhere, nobody else would
 }
 
 void Pool::waitForAll() {
@@ -195,15 +202,10 @@ Work Pool::nextWork(Lock& lock) {
 
 // The first work with runs to take; drops those before it.
 Work Pool::frontOfQueue() {
-    Work work = m_first;
-    while (work != nullptr && work->m_claimable == 0) {
-        m_first = work->m_next;
-        work->m_next = nullptr;
-        work->m_isQueued = false;
-        release(work);
-        work = m_first;
+    while (m_first != nullptr && m_first.load()->m_claimable == 0) {
+        dequeue(m_first);
     }
-    return work;
+    return m_first;
 }
 
 void Pool::enqueue(Work work) {
@@ -220,6 +222,25 @@ void Pool::enqueue(Work work) {
     m_last = work;
 }
 
+void Pool::dequeue(Work work) {
+    if (!work->m_isQueued) {
+        return;
+    }
+    Work before = nullptr;
+    for (Work other = m_first; other != work; other = other->m_next) {
+        before = other;
+    }
+    if (before != nullptr) {
+        before->m_next = work->m_next;
+    } else {
+        m_first = work->m_next;
+    }
+    m_last = m_last == work ? before : m_last;
+    work->m_next = nullptr;
+    work->m_isQueued = false;
+    release(work);
+}
+
 void Pool::takeRuns(Work work, Lock& lock) {
     struct Batch { // returns also when a run ends the thread
         Pool& m_pool;
@@ -234,7 +255,6 @@ void Pool::takeRuns(Work work, Lock& lock) {
     } batch{*this, work, lock, 0};
     retain(work);
     lock.unlock();
-    const DefaultFloatingPoint mode;
     while (claimRun(work)) {
         ++batch.m_runs;
         work->m_run(work->m_context);
@@ -252,9 +272,6 @@ void Pool::countReturned(Work work, unsigned runs) {
     }
 }
 
-// The present pool; null before it is first asked for, and again in a child of fork, which has none of its
-// parent's threads. Leaked on purpose: its threads run until the process ends, past every static destructor.
-constinit std::atomic<Pool*> g_pool{nullptr};
 constinit std::mutex g_makingPool;
 
 void beforeFork() {
@@ -311,12 +328,7 @@ Work createWork(void (*run)(void* context), void* context) {
 
 void submitWork(Work work, unsigned runs) { work->m_pool->submit(work, runs); }
 
-// The threads of the parent's pool do not run here.
-void waitForWork(Work work) {
-    if (work->m_pool == g_pool) {
-        work->m_pool->wait(work);
-    }
-}
+void waitForWork(Work work) { work->m_pool->wait(work); }
 
 void closeWork(Work work) { release(work); }
 

@@ -135,7 +135,6 @@ void takeRuns(PoolWork* work) {
     if (work->m_claimable.load(std::memory_order_relaxed) == 0) {
         return;
     }
-    const DefaultFloatingPoint mode;
     unsigned runs = 0;
     for (; claimRun(work); ++runs) {
         work->m_run(work->m_context);
@@ -256,16 +255,26 @@ PoolWork* workWithRuns() {
     return member != nullptr ? member->m_owner : nullptr;
 }
 
+void sleepUntilReturned(PoolWork* work, Lock& lock) {
+    while (work->m_outstanding != 0) {
+        lock.sleep(&work->m_changed);
+    }
+}
+
 // The members of the present group, one after another. Each may go as soon as its last run has returned.
 void waitForMembers() {
     Lock lock;
     while (PoolWork* const work = workWithRuns()) {
         retain(work);
-        while (work->m_outstanding != 0) {
-            lock.sleep(&work->m_changed);
-        }
+        sleepUntilReturned(work, lock);
         release(work);
     }
+}
+
+// Runs that a waiting thread has taken are none of the system's callbacks.
+void waitForTakenRuns(const Member* member) {
+    Lock lock;
+    sleepUntilReturned(member->m_owner, lock);
 }
 
 // Until all runs have returned, or there are new ones to take, which is true then.
@@ -332,6 +341,7 @@ void waitForAllWork() {
     CloseThreadpoolCleanupGroupMembers(group->m_group, FALSE, nullptr);
     CloseThreadpoolCleanupGroup(group->m_group);
     while (Member* const member = group->m_members) {
+        waitForTakenRuns(member);
         group->m_members = member->m_next;
         deleteMember(member);
     }
