@@ -71,9 +71,12 @@ private:
     std::uint64_t m_at = 0;
 };
 
+constexpr char kTwoWindows[] = "it has more than one window of pixels";
+
 // What the start of a file says, read before the library makes tables of a size that the file chooses.
 struct Prelude {
     std::int64_t m_width = 0, m_height = 0;
+    std::uint64_t m_tilePixels = 0; // tiles may be larger than the window
     const char* m_refusal = nullptr;
 
     explicit Prelude(const MemoryRegion& file) : m_file(file) {
@@ -83,8 +86,8 @@ struct Prelude {
             m_refusal = "it is none";
         } else if ((version & (kDeep | kMultiPart)) != 0) {
             m_refusal = "files of deep pixels or several parts are not supported";
-        } else if (!findWindow()) {
-            m_refusal = "it has no window of pixels";
+        } else {
+            m_refusal = findWindow();
         }
     }
 
@@ -105,23 +108,28 @@ private:
         }
         return letter == '\0';
     }
-    // Attributes have a name, a type, and a number of bytes.
-    bool findWindow() {
+    // Null, or why the file is refused. Attributes have a name, a type, and a number of bytes; an empty name
+    // ends them. Of several windows the library takes the last.
+    const char* findWindow() {
         std::string name, type;
         std::uint32_t bytes = 0;
-        while (takeText(&name) && !name.empty() && takeText(&type) && take(&bytes)) {
+        unsigned windows = 0;
+        while (takeText(&name) && !name.empty() && takeText(&type) && take(&bytes) &&
+               bytes <= m_file.length() - m_at) {
             std::int32_t box[4];
-            if (name == "dataWindow" && bytes == sizeof box && take(&box)) {
+            std::uint32_t tile[2];
+            if (name == "dataWindow" && bytes == sizeof box) {
+                std::memcpy(box, m_file.begin + m_at, sizeof box);
                 m_width = std::int64_t{box[2]} - box[0] + 1;
                 m_height = std::int64_t{box[3]} - box[1] + 1;
-                return true;
-            }
-            if (bytes > m_file.length() - m_at) {
-                return false;
+                ++windows;
+            } else if (name == "tiles" && bytes >= sizeof tile) {
+                std::memcpy(tile, m_file.begin + m_at, sizeof tile);
+                m_tilePixels = std::max(m_tilePixels, checkedSize(tile[0], tile[1]));
             }
             m_at += bytes;
         }
-        return false;
+        return windows == 1 ? nullptr : windows == 0 ? "it has no window of pixels" : kTwoWindows;
     }
 
     MemoryRegion m_file;
@@ -168,15 +176,18 @@ bool Reader::readHeader(unsigned) {
     }
     m_width = static_cast<unsigned>(prelude.m_width);
     m_height = static_cast<unsigned>(prelude.m_height);
-    const ImageClaim least{m_width, m_height, checkedSize(m_width, m_height), m_file.length(), kMostGain};
-    if (!isClaimCredible(least.m_imageBytes, least.m_fileBytes, least.m_mostGain)) {
+    const std::uint64_t leastBytes = std::max(checkedSize(m_width, m_height), prelude.m_tilePixels);
+    if (!isClaimCredible(leastBytes, m_file.length(), kMostGain)) {
         return fail("it is too short for its window of pixels");
     }
     bool isRead = false;
     return runStep(&m_progress,
                    [&] {
                        m_input.emplace(m_stream, 0); // no threads
-                       isRead = chooseChannels(m_input->header().channels());
+                       const Imath::Box2i window = m_input->header().dataWindow();
+                       const bool isSame = std::int64_t{window.max.x} - window.min.x + 1 == m_width &&
+                                           std::int64_t{window.max.y} - window.min.y + 1 == m_height;
+                       isRead = isSame ? chooseChannels(m_input->header().channels()) : fail(kTwoWindows);
                    }) &&
            isRead;
 }

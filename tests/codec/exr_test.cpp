@@ -8,6 +8,7 @@
 #include <ImfHeader.h>
 #include <ImfOutputFile.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -86,12 +87,18 @@ TEST(Exr, TakesWhatADamagedFileHas) {
     TestImage image(makeFlat("R16G16B16A16Float", 9, 40));
     const Bytes file = writtenExr(image);
     const Sample sample{"", ".exr", file, file.size(), file.size()};
-    expectWrongBytesToEndWell(sample);
+    expectWrongBytesToEndWell(sample, 5);
     expectCutFilesToGiveWhatTheyHave(sample, 0);
     expectHandlersToBeFreeToThrow(file, ".exr");
     Bytes parts = file;
     parts[5] |= 0x10;
     EXPECT_EQ(loadFront(parts, parts.size(), ".exr").m_warnings, 1u);
+    const std::string mark("dataWindow\0box2i", 16); // of two windows the library would take the last
+    const auto window = std::search(file.begin(), file.end(), mark.begin(), mark.end());
+    Bytes windows(file.begin(), window + 37);
+    windows.insert(windows.end(), window, file.end());
+    const Outcome refused = loadFront(windows, windows.size(), ".exr");
+    EXPECT_TRUE(refused.m_texels.empty() && refused.m_warnings == 1);
 }
 
 } // namespace
