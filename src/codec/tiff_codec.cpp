@@ -288,12 +288,14 @@ bool Reader::findSegments() {
     // Planes of less than a byte cannot be put together, and are not: such samples are alone in their pixel.
     const PixelLayout plane{m_pixels.m_kind,     m_pixels.m_bits,    m_pixels.m_samples / m_segments.m_planes,
                             m_pixels.m_hasAlpha, m_pixels.m_isFloat, false};
-    const std::uint64_t expected = plane.rowBytes(m_segments.m_wide) * m_segments.m_tall;
-    if (m_segments.m_wide == 0 || m_segments.m_tall == 0 || m_segments.m_bytes != expected ||
-        m_segments.m_bytes * m_segments.m_planes > kMostSegmentBytes) {
+    const std::uint64_t expected = checkedSize(plane.rowBytes(m_segments.m_wide), m_segments.m_tall);
+    if (expected == 0 || m_segments.m_bytes != expected ||
+        checkedSize(expected, m_segments.m_planes) > kMostSegmentBytes) {
         return fail("its strips or tiles have an unexpected size");
     }
-    return true;
+    // Each has an entry in a table of the file.
+    const std::uint64_t count = m_segments.m_isTiled ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+    return (count != 0 && count <= m_stream.length()) || fail("it is too short for its strips or tiles");
 }
 
 // Tiles may be larger than the image, and have to be backed as well.
