@@ -202,7 +202,8 @@ std::unique_ptr<ColorMapObject, FreeMap> makeMap(const FewColors& picture) {
     return map;
 }
 
-bool writeImage(GifFileType* gif, const ImageRows& rows, const FewColors& picture) {
+// The library masks the indices that it is given, which changes none.
+bool writeImage(GifFileType* gif, const ImageRows& rows, FewColors& picture) {
     const auto map = makeMap(picture);
     const int width = static_cast<int>(rows.m_width), height = static_cast<int>(rows.m_height);
     GraphicsControlBlock control{};
@@ -214,17 +215,14 @@ bool writeImage(GifFileType* gif, const ImageRows& rows, const FewColors& pictur
                      (picture.m_transparent < 0 ||
                       EGifPutExtension(gif, GRAPHICS_EXT_FUNC_CODE, sizeof bytes, bytes) != GIF_ERROR) &&
                      EGifPutImageDesc(gif, 0, 0, width, height, false, nullptr) != GIF_ERROR;
-    std::vector<std::uint8_t> line(rows.m_width);
     for (std::size_t y = 0; isWritten && y < rows.m_height; ++y) {
-        std::copy_n(picture.m_indices.begin() + static_cast<std::ptrdiff_t>(y * rows.m_width), rows.m_width,
-                    line.begin());
-        isWritten = EGifPutLine(gif, line.data(), width) != GIF_ERROR;
+        isWritten = EGifPutLine(gif, &picture.m_indices[y * rows.m_width], width) != GIF_ERROR;
     }
     return isWritten;
 }
 
 Error writeGif(const ImageRows& rows, std::vector<std::uint8_t>* file) {
-    const FewColors picture = reduceColors(rows);
+    FewColors picture = reduceColors(rows);
     int error = 0;
     GifFileType* gif = EGifOpen(file, &appendToFile, &error);
     bool isWritten = gif != nullptr && writeImage(gif, rows, picture);

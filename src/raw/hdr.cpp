@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 namespace qor::Texsmith::Raw {
 namespace {
@@ -240,7 +241,11 @@ bool describeHdr(FileDescription* description, const DescribedFile& described) {
         more = more && line.read(&file);
     } while (more && line.m_text[0] != '\n');
     Resolution size;
-    if (!more || !line.read(&file) || !size.parse(line.m_text) || std::min(size.m_width, size.m_height) < 0) {
+    const auto fits = [](std::int64_t pixels) {
+        return pixels >= 0 && pixels <= std::numeric_limits<unsigned>::max();
+    };
+    if (!more || !line.read(&file) || !size.parse(line.m_text) || !fits(size.m_width) ||
+        !fits(size.m_height)) {
         return false;
     }
     describeFlat(description, static_cast<unsigned>(size.m_width), static_cast<unsigned>(size.m_height),

@@ -51,7 +51,7 @@ public:
     Header(FileDescription* description, const DescribedFile& file)
         : m_description(description), m_channelType(file.m_configuration->m_textureChannelType) {}
 
-    // True behind the last chunk that says something about the pixels.
+    // Up to the pixels, behind which no chunk counts. False when it does not come so far.
     bool read(MemoryRegion file) {
         file.begin += sizeof kSignature;
         Chunk chunk;
@@ -59,10 +59,10 @@ public:
             return false;
         }
         readSizes(chunk.m_data.begin);
-        while (chunk.take(&file) && !chunk.is("IEND")) {
+        while (chunk.take(&file) && !chunk.is("IDAT") && !chunk.is("IEND")) {
             readChunk(chunk);
         }
-        return chunk.is("IDAT") || chunk.is("IEND");
+        return chunk.is("IDAT") || chunk.is("IEND"); // whose data may be cut
     }
 
 private:

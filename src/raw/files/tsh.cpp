@@ -53,9 +53,12 @@ Error readFile(const MemoryRegion& source, ReallocatableImage* destination, cons
     if (!readTexture(&texture, source, allocator)) {
         return kErrorFailed;
     }
-    destination->reallocate(&texture);
+    const bool hasMemory = allocateImage(kKind, destination, texture);
     destination->setModifiers(Modifiers());
-    return destination->getBytesTotal() != 0 ? kErrorNone : refuseFile(kKind, "its image is too large");
+    if (hasMemory && destination->getBytesTotal() == 0) {
+        return refuseFile(kKind, "its image is too large");
+    }
+    return hasMemory ? kErrorNone : kErrorFailed;
 }
 
 Error writeFile(const Image& source, ResizableMemoryRegion* destination, const IAllocator& allocator) {

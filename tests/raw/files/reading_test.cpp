@@ -227,6 +227,10 @@ TEST(FileDescription, TheFirstOfPngsStatementsCounts) {
         const FileDescription description = describe(png.file(), ".png");
         EXPECT_EQ(description.m_transfer, statement.m_transfer);
         EXPECT_STREQ(description.m_transferSource, statement.m_source);
+        Bytes late = png.file(); // a chunk behind the pixels
+        const Bytes key = {0, 0, 0, 6, 't', 'R', 'N', 'S', 0, 7, 0, 7, 0, 7, 0, 0, 0, 0};
+        late.insert(late.end() - 12, key.begin(), key.end());
+        EXPECT_EQ(describe(late, ".png").m_format.m_word, description.m_format.m_word);
     }
 }
 

@@ -174,6 +174,9 @@ TEST(Faults, RunningOutOfMemoryIsAnErrorWithAReport) {
     EXPECT_EQ(loadWithResult(&small, tga.region(), ".tga", &configuration, 0), kErrorFailed);
     EXPECT_EQ(save(&picture, &none, ".dds", &configuration), kFailed);
     EXPECT_EQ(recorder.warnings().size(), 2u);
+    configuration.m_allocator = Configuration().m_allocator;
+    EXPECT_EQ(loadWithResult(&small, &file, ".tsh", &configuration, 0), kErrorFailed);
+    EXPECT_EQ(recorder.warnings().size(), 3u);
 }
 
 // Every format into every type: it is written, or one report says why not.
