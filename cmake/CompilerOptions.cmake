@@ -1,3 +1,8 @@
+if(MSVC AND MSVC_VERSION LESS 1930)
+    # Earlier ones fuse products and sums where they compile for AVX2, and so give other bits.
+    message(FATAL_ERROR "libQorTexsmith needs Visual C++ 2022 or later.")
+endif()
+
 # Options for the project's own targets; none of them reaches a user of the installed library.
 function(texsmith_target_options target)
     target_compile_features(${target} PRIVATE cxx_std_20)
@@ -7,7 +12,12 @@ function(texsmith_target_options target)
         VISIBILITY_INLINES_HIDDEN ON
         POSITION_INDEPENDENT_CODE ON)
     if(MSVC)
-        target_compile_options(${target} PRIVATE /W4 /utf-8 /fp:precise /permissive-)
+        # C4251: exported classes have private members of the standard library. C4324: lanes are aligned, and
+        # records of them padded, on purpose.
+        target_compile_options(${target} PRIVATE /W4 /wd4251 /wd4324 /utf-8 /fp:precise /permissive-)
+        if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+            target_compile_options(${target} PRIVATE /clang:-ffp-contract=off) # as below
+        endif()
         target_compile_definitions(${target} PRIVATE NOMINMAX _CRT_SECURE_NO_WARNINGS)
     else()
         # Contraction is off everywhere: the same source must give the same bits on every machine.

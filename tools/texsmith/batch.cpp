@@ -291,9 +291,9 @@ std::string summaryOf(const std::vector<BatchResult>& results) {
     };
     std::string summary;
     for (const auto& [outcome, text] : kTexts) {
-        const auto count = std::count_if(results.begin(), results.end(), [&](const BatchResult& result) {
-            return result.m_outcome == outcome;
-        });
+        const auto count =
+            std::count_if(results.begin(), results.end(),
+                          [sought = outcome](const BatchResult& r) { return r.m_outcome == sought; });
         if (count != 0) {
             summary += (summary.empty() ? "" : ", ") + std::to_string(count) + " " + text;
         }

@@ -107,7 +107,7 @@ void SourceFile::readStandardInput() {
     }
     const std::size_t bytes = m_bytes.size();
     m_bytes.resize(bytes + kLongestMagic); // which may be looked at
-    m_bytesRegion = MemoryRegion(m_bytes.data(), m_bytes.data() + bytes);
+    m_bytesRegion = {m_bytes.data(), m_bytes.data() + bytes};
     m_region = &m_bytesRegion;
     if (m_typeName.empty() && Raw::getFileTypeFromContents(m_region, Raw::kReadKindly) == 0) {
         throw UsageFailure(

@@ -23,7 +23,7 @@
 #endif
 
 // Lets the compiler check a formatted print. Not for the assertion slots, whose fourth argument is a list.
-#if defined(__GNUC__) && defined(_WIN32)
+#if defined(__GNUC__) && defined(_WIN32) && !defined(__clang__)
 #    define QOR_TEXSMITH_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
 #elif defined(__GNUC__)
 #    define QOR_TEXSMITH_PRINTF(text, first) __attribute__((format(printf, text, first)))

@@ -42,8 +42,8 @@ private:
     Raw::Error doCallback(unsigned callbackId) const override {
         const Raw::WorkItems share = getWorkItems(callbackId, m_rows);
         for (const Entry& entry : m_entries) {
-            const unsigned begin = std::max(share.m_begin, entry.m_firstRow);
-            const unsigned end = std::min(share.m_end, entry.m_firstRow + entry.m_rows);
+            const unsigned begin = (std::max)(share.m_begin, entry.m_firstRow);
+            const unsigned end = (std::min)(share.m_end, entry.m_firstRow + entry.m_rows);
             if (begin < end) {
                 entry.m_encoder->encodeRows(begin - entry.m_firstRow, end - entry.m_firstRow);
             }

@@ -15,6 +15,8 @@ public:
     // Without slices when memory is short for them, which is reported.
     VolumeImage(unsigned width, unsigned height, unsigned depth, unsigned planes,
                 Image::Plane::Type type = Image::Plane::kTypeInterleaved);
+    VolumeImage(const VolumeImage&) = delete;
+    VolumeImage& operator=(const VolumeImage&) = delete;
 
     unsigned getWidth() const { return m_width; }
     unsigned getHeight() const { return m_height; }

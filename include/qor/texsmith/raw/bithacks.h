@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <limits>
 
 namespace qor::Texsmith::Raw {
 
@@ -29,10 +28,9 @@ constexpr unsigned log2OfPowerOfTwo(std::uint64_t value) {
 
 // Product of sizes, or the largest 64-bit number when it does not fit: compare it with a limit before use.
 template <typename... Ts> constexpr std::uint64_t checkedSize(std::uint64_t first, Ts... factors) {
-    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
     std::uint64_t product = first;
     const auto multiply = [&](std::uint64_t factor) {
-        product = factor != 0 && product > kMost / factor ? kMost : product * factor;
+        product = factor != 0 && product > UINT64_MAX / factor ? UINT64_MAX : product * factor;
     };
     (multiply(factors), ...);
     return product;
@@ -40,8 +38,7 @@ template <typename... Ts> constexpr std::uint64_t checkedSize(std::uint64_t firs
 
 // Sum of sizes, or the largest 64-bit number.
 constexpr std::uint64_t checkedSum(std::uint64_t a, std::uint64_t b) {
-    return a > std::numeric_limits<std::uint64_t>::max() - b ? std::numeric_limits<std::uint64_t>::max()
-                                                             : a + b;
+    return a > UINT64_MAX - b ? UINT64_MAX : a + b;
 }
 
 } // namespace qor::Texsmith::Raw

@@ -75,7 +75,7 @@ struct OpenSurface {
         }
         const unsigned whole = provider.getPixelsWide(mip) / 8;
         for (unsigned x = 0; x < whole; x += atOnce) {
-            if (!use(x, std::min(atOnce, whole - x))) {
+            if (!use(x, (std::min)(atOnce, whole - x))) {
                 return x;
             }
         }

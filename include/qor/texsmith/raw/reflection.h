@@ -1,9 +1,9 @@
 // Plain structures in memory as data, so that one walker turns them into a tree of JSON nodes and back.
 //
 //     struct Size { std::uint32_t m_width, m_height; };
-//     constexpr StructConverter::Member kMembers[] = {{"Width", 0, &g_uint32Converter},
-//                                                     {"Height", 4, &g_uint32Converter}};
-//     constexpr StructConverter kSize(kMembers, 2, sizeof(Size));
+//     const StructConverter::Member kMembers[] = {{"Width", 0, &g_uint32Converter},
+//                                                 {"Height", 4, &g_uint32Converter}};
+//     const StructConverter kSize(kMembers, 2, sizeof(Size));
 //     kSize.toJson(&node, &size);      // {"Width" : 3, "Height" : 4}
 //     kSize.fromJson(&size, &node);
 //

@@ -69,8 +69,9 @@ public:
                               unsigned pitch, unsigned slicePitch) const;
 
 private:
-    static constexpr std::size_t kStorageBytes =
-        std::max({sizeof(GpuAddress::TilerLinear), sizeof(GpuAddress::Tiler1d), sizeof(GpuAddress::Tiler2d)});
+    static constexpr std::size_t kStorageBytes = // in brackets, since <windows.h> has a macro of this name
+        (std::max)(
+            {sizeof(GpuAddress::TilerLinear), sizeof(GpuAddress::Tiler1d), sizeof(GpuAddress::Tiler2d)});
 
     void pointViewsAtStorage();
     const GpuAddress::SurfaceInfo& surfaceInfo() const; // only with a mode
