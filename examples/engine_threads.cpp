@@ -1,96 +1,46 @@
-// Runs the library's work on the threads of an engine. These are two threads with a queue; an engine has
-// better.
+// Runs the library's work on the threads of an engine, for which std::async stands here.
 #include <qor/texsmith/texsmith.h>
 
-#include <condition_variable>
 #include <cstdio>
-#include <deque>
-#include <functional>
+#include <future>
+#include <map>
 #include <mutex>
-#include <thread>
+#include <vector>
 
 using namespace qor::Texsmith;
 
 namespace {
 
-class Engine {
-public:
-    ~Engine() {
-        enqueue(nullptr);
-        enqueue(nullptr);
-        m_first.join();
-        m_second.join();
-    }
-    void enqueue(std::function<void()> task) {
-        const std::lock_guard lock(m_mutex);
-        m_tasks.push_back(std::move(task));
-        m_changed.notify_one();
-    }
-
-private:
-    void run() {
-        for (;;) {
-            std::unique_lock lock(m_mutex);
-            m_changed.wait(lock, [&] { return !m_tasks.empty(); });
-            const std::function<void()> task = std::move(m_tasks.front());
-            m_tasks.pop_front();
-            lock.unlock();
-            if (!task) {
-                return;
-            }
-            task();
-        }
-    }
-
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::deque<std::function<void()>> m_tasks;
-    std::thread m_first{&Engine::run, this};
-    std::thread m_second{&Engine::run, this};
-};
-
-// Makes one JobCallback for each part of a job, on the engine's threads, and waits until all are done.
+// Makes one JobCallback for each part of a job, on a thread of the engine's, and waits until all are done.
 class EngineJobManager : public Raw::JobManager {
-public:
-    explicit EngineJobManager(Engine* engine) : m_engine(engine) {}
-
 private:
+    using Parts = std::vector<std::future<void>>; // each waits for its part when it goes
+
     Raw::Error doSubmit(const Raw::Job* job) override {
-        const int parts = job->getCallbacks();
-        count(parts);
-        for (int i = 0; i < parts; ++i) {
-            m_engine->enqueue([this, job] {
-                {
-                    Raw::JobCallback part(job);
-                    try {
-                        part.Execute();
-                    } catch (...) { // an engine's thread goes on; the job counts the part as failed
-                    }
-                }
-                count(-1);
-            });
+        Parts parts;
+        for (int i = 0; i < job->getCallbacks(); ++i) {
+            parts.push_back(std::async(std::launch::async, [job] { Raw::JobCallback(job).Execute(); }));
         }
-        return Raw::kErrorNone;
-    }
-    Raw::Error doStall() override {
-        std::unique_lock lock(m_mutex);
-        m_idle.wait(lock, [&] { return m_parts == 0; });
+        const std::lock_guard lock(m_mutex);
+        m_parts[job] = std::move(parts);
         return Raw::kErrorNone;
     }
     Raw::Error doStall(const Raw::Job* job) override {
-        doStall();
+        std::unique_lock lock(m_mutex);
+        auto parts = m_parts.extract(job);
+        lock.unlock();
+        parts = {}; // what a part threw stays in its future: the job knows that it failed
         return job->allCallbacksSucceeded() ? Raw::kErrorNone : Raw::kErrorFailed;
     }
-    void count(int change) {
+    Raw::Error doStall() override {
+        std::map<const Raw::Job*, Parts> all;
         const std::lock_guard lock(m_mutex);
-        m_parts += change;
-        m_idle.notify_all();
+        all.swap(m_parts);
+        return Raw::kErrorNone;
     }
 
-    Engine* m_engine;
-    std::mutex m_mutex;
-    std::condition_variable m_idle;
-    int m_parts = 0;
+    std::mutex m_mutex; // jobs may come from several threads
+    std::map<const Raw::Job*, Parts> m_parts;
 };
 
 } // namespace
@@ -101,8 +51,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: engine_threads SOURCE DESTINATION\n");
         return 2;
     }
-    Engine engine;
-    EngineJobManager manager(&engine);
+    EngineJobManager manager;
     Configuration configuration;
     configuration.m_jobManager = &manager;
     return Raw::convertWithResult(argv[1], argv[2], &configuration) == Raw::kErrorNone ? 0 : 1;

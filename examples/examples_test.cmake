@@ -53,6 +53,6 @@ run(0 engine_threads ${SAMPLE} ${WORK_DIR}/engine.vxf)
 execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${WORK_DIR}/plain.vxf ${WORK_DIR}/engine.vxf
     COMMAND_ERROR_IS_FATAL ANY)
 run(0 own_allocator ${SAMPLE} ${WORK_DIR}/own.vxf)
-if(NOT output MATCHES "^[1-9][0-9]* bytes at most, 0 still held")
+if(NOT output MATCHES "^[1-9][0-9]* bytes in all, 0 blocks still held")
     message(FATAL_ERROR "own_allocator says '${output}'")
 endif()

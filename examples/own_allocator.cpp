@@ -1,42 +1,43 @@
-// Gives the library an allocator that counts, and tells how much memory a conversion to BC1 held at most.
+// Gives the library an allocator that counts, and tells how much memory a conversion to BC1 took.
 #include <qor/texsmith/texsmith.h>
 
-#include <algorithm>
+#include <atomic>
 #include <cstdio>
-#include <map>
-#include <mutex>
 
 using namespace qor;
 using namespace qor::Texsmith;
 
 namespace {
 
-struct Account {
-    std::mutex m_mutex; // the library's threads allocate, too
-    std::map<void*, unsigned long long> m_sizes;
-    unsigned long long m_held = 0, m_most = 0;
+struct Account { // the library's threads allocate, too
+    std::atomic<unsigned long long> m_bytes{0};
+    std::atomic<int> m_blocks{0};
 };
 
 void* allocate(void* context, unsigned long long size, unsigned long long alignment) {
     auto& account = *static_cast<Account*>(context);
     void* const block = Raw::defaultAllocate(nullptr, size, alignment);
     if (block != nullptr) { // otherwise the call that asked fails, and says so
-        const std::lock_guard lock(account.m_mutex);
-        account.m_sizes[block] = size;
-        account.m_held += size;
-        account.m_most = std::max(account.m_most, account.m_held);
+        account.m_bytes += size;
+        ++account.m_blocks;
     }
     return block;
 }
 
 void release(void* context, void* block) {
-    auto& account = *static_cast<Account*>(context);
-    {
-        const std::lock_guard lock(account.m_mutex);
-        account.m_held -= account.m_sizes[block];
-        account.m_sizes.erase(block);
-    }
+    --static_cast<Account*>(context)->m_blocks;
     Raw::defaultRelease(nullptr, block);
+}
+
+Raw::Error compress(const char* source, const char* destination, Configuration* configuration) {
+    Raw::AllocatedMemory pictureMemory(configuration->m_allocator), textureMemory(configuration->m_allocator);
+    Raw::ReallocatableImage picture(&pictureMemory), texture(&textureMemory);
+    Raw::Error error = Raw::loadWithResult(&picture, source, configuration, 0);
+    if (error == Raw::kErrorNone) {
+        Raw::reallocate(&texture, &picture, Vex::kDataFormatBc1UnormNoAlpha);
+        error = Raw::reformat(&picture, &texture, configuration);
+    }
+    return error == Raw::kErrorNone ? Raw::saveWithResult(&texture, destination, configuration) : error;
 }
 
 } // namespace
@@ -50,20 +51,7 @@ int main(int argc, char** argv) {
     Account account;
     Configuration configuration;
     configuration.m_allocator = {&account, &allocate, &release};
-    Raw::Error error;
-    {
-        Raw::AllocatedMemory pictureMemory(configuration.m_allocator),
-            textureMemory(configuration.m_allocator);
-        Raw::ReallocatableImage picture(&pictureMemory), texture(&textureMemory);
-        error = Raw::loadWithResult(&picture, argv[1], &configuration, 0);
-        if (error == Raw::kErrorNone) {
-            Raw::reallocate(&texture, &picture, Vex::kDataFormatBc1UnormNoAlpha);
-            error = Raw::reformat(&picture, &texture, &configuration);
-        }
-        if (error == Raw::kErrorNone) {
-            error = Raw::saveWithResult(&texture, argv[2], &configuration);
-        }
-    }
-    std::printf("%llu bytes at most, %llu still held\n", account.m_most, account.m_held);
+    const Raw::Error error = compress(argv[1], argv[2], &configuration);
+    std::printf("%llu bytes in all, %d blocks still held\n", account.m_bytes.load(), account.m_blocks.load());
     return error == Raw::kErrorNone ? 0 : 1;
 }

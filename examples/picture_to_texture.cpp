@@ -18,17 +18,10 @@ Raw::Error makeTexture(const char* picture, const char* texture) {
         return error;
     }
     // The chain is made before it is compressed, so that no mip gathers the losses of those above it.
-    Raw::reallocateAndAddMips(&image, &chain, image.getDataFormat());
-    error = static_cast<Raw::Error>(Raw::makeMipMaps(&image, &chain, &configuration));
-    if (error != Raw::kErrorNone) {
-        return error;
+    if (Raw::makeMipMaps(&image, &chain, image.getDataFormat(), &configuration) != Raw::kErrorNone) {
+        return Raw::kErrorFailed;
     }
-    Vex::DataFormat format = {};
-    error = static_cast<Raw::Error>(Raw::makeDataFormat(&format, "Bc7UnormSrgb", &configuration));
-    if (error != Raw::kErrorNone) {
-        return error;
-    }
-    Raw::reallocate(&compressed, &chain, format);
+    Raw::reallocate(&compressed, &chain, Vex::kDataFormatBc7UnormSrgb);
     error = Raw::reformat(&chain, &compressed, &configuration);
     return error == Raw::kErrorNone ? Raw::saveWithResult(&compressed, texture, &configuration) : error;
 }

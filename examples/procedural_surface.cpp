@@ -3,7 +3,6 @@
 #include <qor/texsmith/texsmith.h>
 
 #include <cstdio>
-#include <cstring>
 
 using namespace qor;
 using namespace qor::Texsmith;
@@ -38,13 +37,11 @@ int main(int argc, char** argv) {
     if (Raw::getMinMaxMean(&rings, &measured, &configuration) != Raw::kErrorNone) {
         return 1; // reports were printed
     }
-    std::printf("red from %g to %g\n", static_cast<double>(measured.min.m_lanes[0]),
-                static_cast<double>(measured.max.m_lanes[0]));
+    std::printf("red from %g to %g\n", measured.min[0], measured.max[0]);
     Raw::MemoryMappedImage texture;
     Raw::reallocate(&texture, &rings, Vex::kDataFormatBc1UnormNoAlpha);
-    const Raw::Error error = Raw::reformat(&rings, &texture, &configuration);
-    return error == Raw::kErrorNone &&
-                   Raw::saveWithResult(&texture, argv[1], &configuration) == Raw::kErrorNone
-               ? 0
-               : 1;
+    if (Raw::reformat(&rings, &texture, &configuration) != Raw::kErrorNone) {
+        return 1;
+    }
+    return Raw::saveWithResult(&texture, argv[1], &configuration) == Raw::kErrorNone ? 0 : 1;
 }

@@ -13,18 +13,13 @@ namespace {
 Raw::Error loadAsFloats(const char* file, Raw::MemoryMappedImage* floats) {
     Configuration configuration;
     Raw::MemoryMappedImage image;
-    Raw::Error error = Raw::loadWithResult(&image, file, &configuration, 0);
-    if (error != Raw::kErrorNone) {
-        return error;
-    }
-    Vex::DataFormat format = {};
-    error = static_cast<Raw::Error>(Raw::makeDataFormat(&format, "R32G32B32A32Float", &configuration));
+    const Raw::Error error = Raw::loadWithResult(&image, file, &configuration, 0);
     if (error != Raw::kErrorNone) {
         return error;
     }
     const Raw::SurfaceIndex first;
     const Raw::AsSurfaceElementProvider largestMip(&image, &first);
-    Raw::reallocate(floats, &largestMip, format);
+    Raw::reallocate(floats, &largestMip, Vex::kDataFormatR32G32B32A32Float);
     return Raw::reformat(&largestMip, floats, &configuration);
 }
 
@@ -49,7 +44,6 @@ int main(int argc, char** argv) {
     const Raw::SurfaceIndex first;
     Raw::VectorFloat texel;
     floats.getElement(&first, &texel, x, y);
-    std::printf("%g %g %g %g\n", static_cast<double>(texel.m_lanes[0]), static_cast<double>(texel.m_lanes[1]),
-                static_cast<double>(texel.m_lanes[2]), static_cast<double>(texel.m_lanes[3]));
+    std::printf("%g %g %g %g\n", texel[0], texel[1], texel[2], texel[3]);
     return 0;
 }
