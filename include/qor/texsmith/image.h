@@ -9,6 +9,7 @@
 #include "qor/texsmith/vex_texture_gen.h"
 #include "qor/vex/data_format.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace qor::Texsmith {

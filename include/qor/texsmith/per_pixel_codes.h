@@ -8,6 +8,7 @@
 #include "qor/texsmith/raw/vector_math.h"
 #include "qor/vex/data_format.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace qor::Texsmith {

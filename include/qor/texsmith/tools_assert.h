@@ -20,6 +20,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 
 #include "qor/texsmith/export.h"

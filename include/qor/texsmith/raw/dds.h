@@ -9,6 +9,8 @@
 #include "qor/texsmith/raw/image.h"
 #include "qor/texsmith/raw/reading_options.h"
 
+#include <cstdint>
+
 namespace qor::Texsmith::Dds {
 struct Header;
 struct HeaderDx10;

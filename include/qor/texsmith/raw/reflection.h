@@ -16,6 +16,8 @@
 #include "qor/texsmith/export.h"
 #include "qor/texsmith/raw/json.h"
 
+#include <cstdint>
+
 namespace qor::Texsmith::Raw::Reflection {
 
 // `data` is the thing's memory, of size() bytes at any alignment; the node stays the caller's. Writing makes
