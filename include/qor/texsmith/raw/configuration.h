@@ -1,12 +1,12 @@
 // Per-call settings, filled by the caller and passed by pointer.
 //
 //     Configuration configuration;                        // works as it is
-//     volatile unsigned abort = 0;                        // another thread sets it to stop the work
-//     configuration.m_abort = &abort;
-//     SerialJobManager serial;
+//     volatile unsigned stop = 0;                         // another thread sets it to stop the work
+//     configuration.m_abort = &stop;
+//     Raw::SerialJobManager serial;
 //     configuration.m_jobManager = &serial;               // everything on the calling thread
 //     configuration.m_encoderConfiguration.m_bc6Quality.setFromQuality(4.0f);
-//     Raw::convert("a.png", "a.vxf", &configuration);
+//     Raw::convertWithResult("a.png", "a.vxf", &configuration);
 //
 // A configuration belongs to one call at a time; while the call runs, nobody changes it. Everything it points
 // at stays the caller's and outlives the call.

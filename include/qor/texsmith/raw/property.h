@@ -1,7 +1,7 @@
 // Typed values with names, for reporting what a texel or surface holds.
 //
 //     Properties properties;
-//     provider.getTexel(&properties, &surfaceIndex, x, y);
+//     provider.getTexel(&surfaceIndex, &properties, x, y);
 //     for (unsigned i = 0; i < properties.getCount(); ++i) {
 //         char line[256];
 //         properties[i].print(line, sizeof line, nullptr);     // "TexelXY [3, 4]\n"
