@@ -1,7 +1,9 @@
 // The classic picture: one surface as planes of 32-bit floats, with an optional copy in a GPU format.
 //
 // Nothing here returns an Error or throws by itself: a failure is reported and gives 0, -1, null or nothing.
-// Memory comes from the tools' system allocator (raw/allocator.h) and belongs to the image.
+// Memory comes from the tools' system allocator (raw/allocator.h) and belongs to the image. Null pointers
+// move nothing; compressPixels reports its own. One thread at a time may change a picture, any number may
+// read it.
 #pragma once
 
 #include "qor/texsmith/export.h"

@@ -17,7 +17,8 @@ using Vex::DataFormat;
 
 // Encodes single pixels to an uncompressed format, as g_normalizationPolicy said when the object was made.
 // Under 0 the pixel is normalised, and signed formats store v * 2 - 1; under 1 values pass as they are, and
-// integers are rounded. Formats without texels, and any other policy, encode nothing.
+// integers are rounded. Formats without texels, and any other policy, encode nothing. Pointers must not be
+// null. Constant once made: any number of threads may use one.
 class QOR_TEXSMITH_API PixelEncoder {
 public:
     using Encode = void (*)(const PixelEncoder& code, void* destination, const VectorFloat* pixels,
@@ -35,7 +36,8 @@ public:
     void encode(void* destination, const VectorFloat* pixels, unsigned count) const;
 };
 
-// The way back. Gives zeros where the encoder encodes nothing.
+// The way back, of m_info.bytesPerElement bytes. Gives zeros where the encoder encodes nothing. The pointer
+// must not be null.
 class QOR_TEXSMITH_API PixelDecoder {
 public:
     using Decode = VectorFloat (*)(const PixelDecoder& code, const void* source);
@@ -53,7 +55,7 @@ public:
 // one channel take the luminance of the first three planes, where the picture has as many.
 //
 // Holds no mutable state: threads may encode different rows at once. Neither the picture nor the destination,
-// of width * height * bytes per element bytes, is owned.
+// of width * height * bytes per element bytes, is owned. Without one of them nothing is encoded.
 class QOR_TEXSMITH_API PerImagePixelEncoder {
 public:
     std::uint8_t* m_destination;

@@ -1,4 +1,6 @@
 // Windows bitmaps.
+//
+// Arguments, threads and failures are as in raw/helpers.h.
 #pragma once
 
 #include "qor/texsmith/export.h"

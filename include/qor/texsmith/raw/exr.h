@@ -1,4 +1,6 @@
 // OpenEXR, where this build has a codec for it.
+//
+// Arguments, threads and failures are as in raw/helpers.h.
 #pragma once
 
 #include "qor/texsmith/export.h"

@@ -1,4 +1,6 @@
 // Radiance HDR: pictures of light, whose pixels are three mantissas and one exponent, a byte each.
+//
+// Arguments, threads and failures are as in raw/helpers.h.
 #pragma once
 
 #include "qor/texsmith/export.h"

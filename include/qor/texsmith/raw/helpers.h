@@ -4,6 +4,7 @@
 // whole file name: what stands behind its last dot counts. Names are UTF-8 on Windows and bytes as they are
 // elsewhere; a name to read may be a URL. Regions, images and configurations stay the caller's, and nothing
 // keeps them. A destination may share memory with its source: the work then goes through memory of its own.
+// All of that goes for the readers and writers of each type as well, which have headers of their own.
 //
 // Results are Error values, also where the type is int, and every failure has been reported: null pointers
 // and unknown types as assertions, files that cannot be read or written as assertions or warnings that say

@@ -3,7 +3,8 @@
 // All of these run a job on the configuration's manager and return when it is done, in one of these ways:
 // kErrorNone; kErrorFailed after a report, for an abort, or for a format that has no such functions. Source
 // and destination may share memory where their elements have the same size. Results are the same bits for
-// every number of threads and on every machine.
+// every number of threads and on every machine. All arguments stay the caller's; any thread may call, with a
+// configuration of its own and a destination that nobody else uses meanwhile.
 #pragma once
 
 #include "qor/texsmith/export.h"

@@ -1,4 +1,6 @@
 // Texture descriptors as JSON texts, for files that declare a surface and hold no texels.
+//
+// Arguments, threads and failures are as in raw/helpers.h.
 #pragma once
 
 #include "qor/texsmith/export.h"

@@ -1,5 +1,5 @@
 // Types of file that only codecs of the machine read and write, each named by the GUID of its container
-// format.
+// format. Arguments, threads and failures are as in raw/helpers.h.
 #pragma once
 
 #include "qor/texsmith/export.h"
