@@ -398,6 +398,14 @@ TEST_F(ToolTest, ComparesWhatIsChosen) {
         const Outcome outcome = run(std::string("compare a.tga b.tga ") + options);
         EXPECT_EQ(outcome.m_status, status) << options << outcome.m_errors;
     }
+    // What says nothing of its numbers means sRGB beside sRGB, and data beside data.
+    for (const auto& [name, format] :
+         {std::pair{"srgb.vxf", "R8G8B8A8UnormSrgb"}, {"data.vxf", "R8G8B8A8Unorm"}}) {
+        ASSERT_TRUE(run(std::string("convert a.tga ") + name + " --format " + format).m_succeeded);
+        EXPECT_EQ(0, run(std::string("compare --fail-max 0 a.tga ") + name).m_status) << name;
+        EXPECT_EQ(0, run(std::string("compare --fail-max 0 ") + name + " a.tga").m_status) << name;
+    }
+    EXPECT_EQ(1, run("compare --fail-max 0 srgb.vxf data.vxf").m_status);
     const std::string output = run("compare a.tga b.tga --channels r").m_output;
     std::istringstream similarity(output.substr(output.find("SSIM")));
     std::string word;

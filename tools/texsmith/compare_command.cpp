@@ -269,9 +269,13 @@ void run(const Options& options) {
     }
     const std::string nameA = nameOfSource(options.names()[0]), nameB = nameOfSource(options.names()[1]);
     Raw::MemoryMappedImage a, b;
-    loadFile(&a, options.names()[0], options.value("--type"));
-    loadFile(&b, options.names()[1], options.value("--type"));
-    const ImagePair pair(a, nameA, b, nameB);
+    const Raw::FileTransfer transferA = loadFile(&a, options.names()[0], options.value("--type"));
+    const Raw::FileTransfer transferB = loadFile(&b, options.names()[1], options.value("--type"));
+    const ImagePair pair({&a, nameA, transferA}, {&b, nameB, transferB});
+    if (!pair.assumedSrgb().empty()) {
+        hint(pair.assumedSrgb() +
+             " does not say what its numbers mean: they are taken for sRGB, as the other file's are");
+    }
     if (pair.hasMoreMips() && !selection.m_mip && !selection.m_region) {
         hint("one of the files has more mips, which were not compared");
     }
@@ -331,10 +335,10 @@ const Command kCompareCommand = {
     .m_name = "compare",
     .m_summary = "tells how far two files of the same size are apart",
     .m_description =
-        "Errors by channel and mip, and the largest. Two sRGB files are compared as they are stored, "
-        "any other pair as light. SSIM is the mean over squares of 8 x 8 texels, one at every fourth texel "
-        "and "
-        "row. A number and a NaN are infinitely far apart.",
+        "Errors by channel and mip, and the largest. Two sRGB files are compared as they are stored, any "
+        "other pair as light. A picture that does not say what its numbers mean counts as sRGB beside one "
+        "that is. SSIM is the mean over squares of 8 x 8 texels, one at every fourth texel and row. A number "
+        "and a NaN are infinitely far apart.",
     .m_operands = kOperands,
     .m_groups = kGroups,
     .m_examples = kExamples,

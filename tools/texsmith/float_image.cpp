@@ -13,18 +13,21 @@ namespace Tool {
 using namespace qor;
 using namespace qor::Texsmith;
 
-void loadFile(Raw::MemoryMappedImage* image, const std::string& name, const std::string& type) {
+Raw::FileTransfer loadFile(Raw::MemoryMappedImage* image, const std::string& name, const std::string& type) {
     SourceFile file(name, type);
     Configuration configuration;
     configuration.m_readingOptions = Raw::kReadKindly; // as convert does
     Raw::Error error = Raw::kErrorFailed;
+    Raw::FileDescription description;
     try {
         error = Raw::loadWithResult(image, file.region(), file.typeName(), &configuration, 0);
+        Raw::describeFile(&description, file.region(), file.typeName(), &configuration, 0);
     } catch (const Failure&) { // its text is the first report
     }
     if (error != Raw::kErrorNone || !firstReport().empty()) {
         throwFileFailure(file.name(), error);
     }
+    return description.m_transfer;
 }
 
 void convertToFloats(Raw::MemoryMappedImage* floats, const Raw::MemoryMappedImage& image, unsigned mips,

@@ -1,6 +1,7 @@
 // Files as surfaces of floats, which measures and comparisons work on.
 #pragma once
 
+#include "qor/texsmith/raw/file_description.h"
 #include "qor/texsmith/raw/image.h"
 
 #include <string>
@@ -24,9 +25,10 @@ template <typename Use> void forEachSurface(const qor::Texsmith::Raw::ElementPro
     }
 }
 
-// Loads the first texture of a file; `type` is what the standard input holds. Throws Failure.
-void loadFile(qor::Texsmith::Raw::MemoryMappedImage* image, const std::string& name,
-              const std::string& type = {});
+// Loads the first texture of a file, and returns what the file says of its numbers. `type` is what the
+// standard input holds. Throws Failure.
+qor::Texsmith::Raw::FileTransfer loadFile(qor::Texsmith::Raw::MemoryMappedImage* image,
+                                          const std::string& name, const std::string& type = {});
 
 enum class SrgbValues { kAsStored, kAsLight };
 

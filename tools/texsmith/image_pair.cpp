@@ -1,6 +1,7 @@
 #include "image_pair.h"
 
 #include "band_walk.h"
+#include "colour.h"
 #include "failure.h"
 #include "heat_map.h"
 
@@ -35,8 +36,12 @@ std::optional<double> squaredPeak(Vex::DataFormat format) {
     }
 }
 
-bool isSrgb(const Vex::Texture& texture) {
-    return texture.getDataFormat().getTextureChannelType() == Vex::kTextureChannelTypeSrgb;
+bool hasSrgbType(const ComparedFile& file) { return isSrgb(file.m_image->getDataFormat()); }
+
+bool mayHoldSrgb(const ComparedFile& file) {
+    const Vex::DataFormat format = file.m_image->getDataFormat();
+    return isSrgb(format) ||
+           (mayBeSrgb(format) && !isFloat(format) && file.m_transfer != Raw::kFileTransferLinear);
 }
 
 // What one callback has found.
@@ -208,19 +213,22 @@ Errors Comparison::whole() const {
     return errors;
 }
 
-ImagePair::ImagePair(const Raw::MemoryMappedImage& a, const std::string& nameA,
-                     const Raw::MemoryMappedImage& b, const std::string& nameB)
-    : m_a(&a), m_b(&b) {
-    const Vex::Texture &textureA = *a.getVexTexture(), &textureB = *b.getVexTexture();
+ImagePair::ImagePair(const ComparedFile& a, const ComparedFile& b) : m_a(a.m_image), m_b(b.m_image) {
+    const Vex::Texture &textureA = *m_a->getVexTexture(), &textureB = *m_b->getVexTexture();
     if (!Raw::dimensionsAreIdenticalExceptMips(textureA, textureB)) {
-        throw Failure(nameB + ": the size or the type of texture is not that of " + nameA);
+        throw Failure(b.m_name + ": the size or the type of texture is not that of " + a.m_name);
     }
-    m_mips = std::min(a.getSurfaceCount().mips, b.getSurfaceCount().mips);
-    m_hasMoreMips = a.getSurfaceCount().mips != b.getSurfaceCount().mips;
+    m_mips = std::min(m_a->getSurfaceCount().mips, m_b->getSurfaceCount().mips);
+    m_hasMoreMips = m_a->getSurfaceCount().mips != m_b->getSurfaceCount().mips;
     m_peak = squaredPeak(textureA.getDataFormat());
-    m_srgb = isSrgb(textureA) && isSrgb(textureB) ? SrgbValues::kAsStored : SrgbValues::kAsLight;
-    checkCanRead(a, m_srgb, nameA);
-    checkCanRead(b, m_srgb, nameB);
+    const bool areSrgb = (hasSrgbType(a) || hasSrgbType(b)) && mayHoldSrgb(a) && mayHoldSrgb(b);
+    m_srgb = areSrgb ? SrgbValues::kAsStored : SrgbValues::kAsLight;
+    for (const ComparedFile* file : {&a, &b}) {
+        if (areSrgb && !hasSrgbType(*file) && file->m_transfer == Raw::kFileTransferUnstated) {
+            m_assumedSrgb = file->m_name;
+        }
+        checkCanRead(*file->m_image, m_srgb, file->m_name);
+    }
 }
 
 Region ImagePair::regionOf(const Selection& selection, unsigned mip) const {

@@ -60,14 +60,22 @@ double psnrOf(double meanSquaredError, double peak);
 // 0 for equal values and for two that are no numbers; infinite where one is no number.
 double differenceOf(float a, float b);
 
+struct ComparedFile {
+    const qor::Texsmith::Raw::MemoryMappedImage* m_image;
+    std::string m_name;
+    qor::Texsmith::Raw::FileTransfer m_transfer; // what it says of its numbers
+};
+
 // Two textures of the same shape, whose texels are compared as floats: two of sRGB as they are stored, others
-// as light. Of the mips, those that both have. Both are read a band of rows at a time.
+// as light. Beside one of sRGB, a picture whose file does not say that its numbers are linear is one as well.
+// Of the mips, those that both have. Both are read a band of rows at a time.
 class ImagePair {
 public:
     // The images must outlive it. Throws Failure, in the names of the files, for textures that differ in
     // shape.
-    ImagePair(const qor::Texsmith::Raw::MemoryMappedImage& a, const std::string& nameA,
-              const qor::Texsmith::Raw::MemoryMappedImage& b, const std::string& nameB);
+    ImagePair(const ComparedFile& a, const ComparedFile& b);
+    // The name of the file that says nothing and was taken for sRGB, or none.
+    const std::string& assumedSrgb() const { return m_assumedSrgb; }
 
     // On all threads, with the same bits on any number of them. Throws UsageFailure for a selection that the
     // textures do not have, and Failure for formats that cannot be read.
@@ -97,6 +105,7 @@ private:
     const qor::Texsmith::Raw::MemoryMappedImage *m_a, *m_b;
     std::optional<double> m_peak;
     SrgbValues m_srgb;
+    std::string m_assumedSrgb;
     unsigned m_mips;
     bool m_hasMoreMips;
 };

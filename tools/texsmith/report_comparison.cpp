@@ -97,7 +97,8 @@ Json linkTo(const Difference& difference, const Raw::Image& image) {
 } // namespace
 
 Json compareForReport(const LoadedFile& file, const LoadedFile& reference) {
-    const ImagePair pair(file.m_image, file.m_info.m_name, reference.m_image, reference.m_info.m_name);
+    const ImagePair pair({&file.m_image, file.m_info.m_name, file.m_transfer},
+                         {&reference.m_image, reference.m_info.m_name, reference.m_transfer});
     const Comparison comparison = pair.compare({});
     Json worst = Json::array();
     const std::vector<Difference> differences = pair.worst(kWorstTexels);

@@ -170,7 +170,7 @@ std::string bytesText(std::uint64_t bytes) {
 
 void loadForReport(LoadedFile* file, const std::string& name) {
     file->m_name = toName(toPath(name).filename());
-    loadFile(&file->m_image, name);
+    file->m_transfer = loadFile(&file->m_image, name);
     try {
         file->m_info = readFileInfo(name, {});
     } catch (const Failure& failure) {

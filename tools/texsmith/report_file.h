@@ -5,6 +5,7 @@
 #include "json_output.h"
 #include "report_texels.h"
 
+#include "qor/texsmith/raw/file_description.h"
 #include "qor/texsmith/raw/image.h"
 
 #include <string>
@@ -16,6 +17,7 @@ struct LoadedFile {
     std::string m_name;
     FileInfo m_info;
     qor::Texsmith::Raw::MemoryMappedImage m_image;
+    qor::Texsmith::Raw::FileTransfer m_transfer = {};
 };
 
 // Throws Failure.
