@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <set>
 #include <sstream>
@@ -105,6 +106,24 @@ TEST(Includes, RunAsTheTableOfRoomsSays) {
         }
     }
     EXPECT_GT(arrows, 200u) << "the includes are written in another way than this test looks for";
+}
+
+TEST(Includes, EveryPublicHeaderIsPartOfTheWholeAndOfTheReference) {
+    const fs::path root = kRoot / "include";
+    if (!fs::is_directory(root)) {
+        GTEST_SKIP() << "the headers are not here: " << root;
+    }
+    const std::string whole = "qor/texsmith/texsmith.h";
+    const std::set<std::string> includes = includesOf(root / whole);
+    std::ifstream topics(kRoot / "docs" / "reference" / "topics.dox");
+    const std::set<std::string> words(std::istream_iterator<std::string>(topics), {});
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
+        const std::string name = fs::relative(entry.path(), root).generic_string();
+        if (isSource(entry.path())) {
+            EXPECT_TRUE(name == whole || includes.count(name)) << whole << " lacks " << name;
+            EXPECT_TRUE(words.count(name.substr(4))) << "topics.dox lacks " << name;
+        }
+    }
 }
 
 } // namespace

@@ -152,7 +152,7 @@ public:
     ResourceMemoryType getResourceMemoryType() const { return ResourceMemoryType(m_regs[6] >> 20 & 0x7F); }
     unsigned getMinLodClamp() const { return m_regs[1] >> 8 & 0xFFF; }
 
-    // Write one field each, and leave the others as they are: what does not agree with them is not corrected.
+    // Write what they name, and leave all else as it is: what does not agree with it is not corrected.
     // Values are cut to the field.
     void setWidthMinus1(unsigned value);
     void setHeightMinus1(unsigned value);

@@ -77,7 +77,7 @@ protected:
     Error epilogue() const { return doEpilogue(); }
     // The near-equal share of `callbackId`, the remainder going to the first callbacks.
     WorkItems getWorkItems(unsigned callbackId, unsigned things) const;
-    // For those who watch; `name` must outlive the job.
+    // What getName gives from now on; `name` must outlive the job.
     void setName(const char* name) { m_name = name; }
     bool isAborted() const; // the caller's abort word is set
 
