@@ -1,4 +1,5 @@
 // texsmith compare: how far two files are apart, by channel and mip.
+#include "colour.h"
 #include "commands.h"
 #include "console.h"
 #include "failure.h"
@@ -257,6 +258,17 @@ Selection readSelection(const Options& options) {
     return selection;
 }
 
+// The numbers of a picture that says that it is sRGB are those of its bytes, and no light.
+void hintAtLight(const ComparedFile& picture, const ComparedFile& light) {
+    const Vex::DataFormat format = picture.m_image->getDataFormat();
+    if (picture.m_transfer == Raw::kFileTransferSrgb && !isSrgb(format) && !isFloat(format) &&
+        isFloat(light.m_image->getDataFormat())) {
+        hint(
+            picture.m_name + " is sRGB and " + light.m_name +
+            " is light, but they are compared as numbers: convert one to a format of the other's kind first");
+    }
+}
+
 void run(const Options& options) {
     const Limits limits = {limitOf(options, "--fail-psnr"), limitOf(options, "--fail-ssim"),
                            limitOf(options, "--fail-max")};
@@ -269,9 +281,11 @@ void run(const Options& options) {
     }
     const std::string nameA = nameOfSource(options.names()[0]), nameB = nameOfSource(options.names()[1]);
     Raw::MemoryMappedImage a, b;
-    const Raw::FileTransfer transferA = loadFile(&a, options.names()[0], options.value("--type"));
-    const Raw::FileTransfer transferB = loadFile(&b, options.names()[1], options.value("--type"));
-    const ImagePair pair({&a, nameA, transferA}, {&b, nameB, transferB});
+    const ComparedFile fileA = {&a, nameA, loadFile(&a, options.names()[0], options.value("--type"))};
+    const ComparedFile fileB = {&b, nameB, loadFile(&b, options.names()[1], options.value("--type"))};
+    const ImagePair pair(fileA, fileB);
+    hintAtLight(fileA, fileB);
+    hintAtLight(fileB, fileA);
     if (!pair.assumedSrgb().empty()) {
         hint(pair.assumedSrgb() +
              " does not say what its numbers mean: they are taken for sRGB, as the other file's are");
