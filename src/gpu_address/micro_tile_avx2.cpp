@@ -108,20 +108,19 @@ void tilePlanes(std::uint8_t* tiled, const std::uint8_t* linear, std::size_t pit
     for (std::uint32_t column = first; column < first + columns; ++column, linear += 8 * kBytes) {
         Plane<kBytes, kStreamed>::tile(tiled + offsetOf(row, column), linear, pitch);
     }
-    if constexpr (kStreamed) {
-        _mm_sfence();
-    }
 }
 
-// Planes that follow each other in a row lie apart in memory where macro tiles are swizzled, so that the
-// processor sees no pattern to fetch ahead by, and each read would wait for memory. The last line comes with
-// the one before.
-constexpr std::uint32_t kColumnsAhead = 32;
+// The swizzle hides the order of planes from the processor, which would wait for each of them. So they are
+// fetched ahead; moved macro tile by macro tile, those to come lie in the memory that follows. A multiple of
+// the size of a micro tile, so that thick ones are fetched in the right slice.
+constexpr std::uint64_t kBytesAhead = 4096;
 
-template <unsigned kBytes> void fetchPlane(const std::uint8_t* plane) {
+// Of a place that need not be inside the surface, as nothing is read.
+template <unsigned kBytes> void fetchPlane(const std::uint8_t* plane, std::uint64_t ahead) {
     constexpr std::size_t kLine = 64, kPlane = 64 * kBytes;
-    for (std::size_t at = 0; at + kLine < kPlane; at += kLine) {
-        _mm_prefetch(reinterpret_cast<const char*>(plane + at), _MM_HINT_T0);
+    const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(plane) + ahead;
+    for (std::size_t at = 0; at < kPlane; at += kLine) {
+        _mm_prefetch(reinterpret_cast<const char*>(first + at), _MM_HINT_T0);
     }
 }
 
@@ -130,13 +129,14 @@ template <unsigned kBytes, bool kStreamed>
 void detilePlanes(const std::uint8_t* tiled, std::uint8_t* linear, std::size_t pitch, const MicroTileRow& row,
                   std::uint32_t first, std::uint32_t columns) {
     using Moves = Plane<kBytes, kStreamed>;
+    const std::uint64_t ahead = row.m_microBytes > kBytesAhead ? row.m_microBytes : kBytesAhead;
     for (std::uint32_t done = 0; done < columns; done += 2, linear += 16 * kBytes) {
         const std::uint8_t* left = tiled + offsetOf(row, first + done);
         const bool hasRight = done + 1 < columns;
         const std::uint8_t* right = hasRight ? tiled + offsetOf(row, first + done + 1) : left;
-        if (kStreamed && done + kColumnsAhead + 1 < columns) {
-            fetchPlane<kBytes>(tiled + offsetOf(row, first + done + kColumnsAhead));
-            fetchPlane<kBytes>(tiled + offsetOf(row, first + done + kColumnsAhead + 1));
+        if constexpr (kStreamed) {
+            fetchPlane<kBytes>(left, ahead);
+            fetchPlane<kBytes>(right, ahead);
         }
         for (unsigned pair = 0; pair < 4; ++pair) {
             std::uint8_t* rows = linear + 2 * pair * pitch;
@@ -145,9 +145,6 @@ void detilePlanes(const std::uint8_t* tiled, std::uint8_t* linear, std::size_t p
                 Moves::detilePair(right + Moves::pairOffset(pair), rows + 8 * kBytes, pitch);
             }
         }
-    }
-    if constexpr (kStreamed) {
-        _mm_sfence();
     }
 }
 
@@ -186,6 +183,8 @@ DetilePlanes detilePlanesAvx2(unsigned elementBytes, bool streamed) {
     }
 }
 
+void finishStreamedPlanes() { _mm_sfence(); }
+
 } // namespace qor::GpuAddress
 
 #else
@@ -194,6 +193,7 @@ namespace qor::GpuAddress {
 
 TilePlanes tilePlanesAvx2(unsigned, bool) { return nullptr; }
 DetilePlanes detilePlanesAvx2(unsigned, bool) { return nullptr; }
+void finishStreamedPlanes() {}
 
 } // namespace qor::GpuAddress
 

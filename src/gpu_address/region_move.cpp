@@ -7,6 +7,8 @@
 #include "simd/dispatch.h"
 
 #include <algorithm>
+#include <optional>
+#include <type_traits>
 
 namespace qor::GpuAddress {
 
@@ -67,7 +69,7 @@ template <typename Direction> void moveRows(const SliceMove<Direction>& slice) {
     }
 }
 
-// The part of a slice that lies in one row of micro tiles, in kernel calls.
+// What of a slice lies in one row of micro tiles, in kernel calls.
 template <typename Direction> class MicroTileRowMove {
 public:
     MicroTileRowMove(const SliceMove<Direction>& slice, const PlaneKernels<Direction>& kernels, unsigned row)
@@ -80,17 +82,18 @@ public:
         m_linear = slice.m_linear + slice.m_linearBit / 8 + firstRow * m_pitch;
     }
 
-    void run() const {
-        const unsigned firstWhole = (m_box.m_left + kMicroTileSide - 1) / kMicroTileSide;
-        const unsigned endWhole = m_box.m_right / kMicroTileSide;
+    // Those columns of elements.
+    void run(unsigned left, unsigned right) const {
+        const unsigned firstWhole = (left + kMicroTileSide - 1) / kMicroTileSide;
+        const unsigned endWhole = right / kMicroTileSide;
         if (m_top != 0 || m_bottom != kMicroTileSide || firstWhole >= endWhole) {
-            moveParts(m_box.m_left, m_box.m_right);
+            moveParts(left, right);
             return;
         }
-        moveParts(m_box.m_left, firstWhole * kMicroTileSide);
+        moveParts(left, firstWhole * kMicroTileSide);
         m_kernels.m_movePlanes(m_tiled, linearAt(firstWhole * kMicroTileSide), m_pitch, m_row, firstWhole,
                                endWhole - firstWhole);
-        moveParts(endWhole * kMicroTileSide, m_box.m_right);
+        moveParts(endWhole * kMicroTileSide, right);
     }
 
 private:
@@ -120,11 +123,30 @@ private:
     typename Direction::Linear m_linear;
 };
 
+// What is moved before the next rows and columns are begun.
+struct MoveOrder {
+    unsigned m_rows;    // of micro tiles, at most kMostRows
+    unsigned m_columns; // of elements
+    static constexpr unsigned kMostRows = 16;
+};
+
 template <typename Direction>
-void moveByPlanes(const SliceMove<Direction>& slice, const PlaneKernels<Direction>& kernels) {
-    const unsigned end = (slice.m_box.m_bottom - 1) / kMicroTileSide + 1;
-    for (unsigned row = slice.m_box.m_top / kMicroTileSide; row < end; ++row) {
-        MicroTileRowMove<Direction>(slice, kernels, row).run();
+void moveByPlanes(const SliceMove<Direction>& slice, const PlaneKernels<Direction>& kernels,
+                  const MoveOrder& order) {
+    const SurfaceRegion& box = slice.m_box;
+    const unsigned end = (box.m_bottom - 1) / kMicroTileSide + 1;
+    for (unsigned row = box.m_top / kMicroTileSide, next = 0; row < end; row = next) {
+        std::optional<MicroTileRowMove<Direction>> moves[MoveOrder::kMostRows];
+        next = std::min(end, (row / order.m_rows + 1) * order.m_rows);
+        for (unsigned i = row; i < next; ++i) {
+            moves[i - row].emplace(slice, kernels, i);
+        }
+        for (unsigned left = box.m_left, right = 0; left < box.m_right; left = right) {
+            right = std::min(box.m_right, (left / order.m_columns + 1) * order.m_columns);
+            for (unsigned i = row; i < next; ++i) {
+                moves[i - row]->run(left, right);
+            }
+        }
     }
 }
 
@@ -142,26 +164,42 @@ bool isAligned(const std::uint8_t* memory, std::uint64_t strides, unsigned align
     return (reinterpret_cast<std::uintptr_t>(memory) | strides) % alignment == 0;
 }
 
+template <typename Direction> struct WidePlanes {
+    MovePlanes<Direction> m_move; // null where there are none
+    bool m_streams;
+};
+
 // Planes are written from end to end.
-MovePlanes<ToTiled> widePlanes(const RegionMove<ToTiled>& move, const TilerBase& tiler, unsigned bytes,
+WidePlanes<ToTiled> widePlanes(const RegionMove<ToTiled>& move, const TilerBase& tiler, unsigned bytes,
                                const SurfaceRegion&) {
     constexpr unsigned kStoreBytes = 32;
-    const bool streams = Texsmith::Simd::mayStream(tiler.getSurfaceInfo().m_size, kStreamedBytes);
-    return tilePlanesAvx2(bytes, streams && isAligned(move.m_tiled, 0, kStoreBytes));
+    const bool streams = Texsmith::Simd::mayStream(tiler.getSurfaceInfo().m_size, kStreamedBytes) &&
+                         isAligned(move.m_tiled, 0, kStoreBytes);
+    return {tilePlanesAvx2(bytes, streams), streams};
 }
 
 // Rows are not: a line of the memory has to be written at once. The whole tiles of a slice are aligned only
 // where no cut one stands before them.
-MovePlanes<ToLinear> widePlanes(const RegionMove<ToLinear>& move, const TilerBase& tiler, unsigned bytes,
+WidePlanes<ToLinear> widePlanes(const RegionMove<ToLinear>& move, const TilerBase& tiler, unsigned bytes,
                                 const SurfaceRegion& region) {
     constexpr unsigned kLineBytes = 64;
     const std::uint64_t moved = std::uint64_t{region.m_right - region.m_left} *
                                 (std::max(region.m_bottom, region.m_top) - region.m_top) * bytes;
-    const bool streams = Texsmith::Simd::mayStream(tiler.getSurfaceInfo().m_size, kStreamedBytes) &&
-                         Texsmith::Simd::mayStream(moved, kLeastStreamedRegion);
     const std::uint64_t strides = (move.m_pitch | move.m_slicePitch) * bytes;
-    const bool startsWhole = region.m_left % kMicroTileSide == 0;
-    return detilePlanesAvx2(bytes, streams && startsWhole && isAligned(move.m_linear, strides, kLineBytes));
+    const bool streams = Texsmith::Simd::mayStream(tiler.getSurfaceInfo().m_size, kStreamedBytes) &&
+                         Texsmith::Simd::mayStream(moved, kLeastStreamedRegion) &&
+                         region.m_left % kMicroTileSide == 0 && isAligned(move.m_linear, strides, kLineBytes);
+    return {detilePlanesAvx2(bytes, streams), streams};
+}
+
+// A row of micro tiles at a time, since linear memory is fetched ahead and written row by row. Where tiled
+// memory comes from beyond the caches, macro tile by macro tile: it is then read from end to end, and what is
+// written goes past the caches anyhow.
+MoveOrder orderFor(const SurfaceInfo& info, const SurfaceRegion& region, bool readsFromBeyond) {
+    if (!readsFromBeyond || info.m_macroWide == 1) {
+        return {1, region.m_right};
+    }
+    return {std::min(info.m_macroTall, MoveOrder::kMostRows), info.m_macroWide * kMicroTileSide};
 }
 
 // Checks, cuts the region, and calls `moveSlice` for each slice.
@@ -202,15 +240,23 @@ int moveRegion(const TilerBase& tiler, const RegionMove<Direction>& move, const 
     const bool rowOrder = tiler.getMicroTileMode() == Vex::kMicroTileModeDisplay;
     const unsigned bytes = bits % 8 == 0 ? bits / 8 : 0;
     PlaneKernels<Direction> kernels = planeKernels<Direction>(bytes, rowOrder);
+    bool streams = false;
     if (!rowOrder && wideColumns(region) && Texsmith::Simd::mayUseAvx2()) {
-        const MovePlanes<Direction> wide = widePlanes(move, tiler, bytes, *region);
-        kernels.m_movePlanes = wide != nullptr ? wide : kernels.m_movePlanes;
+        const WidePlanes<Direction> wide = widePlanes(move, tiler, bytes, *region);
+        streams = wide.m_move != nullptr && wide.m_streams;
+        kernels.m_movePlanes = wide.m_move != nullptr ? wide.m_move : kernels.m_movePlanes;
     }
     if (kernels.m_movePlanes == nullptr) {
         return moveRegionByElements(tiler, move, region);
     }
-    return forEachSlice(tiler, move, region,
-                        [&](const SliceMove<Direction>& slice) { moveByPlanes(slice, kernels); });
+    const bool readsFromBeyond = streams && std::is_same_v<Direction, ToLinear>;
+    const int status = forEachSlice(tiler, move, region, [&](const SliceMove<Direction>& slice) {
+        moveByPlanes(slice, kernels, orderFor(tiler.getSurfaceInfo(), slice.m_box, readsFromBeyond));
+    });
+    if (streams) {
+        finishStreamedPlanes();
+    }
+    return status;
 }
 
 template int moveRegion(const TilerBase&, const RegionMove<ToTiled>&, const SurfaceRegion*);

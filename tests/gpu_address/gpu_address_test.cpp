@@ -259,8 +259,8 @@ TEST(Tilers, StreamedStoresGiveTheSameMemory) {
         const Tiler2d tiler(&parameters);
         const unsigned fragment = randomBelow(parameters.m_fragments);
         constexpr unsigned kLefts[] = {0, 8, 13}; // streamed to in both directions, and in one
-        const unsigned left = kLefts[randomBelow(3)] % info.m_pitch;
-        const SurfaceRegion region = {left, 0, 0, info.m_pitch, info.m_height, info.m_depth};
+        const unsigned left = kLefts[randomBelow(3)] % info.m_pitch, top = randomBelow(info.m_height);
+        const SurfaceRegion region = {left, top, 0, info.m_pitch, info.m_height, info.m_depth};
         expectStreamsAgree<ToTiled>(tiler, region, fragment);
         expectStreamsAgree<ToLinear>(tiler, region, fragment);
     });
