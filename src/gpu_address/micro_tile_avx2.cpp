@@ -110,12 +110,8 @@ void tilePlanes(std::uint8_t* tiled, const std::uint8_t* linear, std::size_t pit
     }
 }
 
-// The swizzle hides the order of planes from the processor, which would wait for each of them. So they are
-// fetched ahead; moved macro tile by macro tile, those to come lie in the memory that follows. A multiple of
-// the size of a micro tile, so that thick ones are fetched in the right slice.
-constexpr std::uint64_t kBytesAhead = 4096;
-
-// Of a place that need not be inside the surface, as nothing is read.
+// The swizzle hides the order of planes from the processor, which would wait for each of them, so they are
+// fetched ahead. The place need not be inside the surface, as nothing is read.
 template <unsigned kBytes> void fetchPlane(const std::uint8_t* plane, std::uint64_t ahead) {
     constexpr std::size_t kLine = 64, kPlane = 64 * kBytes;
     const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(plane) + ahead;
@@ -129,14 +125,13 @@ template <unsigned kBytes, bool kStreamed>
 void detilePlanes(const std::uint8_t* tiled, std::uint8_t* linear, std::size_t pitch, const MicroTileRow& row,
                   std::uint32_t first, std::uint32_t columns) {
     using Moves = Plane<kBytes, kStreamed>;
-    const std::uint64_t ahead = row.m_microBytes > kBytesAhead ? row.m_microBytes : kBytesAhead;
     for (std::uint32_t done = 0; done < columns; done += 2, linear += 16 * kBytes) {
         const std::uint8_t* left = tiled + offsetOf(row, first + done);
         const bool hasRight = done + 1 < columns;
         const std::uint8_t* right = hasRight ? tiled + offsetOf(row, first + done + 1) : left;
         if constexpr (kStreamed) {
-            fetchPlane<kBytes>(left, ahead);
-            fetchPlane<kBytes>(right, ahead);
+            fetchPlane<kBytes>(left, row.m_bytesAhead);
+            fetchPlane<kBytes>(right, row.m_bytesAhead);
         }
         for (unsigned pair = 0; pair < 4; ++pair) {
             std::uint8_t* rows = linear + 2 * pair * pitch;

@@ -72,7 +72,9 @@ template <typename Direction> void moveRows(const SliceMove<Direction>& slice) {
 // What of a slice lies in one row of micro tiles, in kernel calls.
 template <typename Direction> class MicroTileRowMove {
 public:
-    MicroTileRowMove(const SliceMove<Direction>& slice, const PlaneKernels<Direction>& kernels, unsigned row)
+    // With `ofWholeMacroTiles`, all rows of its macro tiles are moved, one macro tile after the other.
+    MicroTileRowMove(const SliceMove<Direction>& slice, const PlaneKernels<Direction>& kernels, unsigned row,
+                     bool ofWholeMacroTiles)
         : m_box(slice.m_box), m_kernels(kernels), m_bytes(slice.m_tiler.getElementBits() / 8),
           m_row(locateMicroTileRow(slice.m_tiler, row, slice.m_slice, slice.m_fragment)),
           m_top(std::max(m_box.m_top, row * kMicroTileSide) - row * kMicroTileSide),
@@ -80,6 +82,8 @@ public:
           m_tiled(slice.m_tiled + m_row.m_byteOffset), m_pitch(slice.m_pitch * m_bytes) {
         const unsigned firstRow = row * kMicroTileSide + m_top - m_box.m_top;
         m_linear = slice.m_linear + slice.m_linearBit / 8 + firstRow * m_pitch;
+        m_row.m_bytesAhead = ofWholeMacroTiles ? std::max(kBytesAhead, m_row.m_microBytes)
+                                               : planeOffset(m_row, kColumnsAhead) - planeOffset(m_row, 0);
     }
 
     // Those columns of elements.
@@ -97,6 +101,10 @@ public:
     }
 
 private:
+    // What follows in memory, or in the row; the former rounded to a micro tile, of which this is a plane.
+    static constexpr std::uint64_t kBytesAhead = 4096;
+    static constexpr std::uint32_t kColumnsAhead = 32;
+
     typename Direction::Linear linearAt(unsigned x) const {
         return m_linear + std::size_t{x - m_box.m_left} * m_bytes;
     }
@@ -138,8 +146,9 @@ void moveByPlanes(const SliceMove<Direction>& slice, const PlaneKernels<Directio
     for (unsigned row = box.m_top / kMicroTileSide, next = 0; row < end; row = next) {
         std::optional<MicroTileRowMove<Direction>> moves[MoveOrder::kMostRows];
         next = std::min(end, (row / order.m_rows + 1) * order.m_rows);
+        const bool areWhole = order.m_rows > 1 && next - row == order.m_rows;
         for (unsigned i = row; i < next; ++i) {
-            moves[i - row].emplace(slice, kernels, i);
+            moves[i - row].emplace(slice, kernels, i, areWhole);
         }
         for (unsigned left = box.m_left, right = 0; left < box.m_right; left = right) {
             right = std::min(box.m_right, (left / order.m_columns + 1) * order.m_columns);
