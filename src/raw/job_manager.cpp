@@ -11,6 +11,7 @@
 #include "raw/frame/system_report.h"
 #include "raw/job_manager/run_job.h"
 
+#include <new>
 #include <typeinfo>
 
 namespace qor::Texsmith::Raw {
@@ -55,20 +56,51 @@ void checkStalled(unsigned state) {
     }
 }
 
-// Nobody else tells why a callback failed that ran out of memory.
-void execute(void* callback) {
-    failWithoutMemory(kSourcePath, [callback] {
-        static_cast<JobCallback*>(callback)->Execute();
-        return kErrorNone;
-    });
-}
+// Runs of a job on this thread, in one frame for as many as return: a frame takes as long as a small run.
+//
+// A fault leaves by a jump that runs no destructors, so the guard of a callback lies outside the frame, and
+// is destroyed, which counts the callback, in a second one.
+class Runs {
+public:
+    Runs(const Job* job, int count) : m_job(job), m_left(count) {}
+    ~Runs() { finishAfterAll(); } // of a thread that a callback ends
+    Runs(const Runs&) = delete;
+    Runs& operator=(const Runs&) = delete;
 
-// A fault in Execute leaves by a jump that runs no destructors, so it has a frame of its own and the guard
-// still counts the callback.
-void runGuard(void* job) {
-    JobCallback callback(static_cast<const Job*>(job));
-    Platform::guardedCall(&execute, &callback);
-}
+    bool areDone() const { return m_left == 0; }
+    // Runs what is left, up to the first callback that does not return. False if the epilogue did not.
+    bool goOn() { return Platform::guardedCall(&runRest, this) || finishAfterAll(); }
+
+private:
+    static void runRest(void* context) {
+        Runs& runs = *static_cast<Runs*>(context);
+        while (runs.m_left != 0) {
+            const Platform::DefaultFloatingPoint mode;
+            runs.m_left = runs.m_left - 1;
+            JobCallback* const callback = new (runs.m_place) JobCallback(runs.m_job);
+            runs.m_current = callback;
+            // Nobody else tells why a callback failed that ran out of memory.
+            failWithoutMemory(kSourcePath, [callback] {
+                callback->Execute();
+                return kErrorNone;
+            });
+            finish(context);
+        }
+    }
+    static void finish(void* context) {
+        Runs& runs = *static_cast<Runs*>(context);
+        JobCallback* const callback = runs.m_current;
+        runs.m_current = nullptr;
+        callback->~JobCallback();
+    }
+    bool finishAfterAll() { return m_current != nullptr && Platform::guardedCall(&finish, this); }
+
+    const Job* const m_job;
+    // Volatile: they are read after a jump.
+    volatile int m_left;
+    JobCallback* volatile m_current = nullptr;
+    alignas(JobCallback) unsigned char m_place[sizeof(JobCallback)];
+};
 
 } // namespace
 
@@ -126,12 +158,17 @@ Error SerialJobManager::doStall() { return kErrorNone; }
 
 Error SerialJobManager::doStall(const Job*) { return kErrorNone; }
 
+void ThreadpoolJobManager::runOnPool(void* job) { run(static_cast<const Job*>(job), 1); }
+
 // What happens in a callback goes no further than this; the callback then counts as failed. Nor does the
-// floating-point mode, of the thread that stalls or of the callback before.
-void ThreadpoolJobManager::runOnPool(void* job) {
+// floating-point mode, of the thread that stalls or of the callback before, past which a fault jumps.
+void ThreadpoolJobManager::run(const Job* job, int count) {
     const Platform::DefaultFloatingPoint mode;
-    if (!Platform::guardedCall(&runGuard, job)) {
-        static_cast<const Job*>(job)->completeIfAllReturned();
+    Runs runs(job, count);
+    while (!runs.areDone()) {
+        if (!runs.goOn()) {
+            job->completeIfAllReturned();
+        }
     }
 }
 
@@ -148,18 +185,14 @@ Error ThreadpoolJobManager::doSubmit(const Job* job) {
         Platform::submitWork(static_cast<Platform::Work>(job->m_work), runs);
         return kErrorNone;
     }
-    for (unsigned run = 0; run < runs; ++run) {
-        runOnPool(context);
-    }
+    run(job, job->getCallbacks());
     return kErrorNone;
 }
 
 // Its counters are those of a job that the pool has run.
 Error ThreadpoolJobManager::runHere(const Job* job) {
     job->m_state.store(kJobStateRunning);
-    for (int run = 0; run < job->getCallbacks(); ++run) {
-        runOnPool(const_cast<Job*>(job));
-    }
+    run(job, job->getCallbacks());
     return job->allCallbacksSucceeded() ? kErrorNone : kErrorFailed;
 }
 

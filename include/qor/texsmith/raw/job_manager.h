@@ -212,6 +212,7 @@ private:
     friend Error runJob(JobManager* manager, const Job* job, std::uint64_t bytes);
 
     static void runOnPool(void* job);
+    static void run(const Job* job, int count);
     static Error runHere(const Job* job);
     Error doSubmit(const Job* job) override;
     Error doStall() override;
