@@ -307,13 +307,19 @@ void addBc7() {
 
 using FindRunDecoder = Raw::DecodeBlockRun (*)();
 
-// Surfaces of 128 blocks across, whose blocks were encoded before, beside a memcpy: bytes read and written.
-void addDecoder(const std::string& name, const char* format, FindRunDecoder find, std::size_t texelBytes) {
+// What a decoder is measured on, and beside what.
+struct StoredBlocks {
+    std::vector<std::uint8_t> m_bytes; // surfaces of 128 blocks across
+    std::size_t m_blockBytes;
+    double m_workPerBlock;
+    const char* m_baseline;
+};
+
+void addStoredDecoder(const std::string& name, const StoredBlocks& blocks, FindRunDecoder find,
+                      std::size_t texelBytes) {
     constexpr std::size_t kAcross = 128;
-    const std::size_t blockBytes =
-        Raw::getSurfaceFormatInfo(formatWord(format).getSurfaceFormat()).bytesPerElement;
-    const std::vector<std::uint8_t> source = encodedPhotographs(format);
-    const std::size_t rows = source.size() / blockBytes / kAcross, pitch = 4 * texelBytes * kAcross;
+    const std::size_t rowBytes = blocks.m_blockBytes * kAcross, pitch = 4 * texelBytes * kAcross;
+    const std::size_t rows = blocks.m_bytes.size() / rowBytes;
     for (const bool wide : {true, false}) {
         const auto run = [=](benchmark::State& state) {
             std::vector<std::uint8_t> destination(rows * 4 * pitch);
@@ -321,17 +327,26 @@ void addDecoder(const std::string& name, const char* format, FindRunDecoder find
             const Raw::DecodeBlockRun decode = find();
             for (auto _ : state) {
                 for (std::size_t row = 0; row < rows; ++row) {
-                    decode(&destination[row * 4 * pitch], pitch, &source[row * blockBytes * kAcross],
-                           kAcross);
+                    decode(&destination[row * 4 * pitch], pitch, &blocks.m_bytes[row * rowBytes], kAcross);
                 }
                 benchmark::ClobberMemory();
             }
             Simd::allowAvx2(true);
-            compareWith(state, static_cast<double>(rows * (4 * pitch + blockBytes * kAcross)),
-                        "blocks/memcpy");
+            compareWith(state, blocks.m_workPerBlock * static_cast<double>(rows * kAcross),
+                        blocks.m_baseline);
         };
         benchmark::RegisterBenchmark((name + (wide ? "" : ", base line")).c_str(), run)->UseRealTime();
     }
+}
+
+// Blocks that were encoded before, beside a memcpy: bytes read and written.
+void addDecoder(const std::string& name, const char* format, FindRunDecoder find, std::size_t texelBytes) {
+    const std::size_t blockBytes =
+        Raw::getSurfaceFormatInfo(formatWord(format).getSurfaceFormat()).bytesPerElement;
+    addStoredDecoder(name,
+                     {encodedPhotographs(format), blockBytes,
+                      static_cast<double>(16 * texelBytes + blockBytes), "blocks/memcpy"},
+                     find, texelBytes);
 }
 
 void addMemcpy() {
@@ -367,28 +382,10 @@ void addDecoders() {
         [] { return Raw::findChannelRunDecoder(Vex::kSurfaceFormatBc5, 4); }, 4);
 }
 
-// Stored blocks in surfaces of 128 across, to texels of `texelBytes`.
-void addStoredDecoder(const std::string& name, std::vector<std::uint8_t> source, FindRunDecoder find,
-                      std::size_t texelBytes) {
-    constexpr std::size_t kAcross = 128, kBlockBytes = 16;
-    const std::size_t rows = source.size() / (kBlockBytes * kAcross), pitch = texelBytes * 4 * kAcross;
-    for (const bool wide : {true, false}) {
-        const auto run = [=](benchmark::State& state) {
-            std::vector<std::uint8_t> destination(rows * 4 * pitch);
-            Simd::allowAvx2(wide);
-            const Raw::DecodeBlockRun decode = find();
-            for (auto _ : state) {
-                for (std::size_t row = 0; row < rows; ++row) {
-                    decode(&destination[row * 4 * pitch], pitch, &source[row * kBlockBytes * kAcross],
-                           kAcross);
-                }
-                benchmark::ClobberMemory();
-            }
-            Simd::allowAvx2(true);
-            compareWith(state, 16.0 * static_cast<double>(rows * kAcross), "blocks/BC1 peer");
-        };
-        benchmark::RegisterBenchmark((name + (wide ? "" : ", base line")).c_str(), run)->UseRealTime();
-    }
+// Beside the peer's encoder, texel by texel.
+void addDecoderBesidePeer(const std::string& name, std::vector<std::uint8_t> source, FindRunDecoder find,
+                          std::size_t texelBytes) {
+    addStoredDecoder(name, {std::move(source), 16, 16.0, "blocks/BC1 peer"}, find, texelBytes);
 }
 
 // Random blocks, all beginning with the bits of a mode; without any of its own, all modes in turn.
@@ -410,22 +407,24 @@ void addBc6AndBc7Decoders() {
     const FindRunDecoder bc6 = [] { return Raw::findHalfRunDecoder(Vex::kSurfaceFormatBc6, false); };
     const FindRunDecoder signedBc6 = [] { return Raw::findHalfRunDecoder(Vex::kSurfaceFormatBc6, true); };
     for (unsigned mode = 0; mode < 8; ++mode) {
-        addStoredDecoder("blocks/decode BC7, random blocks of mode " + std::to_string(mode),
-                         randomBlocks(1u << mode, mode + 1), bc7, 4);
+        addDecoderBesidePeer("blocks/decode BC7, random blocks of mode " + std::to_string(mode),
+                             randomBlocks(1u << mode, mode + 1), bc7, 4);
     }
-    addStoredDecoder("blocks/decode BC7, random blocks", randomBlocks(0, 0), bc7, 4);
-    addStoredDecoder("blocks/decode BC6H to halves, random blocks", randomBlocks(0, 0), bc6, 8);
-    addStoredDecoder("blocks/decode BC6H to halves, random blocks of one subset", randomBlocks(3, 5), bc6, 8);
-    addStoredDecoder("blocks/decode BC6H to halves, random signed blocks", randomBlocks(0, 0), signedBc6, 8);
-    addStoredDecoder("blocks/decode BC7", encodedPhotographs("Bc7Unorm"), bc7, 4);
-    addStoredDecoder("blocks/decode BC6H to halves", encodedPhotographs("Bc6Uf16"), bc6, 8);
+    addDecoderBesidePeer("blocks/decode BC7, random blocks", randomBlocks(0, 0), bc7, 4);
+    addDecoderBesidePeer("blocks/decode BC6H to halves, random blocks", randomBlocks(0, 0), bc6, 8);
+    addDecoderBesidePeer("blocks/decode BC6H to halves, random blocks of one subset", randomBlocks(3, 5), bc6,
+                         8);
+    addDecoderBesidePeer("blocks/decode BC6H to halves, random signed blocks", randomBlocks(0, 0), signedBc6,
+                         8);
+    addDecoderBesidePeer("blocks/decode BC7", encodedPhotographs("Bc7Unorm"), bc7, 4);
+    addDecoderBesidePeer("blocks/decode BC6H to halves", encodedPhotographs("Bc6Uf16"), bc6, 8);
     const char* const pictures[] = {"tac__BC7_RGBA_Modern.dds", "rd__bc-DX10_BC7_UNORM_SRGB.dds"};
     for (const char* picture : pictures) {
-        addStoredDecoder(std::string("blocks/decode BC7, ") + picture, loadDdsBlocks(picture), bc7, 4);
+        addDecoderBesidePeer(std::string("blocks/decode BC7, ") + picture, loadDdsBlocks(picture), bc7, 4);
     }
     for (const char* picture : {"P__bc6h.dds", "rd__bc-DX10_BC6H_UF16.dds"}) {
-        addStoredDecoder(std::string("blocks/decode BC6H to halves, ") + picture, loadDdsBlocks(picture), bc6,
-                         8);
+        addDecoderBesidePeer(std::string("blocks/decode BC6H to halves, ") + picture, loadDdsBlocks(picture),
+                             bc6, 8);
     }
 }
 

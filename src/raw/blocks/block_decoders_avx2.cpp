@@ -2,12 +2,14 @@
 
 #if defined(__AVX2__)
 
-#    include "raw/blocks/bc4_weights.h"
+#    include "raw/blocks/bc4_palette_avx2.h"
 
 #    include <immintrin.h>
 
 namespace qor::Texsmith::Raw {
 namespace {
+
+using namespace Bc4Avx2;
 
 constexpr std::size_t kBlocksAtOnce = 8;
 
@@ -21,12 +23,6 @@ struct Colours {
 struct Palettes {
     __m256i m_blocks[4];
 };
-
-__m256i loadHalves(const std::uint8_t* low, const std::uint8_t* high) {
-    const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(low));
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(first),
-                                   _mm_loadu_si128(reinterpret_cast<const __m128i*>(high)), 1);
-}
 
 __m256i interleave(__m256i low, __m256i high, int part) {
     const __m256 a = _mm256_castsi256_ps(low), b = _mm256_castsi256_ps(high);
@@ -171,20 +167,6 @@ private:
     __m256i m_lower;
 };
 
-// The weights of both endpoints side by side, as bytes, for each index.
-struct WeightPairs {
-    std::int8_t m_bytes[16];
-};
-constexpr WeightPairs pairsOf(const Bc4Weights& weights) {
-    WeightPairs pairs = {};
-    for (int i = 0; i < 8; ++i) {
-        pairs.m_bytes[2 * i] = static_cast<std::int8_t>(weights.m_first[i]);
-        pairs.m_bytes[2 * i + 1] = static_cast<std::int8_t>(weights.m_second[i]);
-    }
-    return pairs;
-}
-constexpr WeightPairs kEightValues = pairsOf(kBc4EightValues), kSixValues = pairsOf(kBc4SixValues);
-
 // Three bits per texel choose out of eight bytes.
 class MixedAlpha : public WithAlpha {
 public:
@@ -205,20 +187,9 @@ public:
 
 private:
     static __m256i makePalette(__m256i pair) {
-        const __m256i ends = _mm256_shuffle_epi8(pair, _mm256_set1_epi16(0x0100));
-        const __m256i eight =
-            _mm256_cmpgt_epi16(_mm256_and_si256(ends, _mm256_set1_epi16(255)), _mm256_srli_epi16(ends, 8));
-        const __m256i weights = _mm256_blendv_epi8(loadWeights(kSixValues), loadWeights(kEightValues), eight);
-        const __m256i sums = _mm256_add_epi16(_mm256_maddubs_epi16(ends, weights), _mm256_set1_epi16(32));
-        const __m256i full = _mm256_andnot_si256(eight, lastOfSix());
-        const __m256i words = _mm256_or_si256(_mm256_srli_epi16(sums, 6), full);
-        return _mm256_packus_epi16(words, words);
+        const __m256i entries = entriesOf(pair, 0);
+        return _mm256_packus_epi16(entries, entries);
     }
-    static __m256i bothHalves(__m128i half) { return _mm256_broadcastsi128_si256(half); }
-    static __m256i loadWeights(const WeightPairs& weights) {
-        return bothHalves(_mm_loadu_si128(reinterpret_cast<const __m128i*>(weights.m_bytes)));
-    }
-    static __m256i lastOfSix() { return bothHalves(_mm_setr_epi16(0, 0, 0, 0, 0, 0, 0, 255)); }
 
     __m256i m_palette;
     __m256i m_upper;
