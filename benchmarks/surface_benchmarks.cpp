@@ -193,23 +193,16 @@ void addFileConversion(const std::string& group, const char* fromExtension, cons
 
 void registerFormats(const std::string& group, unsigned size) {
     static constexpr const char* kPairs[][2] = {
-        {"R8G8B8A8Unorm", "R8G8B8A8Unorm"},
-        {"R8G8B8A8Unorm", "B8G8R8A8Unorm"},
-        {"R8G8B8A8Unorm", "R32G32B32A32Float"},
-        {"R32G32B32A32Float", "R8G8B8A8Unorm"},
-        {"R8G8B8A8Unorm", "R16G16B16A16Float"},
-        {"R16G16B16A16Float", "R8G8B8A8Unorm"},
-        {"R32G32B32A32Float", "R16G16B16A16Float"},
-        {"R16G16B16A16Float", "R32G32B32A32Float"},
-        {"R8G8B8A8Unorm", "R10G10B10A2Unorm"},
-        {"R10G10B10A2Unorm", "R8G8B8A8Unorm"},
-        {"R8G8B8A8Unorm", "B5G6R5Unorm"},
-        {"B5G6R5Unorm", "R8G8B8A8Unorm"},
-        {"R8G8B8A8UnormSrgb", "R32G32B32A32Float"},
-        {"R32G32B32A32Float", "R8G8B8A8UnormSrgb"},
-        {"R16G16Unorm", "R8G8Unorm"},
-        {"R8G8B8A8Snorm", "R16G16B16A16Float"},
-        {"B5G6R5Unorm", "B5G5R5A1Unorm"},
+        {"R8G8B8A8Unorm", "R8G8B8A8Unorm"},         {"R8G8B8A8Unorm", "B8G8R8A8Unorm"},
+        {"R8G8B8A8Unorm", "R32G32B32A32Float"},     {"R32G32B32A32Float", "R8G8B8A8Unorm"},
+        {"R8G8B8A8Unorm", "R16G16B16A16Float"},     {"R16G16B16A16Float", "R8G8B8A8Unorm"},
+        {"R16G16B16A16Unorm", "R8G8B8A8Unorm"},     {"R8G8B8A8Unorm", "R16G16B16A16Unorm"},
+        {"R16G16B16A16Float", "R8G8B8A8UnormSrgb"}, {"R32G32B32A32Float", "R16G16B16A16Float"},
+        {"R16G16B16A16Float", "R32G32B32A32Float"}, {"R8G8B8A8Unorm", "R10G10B10A2Unorm"},
+        {"R10G10B10A2Unorm", "R8G8B8A8Unorm"},      {"R8G8B8A8Unorm", "B5G6R5Unorm"},
+        {"B5G6R5Unorm", "R8G8B8A8Unorm"},           {"R8G8B8A8UnormSrgb", "R32G32B32A32Float"},
+        {"R32G32B32A32Float", "R8G8B8A8UnormSrgb"}, {"R16G16Unorm", "R8G8Unorm"},
+        {"R8G8B8A8Snorm", "R16G16B16A16Float"},     {"B5G6R5Unorm", "B5G5R5A1Unorm"},
         {"R11G11B10Float", "R9G9B9E5Float"},
     };
     for (const auto& pair : kPairs) {

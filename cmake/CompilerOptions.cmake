@@ -54,7 +54,7 @@ function(texsmith_avx2_files)
         set(options /arch:AVX2)
     else()
         # On Windows the compiler does not align the stack for wide vectors: only unaligned moves are safe.
-        set(options -mavx2 $<$<BOOL:${MINGW}>:-Wa,-muse-unaligned-vector-move>)
+        set(options -mavx2 -mf16c $<$<BOOL:${MINGW}>:-Wa,-muse-unaligned-vector-move>)
     endif()
     set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${options}" SKIP_PRECOMPILE_HEADERS ON)
 endfunction()

@@ -149,7 +149,7 @@ bool callOnInterrupt(void (*handler)(int signal));
 
 struct ProcessorFeatures {
     bool m_ssse3;
-    bool m_avx2;
+    bool m_avx2; // and F16C, which every such processor has so far
 };
 ProcessorFeatures getProcessorFeatures();
 

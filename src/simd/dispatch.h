@@ -10,7 +10,7 @@
 
 namespace qor::Texsmith::Simd {
 
-// The machine has AVX2, the build has kernels for it, and they are not switched off. Asked once per
+// The machine has AVX2 and F16C, the build has kernels for it, and they are not switched off. Asked once per
 // operation.
 bool mayUseAvx2();
 

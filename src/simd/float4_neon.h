@@ -129,10 +129,12 @@ inline std::uint32_t toBytes(Int4 a) {
 inline Int4 packWords(Int4 low, Int4 high) {
     return {vreinterpretq_u32_u16(vcombine_u16(vmovn_u32(low.m_lanes), vmovn_u32(high.m_lanes)))};
 }
+inline uint16x8_t nearestWords(Int4 low, Int4 high) {
+    return vcombine_u16(vqmovun_s32(signedLanes(low)), vqmovun_s32(signedLanes(high)));
+}
 inline Int4 packBytes(const Int4 (&parts)[4]) {
-    const uint16x8_t low = vreinterpretq_u16_u32(packWords(parts[0], parts[1]).m_lanes);
-    const uint16x8_t high = vreinterpretq_u16_u32(packWords(parts[2], parts[3]).m_lanes);
-    return {vreinterpretq_u32_u8(vcombine_u8(vmovn_u16(low), vmovn_u16(high)))};
+    return {vreinterpretq_u32_u8(vcombine_u8(vqmovn_u16(nearestWords(parts[0], parts[1])),
+                                             vqmovn_u16(nearestWords(parts[2], parts[3]))))};
 }
 
 inline Float4 toFloats(Int4 a) { return {vcvtq_f32_s32(signedLanes(a))}; }

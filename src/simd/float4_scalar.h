@@ -209,10 +209,12 @@ inline std::uint64_t toWords(Int4 a) {
            static_cast<std::uint64_t>(a.m_lanes[2] | a.m_lanes[3] << 16) << 32;
 }
 
-// The lanes of four vectors as bytes, and those of two as 16-bit words, in order; for lanes that fit.
+// The lanes of four vectors, as signed numbers, as the nearest bytes, in order.
 inline Int4 packBytes(const Int4 (&parts)[4]) {
-    return eachLane<Int4>([&](int i) { return toBytes(parts[i]); });
+    return eachLane<Int4>(
+        [&](int i) { return toBytes(minimumSigned(maximumSigned(parts[i], splat(0u)), splat(255u))); });
 }
+// Those of two as 16-bit words; for lanes that fit.
 inline Int4 packWords(Int4 low, Int4 high) {
     const std::uint64_t words[2] = {toWords(low), toWords(high)};
     return loadInts(words);

@@ -116,7 +116,8 @@ template <int kX, int kY, int kZ, int kW> inline Int8 shuffle(Int8 a) {
     return {_mm256_shuffle_epi32(a.m_lanes, kX | kY << 2 | kZ << 4 | kW << 6)};
 }
 
-// The packs work within the halves of a vector, so their results are put in order.
+// The packs work within the halves of a vector, so their results are put in order. Signed in the first step,
+// so that what is too large for 16 bits stays positive in the second.
 inline Int8 packBytes(const Int8 (&parts)[4]) {
     const __m256i low = _mm256_packs_epi32(parts[0].m_lanes, parts[1].m_lanes);
     const __m256i high = _mm256_packs_epi32(parts[2].m_lanes, parts[3].m_lanes);

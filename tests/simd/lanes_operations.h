@@ -13,6 +13,7 @@ struct Operands {
     std::uint32_t a[kLanes], b[kLanes], c[kLanes];
     std::uint32_t m_bytes[4 * kLanes]; // below 256
     std::uint32_t m_words[2 * kLanes]; // below 65536
+    std::uint32_t m_anyLanes[4 * kLanes];
     float m_texels[kLanes * kTexelFloats];
 };
 
@@ -70,7 +71,7 @@ template <typename Lanes> void runOperations(Results* results, const Operands& o
         Lanes::storeWords(results->m_words + i, Lanes::loadInts(operands.m_words + i));
         typename Lanes::Int parts[4];
         for (unsigned part = 0; part < 4; ++part) {
-            parts[part] = Lanes::loadInts(operands.m_bytes + 4 * i + part * Lanes::kCount);
+            parts[part] = Lanes::loadInts(operands.m_anyLanes + 4 * i + part * Lanes::kCount);
         }
         store(results->m_packedBytes + 4 * i, packBytes(parts));
         store(results->m_packedWords + 2 * i,

@@ -5,6 +5,7 @@
 #include "platform/windows/win32.h"
 
 #include <fcntl.h>
+#include <intrin.h>
 #include <io.h>
 
 #include <atomic>
@@ -20,6 +21,18 @@ namespace {
 // Named by newer headers only.
 constexpr DWORD kFeatureSsse3 = 36;
 constexpr DWORD kFeatureAvx2 = 40;
+
+// The system has no name for it.
+bool hasF16c() {
+#if defined(_M_X64) || defined(__x86_64__)
+    constexpr int kF16c = 1 << 29; // of the third register
+    int registers[4];
+    __cpuid(registers, 1);
+    return (registers[2] & kF16c) != 0;
+#else
+    return false;
+#endif
+}
 
 std::string systemText(DWORD error) {
     wchar_t* text = nullptr;
@@ -128,7 +141,8 @@ void endInterrupted(int signal) {
 }
 
 ProcessorFeatures getProcessorFeatures() {
-    return {IsProcessorFeaturePresent(kFeatureSsse3) != 0, IsProcessorFeaturePresent(kFeatureAvx2) != 0};
+    return {IsProcessorFeaturePresent(kFeatureSsse3) != 0,
+            IsProcessorFeaturePresent(kFeatureAvx2) != 0 && hasF16c()};
 }
 
 } // namespace qor::Texsmith::Platform

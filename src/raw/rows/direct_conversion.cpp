@@ -19,6 +19,7 @@ constexpr std::size_t kBytesBetween =
 enum Kind : unsigned {
     kBytes = Vex::kTextureChannelTypeUNorm << 8 | Vex::kSurfaceFormat8_8_8_8,
     kSrgb = Vex::kTextureChannelTypeSrgb << 8 | Vex::kSurfaceFormat8_8_8_8,
+    kWords = Vex::kTextureChannelTypeUNorm << 8 | Vex::kSurfaceFormat16_16_16_16,
     kHalves = Vex::kTextureChannelTypeFloat << 8 | Vex::kSurfaceFormat16_16_16_16,
     kFloats = Vex::kTextureChannelTypeFloat << 8 | Vex::kSurfaceFormat32_32_32_32,
     kTens = Vex::kTextureChannelTypeUNorm << 8 | Vex::kSurfaceFormat2_10_10_10,
@@ -38,12 +39,14 @@ struct Pair {
 constexpr Pair kPairs[] = {
     {kBytes, kFloats, kRunBytesToFloats, kBefore, 1},
     {kBytes, kHalves, kRunBytesToHalves, kBefore, 1},
+    {kBytes, kWords, kRunBytesToWords, kBefore, 1},
     {kBytes, kTens, kRunBytesToTens, kBefore, 1},
     {kBytes, kFiveSixFive, kRunBytesToFiveSixFive, kBefore, 1},
     {kBytes, kSrgb, kRunTableBytes, kBefore, 1},
     {kSrgb, kBytes, kRunTableBytes, kBefore, 1},
     {kSrgb, kHalves, kRunTableHalves, kBefore, 1},
     {kSrgb, kFloats, kRunTableFloats, kBefore, 1},
+    {kWords, kBytes, kRunWordsToBytes, kBehind, 1},
     {kHalves, kBytes, kRunHalvesToBytes, kBehind, 1},
     {kHalves, kSrgb, kRunHalvesToSrgb, kBehind, 1},
     {kHalves, kFloats, kRunHalvesToFloats, kBefore, 2},
@@ -61,6 +64,37 @@ const Pair* findPair(Vex::DataFormat from, Vex::DataFormat to) {
     };
     const Pair* const found = std::find_if(std::begin(kPairs), std::end(kPairs), isIt);
     return found == std::end(kPairs) ? nullptr : found;
+}
+
+// Formats of fewer channels, all as those of a format of four.
+struct FewChannels {
+    Vex::SurfaceFormat m_format;
+    Vex::SurfaceFormat m_four;
+    unsigned m_channels;
+};
+
+constexpr FewChannels kFewChannels[] = {
+    {Vex::kSurfaceFormat8, Vex::kSurfaceFormat8_8_8_8, 1},
+    {Vex::kSurfaceFormat8_8, Vex::kSurfaceFormat8_8_8_8, 2},
+    {Vex::kSurfaceFormat16, Vex::kSurfaceFormat16_16_16_16, 1},
+    {Vex::kSurfaceFormat16_16, Vex::kSurfaceFormat16_16_16_16, 2},
+    {Vex::kSurfaceFormat32, Vex::kSurfaceFormat32_32_32_32, 1},
+    {Vex::kSurfaceFormat32_32, Vex::kSurfaceFormat32_32_32_32, 2},
+};
+
+const FewChannels* findFewChannels(Vex::DataFormat format) {
+    const auto isIt = [&](const FewChannels& few) { return few.m_format == format.getSurfaceFormat(); };
+    const FewChannels* const found = std::find_if(std::begin(kFewChannels), std::end(kFewChannels), isIt);
+    return found == std::end(kFewChannels) ? nullptr : found;
+}
+
+bool copiesInPlace(const LaneSwizzle& swizzle, unsigned lanes) {
+    for (unsigned lane = 0; lane < lanes; ++lane) {
+        if (!swizzle.copies(lane) || swizzle.sourceOf(lane) != lane) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void setSwizzle(RunSettings* settings, const LaneSwizzle& swizzle, unsigned laneBytes) {
@@ -88,14 +122,21 @@ const void* tableOf(const ByteTable& table, Run run) {
 
 DirectConversion::DirectConversion(const TileConversion& steps) {
     const Vex::DataFormat from = formatOf(&steps.decoder()), to = formatOf(&steps.encoder());
-    const Pair* const pair = findPair(from, to);
-    const LaneSwizzle swizzle(from, to);
-    if (pair == nullptr || !steps.decoder().m_transform.isNop() || !steps.encoder().m_transform.isNop() ||
-        !chooseSettings(swizzle, pair->m_run, pair->m_from == kSrgb)) {
+    if (!steps.decoder().m_transform.isNop() || !steps.encoder().m_transform.isNop()) {
         return;
     }
     m_sourceBytes = infoOf(from).bytesPerElement;
     m_destinationBytes = infoOf(to).bytesPerElement;
+    chooseForFour(from, to);
+    chooseForFew(from, to);
+}
+
+void DirectConversion::chooseForFour(Vex::DataFormat from, Vex::DataFormat to) {
+    const Pair* const pair = findPair(from, to);
+    const LaneSwizzle swizzle(from, to);
+    if (pair == nullptr || !chooseSettings(swizzle, pair->m_run, pair->m_from == kSrgb)) {
+        return;
+    }
     setSwizzle(&m_settings, swizzle, pair->m_laneBytes);
     const bool isDone =
         swizzle.isIdentity() || (swizzlesItself(pair->m_run) && wideKernels().m_cached != nullptr);
@@ -110,6 +151,21 @@ DirectConversion::DirectConversion(const TileConversion& steps) {
         addStep(pair->m_run, m_destinationBytes);
     }
     addSwizzle(kBehind);
+}
+
+// Channels that stay where they are need not be texels of four. sRGB has kernels for texels alone.
+void DirectConversion::chooseForFew(Vex::DataFormat from, Vex::DataFormat to) {
+    const FewChannels *const source = findFewChannels(from), *const destination = findFewChannels(to);
+    if (source == nullptr || destination == nullptr || source->m_channels != destination->m_channels ||
+        !copiesInPlace(LaneSwizzle(from, to), source->m_channels)) {
+        return;
+    }
+    const Pair* const pair =
+        findPair(from.withSurfaceFormat(source->m_four), to.withSurfaceFormat(destination->m_four));
+    if (pair != nullptr && pair->m_run != kRunCount && pair->m_from != kSrgb && pair->m_to != kSrgb) {
+        m_texelsPerGroup = kTexelsPerGroup * 4 / source->m_channels;
+        addStep(pair->m_run, m_destinationBytes);
+    }
 }
 
 DirectConversion::DirectConversion(Vex::DataFormat from, Vex::DataFormat to)
@@ -165,8 +221,8 @@ void DirectConversion::convert(void* destination, const void* source, std::size_
         stores == RowStores::kStreaming && last.m_streaming != nullptr && offset % m_destinationBytes == 0;
     const std::size_t toAlignment =
         streams && offset != 0 ? (kStreamAlignment - offset) / m_destinationBytes : 0;
-    const std::size_t head = std::min(toAlignment, count), groups = (count - head) / kTexelsPerGroup;
-    const std::size_t done = head + groups * kTexelsPerGroup;
+    const std::size_t head = std::min(toAlignment, count), groups = (count - head) / m_texelsPerGroup;
+    const std::size_t done = head + groups * m_texelsPerGroup;
     auto* to = static_cast<std::uint8_t*>(destination);
     const auto* from = static_cast<const std::uint8_t*>(source);
     convertPart(to, from, head);

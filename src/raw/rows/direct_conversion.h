@@ -2,7 +2,8 @@
 //
 // One or two kernels do it: the conversion, and both formats' swizzles as one where they are not the
 // identity, on that side of the conversion whose texels are smaller, a piece at a time that stays in the
-// nearest cache.
+// nearest cache. Texels of one or two channels go through the same kernels where the channels keep their
+// places.
 #pragma once
 
 #include "raw/memory/row_stores.h"
@@ -35,6 +36,8 @@ private:
         std::size_t m_bytes;   // of a texel that it writes
     };
 
+    void chooseForFour(Vex::DataFormat from, Vex::DataFormat to);
+    void chooseForFew(Vex::DataFormat from, Vex::DataFormat to);
     void addStep(Run run, std::size_t bytes);
     bool chooseSettings(const LaneSwizzle& swizzle, Run run, bool fromSrgb);
     bool chooseLinearLanes(const LaneSwizzle& swizzle);
@@ -45,6 +48,7 @@ private:
     unsigned m_count = 0;
     std::size_t m_sourceBytes = 0; // of a texel
     std::size_t m_destinationBytes = 0;
+    std::size_t m_texelsPerGroup = kTexelsPerGroup; // more for texels of fewer channels
     RunSettings m_settings = {};
 };
 

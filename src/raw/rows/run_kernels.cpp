@@ -4,7 +4,9 @@
 
 #include "raw/rows/run_kernels_lanes.h"
 #include "raw/texels/codec.h"
+#include "raw/texels/srgb_bytes.h"
 #include "simd/lanes4.h"
+#include "simd/words.h"
 
 #include <algorithm>
 #include <cstring>
@@ -63,6 +65,38 @@ void throughTables(void* destination, const void* source, std::size_t groups, co
     }
 }
 
+// Halves that are at least 0 and at most 1; a NaN is 0.
+template <typename Words> typename Words::Word unitHalves(const void* source) {
+    const auto halves = Words::load(source);
+    const auto numbers = halves & greaterSigned(Words::splat(0x7C01), halves);
+    return minimumSigned(maximumSigned(numbers, Words::splat(0)), Words::splat(kHalfOne));
+}
+
+// There are few enough of them for a table.
+void halvesToSrgb(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+    using Words = Simd::Words8;
+    constexpr unsigned kHalves = kTexelsPerGroup * 4;
+    const std::uint8_t* tables[4];
+    for (unsigned lane = 0; lane < 4; ++lane) {
+        tables[lane] = (settings.m_linearLanes[lane] != 0 ? g_bytesOfHalves : g_srgbOfHalves).m_bytes;
+    }
+    const std::uint8_t *x = tables[0], *y = tables[1], *z = tables[2], *w = tables[3];
+    auto* to = static_cast<std::uint8_t*>(destination);
+    const auto* from = static_cast<const std::uint8_t*>(source);
+    for (std::size_t group = 0; group < groups; ++group, from += kHalves * 2) {
+        std::uint16_t places[kHalves];
+        for (unsigned i = 0; i < kHalves; i += Words::kCount) {
+            store(places + i, unitHalves<Words>(from + i * 2));
+        }
+        for (unsigned i = 0; i < kHalves; i += 4, to += 4) {
+            to[0] = x[places[i]];
+            to[1] = y[places[i + 1]];
+            to[2] = z[places[i + 2]];
+            to[3] = w[places[i + 3]];
+        }
+    }
+}
+
 using Kernels = RunLanes::Kernels<FourTexels>;
 
 } // namespace
@@ -72,12 +106,14 @@ constinit const RunKernel g_baseRunKernels[kRunCount] = {
     &swizzle8,
     Kernels::kBytesToFloats,
     Kernels::kBytesToHalves,
-    &RunLanes::floatsToBytes<FourTexels>,
+    Kernels::kBytesToWords,
+    Kernels::kFloatsToBytes,
     Kernels::kHalvesToBytes,
+    Kernels::kWordsToBytes,
     Kernels::kFloatsToHalves,
     Kernels::kHalvesToFloats,
     &RunLanes::floatsToSrgb<FourTexels>,
-    &RunLanes::halvesToSrgb<FourTexels>,
+    &halvesToSrgb,
     Kernels::kBytesToTens,
     Kernels::kTensToBytes,
     Kernels::kBytesToFiveSixFive,

@@ -34,8 +34,10 @@ enum Run : unsigned {
     kRunSwizzle8, // of eight
     kRunBytesToFloats,
     kRunBytesToHalves,
+    kRunBytesToWords,
     kRunFloatsToBytes,
     kRunHalvesToBytes,
+    kRunWordsToBytes,
     kRunFloatsToHalves,
     kRunHalvesToFloats,
     kRunFloatsToSrgb,

@@ -48,6 +48,48 @@ void swizzle(void* destination, const void* source, std::size_t groups, const Ru
 
 template <bool kStreams> using Kernels = RunLanes::Kernels<EightTexels<kStreams>>;
 
+// Halves as floats of their value. A denormal is larger here than the codecs have it, but its byte is 0.
+struct LoadHalves {
+    static constexpr unsigned kBytes = 2;
+    static Simd::Avx2::Int8 load(const std::uint8_t* source) {
+        const __m128i halves = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source));
+        return {_mm256_castps_si256(_mm256_cvtph_ps(halves))};
+    }
+};
+
+// The processor cuts floats off as the codecs do, and turns too large ones into the largest number, too. What
+// is below the least normal half is raised to it, but for zeros. Of denormals and NaNs it makes something
+// else: their bits are left in `others`.
+__m128i cutToHalves(__m256 values, __m256& others) {
+    const __m256 sign = _mm256_set1_ps(-0.0f);
+    const __m256 magnitude = _mm256_andnot_ps(sign, values);
+    const __m256 isNormal = _mm256_cmp_ps(magnitude, _mm256_set1_ps(0x1p-126f), _CMP_GE_OQ);
+    const __m256 raised = _mm256_and_ps(isNormal, _mm256_max_ps(magnitude, _mm256_set1_ps(0x1p-14f)));
+    others = _mm256_or_ps(others, _mm256_andnot_ps(isNormal, magnitude));
+    return _mm256_cvtps_ph(_mm256_or_ps(raised, _mm256_and_ps(values, sign)), _MM_FROUND_TO_ZERO);
+}
+
+template <bool kStreams>
+void floatsToHalves(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+    using Lanes = EightTexels<kStreams>;
+    auto* to = static_cast<std::uint8_t*>(destination);
+    const auto* from = static_cast<const float*>(source);
+    for (std::size_t group = 0; group < groups; ++group) {
+        __m256 others = _mm256_setzero_ps();
+        for (unsigned i = 0; i < kTexelsPerGroup * 4; i += 16) {
+            const __m128i low = cutToHalves(_mm256_loadu_ps(from + i), others);
+            const __m128i high = cutToHalves(_mm256_loadu_ps(from + i + 8), others);
+            Lanes::write(to + i * 2, {_mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1)});
+        }
+        const __m256i left = _mm256_castps_si256(others);
+        if (_mm256_testz_si256(left, left) == 0) {
+            Kernels<kStreams>::kFloatsToHalves(to, from, 1, settings);
+        }
+        to += kTexelsPerGroup * 8;
+        from += kTexelsPerGroup * 4;
+    }
+}
+
 // No kernels with tables: the instruction that gathers is no faster than the base line's byte by byte.
 template <bool kStreams>
 constexpr RunKernel kKernels[kRunCount] = {
@@ -55,12 +97,14 @@ constexpr RunKernel kKernels[kRunCount] = {
     &swizzle<kStreams, 8>,
     Kernels<kStreams>::kBytesToFloats,
     Kernels<kStreams>::kBytesToHalves,
-    &RunLanes::floatsToBytes<EightTexels<kStreams>>,
-    Kernels<kStreams>::kHalvesToBytes,
-    Kernels<kStreams>::kFloatsToHalves,
+    Kernels<kStreams>::kBytesToWords,
+    Kernels<kStreams>::kFloatsToBytes,
+    &RunLanes::floatsToBytes<EightTexels<kStreams>, LoadHalves>,
+    Kernels<kStreams>::kWordsToBytes,
+    &floatsToHalves<kStreams>,
     Kernels<kStreams>::kHalvesToFloats,
     &RunLanes::floatsToSrgb<EightTexels<kStreams>>,
-    &RunLanes::halvesToSrgb<EightTexels<kStreams>>,
+    nullptr,
     Kernels<kStreams>::kBytesToTens,
     Kernels<kStreams>::kTensToBytes,
     Kernels<kStreams>::kBytesToFiveSixFive,

@@ -49,11 +49,14 @@ template <typename Lanes> struct Values {
     static Int halvesOfBytes(Int bytes) {
         return shiftRight<13>(bitsOf(toFloats(bytes) * splat(kByteToUnit / kHalfExponents)));
     }
-    // A NaN comes out of the minimum as a NaN and out of the maximum as 0: both give the second operand.
+    // For packBytes, which makes 0 of what is below. Of a NaN the minimum makes a NaN again, as it gives the
+    // second operand, and that becomes the least integer.
     static Int bytesOfFloats(Float values) {
-        const Float unit = maximum(minimum(splat(1.0f), values), splat(0.0f));
-        return truncateToInts(splat(255.0f) * unit + splat(0.5f));
+        return truncateToInts(splat(255.0f) * minimum(splat(1.0f), values) + splat(0.5f));
     }
+    // 65535 is 257 times 255, which is odd, so that no quotient lies halfway between two bytes.
+    static Int bytesOfWords(Int words) { return roundToInts(toFloats(words) * splat(1.0f / 257)); }
+    static Int wordsOfBytes(Int bytes) { return bytes | shiftLeft<8>(bytes); }
     // A half's bits, moved to where a float has sign, exponent and mantissa, are a float that is smaller by
     // 2^112; so are the limits here, and the factor makes up for it. Infinity comes out above one, NaNs are
     // made zero first, and the smallest numbers may be raised to a normal float, as their byte is 0 anyway.
@@ -172,7 +175,7 @@ template <typename Lanes> struct LoadBytes {
     static constexpr unsigned kBytes = 1;
     static typename Lanes::Int load(const Bytes* source) { return Lanes::loadBytes(source); }
 };
-template <typename Lanes> struct LoadHalves {
+template <typename Lanes> struct LoadWords {
     static constexpr unsigned kBytes = 2;
     static typename Lanes::Int load(const Bytes* source) { return Lanes::loadWords(source); }
 };
@@ -217,9 +220,10 @@ void channels(void* destination, const void* source, std::size_t groups, const R
                                            [](typename Lanes::Int value) { return kConvert(value); });
 }
 
-template <typename Lanes>
+// `Load` may make the floats of something else.
+template <typename Lanes, typename Load>
 void floatsToBytes(void* destination, const void* source, std::size_t groups, const RunSettings&) {
-    convertChannels<Lanes, LoadFloats<Lanes>, 1>(destination, source, groups, [](typename Lanes::Int value) {
+    convertChannels<Lanes, Load, 1>(destination, source, groups, [](typename Lanes::Int value) {
         return Values<Lanes>::bytesOfFloats(floatsOf(value));
     });
 }
@@ -232,24 +236,18 @@ void floatsToSrgb(void* destination, const void* source, std::size_t groups, con
         [linear](typename Lanes::Int value) { return Values<Lanes>::srgbOfFloats(floatsOf(value), linear); });
 }
 
-template <typename Lanes>
-void halvesToSrgb(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
-    const auto linear = Lanes::repeatInts(settings.m_linearLanes);
-    convertChannels<Lanes, LoadHalves<Lanes>, 1>(
-        destination, source, groups, [linear](typename Lanes::Int value) {
-            return Values<Lanes>::srgbOfFloats(floatsOf(Values<Lanes>::floatsOfHalves(value)), linear);
-        });
-}
-
 // The kernels of a class of lanes, but for those of swizzles and tables.
 template <typename Lanes> struct Kernels {
     using V = Values<Lanes>;
 
     static constexpr RunKernel kBytesToFloats = &channels<Lanes, LoadBytes<Lanes>, 4, &V::floatsOfBytes>;
+    static constexpr RunKernel kBytesToWords = &channels<Lanes, LoadBytes<Lanes>, 2, &V::wordsOfBytes>;
+    static constexpr RunKernel kWordsToBytes = &channels<Lanes, LoadWords<Lanes>, 1, &V::bytesOfWords>;
+    static constexpr RunKernel kFloatsToBytes = &floatsToBytes<Lanes, LoadFloats<Lanes>>;
     static constexpr RunKernel kBytesToHalves = &channels<Lanes, LoadBytes<Lanes>, 2, &V::halvesOfBytes>;
-    static constexpr RunKernel kHalvesToBytes = &channels<Lanes, LoadHalves<Lanes>, 1, &V::bytesOfHalves>;
+    static constexpr RunKernel kHalvesToBytes = &channels<Lanes, LoadWords<Lanes>, 1, &V::bytesOfHalves>;
     static constexpr RunKernel kFloatsToHalves = &channels<Lanes, LoadFloats<Lanes>, 2, &V::halvesOfFloats>;
-    static constexpr RunKernel kHalvesToFloats = &channels<Lanes, LoadHalves<Lanes>, 4, &V::floatsOfHalves>;
+    static constexpr RunKernel kHalvesToFloats = &channels<Lanes, LoadWords<Lanes>, 4, &V::floatsOfHalves>;
     static constexpr RunKernel kBytesToTens = &repack<Lanes, EightEightEightEight, TwoTenTenTen>;
     static constexpr RunKernel kTensToBytes = &repack<Lanes, TwoTenTenTen, EightEightEightEight>;
     static constexpr RunKernel kBytesToFiveSixFive = &repack<Lanes, EightEightEightEight, FiveSixFive>;

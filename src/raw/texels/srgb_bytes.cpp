@@ -79,18 +79,36 @@ constexpr SrgbOfLinearBytes makeSrgbOfLinear() {
 
 constexpr float asItIs(float value) { return value; }
 
+constexpr std::uint8_t byteOfStep(const SrgbSteps& steps, float linear) {
+    const float least = floatOf(kSrgbStepsFirst << 16), aboveZero = linear > least ? linear : least;
+    const std::uint32_t bits = bitsOf(aboveZero < 1.0f ? aboveZero : 1.0f);
+    const std::uint32_t word = steps.m_words[(bits >> 16) - kSrgbStepsFirst];
+    return static_cast<std::uint8_t>((word + (bits & 0xFFFF)) >> 16);
+}
+
+// Denormals count as 0, whose byte they have.
+template <typename ByteOf> constexpr BytesOfHalves makeBytesOfHalves(ByteOf byteOf) {
+    constexpr std::uint32_t kFirstNormal = 0x0400, kExponents = 0x38000000;
+    BytesOfHalves table = {};
+    for (std::uint32_t half = kFirstNormal; half <= kHalfOne; ++half) {
+        table.m_bytes[half] = byteOf(floatOf((half << 13) + kExponents));
+    }
+    return table;
+}
+constexpr BytesOfHalves makeSrgbOfHalves() {
+    const SrgbSteps steps = makeSteps();
+    return makeBytesOfHalves([&](float value) { return byteOfStep(steps, value); });
+}
+
 } // namespace
 
 constinit const SrgbSteps g_srgbSteps = makeSteps();
 constinit const ByteTable g_linearBytes = makeTable(&asItIs);
 constinit const ByteTable g_srgbBytes = makeTable(&SrgbCurve::decode);
 constinit const SrgbOfLinearBytes g_srgbOfLinearBytes = makeSrgbOfLinear();
+constinit const BytesOfHalves g_bytesOfHalves = makeBytesOfHalves(&byteOfUnit);
+constinit const BytesOfHalves g_srgbOfHalves = makeSrgbOfHalves();
 
-std::uint8_t srgbByte(float linear) {
-    const float aboveZero = linear > floatOf(kSrgbStepsFirst << 16) ? linear : floatOf(kSrgbStepsFirst << 16);
-    const std::uint32_t bits = bitsOf(aboveZero < 1.0f ? aboveZero : 1.0f);
-    const std::uint32_t word = g_srgbSteps.m_words[(bits >> 16) - kSrgbStepsFirst];
-    return static_cast<std::uint8_t>((word + (bits & 0xFFFF)) >> 16);
-}
+std::uint8_t srgbByte(float linear) { return byteOfStep(g_srgbSteps, linear); }
 
 } // namespace qor::Texsmith::Raw

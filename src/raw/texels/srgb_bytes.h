@@ -36,4 +36,12 @@ struct SrgbOfLinearBytes {
 };
 extern const SrgbOfLinearBytes g_srgbOfLinearBytes;
 
+// The bytes of all halves from 0 to 1, of which kHalfOne is the last.
+inline constexpr std::uint16_t kHalfOne = 0x3C00;
+struct BytesOfHalves {
+    std::uint8_t m_bytes[kHalfOne + 1];
+};
+extern const BytesOfHalves g_bytesOfHalves; // linear
+extern const BytesOfHalves g_srgbOfHalves;
+
 } // namespace qor::Texsmith::Raw
