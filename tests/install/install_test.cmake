@@ -1,7 +1,8 @@
 # Installs the build tree into a fresh folder, and uses it from there: through the CMake package with the shared
 # and the static library, and through the .pc file where pkg-config is found. A cross build gives its toolchain file
 # and what runs its programs.
-# cmake -DBUILD_DIR= -DWORK_DIR= -DSOURCE_DIR= [-DTOOLCHAIN_FILE= -DEMULATOR=] -P install_test.cmake
+# cmake -DBUILD_DIR= -DWORK_DIR= -DSOURCE_DIR= -DHAS_PNG= -DSUFFIX= [-DTOOLCHAIN_FILE= -DEMULATOR=]
+#     -P install_test.cmake
 
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -27,22 +28,34 @@ endfunction()
 
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
-run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
-run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/install -B ${WORK_DIR}/build -G Ninja
+set(build ${WORK_DIR}/build)
+set(configure ${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/install -G Ninja
     -DCMAKE_BUILD_TYPE=Debug -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE})
-run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+run(${configure} -B ${build})
+run(${CMAKE_COMMAND} --build ${build})
+file(GLOB dlls ${prefix}/bin/*.dll) # Windows looks for them beside the program
+file(COPY ${dlls} DESTINATION ${build})
+try_program(${build}/consumer_texsmith${SUFFIX})
+try_program(${build}/consumer_texsmith_static${SUFFIX})
+run(${EMULATOR} ${prefix}/bin/texsmith${SUFFIX} info ${WORK_DIR}/back.tga)
 if(TOOLCHAIN_FILE)
-    file(GLOB dlls ${prefix}/bin/*.dll) # Windows looks for them beside the program
-    file(COPY ${dlls} DESTINATION ${WORK_DIR}/build)
-    try_program(${WORK_DIR}/build/consumer_texsmith.exe)
-    try_program(${WORK_DIR}/build/consumer_texsmith_static.exe)
-    run(${EMULATOR} ${prefix}/bin/texsmith.exe info ${WORK_DIR}/back.tga)
-    return()
+    return() # what follows is for this machine
 endif()
-run(${WORK_DIR}/build/plugin_host ${WORK_DIR}/build/plugin.so)
-try_program(${WORK_DIR}/build/consumer_texsmith)
-run(${prefix}/bin/texsmith info ${WORK_DIR}/back.tga)
-try_program(${WORK_DIR}/build/consumer_texsmith_static)
+run(${build}/plugin_host ${build}/plugin.so)
+
+# Where something is missing, the shared library is there all the same, and who asks for the static one is told.
+if(HAS_PNG)
+    run(${configure} -B ${WORK_DIR}/without -DCMAKE_DISABLE_FIND_PACKAGE_PNG=ON)
+    run(${CMAKE_COMMAND} --build ${WORK_DIR}/without)
+    try_program(${WORK_DIR}/without/consumer_texsmith)
+    execute_process(COMMAND ${configure} -B ${WORK_DIR}/told -DCMAKE_DISABLE_FIND_PACKAGE_PNG=ON -DCOMPONENTS=static
+        RESULT_VARIABLE result OUTPUT_QUIET ERROR_VARIABLE output)
+    string(REGEX REPLACE "[ \n]+" " " output "${output}")
+    if(result EQUAL 0 OR NOT output MATCHES "qor::texsmith_static needs libraries that were not found: PNG\\.")
+        message(FATAL_ERROR "a missing library is not told:\n${output}")
+    endif()
+endif()
 
 find_program(PKG_CONFIG pkg-config)
 if(NOT PKG_CONFIG)
@@ -52,10 +65,15 @@ endif()
 file(GLOB_RECURSE pc_file ${prefix}/*/qortexsmith.pc)
 get_filename_component(pc_dir ${pc_file} DIRECTORY)
 set(ENV{PKG_CONFIG_PATH} ${pc_dir})
-execute_process(COMMAND ${PKG_CONFIG} --cflags --libs qortexsmith OUTPUT_VARIABLE flags
-    OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-separate_arguments(flags)
 get_filename_component(library_dir ${pc_dir} DIRECTORY)
-run(c++ -std=c++17 ${SOURCE_DIR}/tests/install/consumer.cpp -o ${WORK_DIR}/consumer_pc ${flags}
-    -Wl,-rpath,${library_dir})
-try_program(${WORK_DIR}/consumer_pc)
+foreach(static "" --static)
+    execute_process(COMMAND ${PKG_CONFIG} ${static} --cflags --libs qortexsmith OUTPUT_VARIABLE flags
+        OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    if(static) # of this library alone: not everybody has the others as archives
+        string(REPLACE "-lQorTexsmith" "-l:libQorTexsmith.a" flags "${flags}")
+    endif()
+    separate_arguments(flags)
+    run(c++ -std=c++17 ${SOURCE_DIR}/tests/install/consumer.cpp -o ${WORK_DIR}/consumer_pc${static} ${flags}
+        -Wl,-rpath,${library_dir})
+    try_program(${WORK_DIR}/consumer_pc${static})
+endforeach()
