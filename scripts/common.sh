@@ -3,6 +3,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 windows_packages=(g++-mingw-w64-x86-64-posix)
+arm64_packages=(g++-aarch64-linux-gnu gcc-aarch64-linux-gnu qemu-user)
 codec_packages=(libpng-dev libdeflate-dev libjpeg62-turbo-dev libtiff-dev libgif-dev)
 tool_packages=(libcli11-dev nlohmann-json3-dev zlib1g-dev)
 
