@@ -69,12 +69,14 @@ struct StripSide {
         return m_provider.getElementRun(surfaceIndex, place.m_left / m_provider.getElementsPerTileWide(),
                                         place.m_top / m_provider.getElementsPerTileTall());
     }
-    // For reading: where nothing is shown, zeros, the same row of them for all.
+    // For reading: where nothing is shown, zeros, the same row of them for all, of whole tiles.
     ElementRows inMemoryOrZeros(const SurfaceIndex* surfaceIndex, const StripPlace& place) const {
         ElementRows run = inMemory(surfaceIndex, place);
         if (run.m_memory == nullptr && run.m_wide != 0) {
             const unsigned bytes = m_provider.getBytesPerElement(); // none in an empty format
-            const auto most = static_cast<unsigned>(sizeof m_buffer.m_bytes / std::max(bytes, 1u));
+            const unsigned perTile = m_provider.getElementsPerTileWide();
+            const auto most =
+                static_cast<unsigned>(sizeof m_buffer.m_bytes / std::max(bytes, 1u) / perTile * perTile);
             run = {m_buffer.m_bytes, 0, std::min(run.m_wide, most), place.m_tall};
             std::memset(m_buffer.m_bytes, 0, std::size_t{run.m_wide} * bytes);
         }

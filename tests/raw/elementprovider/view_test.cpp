@@ -462,6 +462,14 @@ TEST(Views, WalkByCheckedTilesWhateverBecameOfTheTarget) {
     const TestImage nothing(makeFlat("Invalid", 16, 16, 3)); // elements without bytes
     const Raw::AsCanvasElementProvider from(&nothing), to(&nothing);
     EXPECT_EQ(Raw::copy(&to, &from, &configuration), Raw::kErrorNone);
+    const TestImage faces(arrayOf("R32G32B32Float", 1376, 8, 1), 5); // holes of more than there are zeros for
+    Raw::AsCrossElementProvider cross(&faces, &kFirstSurface);
+    TilesOnly crossTiles(cross);
+    TestImage byRows(Raw::changeDataFormat(cross.getTexture(), formatNamed("R32G32B32A32Float")));
+    TestImage byTiles(byRows.getTexture());
+    EXPECT_EQ(Raw::reformat(&cross, &byRows, &configuration), Raw::kErrorNone);
+    EXPECT_EQ(Raw::reformat(&crossTiles, &byTiles, &configuration), Raw::kErrorNone);
+    EXPECT_TRUE(byRows.bytes() == byTiles.bytes());
 }
 
 // A surface of a tiled texture, in copies too, and all surfaces of any shape joined again.
