@@ -177,7 +177,7 @@ private:
     bool findSegments();
     bool readSegment(unsigned left, unsigned top, std::uint8_t* to);
     void interleave();
-    void unpack(unsigned left, unsigned top, std::uint8_t* rows, std::size_t pitch) const;
+    void unpack(unsigned left, unsigned top, bool isWhole, std::uint8_t* rows, std::size_t pitch) const;
 
     Stream m_stream;
     TiffHandle m_tiff;
@@ -323,9 +323,10 @@ bool Reader::readRows(std::uint8_t* rows, std::size_t pitch) {
         for (unsigned left = 0; left < m_width; left += m_segments.m_wide) {
             std::vector<std::uint8_t>& to = m_segments.m_planes > 1 ? m_planes : m_segment;
             std::fill(to.begin(), to.end(), std::uint8_t{0});
-            isWhole = readSegment(left, top, to.data()) && isWhole;
+            const bool isSegmentWhole = readSegment(left, top, to.data());
+            isWhole = isSegmentWhole && isWhole;
             interleave();
-            unpack(left, top, rows, pitch);
+            unpack(left, top, isSegmentWhole, rows, pitch);
         }
         progress.m_rowsDone += isWhole ? std::min(m_segments.m_tall, m_height - top) : 0;
     }
@@ -367,15 +368,18 @@ void Reader::interleave() {
     }
 }
 
-void Reader::unpack(unsigned left, unsigned top, std::uint8_t* rows, std::size_t pitch) const {
+// Zeros of a segment that is not whole are missing rows, whatever colour a zero may be.
+void Reader::unpack(unsigned left, unsigned top, bool isWhole, std::uint8_t* rows, std::size_t pitch) const {
     const UnpackRow unpackRow = findUnpackRow(m_pixels, m_layout);
     const auto rowBytes = static_cast<std::size_t>(m_pixels.rowBytes(m_segments.m_wide));
     const unsigned wide = std::min(m_segments.m_wide, m_width - left);
     const unsigned tall = std::min(m_segments.m_tall, m_height - top);
     const std::size_t elementBytes = pitch / m_width;
     for (unsigned y = 0; y < tall; ++y) {
-        unpackRow(rows + (top + y) * pitch + left * elementBytes, m_segment.data() + y * rowBytes, wide,
-                  m_pixels, m_palette);
+        const std::uint8_t* from = m_segment.data() + y * rowBytes;
+        if (isWhole || std::any_of(from, from + rowBytes, [](std::uint8_t byte) { return byte != 0; })) {
+            unpackRow(rows + (top + y) * pitch + left * elementBytes, from, wide, m_pixels, m_palette);
+        }
     }
 }
 

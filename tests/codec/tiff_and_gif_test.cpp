@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace {
@@ -262,6 +263,15 @@ TEST(TiffAndGifReaders, TakeWhatADamagedFileHas) {
             EXPECT_EQ(loadFront(tiff, length, ".tif").m_warnings, 1u) << length;
         }
     }
+    TiffWriter writer = writerOf(kTiffKinds[4]); // whose zeros are white
+    writer.m_width = 7;
+    writer.m_height = 6;
+    Bytes lacking = writer.file();
+    const Bytes places = {8, 0, 0, 0, 43, 0, 0, 0}; // of the strips, of which the second holds a row
+    *(std::search(lacking.begin(), lacking.end(), places.begin(), places.end()) + 6) = 1;
+    const Bytes texels = loadFront(lacking, lacking.size(), ".tif").m_texels;
+    ASSERT_EQ(texels.size(), 42u);
+    EXPECT_EQ(Bytes(texels.end() - 7, texels.end()), Bytes(7));
 }
 #endif
 
