@@ -1,8 +1,8 @@
 #include "raw/blocks/bc1_punch_through.h"
 
 #include "raw/blocks/bc1_best_pair_lanes.h"
-#include "raw/blocks/bc1_colours.h"
 #include "raw/blocks/bc1_pair_search.h"
+#include "raw/blocks/bc1_punch_through_lanes.h"
 #include "raw/texels/sides.h"
 #include "simd/dispatch.h"
 #include "simd/lanes4.h"
@@ -34,29 +34,17 @@ Planes loadPlanes(const ColorRGBA32F* block) {
     return planes;
 }
 
-// What toLevel gives, and the float that rgb565ToFloat widens it to.
-struct Levels {
-    Int4 m_levels;
-    Float4 m_widened;
-};
-
-template <int kBits> Levels quantise(Float4 values) {
-    const Float4 levels = splat(static_cast<float>((1 << kBits) - 1));
-    const Float4 scaled = maximum(values, splat(0.0f)) * levels + splat(0.5f);
-    const Int4 level = truncateToInts(minimum(scaled, levels));
-    const Int4 byte = shiftLeft<8 - kBits>(level) | shiftRight<2 * kBits - 8>(level);
-    return {level, minimum(toFloats(byte) * splat(0.003921569f), splat(1.0f))};
-}
+using Colours = Bc1ThreeColours<Lanes4>;
 
 // The 5:6:5 words of all texels, and the part of the problem that depends on the texels alone.
 void quantiseTexels(const Planes& planes, std::uint32_t (&words)[kTexelsPerBlock], PairProblem* problem) {
     const Float4 red = splat(kRedWeight), green = splat(kGreenWeight), blue = splat(kBlueWeight);
     const Float4 half = splat(0.5f);
     for (unsigned v = 0; v < 4; ++v) {
-        const Levels r = quantise<5>(planes.m_r[v]), b = quantise<5>(planes.m_b[v]);
-        const Levels g = quantise<6>(planes.m_g[v]);
-        store(words + 4 * v, shiftLeft<11>(r.m_levels) | shiftLeft<5>(g.m_levels) | b.m_levels);
-        Float4 halves[4] = {r.m_widened * red * half, g.m_widened * green * half, b.m_widened * blue * half,
+        const Int4 word = Colours::wordOf({planes.m_r[v], planes.m_g[v], planes.m_b[v]});
+        const Colours::Rgb colour = Colours::colourOf(word);
+        store(words + 4 * v, word);
+        Float4 halves[4] = {colour.r * red * half, colour.g * green * half, colour.b * blue * half,
                             splat(0.0f)};
         transpose(halves);
         for (unsigned i = 0; i < 4; ++i) {
@@ -111,34 +99,12 @@ Words findBestWords(const Planes& planes, BestPairKernel findBest) {
     return {std::min(words[first], words[second]), std::max(words[first], words[second])};
 }
 
-std::uint32_t middleByte(float a, float b) {
-    const auto byte = [](float x) { return static_cast<std::uint32_t>(double(x) * 255.0 + 0.5); };
-    return (byte(a) + byte(b) + 1) >> 1;
-}
-
-ColorRGBA32F middleOf(const ColorRGBA32F& a, const ColorRGBA32F& b) {
-    return {byteToFloat(middleByte(a.r, b.r)), byteToFloat(middleByte(a.g, b.g)),
-            byteToFloat(middleByte(a.b, b.b)), 1.0f};
-}
-
-Float4 distanceTo(const ColorRGBA32F& colour, Float4 r, Float4 g, Float4 b) {
-    const Float4 dr = r - splat(colour.r), dg = g - splat(colour.g), db = b - splat(colour.b);
-    return splat(0.59f) * (dg * dg) + splat(0.3f) * (dr * dr) + splat(0.11f) * (db * db);
-}
-
-// A later colour wins only where it is strictly nearer, so that equal words give index 0.
 std::uint32_t chooseIndices(const Planes& planes, Words words, float alphaThreshold) {
-    const ColorRGBA32F first = rgb565ToFloat(words.m_word0), second = rgb565ToFloat(words.m_word1);
-    const ColorRGBA32F middle = middleOf(first, second);
+    const Colours colours(splat(words.m_word0), splat(words.m_word1));
     std::uint32_t indices = 0;
     for (unsigned v = 0; v < 4; ++v) {
-        const Float4 r = planes.m_r[v], g = planes.m_g[v], b = planes.m_b[v];
-        const Float4 toFirst = distanceTo(first, r, g, b), toSecond = distanceTo(second, r, g, b);
-        const Int4 secondWins = less(toSecond, toFirst);
-        const Float4 least = floatsOf(select(secondWins, bitsOf(toSecond), bitsOf(toFirst)));
-        const Int4 middleWins = less(distanceTo(middle, r, g, b), least);
-        const Int4 opaque = select(middleWins, splat(2u), secondWins & splat(1u));
-        const Int4 chosen = select(less(planes.m_a[v], splat(alphaThreshold)), splat(3u), opaque);
+        const Int4 chosen = colours.indexOf({planes.m_r[v], planes.m_g[v], planes.m_b[v]}, planes.m_a[v],
+                                            splat(alphaThreshold));
         const std::uint32_t bytes = toBytes(chosen);
         indices |= ((bytes | bytes >> 6 | bytes >> 12 | bytes >> 18) & 0xFF) << 8 * v;
     }
@@ -155,24 +121,65 @@ void encode(std::uint8_t* destination, const ColorRGBA32F* block, float alphaThr
     std::memcpy(destination + 4, &indices, 4);
 }
 
-BestPairKernel chooseKernel() {
+// By the search itself.
+void encodeOne(std::uint8_t* destination, const ColorRGBA32F* block, float alphaThreshold) {
     const BestPairKernel wide = mayUseAvx2() ? getBestPairAvx2() : nullptr;
-    return wide != nullptr ? wide : BestPairSearch<Lanes4>::findBest;
+    encode(destination, block, alphaThreshold, wide != nullptr ? wide : BestPairSearch<Lanes4>::findBest);
+}
+
+void encodeOne(std::uint8_t* destination, const ColourSource& source, float alphaThreshold) {
+    if (source.m_texels != nullptr) {
+        encodeOne(destination, reinterpret_cast<const ColorRGBA32F*>(source.m_texels), alphaThreshold);
+        return;
+    }
+    ColorRGBA32F texels[kTexelsPerBlock];
+    for (unsigned i = 0; i < kTexelsPerBlock; ++i) {
+        const std::uint8_t* pixel = source.m_rows + i / kBlockSide * source.m_pitch + i % kBlockSide * 4;
+        const auto unit = [pixel](unsigned channel) {
+            return static_cast<float>(pixel[channel]) * kByteToUnit;
+        };
+        texels[i] = {unit(0), unit(1), unit(2), unit(3)};
+    }
+    encodeOne(destination, texels, alphaThreshold);
+}
+
+// So many are searched in less time than a vector takes.
+constexpr unsigned kFewBlocks = 2;
+
+void encodeBlocks(std::uint8_t* destination, const ColourSource& source, std::size_t count,
+                  float alphaThreshold) {
+    const PunchThroughKernel wide = mayUseAvx2() ? getPunchThroughKernelAvx2() : nullptr;
+    const PunchThroughKernel kernel = wide != nullptr ? wide : PunchThroughRun<Lanes4>::encode;
+    for (std::size_t done = 0; done < count; done += kPunchThroughBlocks) {
+        const auto here = static_cast<unsigned>(std::min<std::size_t>(kPunchThroughBlocks, count - done));
+        bool isOpen[kPunchThroughBlocks];
+        if (here > kFewBlocks) {
+            kernel(destination + 8 * done, source.from(done), here, alphaThreshold, isOpen);
+        } else {
+            std::fill_n(isOpen, here, true);
+        }
+        for (unsigned block = 0; block < here; ++block) {
+            if (isOpen[block]) {
+                encodeOne(destination + 8 * (done + block), source.from(done + block), alphaThreshold);
+            }
+        }
+    }
 }
 
 } // namespace
 
-void encodeBc1PunchThroughBlocks(void* destination, const ColorRGBA32F* points, unsigned count,
+void encodeBc1PunchThroughBlocks(void* destination, const ColorRGBA32F* points, std::size_t count,
                                  float alphaThreshold) {
-    const BestPairKernel findBest = chooseKernel();
-    for (unsigned i = 0; i < count; ++i) {
-        encode(static_cast<std::uint8_t*>(destination) + 8 * i, points + kTexelsPerBlock * i, alphaThreshold,
-               findBest);
-    }
+    encodeBlocks(static_cast<std::uint8_t*>(destination), {&points->r, nullptr, 0}, count, alphaThreshold);
+}
+
+void encodeBc1PunchThroughRows(void* destination, const std::uint8_t* rows, std::size_t pitch,
+                               std::size_t count, float alphaThreshold) {
+    encodeBlocks(static_cast<std::uint8_t*>(destination), {nullptr, rows, pitch}, count, alphaThreshold);
 }
 
 void encodeBc1PunchThrough(void* destination, const ColorRGBA32F* block, float alphaThreshold) {
-    encodeBc1PunchThroughBlocks(destination, block, 1, alphaThreshold);
+    encodeOne(static_cast<std::uint8_t*>(destination), block, alphaThreshold);
 }
 
 } // namespace qor::Texsmith::Raw

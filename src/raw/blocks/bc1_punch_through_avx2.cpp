@@ -1,5 +1,6 @@
-// The best pair of endpoints for AVX2: the errors of eight texels at a time.
+// BC1 with transparency for AVX2: eight blocks at a time, and of single blocks the errors of eight texels.
 #include "raw/blocks/bc1_best_pair_lanes.h"
+#include "raw/blocks/bc1_punch_through_lanes.h"
 
 #if defined(__AVX2__)
 
@@ -8,6 +9,7 @@
 namespace qor::Texsmith::Raw {
 
 BestPairKernel getBestPairAvx2() { return BestPairSearch<Simd::Avx2::Lanes8>::findBest; }
+PunchThroughKernel getPunchThroughKernelAvx2() { return PunchThroughRun<Simd::Avx2::Lanes8>::encode; }
 
 } // namespace qor::Texsmith::Raw
 
@@ -16,6 +18,7 @@ BestPairKernel getBestPairAvx2() { return BestPairSearch<Simd::Avx2::Lanes8>::fi
 namespace qor::Texsmith::Raw {
 
 BestPairKernel getBestPairAvx2() { return nullptr; }
+PunchThroughKernel getPunchThroughKernelAvx2() { return nullptr; }
 
 } // namespace qor::Texsmith::Raw
 

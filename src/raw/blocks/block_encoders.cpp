@@ -101,18 +101,19 @@ void encodeUnpreparedBc2Alpha(std::uint8_t* destination, const ColorRGBA32F* blo
 // Runs are cut into groups that fit the stack, of a multiple of the eight blocks that the widest kernel
 // takes.
 constexpr std::size_t kRunBlocks = 16;
-// BC7 sorts the blocks of a run first, and wants enough of each kind to fill the lanes.
-constexpr std::size_t kBc7RunBlocks = 64;
+// BC7 and BC1 with transparency sort the blocks of a run first, and want enough of each kind to fill the
+// lanes.
+constexpr std::size_t kSortedBlocks = 64;
 
 using EncodeGroup = void (*)(std::uint8_t* destination, const ColorRGBA32F* source,
                              const EncoderConfiguration& configuration, unsigned count);
 
-template <EncodeGroup kEncode, std::size_t kBlockBytes>
+template <EncodeGroup kEncode, std::size_t kBlockBytes, std::size_t kGroup = kRunBlocks>
 void encodeByGroups(std::uint8_t* destination, const ColorRGBA32F* source,
                     const EncoderConfiguration& configuration, std::size_t count) {
-    for (std::size_t block = 0; block < count; block += kRunBlocks) {
+    for (std::size_t block = 0; block < count; block += kGroup) {
         kEncode(destination + block * kBlockBytes, source + block * kTexelsPerBlock, configuration,
-                static_cast<unsigned>(std::min(kRunBlocks, count - block)));
+                static_cast<unsigned>(std::min(kGroup, count - block)));
     }
 }
 
@@ -136,17 +137,23 @@ void encodeBc1Prepared(std::uint8_t* destination, const ColorRGBA32F* source,
                        const EncoderConfiguration& configuration, unsigned count) {
     ColorRGBA32F texels[kRunBlocks * kTexelsPerBlock];
     prepare(texels, source, configuration, count);
-    if (configuration.m_formatUsesChannelW) {
-        encodeBc1PunchThroughBlocks(destination, texels, count, kAlphaThreshold);
-    } else {
-        encodeBc1Blocks(destination, 8, texels, count, configuration.m_effort);
-    }
+    encodeBc1Blocks(destination, 8, texels, count, configuration.m_effort);
+}
+
+void encodePunchThroughPrepared(std::uint8_t* destination, const ColorRGBA32F* source,
+                                const EncoderConfiguration& configuration, unsigned count) {
+    ColorRGBA32F texels[kSortedBlocks * kTexelsPerBlock];
+    prepare(texels, source, configuration, count);
+    encodeBc1PunchThroughBlocks(destination, texels, count, kAlphaThreshold);
 }
 
 void encodeBc1Run(std::uint8_t* destination, const ColorRGBA32F* source,
                   const EncoderConfiguration& configuration, std::size_t count) {
     if (externalBc1(configuration) != nullptr) {
         encodeOneByOne<&encodeOneBc1Block, 8>(destination, source, configuration, count);
+    } else if (configuration.m_formatUsesChannelW) {
+        encodeByGroups<&encodePunchThroughPrepared, 8, kSortedBlocks>(destination, source, configuration,
+                                                                      count);
     } else {
         encodeByGroups<&encodeBc1Prepared, 8>(destination, source, configuration, count);
     }
@@ -207,7 +214,7 @@ void encodeBc5Run(std::uint8_t* destination, const ColorRGBA32F* source,
 
 void encodeBc7Prepared(std::uint8_t* destination, const ColorRGBA32F* source,
                        const EncoderConfiguration& configuration, unsigned count) {
-    ColorRGBA32F prepared[kBc7RunBlocks * kTexelsPerBlock];
+    ColorRGBA32F prepared[kSortedBlocks * kTexelsPerBlock];
     prepare(prepared, source, configuration, count);
     encodeBc7Blocks(destination, prepared, count, configuration.m_effort);
 }
@@ -218,15 +225,17 @@ void encodeBc7Run(std::uint8_t* destination, const ColorRGBA32F* source,
         encodeOneByOne<&encodeBc7Block, 16>(destination, source, configuration, count);
         return;
     }
-    for (std::size_t block = 0; block < count; block += kBc7RunBlocks) {
-        encodeBc7Prepared(destination + block * 16, source + block * kTexelsPerBlock, configuration,
-                          static_cast<unsigned>(std::min(kBc7RunBlocks, count - block)));
-    }
+    encodeByGroups<&encodeBc7Prepared, 16, kSortedBlocks>(destination, source, configuration, count);
 }
 
 void encodeBc1ByteRun(std::uint8_t* destination, const std::uint8_t* rows, std::size_t pitch,
                       const EncoderConfiguration& configuration, std::size_t count) {
     encodeBc1Rows(destination, 8, rows, pitch, count, configuration.m_effort);
+}
+
+void encodePunchThroughByteRun(std::uint8_t* destination, const std::uint8_t* rows, std::size_t pitch,
+                               const EncoderConfiguration&, std::size_t count) {
+    encodeBc1PunchThroughRows(destination, rows, pitch, count, kAlphaThreshold);
 }
 
 void encodeBc3ByteRun(std::uint8_t* destination, const std::uint8_t* rows, std::size_t pitch,
@@ -338,7 +347,10 @@ ByteRunEncoder findByteRunEncoder(const EncoderConfiguration& configuration) {
     }
     switch (format.getSurfaceFormat()) {
     case Vex::kSurfaceFormatBc1:
-        return {isOutside || configuration.m_formatUsesChannelW ? nullptr : &encodeBc1ByteRun, 3};
+        if (configuration.m_formatUsesChannelW) {
+            return {isOutside ? nullptr : &encodePunchThroughByteRun, 4};
+        }
+        return {isOutside ? nullptr : &encodeBc1ByteRun, 3};
     case Vex::kSurfaceFormatBc3:
         return {isOutside ? nullptr : &encodeBc3ByteRun, 4};
     case Vex::kSurfaceFormatBc4:

@@ -208,7 +208,7 @@ TEST(Bc1Group, SharedColoursServeAllBlocksOfAGroup) {
 TEST(Bc1PunchThrough, FindsThePairOfTheSearch) {
     for (const Contents contents : kAllContents) {
         SCOPED_TRACE(static_cast<int>(contents));
-        const Texels texels = makeBlocks(contents, 150);
+        const Texels texels = makeBlocks(contents, 150); // some of them are left to the search
         withBothKernels([&] {
             Words words(150);
             encodeBc1PunchThroughBlocks(words.data(), texels.data(), 150, 0.5f);
