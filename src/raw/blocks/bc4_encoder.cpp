@@ -25,6 +25,7 @@ const Bc4Plan& planOf(EncoderEffort effort) {
 }
 
 constexpr Bc4Kernel kBaseKernel = &Bc4Run<Simd::Words8>::encode;
+constexpr Bc4Kernel kOneBlockKernel = &Bc4Run<Simd::Words8, true>::encode;
 
 // For few blocks half a wide vector is less to do.
 Bc4Kernel chooseKernel(std::size_t count) {
@@ -46,8 +47,9 @@ void encodeBc4Channel(void* destination, const ColorRGBA32F* block, unsigned cha
 
 void encodeBc4Blocks(void* destination, std::size_t stride, const ColorRGBA32F* texels, unsigned channel,
                      bool isSigned, std::size_t count, EncoderEffort effort) {
-    chooseKernel(count)(static_cast<std::uint8_t*>(destination), stride, sourceOf(texels, channel, isSigned),
-                        count, planOf(effort));
+    const Bc4Kernel kernel = count == 1 ? kOneBlockKernel : chooseKernel(count);
+    kernel(static_cast<std::uint8_t*>(destination), stride, sourceOf(texels, channel, isSigned), count,
+           planOf(effort));
 }
 
 void encodeBc4Rows(void* destination, std::size_t stride, const std::uint8_t* rows, std::size_t pitch,

@@ -31,15 +31,16 @@ using Bc4Kernel = void (*)(std::uint8_t* destination, std::size_t stride, const 
 Bc4Kernel getBc4KernelAvx2();
 
 // One palette: its two endpoints at the distance of kSteps steps, and besides, in that of six values, the
-// ends of the range.
-template <typename Words, bool kEight> class Bc4Palette {
+// ends of the range. The texels of a block are a word each of 16 vectors; or, where kVectors is less, all
+// words of those, and then sums over them stand in all words.
+template <typename Words, bool kEight, unsigned kVectors = kTexelsPerBlock> class Bc4Palette {
 public:
     using Word = typename Words::Word;
     using Wide = typename Words::Wide;
     using Lanes = typename Words::Lanes;
     using Float = typename Lanes::Float;
     using Int = typename Lanes::Int;
-    using Texels = Word[kTexelsPerBlock];
+    using Texels = Word[kVectors];
 
     struct Ends {
         Word m_low, m_high;
@@ -63,20 +64,20 @@ public:
     // The sum of squared distances, 2^31 less, so that signed comparisons have the range that it needs.
     Wide errorOf(const Texels& texels, Ends ends) const {
         const Line line(ends);
-        Wide sum = both(0x80000000u, 0x80000000u);
-        for (unsigned texel = 0; texel < kTexelsPerBlock; texel += 2) {
+        Wide sum = everywhere(0);
+        for (unsigned texel = 0; texel < kVectors; texel += 2) {
             const Word a = distanceOf(line, texels[texel]), b = distanceOf(line, texels[texel + 1]);
             sum = add(sum, sumOfProducts(a, a, b, b));
         }
-        return sum;
+        return add(total(sum), everywhere(0x80000000u));
     }
 
     // The endpoints that are best for the entries that the texels have now.
     Ends bestFor(const Texels& texels, Ends ends) const {
         const Line line(ends);
         const Word one = Words::splat(1);
-        Sums sums = {both(0, 0), both(0, 0), both(0, 0), both(0, 0), Words::splat(0)};
-        for (unsigned texel = 0; texel < kTexelsPerBlock; texel += 2) {
+        Sums sums = {everywhere(0), everywhere(0), everywhere(0), everywhere(0), Words::splat(0)};
+        for (unsigned texel = 0; texel < kVectors; texel += 2) {
             const Placed a = place(line, texels[texel]), b = place(line, texels[texel + 1]);
             sums.m_weights = add(sums.m_weights, sumOfProducts(a.m_weight, one, b.m_weight, one));
             sums.m_squares =
@@ -86,11 +87,12 @@ public:
                 add(sums.m_products, sumOfProducts(a.m_weight, a.m_value, b.m_weight, b.m_value));
             sums.m_count = sums.m_count + a.m_one + b.m_one;
         }
-        const Wide count = widen(sums.m_count);
-        const Steps low = solve(sums.m_weights.m_low, sums.m_squares.m_low, sums.m_values.m_low,
-                                sums.m_products.m_low, count.m_low);
-        const Steps high = solve(sums.m_weights.m_high, sums.m_squares.m_high, sums.m_values.m_high,
-                                 sums.m_products.m_high, count.m_high);
+        const Wide weights = total(sums.m_weights), squares = total(sums.m_squares);
+        const Wide values = total(sums.m_values), products = total(sums.m_products);
+        const Wide count = total(widen(sums.m_count));
+        const Steps low = solve(weights.m_low, squares.m_low, values.m_low, products.m_low, count.m_low);
+        const Steps high =
+            solve(weights.m_high, squares.m_high, values.m_high, products.m_high, count.m_high);
         const Word toLow = narrow(Wide{low.m_low, high.m_low});
         const Word toHigh = narrow(Wide{low.m_high, high.m_high});
         const Word isSolved = narrow(Wide{low.m_isSolved, high.m_isSolved});
@@ -100,7 +102,7 @@ public:
     // How many steps each texel is from the lower endpoint.
     static void stepsOf(const Texels& texels, Ends ends, Texels& steps) {
         const Line line(ends);
-        for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
+        for (unsigned texel = 0; texel < kVectors; ++texel) {
             steps[texel] = line.stepsTo(texels[texel] - line.m_start);
         }
     }
@@ -191,16 +193,25 @@ private:
         return {levels(c), levels(c + s * Lanes::splat(64.0f)), isSolved};
     }
 
-    static Wide both(std::uint32_t low, std::uint32_t high) {
-        return {Lanes::splat(low), Lanes::splat(high)};
+    static Wide everywhere(std::uint32_t value) {
+        const Int lanes = Lanes::splat(value);
+        return {lanes, lanes};
+    }
+    static Wide total(Wide sums) {
+        if constexpr (kVectors == kTexelsPerBlock) {
+            return sums;
+        } else {
+            return everywhere(sumOfLanes(sums.m_low + sums.m_high));
+        }
     }
     static Wide add(Wide a, Wide b) { return {a.m_low + b.m_low, a.m_high + b.m_high}; }
 
     int m_most;
 };
 
-// A run of blocks, up to kMost at a time.
-template <typename Words> class Bc4Run {
+// A run of blocks, up to kMost at a time; or one block, whose texels fill the vectors, while all words agree
+// on everything else.
+template <typename Words, bool kIsOne = false> class Bc4Run {
 public:
     static void encode(std::uint8_t* destination, std::size_t stride, const Bc4Source& source,
                        std::size_t count, const Bc4Plan& plan) {
@@ -219,11 +230,12 @@ private:
     using Lanes = typename Words::Lanes;
     using Float = typename Lanes::Float;
     using Int = typename Lanes::Int;
-    using Texels = Word[kTexelsPerBlock];
-    using Eight = Bc4Palette<Words, true>;
-    using Six = Bc4Palette<Words, false>;
     static constexpr unsigned kCount = Words::kCount;
-    static constexpr unsigned kGroups = 8;
+    static constexpr unsigned kVectors = kIsOne ? kTexelsPerBlock / kCount : kTexelsPerBlock; // of a group
+    using Texels = Word[kVectors];
+    using Eight = Bc4Palette<Words, true, kVectors>;
+    using Six = Bc4Palette<Words, false, kVectors>;
+    static constexpr unsigned kGroups = kIsOne ? 1 : 8;
     static constexpr unsigned kMost = kGroups * kCount;
     static constexpr int kNear = 64 * 3 / 2;    // what counts as an end of the range
     static constexpr unsigned kFirstRounds = 2; // before blocks are listed
@@ -245,10 +257,24 @@ private:
     }
 
     void load(std::size_t first, unsigned count) {
-        for (unsigned at = 0; at < count; at += kCount) {
-            ValueBlocks<Words>::load(
-                m_values[at / kCount], m_source.m_channel, first + at, count - at,
-                [this](Float value) { return levelsOf(value); }, [](Int byte) { return shiftLeft<6>(byte); });
+        if constexpr (kIsOne) {
+            loadOne(first);
+        } else {
+            for (unsigned at = 0; at < count; at += kCount) {
+                ValueBlocks<Words>::load(
+                    m_values[at / kCount], m_source.m_channel, first + at, count - at,
+                    [this](Float value) { return levelsOf(value); },
+                    [](Int byte) { return shiftLeft<6>(byte); });
+            }
+        }
+    }
+    // Of floats.
+    void loadOne(std::size_t block) {
+        const float* texels = m_source.m_channel.m_texels + block * 4 * kTexelsPerBlock;
+        for (unsigned texel = 0; texel < kTexelsPerBlock; texel += Lanes::kCount) {
+            Float channels[4];
+            Lanes::loadTexels(channels, texels + 4 * texel, 4);
+            Lanes::storeWords(&m_values[0][0][0] + texel, levelsOf(channels[m_source.m_channel.m_channel]));
         }
     }
 
@@ -294,17 +320,57 @@ private:
     }
 
     template <typename Palette>
-    static Word improveByNeighbours(const Palette& palette, Group<Palette>* group) {
-        const typename Palette::Ends centre = group->m_ends;
-        Word isBetter = Words::splat(0);
-        for (int step = 0; step < 9; ++step) {
-            if (step != 4) {
-                const typename Palette::Ends ends = palette.ordered(
-                    {centre.m_low + Words::splat(step / 3 - 1), centre.m_high + Words::splat(step % 3 - 1)});
-                isBetter = isBetter | improve(palette, ends, group);
+    Word improveByNeighbours(const Palette& palette, Group<Palette>* group) const {
+        if constexpr (kIsOne) {
+            return improveOneByNeighbours(palette, group);
+        } else {
+            const typename Palette::Ends centre = group->m_ends;
+            Word isBetter = Words::splat(0);
+            for (int step = 0; step < 9; ++step) {
+                if (step != 4) {
+                    const typename Palette::Ends ends =
+                        palette.ordered({centre.m_low + Words::splat(step / 3 - 1),
+                                         centre.m_high + Words::splat(step % 3 - 1)});
+                    isBetter = isBetter | improve(palette, ends, group);
+                }
             }
+            return isBetter;
         }
-        return isBetter;
+    }
+
+    // The same for one block, a neighbour in each word: the first of the best ones.
+    template <bool kEight>
+    Word improveOneByNeighbours(const Bc4Palette<Words, kEight, kVectors>& palette,
+                                Group<Bc4Palette<Words, kEight, kVectors>>* group) const {
+        static constexpr std::int16_t kLowSteps[] = {-1, -1, -1, 0, 0, 1, 1, 1};
+        static constexpr std::int16_t kHighSteps[] = {-1, 0, 1, -1, 1, -1, 0, 1};
+        static_assert(kCount == sizeof kLowSteps / sizeof kLowSteps[0]);
+        const auto ends = palette.ordered(
+            {group->m_ends.m_low + Words::load(kLowSteps), group->m_ends.m_high + Words::load(kHighSteps)});
+        Word texels[kTexelsPerBlock];
+        for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
+            texels[texel] = Words::splat(m_values[0][texel / kCount][texel % kCount]);
+        }
+        std::int32_t errors[kCount], error[kCount];
+        std::int16_t low[kCount], high[kCount];
+        storeWide(errors, Bc4Palette<Words, kEight>(m_most).errorOf(texels, {ends.m_low, ends.m_high}));
+        storeWide(error, group->m_error);
+        store(low, ends.m_low);
+        store(high, ends.m_high);
+        unsigned best = 0;
+        for (unsigned i = 1; i < kCount; ++i) {
+            best = errors[i] < errors[best] ? i : best;
+        }
+        if (errors[best] >= error[0]) {
+            return Words::splat(0);
+        }
+        group->m_ends = {Words::splat(low[best]), Words::splat(high[best])};
+        group->m_error = everywhere(errors[best]);
+        return Words::splat(-1);
+    }
+    static Wide everywhere(std::int32_t error) {
+        const Int lanes = Lanes::splat(static_cast<std::uint32_t>(error));
+        return {lanes, lanes};
     }
 
     // From the least and the greatest value, in 64ths: by least squares, and the first rounds of looking at
@@ -336,28 +402,42 @@ private:
         return isBetter;
     }
 
+    // What is known of the blocks from number `at` on; of one block, in all words.
+    static Word ofBlocks(const std::int16_t* values, unsigned at) {
+        return kIsOne ? Words::splat(values[0]) : Words::load(values + at);
+    }
+
     void loadGroup(unsigned group, Texels& texels) const {
-        for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
-            texels[texel] = Words::load(m_values[group][texel]);
+        for (unsigned v = 0; v < kVectors; ++v) {
+            texels[v] = Words::load(m_values[group][v]);
         }
     }
     // The texels of some blocks side by side.
     void gather(const unsigned* blocks, unsigned count, Texels& texels) const {
-        alignas(32) std::int16_t values[kTexelsPerBlock][kCount] = {};
-        for (unsigned i = 0; i < count; ++i) {
-            const auto& group = m_values[blocks[i] / kCount];
-            const unsigned lane = blocks[i] % kCount;
-            for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
-                values[texel][i] = group[texel][lane];
+        if constexpr (kIsOne) {
+            loadGroup(0, texels);
+        } else {
+            alignas(32) std::int16_t values[kTexelsPerBlock][kCount] = {};
+            for (unsigned i = 0; i < count; ++i) {
+                const auto& group = m_values[blocks[i] / kCount];
+                const unsigned lane = blocks[i] % kCount;
+                for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
+                    values[texel][i] = group[texel][lane];
+                }
             }
-        }
-        for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
-            texels[texel] = Words::load(values[texel]);
+            for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
+                texels[texel] = Words::load(values[texel]);
+            }
         }
     }
 
     template <typename Palette>
     static void take(const Fits& fits, const unsigned* blocks, unsigned count, Group<Palette>* group) {
+        if constexpr (kIsOne) {
+            group->m_ends = {ofBlocks(fits.m_low, 0), ofBlocks(fits.m_high, 0)};
+            group->m_error = everywhere(fits.m_errors[0]);
+            return;
+        }
         std::int16_t low[kCount] = {}, high[kCount] = {};
         std::int32_t errors[kCount] = {};
         for (unsigned i = 0; i < count; ++i) {
@@ -416,6 +496,21 @@ private:
         fitSix();
     }
 
+    // Makes the least and the greatest value of all words that of each, where they are of one block.
+    static void reach(Word* low, Word* high) {
+        if constexpr (kIsOne) {
+            std::int16_t lows[kCount], highs[kCount];
+            store(lows, *low);
+            store(highs, *high);
+            for (unsigned i = 1; i < kCount; ++i) {
+                lows[0] = lows[i] < lows[0] ? lows[i] : lows[0];
+                highs[0] = highs[i] > highs[0] ? highs[i] : highs[0];
+            }
+            *low = Words::splat(lows[0]);
+            *high = Words::splat(highs[0]);
+        }
+    }
+
     void startEight(unsigned at, unsigned count) {
         Group<Eight> group;
         loadGroup(at / kCount, group.m_texels);
@@ -424,6 +519,7 @@ private:
             low = minimumSigned(low, texel);
             high = maximumSigned(high, texel);
         }
+        reach(&low, &high);
         const Word isBetter = start(low, high, &group);
         store(m_eight.m_low + at, group.m_ends.m_low);
         store(m_eight.m_high + at, group.m_ends.m_high);
@@ -490,6 +586,7 @@ private:
             low = select(isInner, minimumSigned(low, texel), low);
             high = select(isInner, maximumSigned(high, texel), high);
         }
+        reach(&low, &high);
         std::int16_t isBetter[kCount];
         store(isBetter, start(low, high, &group));
         put(group, blocks, count, &m_six);
@@ -521,9 +618,9 @@ private:
     void write(std::uint8_t* destination, std::size_t stride, unsigned count) const {
         for (unsigned group = 0; group * kCount < count; ++group) {
             const unsigned at = group * kCount, left = count - at < kCount ? count - at : kCount;
-            const Word isSix = Words::load(m_isSix + at);
-            const Word low = select(isSix, Words::load(m_six.m_low + at), Words::load(m_eight.m_low + at));
-            const Word high = select(isSix, Words::load(m_six.m_high + at), Words::load(m_eight.m_high + at));
+            const Word isSix = ofBlocks(m_isSix, at);
+            const Word low = select(isSix, ofBlocks(m_six.m_low, at), ofBlocks(m_eight.m_low, at));
+            const Word high = select(isSix, ofBlocks(m_six.m_high, at), ofBlocks(m_eight.m_high, at));
             const Word first = select(isSix, low, high), second = select(isSix, high, low);
             Texels texels, codes;
             loadGroup(group, texels);
@@ -538,18 +635,38 @@ private:
                 codesOfSteps(codes);
             }
             const Word base = Words::splat(m_source.m_isSigned ? 127 : 0);
-            ValueBlocks<Words>::write(destination + at * stride, stride, left, first - base, second - base,
-                                      codes);
+            if constexpr (kIsOne) {
+                writeOne(destination, first - base, second - base, codes);
+            } else {
+                ValueBlocks<Words>::write(destination + at * stride, stride, left, first - base,
+                                          second - base, codes);
+            }
         }
+    }
+
+    static void writeOne(std::uint8_t* destination, Word first, Word second, const Texels& codes) {
+        std::int16_t ends[2][kCount], texels[kVectors][kCount];
+        store(ends[0], first);
+        store(ends[1], second);
+        std::uint64_t bits = 0;
+        for (unsigned v = 0; v < kVectors; ++v) {
+            store(texels[v], codes[v]);
+        }
+        for (unsigned texel = kTexelsPerBlock; texel-- > 0;) {
+            bits = bits << 3 | static_cast<std::uint64_t>(texels[texel / kCount][texel % kCount]);
+        }
+        bits = bits << 16 | (static_cast<std::uint64_t>(ends[1][0]) & 0xFF) << 8 |
+               (static_cast<std::uint64_t>(ends[0][0]) & 0xFF);
+        std::memcpy(destination, &bits, sizeof bits);
     }
 
     static constexpr std::int32_t kNoError = INT32_MIN;
 
     const Bc4Source& m_source;
     const Bc4Plan& m_plan;
-    int m_most; // levels
-    alignas(32) std::int16_t m_values[kGroups][kTexelsPerBlock][kCount];
-    std::int16_t m_isSix[kMost]; // masks
+    int m_most;                                                   // levels
+    alignas(32) std::int16_t m_values[kGroups][kVectors][kCount]; // by texel, then by block; of one, by texel
+    std::int16_t m_isSix[kMost];                                  // masks
     Fits m_eight, m_six;
 };
 

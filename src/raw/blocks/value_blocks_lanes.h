@@ -45,9 +45,10 @@ public:
     static Word absolute(Word a) { return maximumSigned(a, Words::splat(0) - a); }
 
     // The number of the entry that is nearest to each texel; the lowest of equals.
-    static void nearestEntries(const Word (&texels)[kTexelsPerBlock], const Word (&entries)[8],
-                               Word (&codes)[kTexelsPerBlock]) {
-        for (unsigned texel = 0; texel < kTexelsPerBlock; ++texel) {
+    template <std::size_t kTexels>
+    static void nearestEntries(const Word (&texels)[kTexels], const Word (&entries)[8],
+                               Word (&codes)[kTexels]) {
+        for (std::size_t texel = 0; texel < kTexels; ++texel) {
             Word best = absolute(texels[texel] - entries[0]), code = Words::splat(0);
             for (int entry = 1; entry < 8; ++entry) {
                 const Word distance = absolute(texels[texel] - entries[entry]);
