@@ -16,6 +16,9 @@ constexpr char kSourcePath[] = "raw\\mips\\downsample_job";
 
 constexpr unsigned kRowsPerSlice = 2, kMostRows = 4;
 constexpr unsigned kChunk = 128; // texels of the destination that are made at a time
+// Of the colours of a row, how many eighths may have been no use to the quick way before the next rows leave
+// it.
+constexpr unsigned kColours = 3, kMostApartInEight = 7;
 
 std::size_t roundedUp(unsigned texels) {
     return std::size_t{(texels + kBlockSide - 1) / kBlockSide} * kBlockSide * kFloatsPerTexel;
@@ -160,12 +163,28 @@ TexelSurface DownsampleFloatsJob::openSource(unsigned slice) const {
     return m_reader.open(sliceAfter(surfaces().m_sourceIndex, slice));
 }
 
+DownsampleFloatsJob::Kernels DownsampleFloatsJob::kernelsFor(bool isVolume, bool isInOrder) const {
+    const TexelKind kind = m_reader.kind();
+    const bool staysSrgb = kind != TexelKind::kFloats && kind == m_writer.kind() && !isVolume;
+    return {isInOrder ? halveTexelsInOrderKernel(kind) : halveTexelsKernel(kind, isVolume),
+            staysSrgb ? halveSrgbKernel(isInOrder) : nullptr};
+}
+
 void DownsampleFloatsJob::halveRowsInMemory(unsigned y, const TexelSurface* sources, unsigned slices,
-                                            HalveTexels kernel) const {
+                                            const Kernels& kernels) const {
     alignas(64) float read[kMostRows][kChunk * 2 * kFloatsPerTexel];
     alignas(64) float made[kChunk * kFloatsPerTexel];
     const unsigned end = std::min((y + 1) * kBlockSide, m_destination.m_tall);
+    bool isQuick = kernels.m_srgb != nullptr;
     for (unsigned row = y * kBlockSide; row < end; ++row) {
+        if (isQuick) {
+            const std::uint8_t* above[kRowsPerSlice] = {sources[0].m_rows.row(row * 2),
+                                                        sources[0].m_rows.row(row * 2 + 1)};
+            const std::size_t apart =
+                kernels.m_srgb(m_destination.m_rows.row(row), above, m_destination.m_wide);
+            isQuick = apart <= std::size_t{m_destination.m_wide} * kMostApartInEight * kColours / 8;
+            continue;
+        }
         for (unsigned x = 0; x < m_destination.m_wide; x += kChunk) {
             const unsigned count = std::min(kChunk, m_destination.m_wide - x);
             const void* above[kMostRows] = {};
@@ -174,7 +193,7 @@ void DownsampleFloatsJob::halveRowsInMemory(unsigned y, const TexelSurface* sour
                                         count * 2, read[i]);
             }
             float* memory = m_writer.rowInMemory(m_destination, x, row);
-            kernel(memory != nullptr ? memory : made, above, count);
+            kernels.m_texels(memory != nullptr ? memory : made, above, count);
             if (memory == nullptr) {
                 m_writer.putRow(m_destination, x, row, count, made);
             }
@@ -190,7 +209,8 @@ DownsampleHalvesJob::DownsampleHalvesJob(const DownsampleSurfaces& surfaces, Con
         m_sources[slice] = openSource(slice);
         m_isInMemory = m_isInMemory && m_sources[slice].hasRows();
     }
-    m_kernel = halveTexelsKernel(m_isInMemory ? reader().kind() : TexelKind::kFloats, isVolume);
+    m_kernels = kernelsFor(isVolume, false);
+    m_kernel = halveTexelsKernel(TexelKind::kFloats, isVolume);
 }
 
 // Two rows of blocks of each slice, and one of the destination.
@@ -202,7 +222,7 @@ std::size_t DownsampleHalvesJob::doCountFloats() const {
 
 void DownsampleHalvesJob::doBlockRow(unsigned y, float* floats) const {
     if (m_isInMemory) {
-        halveRowsInMemory(y, m_sources, m_slices, m_kernel);
+        halveRowsInMemory(y, m_sources, m_slices, m_kernels);
         return;
     }
     const std::size_t pitch = roundedUp(destination().m_wide * 2),
@@ -243,6 +263,7 @@ DownsampleWindowsJob::DownsampleWindowsJob(const DownsampleSurfaces& surfaces, C
     m_isHalfInMemory = !isVolume && source.m_wide == 2 * destination().m_wide &&
                        source.m_tall == 2 * destination().m_tall && source.hasRows() &&
                        destination().hasRows();
+    m_kernels = kernelsFor(false, true);
 }
 
 // A row of blocks of the source, and the sums.
@@ -259,7 +280,7 @@ unsigned DownsampleWindowsJob::lastRowOf(unsigned y) const {
 
 void DownsampleWindowsJob::doBlockRow(unsigned y, float* floats) const {
     if (m_isHalfInMemory) {
-        halveRowsInMemory(y, m_slices.data(), 1, halveTexelsInOrderKernel(reader().kind()));
+        halveRowsInMemory(y, m_slices.data(), 1, m_kernels);
         return;
     }
     const std::size_t pitch = roundedUp(m_slices[0].m_wide), sumPitch = roundedUp(destination().m_wide);

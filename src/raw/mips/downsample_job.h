@@ -78,9 +78,15 @@ protected:
     const TexelReader& reader() const { return m_reader; }
     const TexelWriter& writer() const { return m_writer; }
     const TexelSurface& destination() const { return m_destination; }
+    // What halves rows in memory: the texels of each slice in pairs, or one after the other.
+    struct Kernels {
+        HalveTexels m_texels;
+        HalveSrgb m_srgb; // null, or what goes from bytes to bytes
+    };
+    Kernels kernelsFor(bool isVolume, bool isInOrder) const;
     // Halves the rows in memory that lie above row `y` of blocks.
     void halveRowsInMemory(unsigned y, const TexelSurface* sources, unsigned slices,
-                           HalveTexels kernel) const;
+                           const Kernels& kernels) const;
 
 private:
     TexelReader m_reader;
@@ -100,6 +106,7 @@ private:
     TexelSurface m_sources[2];
     unsigned m_slices;
     bool m_isInMemory;
+    Kernels m_kernels; // of rows in memory
     HalveTexels m_kernel;
 };
 
@@ -120,6 +127,7 @@ private:
     std::vector<Window> m_rows;
     std::vector<TexelSurface> m_slices;
     bool m_isHalfInMemory;
+    Kernels m_kernels;
 };
 
 class Downsample2dSlowJob final : public DownsampleWindowsJob {

@@ -2,8 +2,11 @@
 
 #include "raw/texels/srgb_bytes.h"
 #include "simd/canonical_nan.h"
+#include "simd/dispatch.h"
 #include "simd/lanes4.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace qor::Texsmith::Raw {
@@ -83,6 +86,17 @@ void halveTexels(float* destination, const void* const* rows, std::size_t count)
     }
 }
 
+// By the wide kernel.
+template <bool kVolume> void halveFloats(float* destination, const void* const* rows, std::size_t count) {
+    const std::size_t whole = count / kFloatsStep * kFloatsStep;
+    halveFloatsKernelAvx2(kVolume)(destination, rows, whole);
+    const void* rest[4] = {};
+    for (unsigned row = 0; row < (kVolume ? 4 : 2); ++row) {
+        rest[row] = static_cast<const float*>(rows[row]) + 2 * whole * kLanes;
+    }
+    halveTexels<FloatTexels, kVolume>(destination + whole * kLanes, rest, count - whole);
+}
+
 template <typename Texels>
 void halveTexelsInOrder(float* destination, const void* const* rows, std::size_t count) {
     for (std::size_t x = 0; x < count; ++x) {
@@ -94,6 +108,54 @@ void halveTexelsInOrder(float* destination, const void* const* rows, std::size_t
         // Exactly a division by the count.
         Simd::store(destination + x * kLanes, Texels::result(sum * Simd::splat(0.25f)));
     }
+}
+
+// The byte of a mean from 0 to 1, as srgbByte finds it.
+std::uint8_t srgbByteOfMean(float mean) {
+    const auto bits = std::max(std::bit_cast<std::uint32_t>(mean), kSrgbStepsFirst << 16);
+    return static_cast<std::uint8_t>((g_srgbSteps.m_words[(bits >> 16) - kSrgbStepsFirst] + bits) >> 16);
+}
+
+// The place of the left texel's byte above byte `place` of the destination.
+std::size_t leftOf(std::size_t place) { return place + place / kTexelBytes * kTexelBytes; }
+
+// Byte `place` of the destination. The four texels in pairs, or one after the other.
+template <bool kInOrder>
+std::uint8_t srgbMean(const std::uint8_t* upper, const std::uint8_t* lower, std::size_t place) {
+    const std::size_t at = leftOf(place);
+    const auto decoded = [](std::uint8_t byte) { return g_srgbBytes.m_floats[byte]; };
+    const float top = decoded(upper[at]) + decoded(upper[at + kTexelBytes]);
+    const float left = decoded(lower[at]), right = decoded(lower[at + kTexelBytes]);
+    return srgbByteOfMean((kInOrder ? top + left + right : top + (left + right)) * 0.25f);
+}
+
+// Most squares are of bytes that lie near each other: their plain mean, rounded, is the byte of their mean as
+// light, which was tried for all of them. Only the others are decoded.
+template <bool kInOrder>
+std::size_t halveSrgb(std::uint8_t* destination, const std::uint8_t* const* rows, std::size_t count) {
+    constexpr std::size_t kChunk = 128;
+    static_assert(kChunk % kBytesStep == 0);
+    const MeanBytes meanBytes = meanBytesKernelSse2();
+    std::uint16_t apart[kChunk * kLanes + kApartRoom];
+    std::size_t allApart = 0;
+    for (std::size_t x = 0; x < count; x += kChunk) {
+        const std::size_t here = std::min(kChunk, count - x), whole = here / kBytesStep * kBytesStep;
+        const std::uint8_t* upper = rows[0] + 2 * x * kTexelBytes;
+        const std::uint8_t* lower = rows[1] + 2 * x * kTexelBytes;
+        std::uint8_t* made = destination + x * kTexelBytes;
+        const std::size_t apartCount = meanBytes(made, upper, lower, whole, apart);
+        allApart += apartCount;
+        for (std::size_t i = 0; i < apartCount; ++i) {
+            made[apart[i]] = srgbMean<kInOrder>(upper, lower, apart[i]);
+        }
+        for (std::size_t place = whole * kTexelBytes; place < here * kTexelBytes; ++place) {
+            const std::size_t at = leftOf(place);
+            const unsigned sum = upper[at] + upper[at + kTexelBytes] + lower[at] + lower[at + kTexelBytes];
+            made[place] = place % kTexelBytes == 3 ? static_cast<std::uint8_t>((sum + 2) / 4)
+                                                   : srgbMean<kInOrder>(upper, lower, place);
+        }
+    }
+    return allApart;
 }
 
 template <typename Texels> HalveTexels chooseKernel(bool isVolume) {
@@ -109,6 +171,13 @@ HalveBytes halveBytesKernel(bool isVolume, bool isSigned) {
     return isSigned ? halveBytes<false, true> : halveBytes<false, false>;
 }
 
+HalveSrgb halveSrgbKernel(bool isInOrder) {
+    if (meanBytesKernelSse2() == nullptr) {
+        return nullptr;
+    }
+    return isInOrder ? halveSrgb<true> : halveSrgb<false>;
+}
+
 HalveTexels halveTexelsKernel(TexelKind kind, bool isVolume) {
     switch (kind) {
     case TexelKind::kSrgb:
@@ -116,6 +185,9 @@ HalveTexels halveTexelsKernel(TexelKind kind, bool isVolume) {
     case TexelKind::kSrgbSwapped:
         return chooseKernel<SrgbTexels<true>>(isVolume);
     default:
+        if (Simd::mayUseAvx2() && halveFloatsKernelAvx2(isVolume) != nullptr) {
+            return isVolume ? halveFloats<true> : halveFloats<false>;
+        }
         return chooseKernel<FloatTexels>(isVolume);
     }
 }

@@ -127,6 +127,7 @@ TexelWriter::TexelWriter(ElementProvider* provider, const EncoderConfiguration& 
     if (RowConversion::canConvert(kFloats, formatOf(&m_encoder))) {
         m_rows.emplace(TileConversion(plainConfiguration<DecoderConfiguration>(), m_encoder));
     }
+    m_kind = kindOf(m_encoder);
     m_isPlain = isPlain(m_encoder);
     m_isInteger = isInteger(m_encoder);
 }

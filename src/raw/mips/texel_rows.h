@@ -57,6 +57,8 @@ public:
     static bool canWrite(Vex::DataFormat format);
 
     TexelSurface open(const SurfaceIndex& index) const;
+    // What rows in memory hold, but for those of other formats, which are kFloats too.
+    TexelKind kind() const { return m_kind; }
     // Where a row's texels may be written as floats, or null.
     float* rowInMemory(const TexelSurface& surface, unsigned x, unsigned y) const;
     void putRow(const TexelSurface& surface, unsigned x, unsigned y, unsigned count,
@@ -70,6 +72,7 @@ private:
     ElementProvider* m_provider;
     EncoderConfiguration m_encoder;
     std::optional<RowConversion> m_rows;
+    TexelKind m_kind;
     bool m_isPlain;
     bool m_isInteger;
 };

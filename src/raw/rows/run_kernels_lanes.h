@@ -92,7 +92,7 @@ template <typename Lanes> struct Values {
         const Float unit = minimum(maximum(values, floatsOf(splat(kSrgbStepsFirst << 16))), splat(1.0f));
         const Int bits = bitsOf(unit);
         const Int words = Lanes::lookUp(g_srgbSteps.m_words, shiftRight<16>(bits) - splat(kSrgbStepsFirst));
-        const Int encoded = shiftRight<16>(words + (bits & splat(0xFFFFu)));
+        const Int encoded = shiftRight<16>(words + bits);
         return select(linear, truncateToInts(splat(255.0f) * unit + splat(0.5f)), encoded);
     }
 };

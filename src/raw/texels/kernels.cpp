@@ -103,7 +103,7 @@ struct SrgbOfLinear {
         Simd::store(at, Simd::shiftRight<16>(bits) - Simd::splat(kSrgbStepsFirst));
         const std::uint32_t* words = g_srgbSteps.m_words;
         const Int4 steps = Simd::makeInts(words[at[0]], words[at[1]], words[at[2]], words[at[3]]);
-        const Int4 bytes = Simd::shiftRight<16>(steps + (bits & Simd::splat(0xFFFFu)));
+        const Int4 bytes = Simd::shiftRight<16>(steps + bits);
         return select(Simd::makeInts(0, 0, 0, 0xFFFFFFFF), UNorm<Bytes<4>>::compress(value), bytes);
     }
 };

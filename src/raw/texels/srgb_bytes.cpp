@@ -51,7 +51,8 @@ constexpr SrgbSteps makeSteps() {
     for (std::uint32_t upper = kSrgbStepsFirst; upper <= kSrgbStepsLast; ++upper) {
         const std::uint32_t begin = upper << 16, next = first[byte + 1];
         const bool rises = next >> 16 == upper;
-        steps.m_words[upper - kSrgbStepsFirst] = (byte << 16) + (rises ? 0x10000 - (next - begin) : 0);
+        steps.m_words[upper - kSrgbStepsFirst] =
+            (byte << 16) + (rises ? 0x10000 - (next - begin) : 0) - begin;
         byte += rises ? 1 : 0;
     }
     return steps;
@@ -82,8 +83,7 @@ constexpr float asItIs(float value) { return value; }
 constexpr std::uint8_t byteOfStep(const SrgbSteps& steps, float linear) {
     const float least = floatOf(kSrgbStepsFirst << 16), aboveZero = linear > least ? linear : least;
     const std::uint32_t bits = bitsOf(aboveZero < 1.0f ? aboveZero : 1.0f);
-    const std::uint32_t word = steps.m_words[(bits >> 16) - kSrgbStepsFirst];
-    return static_cast<std::uint8_t>((word + (bits & 0xFFFF)) >> 16);
+    return static_cast<std::uint8_t>((steps.m_words[(bits >> 16) - kSrgbStepsFirst] + bits) >> 16);
 }
 
 // Denormals count as 0, whose byte they have.

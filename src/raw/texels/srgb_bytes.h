@@ -2,7 +2,8 @@
 //
 // The encoder's byte never falls as the float grows, and between two floats whose upper 16 bits follow each
 // other it rises by at most one. So one word for each value of the upper 16 bits tells it all: the byte below
-// the step, and how far the lower 16 bits are from it.
+// the step, and how far the lower 16 bits are from it. (The upper 16 bits are taken off it, which saves
+// taking them off the float.)
 #pragma once
 
 #include <cstdint>
@@ -13,7 +14,7 @@ namespace qor::Texsmith::Raw {
 inline constexpr std::uint32_t kSrgbStepsFirst = 0x3900;
 inline constexpr std::uint32_t kSrgbStepsLast = 0x3F80;
 
-// (m_words[(bits >> 16) - kSrgbStepsFirst] + (bits & 0xFFFF)) >> 16 is the byte.
+// (m_words[(bits >> 16) - kSrgbStepsFirst] + bits) >> 16 is the byte, modulo 2^32.
 struct SrgbSteps {
     std::uint32_t m_words[kSrgbStepsLast - kSrgbStepsFirst + 1];
 };

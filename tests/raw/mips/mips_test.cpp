@@ -1,6 +1,9 @@
 #include "qor/texsmith/texsmith.h"
 #include "raw/mips/choose_downsample.h"
 #include "raw/mips/downsample_window.h"
+#include "raw/mips/halving_kernels.h"
+#include "raw/texels/srgb_bytes.h"
+#include "simd/dispatch.h"
 #include "support/hooked_manager.h"
 #include "support/report_recorder.h"
 #include "support/surfaces.h"
@@ -146,7 +149,7 @@ Vex::Texture twiceOdd(const char* format, unsigned mips) { return makeFlat(forma
 Vex::Texture evenVolume(const char* format, unsigned mips) { return makeVolume(format, 40, 16, 8, mips); }
 Vex::Texture oddVolume(const char* format, unsigned mips) { return makeVolume(format, 16, 8, 7, mips); }
 
-// Rows in memory against blocks, one callback against many and against a pool.
+// Rows in memory against blocks, which the base line makes, one callback against many and against a pool.
 TEST(MipMaps, AreTheSameBitsEveryWay) {
     Raw::ThreadpoolJobManager pool;
     for (const char* format : {"R8G8B8A8Unorm", "R8G8B8A8Snorm", "B8G8R8A8UnormSrgb", "R8G8B8A8UnormSrgb",
@@ -159,7 +162,9 @@ TEST(MipMaps, AreTheSameBitsEveryWay) {
             Configuration one = onThisThread(), many = configurationOf(&pool);
             one.m_callbacksPerJob = 1;
             ASSERT_EQ(0, Raw::makeMipMaps(&source, &byRows, &one));
+            Simd::allowAvx2(false);
             ASSERT_EQ(0, Raw::makeMipMaps(&blockwise, &byBlocks, &one));
+            Simd::allowAvx2(true);
             ASSERT_EQ(0, Raw::makeMipMaps(&source, &shared, &many));
             EXPECT_EQ(byRows.bytes(), byBlocks.bytes()) << format;
             EXPECT_EQ(byRows.bytes(), shared.bytes()) << format;
@@ -229,6 +234,40 @@ TEST(MipMaps, AverageSrgbAsLight) {
     const auto half = halveBytes("R8G8B8A8UnormSrgb", checker, 8);
     EXPECT_EQ(std::vector<std::uint8_t>(half.begin(), half.begin() + 4),
               (std::vector<std::uint8_t>{188, 188, 188, 128}));
+}
+
+// All squares of bytes that are near each other, and some that are not, in both orders of the sum.
+TEST(MipMaps, AverageSrgbBytesAsTheirFloats) {
+    if (Raw::halveSrgbKernel(false) == nullptr) {
+        GTEST_SKIP() << "this build goes through floats always";
+    }
+    const auto decoded = [](std::uint8_t byte) { return Raw::g_srgbBytes.m_floats[byte]; };
+    std::vector<std::uint8_t> upper, lower, made;
+    for (unsigned least = 0; least < 256; ++least) {
+        const unsigned reach = std::min(least / 16 + 8, 256 - least), count = reach * reach * reach * reach;
+        upper.resize(8 * count);
+        lower.resize(8 * count);
+        made.resize(4 * count);
+        for (unsigned i = 0; i < count; ++i) {
+            std::fill_n(&upper[8 * i], 4, std::uint8_t(least + i % reach));
+            std::fill_n(&upper[8 * i + 4], 4, std::uint8_t(least + i / reach % reach));
+            std::fill_n(&lower[8 * i], 4, std::uint8_t(least + i / (reach * reach) % reach));
+            std::fill_n(&lower[8 * i + 4], 4, std::uint8_t(least + i / (reach * reach * reach)));
+        }
+        const std::uint8_t* rows[] = {upper.data(), lower.data()};
+        for (const bool isInOrder : {false, true}) {
+            Raw::halveSrgbKernel(isInOrder)(made.data(), rows, count);
+            for (unsigned i = 0; i < count; ++i) {
+                const std::uint8_t a = upper[8 * i], b = upper[8 * i + 4], c = lower[8 * i],
+                                   d = lower[8 * i + 4];
+                const float top = decoded(a) + decoded(b);
+                const float sum = isInOrder ? top + decoded(c) + decoded(d) : top + (decoded(c) + decoded(d));
+                ASSERT_EQ(made[4 * i + 1], Raw::srgbByte(sum * 0.25f))
+                    << +a << ' ' << +b << ' ' << +c << ' ' << +d;
+                ASSERT_EQ(made[4 * i + 3], (a + b + c + d + 2) / 4);
+            }
+        }
+    }
 }
 
 TEST(MipMaps, AverageVolumesOfOddDepthInAllThreeDirections) {
