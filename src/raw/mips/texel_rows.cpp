@@ -58,6 +58,16 @@ std::uint8_t* addressOf(const ElementProvider& provider, const TexelSurface& sur
     return surface.m_rows.row(y) + std::size_t{x} * provider.getBytesPerElement();
 }
 
+// Without a conversion the texels are floats on both sides.
+void convertRow(const std::optional<RowConversion>& rows, void* destination, const void* source,
+                unsigned count) {
+    if (rows.has_value()) {
+        rows->convert(destination, source, count, RowStores::kCached);
+    } else {
+        std::memcpy(destination, source, std::size_t{count} * sizeof(VectorFloat));
+    }
+}
+
 void integersToFloats(Block* block) {
     for (VectorFloat& texel : block->m_texels) {
         Simd::store(&texel, Simd::toFloats(Simd::loadInts(&texel)));
@@ -74,18 +84,19 @@ void floatsToIntegers(Block* block) {
 
 TexelReader::TexelReader(const ElementProvider* provider, const DecoderConfiguration& configuration)
     : m_provider(provider), m_decoder(decoderFor(*provider, configuration)) {
-    if (RowConversion::canConvert(formatOf(&m_decoder), kFloats)) {
+    m_isPlain = isPlain(m_decoder);
+    if (!m_isPlain && RowConversion::canConvert(formatOf(&m_decoder), kFloats)) {
         m_rows.emplace(TileConversion(m_decoder, plainConfiguration<EncoderConfiguration>()));
     }
     m_kind = kindOf(m_decoder);
-    m_isConverted = m_kind == TexelKind::kFloats && !isPlain(m_decoder);
+    m_isConverted = m_kind == TexelKind::kFloats && !m_isPlain;
     m_isInteger = isInteger(m_decoder);
 }
 
 bool TexelReader::canRead(Vex::DataFormat format) { return infoOf(format).decodeBlock != nullptr; }
 
 TexelSurface TexelReader::open(const SurfaceIndex& index) const {
-    return openSurface(*m_provider, index, m_rows.has_value());
+    return openSurface(*m_provider, index, m_isPlain || m_rows.has_value());
 }
 
 const void* TexelReader::row(const TexelSurface& surface, unsigned x, unsigned y, unsigned count,
@@ -103,7 +114,7 @@ void TexelReader::blockRow(const TexelSurface& surface, unsigned y, float* texel
         const unsigned rows = std::min(kBlockSide, surface.m_tall - y * kBlockSide);
         for (unsigned row = 0; row < rows; ++row) {
             const void* stored = addressOf(*m_provider, surface, 0, y * kBlockSide + row);
-            m_rows->convert(texels + row * pitch, stored, surface.m_wide, RowStores::kCached);
+            convertRow(m_rows, texels + row * pitch, stored, surface.m_wide);
         }
         return;
     }
@@ -124,18 +135,18 @@ void TexelReader::blockRow(const TexelSurface& surface, unsigned y, float* texel
 
 TexelWriter::TexelWriter(ElementProvider* provider, const EncoderConfiguration& configuration)
     : m_provider(provider), m_encoder(encoderFor(*provider, configuration)) {
-    if (RowConversion::canConvert(kFloats, formatOf(&m_encoder))) {
+    m_isPlain = isPlain(m_encoder);
+    if (!m_isPlain && RowConversion::canConvert(kFloats, formatOf(&m_encoder))) {
         m_rows.emplace(TileConversion(plainConfiguration<DecoderConfiguration>(), m_encoder));
     }
     m_kind = kindOf(m_encoder);
-    m_isPlain = isPlain(m_encoder);
     m_isInteger = isInteger(m_encoder);
 }
 
 bool TexelWriter::canWrite(Vex::DataFormat format) { return infoOf(format).encodeBlock != nullptr; }
 
 TexelSurface TexelWriter::open(const SurfaceIndex& index) const {
-    return openSurface(*m_provider, index, m_rows.has_value());
+    return openSurface(*m_provider, index, m_isPlain || m_rows.has_value());
 }
 
 float* TexelWriter::rowInMemory(const TexelSurface& surface, unsigned x, unsigned y) const {
@@ -144,7 +155,7 @@ float* TexelWriter::rowInMemory(const TexelSurface& surface, unsigned x, unsigne
 
 void TexelWriter::putRow(const TexelSurface& surface, unsigned x, unsigned y, unsigned count,
                          const float* texels) const {
-    m_rows->convert(addressOf(*m_provider, surface, x, y), texels, count, RowStores::kCached);
+    convertRow(m_rows, addressOf(*m_provider, surface, x, y), texels, count);
 }
 
 void TexelWriter::putBlock(const TexelSurface& surface, unsigned x, unsigned y, Block* texels) const {

@@ -44,8 +44,9 @@ public:
 private:
     const ElementProvider* m_provider;
     DecoderConfiguration m_decoder;
-    std::optional<RowConversion> m_rows; // none: the elements are no single texels
+    std::optional<RowConversion> m_rows; // none: plain floats, or the elements are no single texels
     TexelKind m_kind;
+    bool m_isPlain;
     bool m_isConverted; // rows in memory are not of that kind themselves
     bool m_isInteger;
 };
