@@ -175,6 +175,8 @@ void DownsampleFloatsJob::halveRowsInMemory(unsigned y, const TexelSurface* sour
     alignas(64) float read[kMostRows][kChunk * 2 * kFloatsPerTexel];
     alignas(64) float made[kChunk * kFloatsPerTexel];
     const unsigned end = std::min((y + 1) * kBlockSide, m_destination.m_tall);
+    const unsigned chunk =
+        m_reader.isStraight() && m_writer.isStraight() ? m_destination.m_wide : kChunk; // without the buffers
     bool isQuick = kernels.m_srgb != nullptr;
     for (unsigned row = y * kBlockSide; row < end; ++row) {
         if (isQuick) {
@@ -185,8 +187,8 @@ void DownsampleFloatsJob::halveRowsInMemory(unsigned y, const TexelSurface* sour
             isQuick = apart <= std::size_t{m_destination.m_wide} * kMostApartInEight * kColours / 8;
             continue;
         }
-        for (unsigned x = 0; x < m_destination.m_wide; x += kChunk) {
-            const unsigned count = std::min(kChunk, m_destination.m_wide - x);
+        for (unsigned x = 0; x < m_destination.m_wide; x += chunk) {
+            const unsigned count = std::min(chunk, m_destination.m_wide - x);
             const void* above[kMostRows] = {};
             for (unsigned i = 0; i < slices * kRowsPerSlice; ++i) {
                 above[i] = m_reader.row(sources[i / kRowsPerSlice], x * 2, row * 2 + i % kRowsPerSlice,

@@ -35,6 +35,8 @@ public:
     TexelSurface open(const SurfaceIndex& index) const;
     // What the rows in memory that row() gives out hold.
     TexelKind kind() const { return m_kind; }
+    // Whether it gives out where they lie, and needs no buffer.
+    bool isStraight() const { return !m_isConverted; }
     // `count` texels of a row in memory: where they lie, or converted into `buffer`.
     const void* row(const TexelSurface& surface, unsigned x, unsigned y, unsigned count, float* buffer) const;
     // All texels of row `y` of blocks, rows `pitch` floats apart. What overhangs the surface is not defined;
@@ -60,7 +62,8 @@ public:
     TexelSurface open(const SurfaceIndex& index) const;
     // What rows in memory hold, but for those of other formats, which are kFloats too.
     TexelKind kind() const { return m_kind; }
-    // Where a row's texels may be written as floats, or null.
+    // Where a row's texels may be written as floats, or null: not null where it is straight.
+    bool isStraight() const { return m_isPlain; }
     float* rowInMemory(const TexelSurface& surface, unsigned x, unsigned y) const;
     void putRow(const TexelSurface& surface, unsigned x, unsigned y, unsigned count,
                 const float* texels) const;
