@@ -111,10 +111,15 @@ void tilePlanes(std::uint8_t* tiled, const std::uint8_t* linear, std::size_t pit
 }
 
 // The swizzle hides the order of planes from the processor, which would wait for each of them, so they are
-// fetched ahead. The place need not be inside the surface, as nothing is read.
-template <unsigned kBytes> void fetchPlane(const std::uint8_t* plane, std::uint64_t ahead) {
+// fetched ahead: in the order of memory, which the processor then goes on with by itself. The place need not
+// be inside the surface, as nothing is read.
+template <unsigned kBytes>
+void fetchPlane(const std::uint8_t* tiled, const MicroTileRow& row, std::uint32_t column) {
     constexpr std::size_t kLine = 64, kPlane = 64 * kBytes;
-    const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(plane) + ahead;
+    MicroTileRow inOrder = row;
+    inOrder.m_swizzle = 0;
+    const std::uintptr_t first =
+        reinterpret_cast<std::uintptr_t>(tiled) + offsetOf(inOrder, column) + row.m_bytesAhead;
     for (std::size_t at = 0; at < kPlane; at += kLine) {
         _mm_prefetch(reinterpret_cast<const char*>(first + at), _MM_HINT_T0);
     }
@@ -130,8 +135,8 @@ void detilePlanes(const std::uint8_t* tiled, std::uint8_t* linear, std::size_t p
         const bool hasRight = done + 1 < columns;
         const std::uint8_t* right = hasRight ? tiled + offsetOf(row, first + done + 1) : left;
         if constexpr (kStreamed) {
-            fetchPlane<kBytes>(left, row.m_bytesAhead);
-            fetchPlane<kBytes>(right, row.m_bytesAhead);
+            fetchPlane<kBytes>(tiled, row, first + done);
+            fetchPlane<kBytes>(tiled, row, first + done + 1);
         }
         for (unsigned pair = 0; pair < 4; ++pair) {
             std::uint8_t* rows = linear + 2 * pair * pitch;

@@ -69,24 +69,29 @@ __m128i cutToHalves(__m256 values, __m256& others) {
     return _mm256_cvtps_ph(_mm256_or_ps(raised, _mm256_and_ps(values, sign)), _MM_FROUND_TO_ZERO);
 }
 
+Simd::Avx2::Int8 sixteenHalves(const float* from, __m256& others) {
+    const __m256i low = _mm256_castsi128_si256(cutToHalves(_mm256_loadu_ps(from), others));
+    return {_mm256_inserti128_si256(low, cutToHalves(_mm256_loadu_ps(from + 8), others), 1)};
+}
+
 template <bool kStreams>
-void floatsToHalves(void* destination, const void* source, std::size_t groups, const RunSettings& settings) {
+void floatsToHalves(void* destination, const void* source, std::size_t groups, const RunSettings&) {
     using Lanes = EightTexels<kStreams>;
+    using V = RunLanes::Values<Lanes>;
     auto* to = static_cast<std::uint8_t*>(destination);
     const auto* from = static_cast<const float*>(source);
-    for (std::size_t group = 0; group < groups; ++group) {
+    const float* const end = from + groups * kTexelsPerGroup * 4;
+    for (; from != end; from += 32, to += 64) {
         __m256 others = _mm256_setzero_ps();
-        for (unsigned i = 0; i < kTexelsPerGroup * 4; i += 16) {
-            const __m128i low = cutToHalves(_mm256_loadu_ps(from + i), others);
-            const __m128i high = cutToHalves(_mm256_loadu_ps(from + i + 8), others);
-            Lanes::write(to + i * 2, {_mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1)});
+        Simd::Avx2::Int8 halves[2] = {sixteenHalves(from, others), sixteenHalves(from + 16, others)};
+        if (_mm256_testz_si256(_mm256_castps_si256(others), _mm256_castps_si256(others)) == 0) {
+            for (unsigned i = 0; i < 2; ++i) {
+                halves[i] = packWords(V::halvesOfFloats(Lanes::loadInts(from + 16 * i)),
+                                      V::halvesOfFloats(Lanes::loadInts(from + 16 * i + 8)));
+            }
         }
-        const __m256i left = _mm256_castps_si256(others);
-        if (_mm256_testz_si256(left, left) == 0) {
-            Kernels<kStreams>::kFloatsToHalves(to, from, 1, settings);
-        }
-        to += kTexelsPerGroup * 8;
-        from += kTexelsPerGroup * 4;
+        Lanes::write(to, halves[0]);
+        Lanes::write(to + 32, halves[1]);
     }
 }
 
