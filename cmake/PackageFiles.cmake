@@ -4,14 +4,15 @@ if(CMAKE_HOST_WIN32)
 endif()
 set(folder ${CPACK_TEMPORARY_DIRECTORY})
 
-# What Debian asks of packages: each says its terms, the tool's also those of the headers that are compiled into it,
-# and manual pages are packed.
+# What Debian asks of packages: each says its terms and its changes, the tool's also the terms of the headers that are
+# compiled into it; changes and manual pages are packed.
 if(CPACK_GENERATOR STREQUAL "DEB")
     foreach(component IN LISTS CPACK_COMPONENTS_ALL)
         string(TOUPPER ${component} upper)
         set(documents ${folder}/${component}/usr/share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
         file(MAKE_DIRECTORY ${documents})
         file(COPY_FILE ${CMAKE_CURRENT_LIST_DIR}/debian-copyright.txt ${documents}/copyright)
+        file(COPY_FILE ${CMAKE_CURRENT_LIST_DIR}/../CHANGELOG.md ${documents}/changelog)
         if(component STREQUAL "tool")
             foreach(headers libcli11-dev nlohmann-json3-dev)
                 if(EXISTS /usr/share/doc/${headers}/copyright)
@@ -20,9 +21,9 @@ if(CPACK_GENERATOR STREQUAL "DEB")
             endforeach()
         endif()
     endforeach()
-    file(GLOB pages ${folder}/*/usr/share/man/man1/*.1)
-    foreach(page IN LISTS pages)
-        execute_process(COMMAND gzip -9nf ${page} COMMAND_ERROR_IS_FATAL ANY)
+    file(GLOB texts ${folder}/*/usr/share/man/man1/*.1 ${folder}/*/usr/share/doc/*/changelog)
+    foreach(text IN LISTS texts)
+        execute_process(COMMAND gzip -9nf ${text} COMMAND_ERROR_IS_FATAL ANY)
     endforeach()
 endif()
 
