@@ -1,4 +1,4 @@
-"""Holds the tool's JSON against docs/json.md, and its manual page and completions against its help.
+"""Holds the tool's JSON against docs/json.md, its manual page and completions against its help, and its warnings.
 
 interface_test.py TOOL SOURCES; run on systems whose shells are those of Debian.
 """
@@ -6,9 +6,11 @@ import json
 import os
 import re
 import shutil
+import struct
 import subprocess
 import sys
 import tempfile
+import zlib
 
 tool, sources = (os.path.abspath(path) for path in sys.argv[1:])
 TYPES = {"text": str, "number": (int, float), "yes or no": bool}
@@ -71,6 +73,44 @@ def check_json(directory):
     return commands
 
 
+def chunk(kind, data, damage=0):
+    return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data) ^ damage)
+
+
+def check_warnings(directory):
+    """A file that is read all the same calls for a warning, which ends no command but with --strict."""
+    os.chdir(directory)
+    for name, damage in (("odd.png", 1), ("plain.png", 0)):
+        with open(name, "wb") as file:
+            file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", 4, 4, 8, 0, 0, 0, 0)) +
+                       chunk(b"tEXt", b"Title\0a", damage) + chunk(b"IDAT", zlib.compress(bytes(4 * 5))) +
+                       chunk(b"IEND", b""))
+    shutil.copy("plain.png", "wrong.tga")
+    with open("strict.json", "w") as file:
+        file.write('{"rules": [{"match": "odd*", "options": {"strict": true}}, {"match": "*"}]}')
+    other = "wrong.tga: its name says TGA, and its first bytes PNG, which it is read as"
+    for name, warning in (("odd.png", "odd.png: tEXt: CRC error"), ("wrong.tga", other), ("plain.png", "")):
+        strictly = 4 if warning else 0
+        for command, result in (("convert", "out.dds"), ("view", "out.png"), ("report", "out.html"), ("extract", "o.bmp")):
+            told = run(command, name, result)
+            check(told == (f"texsmith: warning: {warning}\n" if warning else ""), f"{command} {name} tells {told}")
+            check(run(command, name, result, "--quiet") == "", f"{command} --quiet")
+            os.remove(result)
+            run(command, name, result, "--strict", status=strictly)
+            check(os.path.exists(result) == (not warning), f"{command} {name} --strict wrote, or did not")
+        for call in (["stats", name], ["texel", name, "1", "1"], ["compare", name, "plain.png"]):
+            told = json.loads(run(*call, "--json"))["warnings"]
+            check(told == ([warning] if warning else []), f"{call}: {told}")
+            run(*call, "--strict", status=strictly)
+    told = json.loads(run("convert", "odd.png", "plain.png", ".tga", "-o", "all", "--json"))
+    check(told["warnings"] == ["odd.png: tEXt: CRC error"], f"of several files: {told['warnings']}")
+    run("convert", "odd.png", "plain.png", ".dds", "-o", "all", "--recipe", "strict.json", status=8)
+    run("convert", "plain.png", "wrong.tga", ".dds", "-o", "all", "--recipe", "strict.json")
+    check("odd.png: odd: tEXt" in run("validate", "odd.png"), "validate")
+    run("validate", "--strict", "odd.png", status=1)
+    check("fault: its name says TGA" in run("validate", "wrong.tga", status=1), "validate of a wrong name")
+
+
 def check_completion(script, words, expected):
     line = f'source {script}; COMP_WORDS=(texsmith {words}); COMP_CWORD={len(words.split())}; ' \
            '_texsmith; echo "${COMPREPLY[@]}"'
@@ -106,3 +146,4 @@ def check_descriptions(directory, commands):
 
 with tempfile.TemporaryDirectory() as folder:
     check_descriptions(folder, check_json(folder))
+    check_warnings(folder)

@@ -37,6 +37,7 @@ bool asksForJson(const std::vector<std::string>& arguments) {
 }
 
 void printFailure(const Failure& failure, bool asJson) {
+    std::fflush(stdout); // so that the streams keep their order where they go into one file
     if (asJson) {
         std::fprintf(stderr, "%s\n", errorAsJson(failure).c_str());
     } else if (failure.status() != kExitAnswerIsNo || !isQuiet()) {

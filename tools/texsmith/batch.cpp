@@ -39,16 +39,8 @@ void makeFolderOf(const std::string& destination) {
     const fs::path folder = toPath(destination).parent_path();
     std::error_code error;
     if (!folder.empty() && !fs::create_directories(folder, error) && error) {
-        throw Failure(toName(folder) + ": the folder cannot be made: " + error.message(), kExitUnwritable);
+        throw Failure("the folder cannot be made: " + reasonOf(error), kExitUnwritable, toName(folder));
     }
-}
-
-std::string keyOf(const BatchSettings& settings) {
-    std::string key;
-    for (const std::string& argument : settings.m_arguments) {
-        key += (key.empty() ? "" : " ") + argument;
-    }
-    return key;
 }
 
 // Hands out files in order: so many at once, and each when the memory that it needs is free. One that needs
@@ -80,10 +72,10 @@ public:
         const std::uint64_t m_memory;
     };
 
-    // Null when all files are handed out.
+    // Null when no file is left to hand out.
     std::unique_ptr<Turn> next() {
         std::unique_lock lock(m_mutex);
-        if (m_next >= m_batch.m_files.size()) {
+        if (m_isClosed || m_next >= m_batch.m_files.size()) {
             return nullptr;
         }
         const std::size_t index = m_next++;
@@ -94,16 +86,22 @@ public:
         lock.lock();
         m_isFree.wait(lock, [&] {
             const bool fits = memory <= m_memory && m_used <= m_memory - memory;
-            return m_atWork == 0 || (m_atWork < m_jobs && fits);
+            return m_isClosed || m_atWork == 0 || (m_atWork < m_jobs && fits);
         });
+        if (m_isClosed) {
+            return nullptr;
+        }
         ++m_atWork;
         m_used += memory;
         return std::make_unique<Turn>(this, index, memory);
     }
 
     void handOutNoMore() {
-        const std::scoped_lock lock(m_mutex);
-        m_next = m_batch.m_files.size();
+        {
+            const std::scoped_lock lock(m_mutex);
+            m_isClosed = true;
+        }
+        m_isFree.notify_all();
     }
 
 private:
@@ -122,6 +120,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_isFree;
     std::size_t m_next = 0;
+    bool m_isClosed = false;
     unsigned m_atWork = 0;
     std::uint64_t m_used = 0;
 };
@@ -239,7 +238,7 @@ private:
         }
         const std::optional<std::uint64_t> source =
             m_options.m_updates ? contentHash(file.m_source) : std::nullopt;
-        const UpdateRecord::Making making{source.value_or(0), keyOf(settings)};
+        const UpdateRecord::Making making{source.value_or(0), settings.text()};
         if (source && m_record.isUpToDate(file.m_destination, making)) {
             return BatchOutcome::kUpToDate;
         }
@@ -271,7 +270,7 @@ private:
     std::vector<BatchResult> m_results;
     const unsigned m_jobs; // at once
     Queue m_queue;
-    UpdateRecord m_record;
+    UpdateRecord m_record{UpdateRecord::Access::kWriting};
     ProgressBar* m_bar = nullptr;
     const bool m_tellsLines;
     std::mutex m_lines;

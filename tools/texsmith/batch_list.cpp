@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -68,8 +69,11 @@ Request requestOf(const Options& options) {
     request.m_sources.m_entersFolders = options.has("--recursive");
     request.m_sources.m_outputFolder = options.value("--output");
     request.m_naming.m_folder = options.value("--output");
-    if (options.has("--output") && request.m_naming.m_folder.empty()) {
-        throw UsageFailure("--output names a folder");
+    const std::string& folder = request.m_naming.m_folder;
+    std::error_code error;
+    if (options.has("--output") &&
+        (folder.empty() || (fs::exists(toPath(folder), error) && !fs::is_directory(toPath(folder), error)))) {
+        throw UsageFailure("--output names a folder, and not '" + folder + "'");
     }
     if (options.has("--name")) {
         request.m_naming.m_pattern = options.value("--name");
@@ -97,12 +101,6 @@ bool namesOnePair(const Options& options) {
     return names.size() == 2 && isPlain && !isExtension(names[1]);
 }
 
-// A file in a folder that already is what would be made of it needs no conversion.
-bool isResult(const BatchSource& source, const std::string& destination) {
-    return source.m_isFound &&
-           toPath(source.m_name).lexically_normal() == toPath(destination).lexically_normal();
-}
-
 class BatchMaker {
 public:
     explicit BatchMaker(const Options& options)
@@ -114,9 +112,12 @@ public:
         for (const BatchSource& source : sources.m_files) {
             add(source);
         }
+        dropResults();
         m_batch.m_folders = std::move(sources.m_folders);
         if (m_batch.m_files.empty() && m_batch.m_passedOver.empty()) {
-            throw UsageFailure("there is no file to convert");
+            throw UsageFailure(m_areFound.empty() ? "there is no file to convert"
+                                                  : "all files that were found would be written over "
+                                                    "themselves; -o names another folder");
         }
         return std::move(m_batch);
     }
@@ -136,15 +137,23 @@ private:
             Naming naming = m_request.m_naming;
             naming.m_extension = rule.m_extension.empty() ? naming.m_extension : rule.m_extension;
             naming.m_pattern = rule.m_name.empty() ? naming.m_pattern : rule.m_name;
-            if (!rule.m_isSkipped && naming.m_extension.empty()) {
-                throw UsageFailure(recipe + ": the rule for '" + rule.m_patterns.front() +
-                                   "' has no \"to\", and the command line no extension");
-            }
             if (!rule.m_isSkipped) {
-                checkNaming(naming);
+                checkNamingOf(rule, naming, recipe);
             }
             m_batch.m_settings.push_back(settingsOf(rule.m_arguments, given, m_groups));
             m_namings.push_back(naming);
+        }
+    }
+
+    static void checkNamingOf(const RecipeRule& rule, const Naming& naming, const std::string& recipe) {
+        const std::string place = recipe + ": the rule for '" + rule.m_patterns.front() + "'";
+        if (naming.m_extension.empty()) {
+            throw UsageFailure(place + " has no \"to\", and the command line no extension");
+        }
+        try {
+            checkNaming(naming);
+        } catch (const UsageFailure& failure) {
+            throw UsageFailure(place + ": " + failure.what());
         }
     }
 
@@ -159,10 +168,26 @@ private:
             settings = static_cast<std::size_t>(rule - m_rules.data());
         }
         const std::string destination = destinationOf(source, m_namings[settings]);
-        if (!isResult(source, destination)) {
-            checkConversionOptions(m_batch.m_settings[settings].m_options, destination);
-            m_batch.m_files.push_back({source.m_name, destination, settings});
+        checkConversionOptions(m_batch.m_settings[settings].m_options, destination);
+        m_batch.m_files.push_back({source.m_name, destination, settings});
+        m_areFound.push_back(source.m_isFound);
+    }
+
+    // Of the files that were found in folders: those that others, or they themselves, would be written as.
+    // Where results lie beside their sources, a second run finds them.
+    void dropResults() {
+        const auto keyOf = [](const std::string& name) { return toPath(name).lexically_normal(); };
+        std::set<fs::path> results;
+        for (const BatchFile& file : m_batch.m_files) {
+            results.insert(keyOf(file.m_destination));
         }
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < m_batch.m_files.size(); ++i) {
+            if (!m_areFound[i] || !results.contains(keyOf(m_batch.m_files[i].m_source))) {
+                std::swap(m_batch.m_files[kept++], m_batch.m_files[i]);
+            }
+        }
+        m_batch.m_files.resize(kept);
     }
 
     const Options& m_options;
@@ -170,6 +195,7 @@ private:
     Request m_request;
     std::vector<RecipeRule> m_rules;
     std::vector<Naming> m_namings; // one for each of the settings
+    std::vector<bool> m_areFound;  // of the files, in folders
     Batch m_batch;
 };
 
@@ -179,18 +205,29 @@ Batch pairOf(const Options& options) {
     if (fs::is_directory(toPath(source), error)) {
         throw UsageFailure(source + " is a folder; -r takes the files below it");
     }
-    if (fs::is_directory(toPath(options.names()[1]), error)) {
-        throw UsageFailure(options.names()[1] + " is a folder; -o writes below one");
+    const std::string& destination = options.names()[1];
+    const bool endsLikeFolder = !destination.empty() && nameOffset(destination) == destination.size();
+    if (endsLikeFolder || fs::is_directory(toPath(destination), error)) {
+        throw UsageFailure(destination + " is a folder; '" + source + " .dds -o " + destination +
+                           "' writes below it");
     }
     Batch batch;
     batch.m_settings.push_back(
         {conversionOptionsOf(options), argumentsIn(options, groupsOfTexels(options.command()))});
-    batch.m_files.push_back({source, resolveDestination(source, options.names()[1]), 0});
+    batch.m_files.push_back({source, resolveDestination(source, destination), 0});
     batch.m_isOnePair = true;
     return batch;
 }
 
 } // namespace
+
+std::string BatchSettings::text() const {
+    std::string text;
+    for (const std::string& argument : m_arguments) {
+        text += (text.empty() ? "" : " ") + argument;
+    }
+    return text;
+}
 
 std::vector<std::string> argumentsIn(const Options& options, std::span<const OptionGroup> groups) {
     std::vector<std::string> arguments;

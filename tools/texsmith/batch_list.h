@@ -14,6 +14,8 @@ struct BatchSettings {
     ConversionOptions m_options;
     std::vector<std::string>
         m_arguments; // the same, as they would stand on the command line, in a fixed order
+
+    std::string text() const; // the arguments as one line, for comparing
 };
 
 struct BatchFile {

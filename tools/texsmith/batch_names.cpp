@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "paths.h"
+#include "source_file.h"
 
 #include "qor/texsmith/raw/filetype.h"
 
@@ -99,7 +100,7 @@ void checkNaming(const Naming& naming) {
 
 std::string destinationOf(const BatchSource& source, const Naming& naming) {
     const bool isBeside = naming.m_folder.empty();
-    if (isBeside && source.m_name.find("://") != source.m_name.npos) {
+    if (isBeside && isUrl(source.m_name)) {
         throw UsageFailure(source.m_name + ": what becomes of a URL needs a folder, by -o");
     }
     if (isBeside && !source.m_isFound && extensionOffset(source.m_name) == source.m_name.size()) {

@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "paths.h"
+#include "source_file.h"
 #include "wildcards.h"
 
 #include "qor/texsmith/raw/filetype.h"
@@ -22,8 +23,6 @@ namespace Raw = qor::Texsmith::Raw;
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-bool isUrl(std::string_view name) { return name.find("://") != name.npos; }
-
 bool isHidden(const fs::path& path) { return toName(path.filename()).starts_with('.'); }
 
 bool canBeRead(const fs::path& path) {
@@ -33,7 +32,7 @@ bool canBeRead(const fs::path& path) {
 
 void checkListed(const fs::path& folder, const std::error_code& error) {
     if (error) {
-        throw Failure(toName(folder) + ": the folder cannot be listed: " + error.message(), kExitUnreadable);
+        throw Failure("the folder cannot be listed: " + reasonOf(error), kExitUnreadable, toName(folder));
     }
 }
 
@@ -47,45 +46,58 @@ void sortByName(std::vector<BatchSource>* sources) {
               [](const BatchSource& a, const BatchSource& b) { return a.m_name < b.m_name; });
 }
 
-SourceList filesBelow(const fs::path& folder, const std::string& outputFolder) {
-    std::vector<BatchSource> found;
-    std::vector<std::string> folders = {toName(folder)};
+// Calls use(entry) for all that lies in a folder.
+template <typename Use> void forEachEntry(const fs::path& folder, Use use) {
     std::error_code error;
-    fs::recursive_directory_iterator entry(folder, error);
+    fs::directory_iterator entry(folder, error);
     for (checkListed(folder, error); entry != fs::end(entry); checkListed(folder, error)) {
-        const fs::path& path = entry->path();
-        std::error_code ignored;
-        if (entry->is_directory(ignored)) {
-            if (isHidden(path) || isSameFolder(path, outputFolder)) {
-                entry.disable_recursion_pending();
-            } else {
-                folders.push_back(toName(path));
-            }
-        } else if (!isHidden(path) && entry->is_regular_file(ignored) && canBeRead(path)) {
-            found.push_back({toName(path), toName(path.lexically_relative(folder)), true});
-        }
+        use(*entry);
         entry.increment(error);
     }
+}
+
+// Links to folders are not entered, since they may lead in a circle.
+SourceList filesBelow(const fs::path& top, const std::string& outputFolder) {
+    std::vector<BatchSource> found;
+    std::vector<fs::path> folders = {top}; // grows while it is walked
+    for (std::size_t i = 0; i < folders.size(); ++i) {
+        forEachEntry(fs::path(folders[i]), [&](const fs::directory_entry& entry) {
+            const fs::path& path = entry.path();
+            std::error_code ignored;
+            if (isHidden(path)) {
+                return;
+            }
+            if (entry.is_directory(ignored)) {
+                if (!entry.is_symlink(ignored) && !isSameFolder(path, outputFolder)) {
+                    folders.push_back(path);
+                }
+            } else if (entry.is_regular_file(ignored) && canBeRead(path)) {
+                found.push_back({toName(path), toName(path.lexically_relative(top)), true});
+            }
+        });
+    }
     sortByName(&found);
-    std::sort(folders.begin(), folders.end());
-    return {found, folders};
+    std::vector<std::string> names;
+    std::transform(folders.begin(), folders.end(), std::back_inserter(names), &toName);
+    std::sort(names.begin(), names.end());
+    return {found, names};
 }
 
 // Wildcards stand in the last part of the name. Shells that know them have put names in their place.
 SourceList filesLike(const std::string& pattern) {
     const std::string folder = pattern.substr(0, nameOffset(pattern));
     const std::string_view name = std::string_view(pattern).substr(folder.size());
+    if (hasWildcards(folder)) {
+        throw UsageFailure(pattern + ": wildcards are for names of files, and not for those of folders");
+    }
     std::vector<BatchSource> found;
-    std::error_code error;
-    fs::directory_iterator entry(toPath(folder.empty() ? "." : folder), error);
-    for (checkListed(toPath(folder), error); entry != fs::end(entry); checkListed(toPath(folder), error)) {
-        const std::string file = toName(entry->path().filename());
+    forEachEntry(toPath(folder.empty() ? "." : folder), [&](const fs::directory_entry& entry) {
+        const std::string file = toName(entry.path().filename());
         std::error_code ignored;
-        if (!file.starts_with('.') && entry->is_regular_file(ignored) && matchesPattern(file, name)) {
+        if (!file.starts_with('.') && entry.is_regular_file(ignored) && matchesPattern(file, name)) {
             found.push_back({folder + file, file});
         }
-        entry.increment(error);
-    }
+    });
     if (found.empty()) {
         throw UsageFailure(pattern + ": no file has such a name");
     }
@@ -94,7 +106,7 @@ SourceList filesLike(const std::string& pattern) {
 }
 
 SourceList sourcesNamed(const std::string& name, const SourceRequest& request) {
-    if (name == "-") {
+    if (name == kStandardStream) {
         throw UsageFailure("what the standard input holds needs a DESTINATION with a name");
     }
     std::error_code error;
@@ -117,7 +129,7 @@ std::string placeOfListed(const std::string& name) {
     return leadsOut ? name.substr(nameOffset(name)) : toName(path);
 }
 
-std::vector<BatchSource> readList(std::istream& stream) {
+std::vector<BatchSource> readList(std::istream& stream, const std::string& list) {
     std::vector<BatchSource> sources;
     bool isFirst = true;
     for (std::string line; std::getline(stream, line); isFirst = false) {
@@ -127,6 +139,9 @@ std::vector<BatchSource> readList(std::istream& stream) {
         if (line.ends_with('\r')) {
             line.pop_back();
         }
+        if (line.find('\0') != line.npos) {
+            throw Failure("this is no list of names", kExitDamaged, list);
+        }
         if (!line.empty()) {
             sources.push_back({line, placeOfListed(line)});
         }
@@ -135,13 +150,13 @@ std::vector<BatchSource> readList(std::istream& stream) {
 }
 
 std::vector<BatchSource> sourcesListed(const std::string& list) {
-    if (list == "-") {
-        return readList(std::cin);
+    if (list == kStandardStream) {
+        return readList(std::cin, nameOfSource(list));
     }
     std::ifstream stream(toPath(list), std::ios::binary);
-    std::vector<BatchSource> sources = readList(stream);
+    std::vector<BatchSource> sources = readList(stream, list);
     if (!stream.eof()) {
-        throw Failure(list + ": the list cannot be read", kExitUnreadable);
+        throw Failure("the list cannot be read", kExitUnreadable, list);
     }
     return sources;
 }
@@ -153,7 +168,9 @@ SourceList collectSources(const SourceRequest& request) {
     std::set<fs::path> seen;
     const auto add = [&](const std::vector<BatchSource>& sources) {
         for (const BatchSource& source : sources) {
-            if (seen.insert(toPath(source.m_name).lexically_normal()).second) {
+            std::error_code error;
+            const fs::path path = fs::absolute(toPath(source.m_name), error);
+            if (seen.insert((error ? toPath(source.m_name) : path).lexically_normal()).second) {
                 all.m_files.push_back(source);
             }
         }

@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "near_miss.h"
+#include "paths.h"
 
 #include <algorithm>
 #include <iterator>
@@ -42,7 +43,11 @@ const Command& commandNamed(std::string_view name) {
     if (found != std::end(kCommands)) {
         return **found;
     }
-    std::vector<std::string_view> names;
+    if (isThere(std::string(name))) {
+        throw UsageFailure("no command given in front of '" + std::string(name) +
+                           "'; 'texsmith convert' is one, and texsmith --help tells all");
+    }
+    std::vector<std::string_view> names = {"--help", "--version"};
     for (const Command* command : kCommands) {
         names.push_back(command->m_name);
     }

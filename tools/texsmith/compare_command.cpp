@@ -338,7 +338,7 @@ constexpr Option kOptions[] = {
      .m_example = "0.05"},
 };
 const OptionGroup kGroups[] = {
-    {"What is compared", kSelections}, {"Output", kOptions}, kStandardStreamOptions};
+    {"What is compared", kSelections}, {"Output", kOptions}, kWarningOptions, kStandardStreamOptions};
 
 constexpr Example kExamples[] = {
     {"compare photo.png photo.dds --fail-psnr 38", "errors by channel and mip, as a check for scripts"}};

@@ -205,8 +205,8 @@ void run(const Options& options) {
 
 constexpr Operand kOperands[] = {{.m_name = "SHELL", .m_help = "bash, zsh or fish"}};
 
-constexpr Example kExamples[] = {{"completions bash > ~/.local/share/bash-completion/completions/texsmith",
-                                  "for bash, from its next start on"}};
+constexpr Example kExamples[] = {
+    {"completions bash > texsmith.bash", "for bash, once 'source texsmith.bash' stands in ~/.bashrc"}};
 
 } // namespace
 

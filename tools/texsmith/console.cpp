@@ -16,17 +16,20 @@ constexpr int kStandardOutput = 1, kStandardError = 2;
 
 constexpr Option kOptions[] = {
     {.m_name = "--help", .m_help = "tells how the command is used", .m_letter = 'h'},
-    {.m_name = "--json", .m_help = "tells the result, hints and errors as JSON"},
+    {.m_name = "--json", .m_help = "tells the result, warnings, hints and errors as JSON"},
     {.m_name = "--quiet",
      .m_help = "tells nothing but errors, and no numbers of compare and validate",
      .m_letter = 'q'},
     {.m_name = "--verbose", .m_help = "tells hints and progress also where nobody looks", .m_letter = 'v'},
 };
 
-bool s_isJson = false, s_isQuiet = false, s_isVerbose = false; // set before there are threads
+constexpr Option kStrictOption[] = {{.m_name = "--strict", .m_help = "fails where it would warn of a file"}};
 
-std::mutex s_mutex; // guards the hints
-std::vector<std::string> s_hints;
+// Set before there are threads.
+bool s_isJson = false, s_isQuiet = false, s_isVerbose = false, s_isStrict = false;
+
+std::mutex s_mutex; // guards these
+std::vector<std::string> s_hints, s_warnings;
 
 thread_local const std::string* t_file = nullptr; // that hints of this thread are about
 
@@ -68,18 +71,36 @@ std::string escapeOf(unsigned char byte) {
     }
 }
 
+// False for a text that is there already.
+bool keepNew(std::vector<std::string>* texts, const std::string& text) {
+    const std::scoped_lock lock(s_mutex);
+    const bool isNew = std::find(texts->begin(), texts->end(), text) == texts->end();
+    if (isNew) {
+        texts->push_back(text);
+    }
+    return isNew;
+}
+
+std::vector<std::string> copyOf(const std::vector<std::string>& texts) {
+    const std::scoped_lock lock(s_mutex);
+    return texts;
+}
+
 } // namespace
 
 const OptionGroup kCommonOptions = {"Every command", kOptions};
+constinit const OptionGroup kWarningOptions = {"Warnings", kStrictOption};
 
 void setConsole(const Options& options) {
     s_isJson = options.has("--json");
     s_isQuiet = options.has("--quiet");
     s_isVerbose = options.has("--verbose");
+    s_isStrict = options.has("--strict");
 }
 
 bool isJson() { return s_isJson; }
 bool isQuiet() { return s_isQuiet; }
+bool isStrict() { return s_isStrict; }
 
 bool showsProgress() {
     return !s_isQuiet && !s_isJson && (s_isVerbose || qor::Texsmith::Raw::isTerminal(kStandardError));
@@ -89,22 +110,21 @@ HintsAbout::HintsAbout(const std::string& file) : m_file(file) { t_file = &m_fil
 
 HintsAbout::~HintsAbout() { t_file = nullptr; }
 
+void warn(const std::string& text) {
+    if (keepNew(&s_warnings, text) && !s_isQuiet && !s_isJson) {
+        ProgressBar::printAbove("texsmith: warning: " + escaped(text));
+    }
+}
+
 void hint(const std::string& about) {
     const std::string text = t_file != nullptr ? *t_file + ": " + about : about;
-    const std::scoped_lock lock(s_mutex);
-    if (std::find(s_hints.begin(), s_hints.end(), text) != s_hints.end()) {
-        return;
-    }
-    s_hints.push_back(text);
-    if (showsProgress()) {
+    if (keepNew(&s_hints, text) && showsProgress()) {
         ProgressBar::printAbove("texsmith: hint: " + escaped(text));
     }
 }
 
-std::vector<std::string> hintsGiven() {
-    const std::scoped_lock lock(s_mutex);
-    return s_hints;
-}
+std::vector<std::string> hintsGiven() { return copyOf(s_hints); }
+std::vector<std::string> warningsGiven() { return copyOf(s_warnings); }
 
 std::string escaped(std::string_view text) {
     std::string result;

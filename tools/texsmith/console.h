@@ -9,6 +9,9 @@
 
 namespace Tool {
 
+// --strict, for commands that read files and convert none.
+extern const OptionGroup kWarningOptions;
+
 // From the options of a command, once, before anything else is told.
 void setConsole(const Options& options);
 
@@ -19,6 +22,12 @@ bool isQuiet();
 // Somebody looks: at a terminal, or because of --verbose.
 bool showsProgress();
 
+// What is warned of is a failure.
+bool isStrict();
+
+// One line for the user of what is wrong although the work is done, on the standard error stream. Any thread
+// may call it; a text that was told is not told again.
+void warn(const std::string& text);
 // One line for the user that is no failure, on the standard error stream where somebody looks. Any thread may
 // call it; a text that was told is not told again.
 void hint(const std::string& text);
@@ -35,6 +44,7 @@ private:
 };
 // All that were given.
 std::vector<std::string> hintsGiven();
+std::vector<std::string> warningsGiven();
 
 // On one line, whatever the text holds: control characters and bytes that are not UTF-8 as \n, \t or \x1b.
 std::string escaped(std::string_view text);

@@ -50,8 +50,8 @@ Raw::FileDescription describe(const std::string& file) {
     try {
         Raw::describeFile(&description, &region, file.c_str(), &configuration, 0);
     } catch (const Failure&) { // reading it will tell why
-        forgetReports();
     }
+    forgetReports();
     return description;
 }
 

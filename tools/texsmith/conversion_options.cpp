@@ -25,7 +25,7 @@ constexpr Option kTexelOptions[] = {
      .m_example = "bc7-srgb"},
     {.m_name = "--effort",
      .m_value = "EFFORT",
-     .m_help = "how long compressed blocks are searched for",
+     .m_help = "how long compressed blocks are searched for, normal without it",
      .m_example = "high",
      .m_choices = "fast|normal|high|best"},
     {.m_name = "--quality",
@@ -43,9 +43,10 @@ constexpr Option kTexelOptions[] = {
 
 constexpr Option kShapeOptions[] = {
     {.m_name = "--strict",
-     .m_help =
-         "fails where the destination cannot carry a part of the source: slices, faces, depth, mips, further "
-         "textures, alpha, range or precision; without it a hint names each of them"},
+     .m_help = "fails where it would warn of the source, and where the destination cannot carry a part of "
+               "it: slices, "
+               "faces, depth, mips, further textures, alpha, range or precision; without it a hint names "
+               "each of them"},
     {.m_name = "--resize",
      .m_value = "WxH",
      .m_help =

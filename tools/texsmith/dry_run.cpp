@@ -1,12 +1,15 @@
 #include "dry_run.h"
 
 #include "console.h"
+#include "content_hash.h"
 #include "conversion_estimate.h"
 #include "file_info.h"
 #include "paths.h"
+#include "update_record.h"
 
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 
 namespace Tool {
@@ -40,33 +43,71 @@ std::string shapeText(const ConversionEstimate& estimate) {
     return text + (estimate.m_resultBytes != 0 ? ", about " + sizeText(estimate.m_resultBytes) : "");
 }
 
-const char* stateText(const BatchFile& file, const BatchOptions& options) {
-    if (!isThere(file.m_destination)) {
+// What a run would make of a file.
+enum class Fate { kIsNew, kReplaces, kStays, kIsUpToDate };
+
+class Foresight {
+public:
+    Foresight(const Batch& batch, const BatchOptions& options) : m_batch(batch), m_options(options) {}
+
+    Fate of(const BatchFile& file) {
+        if (!isThere(file.m_destination)) {
+            return Fate::kIsNew;
+        }
+        if (m_options.m_keepsExisting) {
+            return Fate::kStays;
+        }
+        const auto source = m_options.m_updates ? contentHash(file.m_source) : std::nullopt;
+        const bool isUpToDate =
+            source &&
+            m_record.isUpToDate(file.m_destination, {*source, m_batch.m_settings[file.m_settings].text()});
+        return isUpToDate ? Fate::kIsUpToDate : Fate::kReplaces;
+    }
+
+private:
+    const Batch& m_batch;
+    const BatchOptions& m_options;
+    UpdateRecord m_record{UpdateRecord::Access::kReading};
+};
+
+bool isWritten(Fate fate) { return fate == Fate::kIsNew || fate == Fate::kReplaces; }
+
+const char* textOf(Fate fate) {
+    switch (fate) {
+    case Fate::kReplaces:
+        return "; replaces what is there";
+    case Fate::kStays:
+        return "; is there and stays";
+    case Fate::kIsUpToDate:
+        return "; is up to date";
+    default:
         return "";
     }
-    return options.m_keepsExisting ? "; is there and stays" : "; replaces what is there";
 }
 
 } // namespace
 
 void printDryRun(const Batch& batch, const BatchOptions& options) {
     std::uint64_t total = 0;
+    std::size_t written = 0;
+    Foresight foresight(batch, options);
     for (const BatchFile& file : batch.m_files) {
         const ConversionEstimate estimate = estimateOf(file, batch);
-        total += estimate.m_resultBytes;
+        const Fate fate = foresight.of(file);
+        total += isWritten(fate) ? estimate.m_resultBytes : 0;
+        written += isWritten(fate) ? 1 : 0;
         std::printf("%s -> %s: %s%s\n", shownName(file.m_source).c_str(),
-                    shownName(file.m_destination).c_str(), shapeText(estimate).c_str(),
-                    stateText(file, options));
+                    shownName(file.m_destination).c_str(), shapeText(estimate).c_str(), textOf(fate));
     }
     for (const std::string& name : batch.m_passedOver) {
         std::printf("%s: left out by the recipe\n", shownName(name).c_str());
     }
-    std::printf("%zu to write, about %s where the type tells\n", batch.m_files.size(),
-                sizeText(total).c_str());
+    std::printf("%zu to write, about %s where the type tells\n", written, sizeText(total).c_str());
 }
 
 Json dryRunAsJson(const Batch& batch, const BatchOptions& options) {
     Json files = Json::array();
+    Foresight foresight(batch, options);
     for (const BatchFile& file : batch.m_files) {
         const ConversionEstimate estimate = estimateOf(file, batch);
         const bool isKnown = estimate.m_width != 0;
@@ -76,7 +117,7 @@ Json dryRunAsJson(const Batch& batch, const BatchOptions& options) {
                          {"height", isKnown ? Json(estimate.m_height) : Json()},
                          {"mips", isKnown ? Json(estimate.m_mips) : Json()},
                          {"bytes", estimate.m_resultBytes != 0 ? Json(estimate.m_resultBytes) : Json()},
-                         {"replaces", isThere(file.m_destination) && !options.m_keepsExisting}});
+                         {"replaces", foresight.of(file) == Fate::kReplaces}});
     }
     return {{"files", files}, {"leftOut", batch.m_passedOver}};
 }

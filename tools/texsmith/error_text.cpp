@@ -35,6 +35,7 @@ constexpr SystemReason kSystemReasons[] = {
     {std::errc::too_many_symbolic_link_levels, 1921, "its links lead in a circle"},
     {std::errc::not_enough_memory, 8, "there is not enough memory"},
     {std::errc::not_enough_memory, 1455, "there is not enough memory"},
+    {std::errc::protocol_not_supported, 0, "this system reads no URLs"},
     {std::errc::io_error, 1117, "the device reports an error"},
 };
 
@@ -85,8 +86,13 @@ const KnownReport kKnownReports[] = {
     {".*(?:DDS magic|kMagic|dwMagic).*", "it is no DDS file", kExitDamaged},
     {"DDS header's (?:ddspf\\.)?dwSize.* but this one is (.*)\\.",
      "it is no DDS file: its header claims a size of $1 bytes", kExitDamaged},
+    {"The \\w+ file is odd: channels are left out: (.*)\\.", "its further channels are left out: $1",
+     kExitDamaged},
+    {"The \\w+ file is odd: (.*)\\.", "$1", kExitDamaged},
     {"The texels of surface format \\d+ cannot be converted\\..*", "its format cannot be converted",
      kExitUnsupported},
+    {"The \\w+ (?:image|array) (?:is|has) (.*), but a texture (?:is|has) (.*)\\.",
+     "it is too large: it has $1, and a texture $2", kExitOverLimit},
     {"(The .* file cannot be (?:read|written): .*not supported.*)\\.", "$1", kExitUnsupported},
     {"The .* file cannot be written: (.*)\\.", "$1", kExitUnsupported},
 };
@@ -131,6 +137,11 @@ Reason reasonOf(const std::string& report, Raw::Error error, Work work) {
         return {lacksFolder ? "there is no such folder" : reason, ofSystem};
     }
     return {withoutPoint(report), work == Work::kReading ? kExitDamaged : kExitUnwritable};
+}
+
+bool isRemark(const std::string& report) {
+    static const std::regex s_pattern("The \\w+ file is odd: .*");
+    return std::regex_match(report, s_pattern);
 }
 
 bool isAboutWriting(const std::string& report) {

@@ -21,6 +21,9 @@ struct Reason {
 // like do not come through.
 Reason reasonOf(const std::string& report, qor::Texsmith::Raw::Error error, Work work);
 
+// The report tells something of a file that was read all the same.
+bool isRemark(const std::string& report);
+
 // The report is about the file that is written, also while another one is read.
 bool isAboutWriting(const std::string& report);
 

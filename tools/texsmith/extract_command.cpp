@@ -86,19 +86,14 @@ private:
         Configuration configuration;
         configuration.m_readingOptions = m_conversion.m_isLiteral ? Raw::kReadLiterally : Raw::kReadKindly;
         Raw::MemoryMappedImage image;
-        Raw::Error error = Raw::kErrorFailed;
-        try {
-            const int texture = static_cast<int>(m_numbers[kTexture].value_or(0));
-            error = Raw::loadWithResult(&image, m_source->region(), m_source->typeName(), &configuration,
-                                        texture);
+        const int texture = static_cast<int>(m_numbers[kTexture].value_or(0));
+        callLibrary(m_source->name(), [&] {
             m_description = {};
             Raw::describeFile(&m_description, m_source->region(), m_source->typeName(), &configuration,
                               texture);
-        } catch (const Failure&) { // its text is the first report
-        }
-        if (error != Raw::kErrorNone || !firstReport().empty()) {
-            throwFileFailure(m_source->name(), error);
-        }
+            return Raw::loadWithResult(&image, m_source->region(), m_source->typeName(), &configuration,
+                                       texture);
+        });
         const Raw::SurfaceCount count = image.getSurfaceCount();
         forEachNumber(kSlice, count.arrayEntries, [&] {
             forEachNumber(kFace, count.faces, [&] {

@@ -6,6 +6,7 @@
 
 #include "qor/texsmith/raw/error.h"
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -31,13 +32,32 @@ public:
     explicit UsageFailure(const std::string& text) : Failure(text, kExitWrongArguments) {}
 };
 
-// Routes the library's assertions, warnings and errors into one place, which keeps the first text.
+// Routes the library's reports into one place, which keeps them: on this thread, where it has reports of its
+// own, and otherwise for all threads that have none. An error, which a failed assertion is too, is thrown as
+// a Failure. After a warning the call goes on; what it returns says whether it failed.
 void installReportHandlers();
 
-// Empty when nothing was reported since the start, or since forgetReports: on this thread, where it has
-// reports of its own, and otherwise by all threads that have none.
+// Runs calls of the library that work on a file. Where they return an Error, or an error was reported, a
+// Failure is thrown that names the file and the reason; else tellWarnings(file) follows.
+void callLibrary(const std::string& file, const std::function<qor::Texsmith::Raw::Error()>& calls,
+                 Work work = Work::kReading);
+
+// Whether calls that returned this have failed, by it or by an error reported meanwhile.
+bool haveFailed(qor::Texsmith::Raw::Error error);
+// Why calls have failed: the first report that is more than a remark on the file. Empty where there is none.
 std::string firstReport();
 void forgetReports();
+// Keeps a warning of the tool's own until tellWarnings. It is no reason for a failure.
+void keepWarning(const std::string& text);
+// Tells the user of the warnings kept, in the name of the file, and forgets them. With --strict, or
+// `isStrict`, they are a Failure.
+void tellWarnings(const std::string& file, bool isStrict = false);
+
+struct KeptReports {
+    std::vector<std::string> m_texts;
+    std::vector<std::string> m_own; // of the tool
+    bool m_haveError = false;
+};
 
 // While it lives, this thread has reports of its own: for work that stays on it while others do the same. At
 // first there are none.
@@ -49,7 +69,7 @@ public:
     ReportsOfThisThread& operator=(const ReportsOfThisThread&) = delete;
 
 private:
-    std::string m_first;
+    KeptReports m_own;
 };
 
 // While it lives, reports of all threads are gathered, and the calls that make them go on. One at a time.
@@ -60,13 +80,15 @@ public:
     CollectedReports(const CollectedReports&) = delete;
     CollectedReports& operator=(const CollectedReports&) = delete;
 
-    std::vector<std::string> taken() const;
+    bool haveAny() const;
+    // Those that came since the last call.
+    std::vector<std::string> take();
 
 private:
     std::vector<std::string> m_reports;
 };
 
-// Throws a Failure that names the file and the reason: the first report, else what `error` means.
+// Throws a Failure that names the file and the reason: firstReport(), else what `error` means.
 [[noreturn]] void throwFileFailure(const std::string& file, qor::Texsmith::Raw::Error error,
                                    Work work = Work::kReading);
 

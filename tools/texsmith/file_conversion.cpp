@@ -44,6 +44,9 @@ void checkIsWritten(const std::string& source, const std::string& destination, c
             return;
         }
     }
+    if (extensionOffset(destination) == destination.size()) {
+        throw UsageFailure(shown + ": its name has no extension, such as .dds, that tells the type");
+    }
     throw Failure("this build writes no files of that type; see texsmith version", kExitUnsupported, shown);
 }
 
@@ -78,18 +81,18 @@ void convertInto(Raw::ResizableMemoryRegion* to, const NamedRegion& source, cons
     Raw::Error error = Raw::kErrorFailed;
     try {
         error = convertRegions(source.m_region, source.m_typeName, to, destination, options, &configuration);
-    } catch (const Failure& failure) { // whose text is the first report, where there is one
-        if (firstReport().empty()) {
+    } catch (const Failure& failure) {
+        if (!haveFailed(Raw::kErrorNone)) { // it is none of the library's
             throwFileFailure(source.m_name, failure);
         }
     }
-    const std::string report = firstReport();
-    if (!report.empty() && isAboutWriting(report)) {
+    if (haveFailed(error) && isAboutWriting(firstReport())) {
         throwFileFailure(destination, error, Work::kWriting);
     }
-    if (error != Raw::kErrorNone || !report.empty()) {
+    if (haveFailed(error)) {
         throwFileFailure(source.m_name, error);
     }
+    tellWarnings(source.m_name, options.m_isStrict);
 }
 
 void writeConverted(const NamedRegion& source, const std::string& destination, const std::string& replaced,
@@ -160,14 +163,7 @@ void convertImage(const Raw::MemoryMappedImage& image, const std::string& source
     checkConversionOptions(options, destination);
     Configuration configuration;
     Raw::MappedMemory file;
-    Raw::Error error = Raw::kErrorFailed;
-    try {
-        error = Raw::convertToVxf(&image, &file, &configuration);
-    } catch (const Failure&) { // its text is the first report
-    }
-    if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(source, error);
-    }
+    callLibrary(source, [&] { return Raw::convertToVxf(&image, &file, &configuration); });
     writeConverted({&file, kVxfName, source}, destination, followLinks(destination), options, {});
 }
 
@@ -180,18 +176,11 @@ void convertIntoVxf(Raw::ResizableMemoryRegion* destination, const std::string& 
 void writeFile(const std::string& destination,
                const std::function<Raw::Error(Raw::ResizableMemoryRegion*)>& use, const FileWork& work) {
     ReplacementFile file(followLinks(destination), work.m_force);
-    Raw::Error error = Raw::kErrorFailed;
-    try {
+    const auto write = [&] {
         Raw::MemoryMappedFile to(file.name().c_str(), Raw::kPermissionsReadWrite, Raw::g_mallocAllocator);
-        error = use(&to);
-    } catch (const Failure&) { // its text is the first report
-        if (firstReport().empty()) {
-            throw;
-        }
-    }
-    if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(destination, error, Work::kWriting);
-    }
+        return use(&to);
+    };
+    callLibrary(destination, write, Work::kWriting);
     file.takePlace();
 }
 

@@ -29,11 +29,10 @@ std::string tileModeName(Vex::TileMode mode) {
 
 void readVxf(FileInfo* info, SourceFile* file) {
     Raw::VxfManipulator manipulator;
-    try {
+    callLibrary(file->name(), [&] {
         manipulator.readFrom(file->region());
-    } catch (const Failure&) { // its text is the first report
-        throwFileFailure(file->name(), Raw::kErrorFailed);
-    }
+        return Raw::kErrorNone;
+    });
     for (int index = 0; index < manipulator.getNumberOfTextures(); ++index) {
         const Vex::Texture* texture = manipulator.getTextureInFile(index);
         if (texture == nullptr) {
@@ -55,15 +54,11 @@ void loadImage(FileInfo* info, SourceFile* file) {
     configuration.m_readingOptions = Raw::kReadKindly; // as convert does
     Raw::MappedMemory memory;
     Raw::ReallocatableImage image(&memory);
-    Raw::Error error = Raw::kErrorFailed;
-    try {
-        error = Raw::loadWithResult(&image, file->region(), file->typeName(), &configuration, 0);
-    } catch (const Failure&) { // its text is the first report
-    }
-    if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(file->name(), error);
-    }
+    callLibrary(file->name(), [&] {
+        return Raw::loadWithResult(&image, file->region(), file->typeName(), &configuration, 0);
+    });
     info->m_textures.push_back({*image.getVexTexture(), kNoTileMode, image.getBytesTotal()});
+    info->m_isCut = false;
 }
 
 Vex::Texture textureOf(const Raw::FileDescription& description) {
@@ -84,19 +79,25 @@ const char* meaningOf(Raw::FileTransfer transfer) {
     return transfer < std::size(kMeanings) ? kMeanings[transfer] : "";
 }
 
+bool fitsTexture(const Raw::FileDescription& file) {
+    const auto isSide = [](unsigned length) { return length >= 1 && length <= Vex::kMaxTextureSize; };
+    const auto isCount = [](unsigned count) { return count >= 1 && count <= Vex::kMaxTextureSlices; };
+    return isSide(file.m_width) && isSide(file.m_height) && isCount(file.m_depth) &&
+           isCount(file.m_arrayEntries) && file.m_format.m_word != 0;
+}
+
 // By its headers alone, as far as they go.
 void readHeaders(FileInfo* info, SourceFile* file) {
     Configuration configuration;
     configuration.m_readingOptions = Raw::kReadKindly;
     Raw::FileDescription description;
-    try {
+    callLibrary(file->name(), [&] {
         const Raw::Error error =
             Raw::describeFile(&description, file->region(), file->typeName(), &configuration, 0);
-        info->m_isCut = error != Raw::kErrorNone;
-    } catch (const Failure&) { // its text is the first report
-        throwFileFailure(file->name(), Raw::kErrorFailed);
-    }
-    if (description.m_width == 0 || description.m_height == 0) {
+        info->m_isCut = error != Raw::kErrorNone; // which is no failure
+        return Raw::kErrorNone;
+    });
+    if (!fitsTexture(description)) { // whose reader tells why
         loadImage(info, file);
         return;
     }
@@ -105,22 +106,22 @@ void readHeaders(FileInfo* info, SourceFile* file) {
     info->m_transferSource = description.m_transferSource;
 }
 
-std::string typeName(Raw::FileType type) {
-    return {static_cast<char>(type >> 8), static_cast<char>(type >> 16), static_cast<char>(type >> 24)};
-}
-
 } // namespace
 
 std::string formatName(Vex::DataFormat format) {
+    std::string withoutAlpha; // pictures without alpha have formats that have no name of their own
     for (int index = 0; index < Raw::getNamedDataFormatCount(); ++index) {
         const Raw::NamedDataFormat named = Raw::getNamedDataFormat(index);
         if (named.m_dataFormat == format) {
             return named.m_name;
         }
+        if (withoutAlpha.empty() && named.m_dataFormat.withChannel(3, Vex::kTextureChannel1) == format) {
+            withoutAlpha = std::string(named.m_name) + " without alpha";
+        }
     }
     char text[16];
     std::snprintf(text, sizeof text, "0x%06x", format.m_word);
-    return text;
+    return withoutAlpha.empty() ? text : withoutAlpha;
 }
 
 FileInfo readFileInfo(const std::string& name, const std::string& wantedType) {
@@ -134,7 +135,7 @@ FileInfo readFileInfo(const std::string& name, const std::string& wantedType) {
     }
     FileInfo info;
     info.m_name = file.name();
-    info.m_type = typeName(type);
+    info.m_type = typeText(type);
     info.m_bytes = file.region()->length();
     if (type == Raw::makeFileType(".VXF")) {
         readVxf(&info, &file);

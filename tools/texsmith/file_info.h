@@ -34,7 +34,8 @@ struct FileInfo {
 // tell its size.
 FileInfo readFileInfo(const std::string& name, const std::string& type);
 
-// The first name of the format, or its word in hexadecimal.
+// The first name of the format; "R8G8B8A8Unorm without alpha" for one without a name that differs by that
+// alone; else its word in hexadecimal.
 std::string formatName(qor::Vex::DataFormat format);
 
 } // namespace Tool

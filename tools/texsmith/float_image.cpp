@@ -17,16 +17,11 @@ Raw::FileTransfer loadFile(Raw::MemoryMappedImage* image, const std::string& nam
     SourceFile file(name, type);
     Configuration configuration;
     configuration.m_readingOptions = Raw::kReadKindly; // as convert does
-    Raw::Error error = Raw::kErrorFailed;
     Raw::FileDescription description;
-    try {
-        error = Raw::loadWithResult(image, file.region(), file.typeName(), &configuration, 0);
+    callLibrary(file.name(), [&] {
         Raw::describeFile(&description, file.region(), file.typeName(), &configuration, 0);
-    } catch (const Failure&) { // its text is the first report
-    }
-    if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(file.name(), error);
-    }
+        return Raw::loadWithResult(image, file.region(), file.typeName(), &configuration, 0);
+    });
     return description.m_transfer;
 }
 
@@ -40,15 +35,15 @@ void convertToFloats(Raw::MemoryMappedImage* floats, const Raw::MemoryMappedImag
     texture.setMipLevelRange(0, mips - 1);
     texture = Raw::changeDataFormat(texture, format);
     floats->reallocate(&texture);
-    Raw::Error error = Raw::kErrorNone;
-    forEachSurface(*floats, [&](const Raw::SurfaceIndex& index) { // the image may have more mips
-        const Raw::AsSurfaceElementProvider from(&image, &index);
-        Raw::AsSurfaceElementProvider to(floats, &index);
-        error = error == Raw::kErrorNone ? Raw::reformat(&from, &to, &configuration) : error;
+    callLibrary(name, [&] {
+        Raw::Error error = Raw::kErrorNone;
+        forEachSurface(*floats, [&](const Raw::SurfaceIndex& index) { // the image may have more mips
+            const Raw::AsSurfaceElementProvider from(&image, &index);
+            Raw::AsSurfaceElementProvider to(floats, &index);
+            error = error == Raw::kErrorNone ? Raw::reformat(&from, &to, &configuration) : error;
+        });
+        return error;
     });
-    if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(name, error);
-    }
 }
 
 const float* texelOf(const Raw::ElementRows& rows, unsigned x, unsigned y) {

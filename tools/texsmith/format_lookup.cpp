@@ -104,17 +104,18 @@ std::optional<Vex::DataFormat> formatNamed(const std::string& name) {
 
 // What the library reports of a text that is no format would tell the user nothing.
 std::optional<Vex::DataFormat> formatInJson(const std::string& text) {
+    std::optional<Vex::DataFormat> found;
     try {
         Configuration configuration;
         Vex::DataFormat format = {};
         const bool isOne = text.find('{') != text.npos &&
                            Raw::makeDataFormat(&format, text.c_str(), &configuration) == 0 &&
                            format.getSurfaceFormat() < Vex::kSurfaceFormatCount;
-        return isOne ? std::optional(format) : std::nullopt;
+        found = isOne ? std::optional(format) : std::nullopt;
     } catch (const Failure&) {
-        forgetReports(); // this text's alone, as nothing was at work before
-        return {};
     }
+    forgetReports(); // this text's alone, as nothing was at work before
+    return found;
 }
 
 std::vector<std::string_view> allNames() {

@@ -105,7 +105,7 @@ void run(const Options& options) {
 
 constexpr Operand kOperands[] = {{.m_name = "FILE", .m_help = "a picture or texture"}};
 
-const OptionGroup kGroups[] = {kStandardStreamOptions};
+const OptionGroup kGroups[] = {kWarningOptions, kStandardStreamOptions};
 
 constexpr Example kExamples[] = {{"info rock.vxf", "size, format, mips and chunks of a texture"}};
 

@@ -34,6 +34,7 @@ std::string textOf(const Json& json, const std::string& indent = "\n") {
 void printJson(const Command& command, const Json& result) {
     Json whole = {{"schema", kJsonSchema}, {"command", command.m_name}};
     whole.update(result);
+    whole["warnings"] = warningsGiven();
     whole["hints"] = hintsGiven();
     std::puts(textOf(whole).c_str());
 }
@@ -46,7 +47,8 @@ std::string errorAsJson(const Failure& failure) {
                   {"kind", status != std::end(kExitStatusTexts) ? status->m_name : ""},
                   {"message", failure.what()}};
     error["file"] = failure.file().empty() ? Json() : Json(failure.file());
-    return textOf({{"schema", kJsonSchema}, {"error", error}, {"hints", hintsGiven()}});
+    return textOf(
+        {{"schema", kJsonSchema}, {"error", error}, {"warnings", warningsGiven()}, {"hints", hintsGiven()}});
 }
 
 } // namespace Tool

@@ -16,7 +16,7 @@ using Json = nlohmann::ordered_json;
 inline constexpr int kJsonSchema = 1;
 
 // Prints the result of a command, an object, behind the entries "schema" and "command" and in front of
-// "hints". Bytes that are not UTF-8 become U+FFFD; numbers that are not finite are null.
+// "warnings" and "hints". Bytes that are not UTF-8 become U+FFFD; numbers that are not finite are null.
 void printJson(const Command& command, const Json& result);
 
 // The same for what ended a command, with no line feed behind it.

@@ -13,7 +13,7 @@ using namespace qor::Texsmith;
 namespace {
 
 void check(Raw::Error error) {
-    if (error != Raw::kErrorNone || !firstReport().empty()) {
+    if (haveFailed(error)) {
         throw Failure("the statistics failed: " + firstReport());
     }
 }

@@ -116,15 +116,10 @@ void Picture::save(const std::string& name) const {
 
 void savePicture(const Raw::Image& image, const std::string& name) {
     Configuration configuration;
-    Raw::Error error = Raw::kErrorFailed;
     ReplacementFile file(followLinks(name));
-    try {
-        error = Raw::saveWithResult(&image, file.name().c_str(), &configuration);
-    } catch (const Failure&) { // its text is the first report
-    }
-    if (error != Raw::kErrorNone || !firstReport().empty()) {
-        throwFileFailure(name, error, Work::kWriting);
-    }
+    callLibrary(
+        name, [&] { return Raw::saveWithResult(&image, file.name().c_str(), &configuration); },
+        Work::kWriting);
     file.takePlace();
 }
 

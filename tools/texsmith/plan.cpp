@@ -4,6 +4,7 @@
 #include "json_output.h"
 #include "paths.h"
 #include "replacement_file.h"
+#include "source_file.h"
 
 #include "qor/texsmith/version.h"
 
@@ -193,6 +194,16 @@ std::string jsonLines(const Batch& batch, const Options& options) {
     return text;
 }
 
+// The standard streams are gone when a plan is run, and Ninja knows files alone.
+void refuseOutsideOfPlans(const BatchFile& file, bool isNinja) {
+    if (file.m_source == kStandardStream || file.m_destination == kStandardStream) {
+        throw UsageFailure("a plan is for files, and not for the standard input or output");
+    }
+    if (isNinja && isUrl(file.m_source)) {
+        throw UsageFailure(file.m_source + ": a Ninja file is for files, and not for URLs");
+    }
+}
+
 // A Ninja file that somebody wrote by hand, or that builds something else, is not lost.
 void refuseForeignFile(const std::string& name) {
     std::error_code error;
@@ -200,20 +211,9 @@ void refuseForeignFile(const std::string& name) {
     std::ifstream stream(toPath(name), std::ios::binary);
     stream.read(start.data(), static_cast<std::streamsize>(start.size()));
     if (fs::exists(toPath(name), error) && start != kMadeBy) {
-        throw Failure(name + ": this file was not made by texsmith, and stays; --plan-file names another",
-                      kExitUnwritable);
+        throw Failure("this file was not made by texsmith, and stays; --plan-file names another",
+                      kExitUnwritable, name);
     }
-}
-
-void writeFile(const std::string& name, const std::string& text) {
-    ReplacementFile file(followLinks(name));
-    std::ofstream stream(toPath(file.name()), std::ios::binary);
-    stream << text << std::flush;
-    stream.close();
-    if (!stream) {
-        throw Failure(name + ": the plan cannot be written", kExitUnwritable);
-    }
-    file.takePlace();
 }
 
 } // namespace
@@ -232,6 +232,9 @@ void rememberProgram(const char* name) {
 
 void writePlan(const Batch& batch, const BatchOptions& plan, const Options& options) {
     const bool isNinja = plan.m_plan == PlanFormat::kNinja;
+    for (const BatchFile& file : batch.m_files) {
+        refuseOutsideOfPlans(file, isNinja);
+    }
     const std::string text = isNinja ? ninjaFile(batch, plan, options) : jsonLines(batch, options);
     if (plan.m_planFile == "-") {
         std::fputs(text.c_str(), stdout);
@@ -240,7 +243,7 @@ void writePlan(const Batch& batch, const BatchOptions& plan, const Options& opti
     if (isNinja) {
         refuseForeignFile(plan.m_planFile);
     }
-    writeFile(plan.m_planFile, text);
+    replaceFile(plan.m_planFile, text);
 }
 
 } // namespace Tool

@@ -9,9 +9,11 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string_view>
+#include <system_error>
 
 namespace Tool {
 namespace {
@@ -23,10 +25,14 @@ constexpr std::string_view kRuleKeys[] = {"match", "to", "name", "options", "ski
 constexpr std::string_view kSchema = "1";
 
 std::string readWhole(const std::string& file) {
+    std::error_code error;
+    if (std::filesystem::is_directory(toPath(file), error)) {
+        throw Failure("it is a folder, and no recipe", kExitUnreadable, file);
+    }
     std::ifstream stream(toPath(file), std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(stream), {}};
     if (!stream.good()) {
-        throw Failure(file + ": the recipe cannot be read", kExitUnreadable);
+        throw Failure("the recipe cannot be read", kExitUnreadable, file);
     }
     return text;
 }

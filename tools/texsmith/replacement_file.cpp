@@ -155,4 +155,15 @@ void ReplacementFile::removeAllAtTheEnd(volatile unsigned* abort) {
     }
 }
 
+void replaceFile(const std::string& name, const std::string& bytes) {
+    ReplacementFile file(followLinks(name));
+    std::ofstream stream(toPath(file.name()), std::ios::binary | std::ios::trunc);
+    stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    stream.close();
+    if (!stream) {
+        throwUnwritable(name, "it cannot be written");
+    }
+    file.takePlace();
+}
+
 } // namespace Tool

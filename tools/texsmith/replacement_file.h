@@ -37,4 +37,8 @@ private:
     std::optional<qor::Texsmith::Raw::ReplacementFile> m_file;
 };
 
+// A file of these bytes in place of the one that is called `name`, or that a link of that name leads to.
+// Throws Failure.
+void replaceFile(const std::string& name, const std::string& bytes);
+
 } // namespace Tool

@@ -17,7 +17,6 @@
 #include <algorithm>
 #include <bit>
 #include <cctype>
-#include <fstream>
 #include <span>
 #include <string>
 #include <vector>
@@ -151,17 +150,6 @@ void checkDestination(const std::string& destination, std::span<const std::strin
     }
 }
 
-void write(const std::string& destination, const std::string& page) {
-    ReplacementFile file(followLinks(destination));
-    std::ofstream stream(toPath(file.name()), std::ios::binary | std::ios::trunc);
-    stream.write(page.data(), static_cast<std::streamsize>(page.size()));
-    stream.close();
-    if (!stream) {
-        throw Failure("it cannot be written", kExitUnwritable, destination);
-    }
-    file.takePlace();
-}
-
 Json describe(const Report& report, std::span<const std::string> sources, const std::string& destination,
               std::size_t bytes) {
     Json files = Json::array();
@@ -194,7 +182,7 @@ void run(const Options& options) {
     }
     addFirstMips(&report);
     const std::string page = makePage(report.m_data, report.m_texels);
-    write(destination, page);
+    replaceFile(destination, page);
     if (isJson()) {
         printJson(kReportCommand, describe(report, sources, destination, page.size()));
     }
@@ -220,7 +208,7 @@ constexpr Option kOptions[] = {
                "largest mips first",
      .m_example = "200"},
 };
-constexpr OptionGroup kGroups[] = {{"Output", kOptions}};
+const OptionGroup kGroups[] = {{"Output", kOptions}, kWarningOptions};
 
 constexpr Example kExamples[] = {
     {"report rock.vxf rock.html", "a page with the texels, their histograms and all that info tells"},

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 #include <system_error>
 
 namespace Tool {
@@ -31,8 +32,6 @@ constexpr Option kOptions[] = {
      .m_example = "png"},
 };
 
-bool isUrl(const std::string& name) { return name.find("://") != name.npos; }
-
 // What the library would report in the words of the system.
 void checkReadable(const std::string& name) {
     const auto fail = [&name](const std::string& reason) { throw Failure(reason, kExitUnreadable, name); };
@@ -45,7 +44,10 @@ void checkReadable(const std::string& name) {
     if (fs::is_directory(status)) {
         fail("it is a folder");
     }
-    if (fs::is_regular_file(status) && fs::file_size(path, error) == 0 && !error) {
+    if (!fs::is_regular_file(status)) {
+        fail("it is a device or a pipe, and only files are read; - is the standard input");
+    }
+    if (fs::file_size(path, error) == 0 && !error) {
         throw Failure("it is empty", kExitDamaged, name);
     }
     errno = 0;
@@ -55,6 +57,8 @@ void checkReadable(const std::string& name) {
 }
 
 } // namespace
+
+bool isUrl(std::string_view name) { return name.find("://") != name.npos; }
 
 const OptionGroup kStandardStreamOptions = {"Standard input and output", kOptions};
 
@@ -66,12 +70,17 @@ std::string extensionOfType(const std::string& type) {
     return extension;
 }
 
+std::string typeText(Raw::FileType type) {
+    return {static_cast<char>(type >> 8), static_cast<char>(type >> 16), static_cast<char>(type >> 24)};
+}
+
 std::string nameOfSource(const std::string& name) {
     return name == kStandardStream ? "standard input" : name;
 }
 
 SourceFile::SourceFile(const std::string& name, const std::string& type)
-    : m_name(nameOfSource(name)), m_typeName(name == kStandardStream ? extensionOfType(type) : name) {
+    : m_name(nameOfSource(name)), m_typeName(name == kStandardStream ? extensionOfType(type) : name),
+      m_namedType(Raw::getFileTypeFromExtension(m_typeName.c_str())) {
     if (name == kStandardStream) {
         readStandardInput();
         return;
@@ -89,9 +98,24 @@ SourceFile::SourceFile(const std::string& name, const std::string& type)
         throw Failure("it cannot be opened", kExitUnreadable, name); // where reports are gathered
     }
     m_region = m_file.get();
+    believeFirstBytes();
 }
 
 SourceFile::~SourceFile() = default;
+
+// Pictures are renamed more often than they are converted.
+void SourceFile::believeFirstBytes() {
+    constexpr Raw::FileType kTextWithMark = Raw::makeFileType(".BOM");
+    if (m_namedType == 0 || m_region->length() < kLongestMagic) {
+        return;
+    }
+    const Raw::FileType held = Raw::getFileTypeFromContents(m_region, Raw::kReadKindly);
+    if (held != 0 && held != kTextWithMark && held != m_namedType) {
+        m_typeName = "." + typeText(held);
+        keepWarning("its name says " + typeText(m_namedType) + ", and its first bytes " + typeText(held) +
+                    ", which it is read as");
+    }
+}
 
 void SourceFile::readStandardInput() {
     Raw::setBinaryMode(kStandardInputNumber);

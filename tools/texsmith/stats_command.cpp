@@ -80,7 +80,7 @@ constexpr Option kOptions[] = {{.m_name = "--plot",
                                 .m_value = "PICTURE",
                                 .m_help = "draws the histogram as a .bmp, .jpg, .png or .tga file",
                                 .m_example = "histogram.png"}};
-const OptionGroup kGroups[] = {{"Output", kOptions}, kStandardStreamOptions};
+const OptionGroup kGroups[] = {{"Output", kOptions}, kWarningOptions, kStandardStreamOptions};
 
 constexpr Example kExamples[] = {
     {"stats photo.png --plot histogram.png", "numbers on the terminal, and the histogram as a picture"}};

@@ -83,7 +83,11 @@ void run(const Options& options) {
     Raw::Properties properties;
     image.getTexel(&surface, &properties, x, y);
     if (properties.getCount() == 0) {
-        throw Failure("there is no such texel", kExitWrongArguments, name);
+        const unsigned mip = std::min(surface.mip, image.getSurfaceCount().mips - 1);
+        throw Failure("there is no such texel; mip " + std::to_string(mip) + " has " +
+                          std::to_string(image.getPixelsWide(mip)) + " x " +
+                          std::to_string(image.getPixelsTall(mip)),
+                      kExitWrongArguments, name);
     }
     print(name, properties);
 }
@@ -98,7 +102,7 @@ constexpr Option kOptions[] = {
     {.m_name = "--face", .m_value = "N", .m_help = "on that face of a cube, from 0 to 5", .m_example = "5"},
     {.m_name = "--depth", .m_value = "N", .m_help = "in that slice of a volume", .m_example = "3"},
 };
-const OptionGroup kGroups[] = {{"Where", kOptions}, kStandardStreamOptions};
+const OptionGroup kGroups[] = {{"Where", kOptions}, kWarningOptions, kStandardStreamOptions};
 
 constexpr Example kExamples[] = {{"texel rock.dds 16 9 --mip 2", "one texel of the third largest mip"}};
 

@@ -24,6 +24,7 @@ namespace {
 using namespace qor;
 using namespace qor::Texsmith;
 
+constexpr char kTexture[] = "the texture"; // for what is wrong with its description
 constexpr unsigned kMostSlices = 8192, kMostDepth = 8192, kMostMips = 16;
 
 // What the raw bytes hold.
@@ -60,20 +61,16 @@ class TiledTexels {
 public:
     explicit TiledTexels(const Raw::MemoryMappedImage& image) {
         Configuration configuration;
-        Raw::Error error = Raw::kErrorFailed;
-        try {
-            error = Raw::convertToVxf(&image, &m_file, &configuration);
+        callLibrary(kTexture, [&] {
+            const Raw::Error error = Raw::convertToVxf(&image, &m_file, &configuration);
             m_manipulator.readFrom(&m_file);
-        } catch (const Failure&) { // its text is the first report
-        }
-        if (error != Raw::kErrorNone || !firstReport().empty()) {
-            throwFileFailure("the texture", error);
-        }
+            return error;
+        });
     }
     MemoryRegion texels() const { return m_manipulator.getTexelsInFile(0); }
     void readInto(Raw::MemoryMappedImage* image) {
         Configuration configuration;
-        Raw::convertFromVxf(&m_file, image, &configuration);
+        callLibrary(kTexture, [&] { return Raw::convertFromVxf(&m_file, image, &configuration); });
     }
 
 private:

@@ -61,7 +61,7 @@ UpdateRecord::Folder& UpdateRecord::folderOf(const std::string& destination) {
             }
         }
         stream.close();
-        if (lines > kMostLines * (folder.size() + 1)) {
+        if (m_access == Access::kWriting && lines > kMostLines * (folder.size() + 1)) {
             writeAnew(name + kFileName, folder);
         }
     }

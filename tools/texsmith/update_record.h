@@ -15,6 +15,9 @@ namespace Tool {
 // Any thread may call.
 class UpdateRecord {
 public:
+    enum class Access { kReading, kWriting };
+    explicit UpdateRecord(Access access) : m_access(access) {}
+
     // What a result depends on; the version of the tool is added.
     struct Making {
         std::uint64_t m_source; // by contentHash
@@ -36,6 +39,7 @@ private:
     Folder& folderOf(const std::string& destination);
     static void writeAnew(const std::string& record, const Folder& folder);
 
+    const Access m_access;
     std::mutex m_mutex;
     std::map<std::string, Folder> m_folders;
 };

@@ -34,7 +34,7 @@ struct Finding {
 class Findings {
 public:
     void fault(const std::string& text) { add({true, text}); }
-    void oddity(const std::string& text) { add({false, text}); }
+    void oddity(const std::string& text) { add({isStrict(), text}); }
     const std::vector<Finding>& all() const { return m_findings; }
     bool hasFaults() const {
         return std::any_of(m_findings.begin(), m_findings.end(),
@@ -53,13 +53,9 @@ private:
     std::vector<Finding> m_findings;
 };
 
-std::string typeText(Raw::FileType type) {
-    return {static_cast<char>(type >> 8), static_cast<char>(type >> 16), static_cast<char>(type >> 24)};
-}
-
 // What the name promises, and what the first bytes say.
 void findType(Findings* findings, SourceFile* file) {
-    const Raw::FileType named = Raw::getFileTypeFromExtension(file->typeName());
+    const Raw::FileType named = file->namedType();
     const Raw::FileType held =
         file->region()->length() >= 5 ? Raw::getFileTypeFromContents(file->region()) : Raw::FileType{};
     if (named == 0 && held == 0) {
@@ -101,20 +97,31 @@ void findInImage(Findings* findings, const Raw::Image& image, const std::string&
     }
 }
 
+// Of calls that have failed each report is a fault; of others they are warnings.
+void addReports(Findings* findings, CollectedReports* reports, bool haveFailed) {
+    for (const std::string& report : reports->take()) {
+        const std::string text = reasonOf(report, Raw::kErrorFailed, Work::kReading).m_text;
+        haveFailed && !isRemark(report) ? findings->fault(text) : findings->oddity(text);
+    }
+}
+
 // Every texture of a .vxf file, and the one image of others.
-void findInTextures(Findings* findings, SourceFile* file, const CollectedReports& reports) {
+void findInTextures(Findings* findings, SourceFile* file, CollectedReports* reports) {
     Configuration configuration;
     const bool isVxf = Raw::getFileTypeFromExtension(file->typeName()) == Raw::makeFileType(".VXF");
     const int count = isVxf ? Raw::vxfGetNumberOfTextures(file->region(), &configuration) : 1;
+    addReports(findings, reports, true);
     for (int index = 0; index < count; ++index) {
         Raw::MemoryMappedImage image;
         const std::string which = count > 1 ? "texture " + std::to_string(index) + ": " : "";
         const Raw::Error error =
             Raw::loadWithResult(&image, file->region(), file->typeName(), &configuration, index);
+        const bool isTold = reports->haveAny();
+        addReports(findings, reports, error != Raw::kErrorNone);
         if (image.getBytesTotal() != 0) {
             findInImage(findings, image, which);
         }
-        if (error != Raw::kErrorNone && reports.taken().empty()) {
+        if (error != Raw::kErrorNone && !isTold) {
             findings->fault(which + reasonOf("", error, Work::kReading).m_text);
         }
     }
@@ -126,7 +133,7 @@ Findings validate(const std::string& name, const std::string& type) {
     try {
         SourceFile file(name, type);
         findType(&findings, &file);
-        findInTextures(&findings, &file, reports);
+        findInTextures(&findings, &file, &reports);
     } catch (const Failure& failure) {
         if (failure.status() == kExitUnreadable || failure.status() == kExitWrongArguments) {
             throw;
@@ -135,9 +142,7 @@ Findings validate(const std::string& name, const std::string& type) {
                            ? failure.what()
                            : std::string(failure.what()).substr(failure.file().size() + 2));
     }
-    for (const std::string& report : reports.taken()) {
-        findings.fault(reasonOf(report, Raw::kErrorFailed, Work::kReading).m_text);
-    }
+    addReports(&findings, &reports, true);
     return findings;
 }
 
@@ -185,7 +190,7 @@ void run(const Options& options) {
 constexpr Operand kOperands[] = {
     {.m_name = "FILE", .m_help = "pictures or textures", .m_most = Operand::kAnyNumber}};
 
-const OptionGroup kGroups[] = {kStandardStreamOptions};
+const OptionGroup kGroups[] = {kWarningOptions, kStandardStreamOptions};
 
 constexpr Example kExamples[] = {
     {"validate textures/*.dds", "ends with status 1 when one of them is damaged"}};
@@ -197,7 +202,7 @@ const Command kValidateCommand = {
     .m_summary = "tells everything odd about files",
     .m_description =
         "Faults, such as missing texels, make the exit status 1. What is only odd, such as a chain that "
-        "ends early, does not.",
+        "ends early, does not, except with --strict.",
     .m_operands = kOperands,
     .m_groups = kGroups,
     .m_examples = kExamples,

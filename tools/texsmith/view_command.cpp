@@ -110,7 +110,7 @@ public:
 
 private:
     void check(Raw::Error error) const {
-        if (error != Raw::kErrorNone || !firstReport().empty()) {
+        if (haveFailed(error)) {
             throwFileFailure(m_name, error);
         }
     }
@@ -334,8 +334,11 @@ constexpr Option kSizeOptions[] = {
      .m_help = "reduced to fit into a square of SIZE pixels",
      .m_example = "256"},
 };
-const OptionGroup kGroups[] = {
-    {"Surfaces", kSurfaceOptions}, {"Values", kValueOptions}, {"Size", kSizeOptions}, kStandardStreamOptions};
+const OptionGroup kGroups[] = {{"Surfaces", kSurfaceOptions},
+                               {"Values", kValueOptions},
+                               {"Size", kSizeOptions},
+                               kWarningOptions,
+                               kStandardStreamOptions};
 
 constexpr Example kExamples[] = {
     {"view rock.dds rock.png", "all mips, faces and slices side by side"},

@@ -44,8 +44,11 @@ void makeMips(Raw::MemoryMappedImage* image, Raw::MemoryMappedImage* chain, Conf
     mips.m_encoderConfiguration.m_mipsFromPreviousMip = !chain->getDataFormat().isBlockCompressedFormat();
     const Raw::SurfaceCount count = chain->getSurfaceCount();
     ProgressBar progress("mips", count.mips * count.faces * count.arrayEntries);
-    if (Raw::makeMipMaps(image, chain, &mips, progress.counter()) != 0 && firstReport().empty()) {
-        throw Failure("no mips can be made of " + formatName(image->getDataFormat()), kExitUnsupported);
+    if (Raw::makeMipMaps(image, chain, &mips, progress.counter()) != 0) {
+        const std::string report = firstReport();
+        throw Failure(report.empty() ? "no mips can be made of " + formatName(image->getDataFormat())
+                                     : report,
+                      kExitUnsupported);
     }
 }
 

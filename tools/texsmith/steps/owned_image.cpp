@@ -65,8 +65,10 @@ OwnedImage makeImage(const Vex::Texture& texture) {
 OwnedImage inFormat(const Raw::MemoryMappedImage& image, Vex::DataFormat format,
                     Configuration* configuration) {
     OwnedImage converted = makeImage(Raw::changeDataFormat(*image.getVexTexture(), format));
-    if (Raw::reformat(&image, converted.get(), configuration) != Raw::kErrorNone && firstReport().empty()) {
-        throw Failure(whyNotConverted(image.getDataFormat(), format), kExitUnsupported);
+    if (Raw::reformat(&image, converted.get(), configuration) != Raw::kErrorNone) {
+        const std::string report = firstReport();
+        throw Failure(report.empty() ? whyNotConverted(image.getDataFormat(), format) : report,
+                      kExitUnsupported);
     }
     converted->setModifiers(image.getModifiers());
     return converted;
