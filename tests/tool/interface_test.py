@@ -79,6 +79,9 @@ def chunk(kind, data, damage=0):
 
 def check_warnings(directory):
     """A file that is read all the same calls for a warning, which ends no command but with --strict."""
+    if not re.search(r"^\.PNG +read", run("version"), re.MULTILINE):
+        print("no PNG in this build: warnings are not checked")
+        return
     os.chdir(directory)
     for name, damage in (("odd.png", 1), ("plain.png", 0)):
         with open(name, "wb") as file:

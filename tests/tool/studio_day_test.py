@@ -131,6 +131,8 @@ def check_updates():
         return changed
 
     check(written() == [], "the second run wrote")
+    told = run(*CONVERT_ALL, "--update", "--dry-run").stdout
+    check("; is up to date" in told and "\n0 to write" in told, "a dry run:", told)
     for source in files_below("art"):
         os.utime(source)
     check(written() == [], "the same contents at another time were converted")
@@ -160,9 +162,19 @@ def check_refusals():
     shown = run("-r", "art", ".dds", "-o", "new", "--max-size", "64", "--mips", "2", "--dry-run").stdout
     check("new/props/dusk.dds: 64 x 48, 2 mips" in shown, "options of pictures in a batch:", shown)
     check(not os.path.exists("new"), "something was written all the same")
+    for kind in ("ninja", "jsonl"):
+        check("not for the standard input" in run("-", "a.dds", "--plan", kind, status=2).stderr, "a plan of streams")
+    os.mkdir("beside")
+    shutil.copy("art/props/moon.png", "beside")
+    for _ in range(2):  # whose own results the second run leaves alone
+        run("-r", "beside", ".dds", "--name", "{name}_c")
+    check(sorted(os.listdir("beside")) == ["moon.png", "moon_c.dds"], os.listdir("beside"))
     shutil.copytree("art", "mixed")
     write("mixed/props/broken.png", b"\x89PNG\r\n\x1a\n")
     done = run("-r", "mixed", ".dds", "-o", "new", status=PART_FAILED)
+    first = run("mixed/props/broken.png", "mixed/props/moon.png", "mixed/props/dusk.png", ".dds", "-o", "first", "-j", "1",
+                "--fail-fast", status=PART_FAILED).stdout
+    check("1 failed, 2 not tried" in first, "--fail-fast:", first)
     check("mixed/props/broken.png: " in done.stderr and "1 of 7 files failed" in done.stderr, done.stderr)
     check(len(files_below("new")) == 6, "one bad file ended the others", files_below("new"))
     for kind, make in (("pipe", os.mkfifo), ("folder", os.mkdir), ("link", lambda name: os.symlink("/dev/null", name))):

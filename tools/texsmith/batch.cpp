@@ -32,6 +32,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kStandardOutput = 1;
+constexpr unsigned kMostWaiting = 32;
 constexpr char kMemoryFailure[] = "there is not enough memory";
 constexpr char kFaultFailure[] = "an internal fault ended the conversion";
 
@@ -164,7 +165,8 @@ public:
 private:
     // With some threads more than files may be at work: these wait for the disk meanwhile.
     void workOnThreads() {
-        const std::size_t most = std::min<std::size_t>(m_batch.m_files.size(), m_jobs + (m_jobs + 1) / 2);
+        const std::size_t waiting = std::min(kMostWaiting, (m_jobs + 1) / 2);
+        const std::size_t most = std::min<std::size_t>(m_batch.m_files.size(), m_jobs + waiting);
         std::vector<std::thread> threads;
         const auto body = [this] {
             const ReportsOfThisThread reports;

@@ -13,7 +13,7 @@ namespace Tool {
 namespace {
 
 constexpr std::uint64_t kGigabyte = std::uint64_t{1} << 30;
-constexpr unsigned kMostJobs = 1024;
+constexpr unsigned kMostJobs = 256; // with three open files each, fewer than the 1,024 that systems allow
 
 constexpr Option kFileOptions[] = {
     {.m_name = "--recursive",

@@ -113,6 +113,7 @@ bool addSheetFile(Report* report, const std::string& name, std::uint64_t limit) 
         addFile(report, file, limit);
         Json& data = report->m_data["files"].back();
         data["thumbnail"] = thumbnailOf(file.m_image, data["range"], kThumbnailSize);
+        forgetReports(); // a page does without it, and those of the next file are its own
         return true;
     } catch (const Failure& failure) {
         const std::string shortName = toName(toPath(name).filename());
