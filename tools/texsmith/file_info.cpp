@@ -128,7 +128,7 @@ FileInfo readFileInfo(const std::string& name, const std::string& wantedType) {
     SourceFile file(name, wantedType);
     Raw::FileType type = Raw::getFileTypeFromExtension(file.typeName());
     if (type == 0) {
-        type = Raw::getFileTypeFromContents(file.region());
+        type = Raw::getFileTypeFromContents(file.region(), Raw::kReadKindly);
     }
     if (type == 0) {
         throw Failure("neither its name nor its first bytes tell its type", kExitUnsupported, file.name());
