@@ -56,10 +56,18 @@ template <typename Use> void forEachEntry(const fs::path& folder, Use use) {
     }
 }
 
-// Links to folders are not entered, since they may lead in a circle.
+// One name for a folder, however it is reached.
+fs::path realPath(const fs::path& folder) {
+    std::error_code error;
+    const fs::path real = fs::canonical(folder, error);
+    return error ? folder : real;
+}
+
+// Links to folders are not entered, and no folder twice: they may lead in a circle.
 SourceList filesBelow(const fs::path& top, const std::string& outputFolder) {
     std::vector<BatchSource> found;
     std::vector<fs::path> folders = {top}; // grows while it is walked
+    std::set<fs::path> known = {realPath(top)};
     for (std::size_t i = 0; i < folders.size(); ++i) {
         forEachEntry(fs::path(folders[i]), [&](const fs::directory_entry& entry) {
             const fs::path& path = entry.path();
@@ -68,7 +76,8 @@ SourceList filesBelow(const fs::path& top, const std::string& outputFolder) {
                 return;
             }
             if (entry.is_directory(ignored)) {
-                if (!entry.is_symlink(ignored) && !isSameFolder(path, outputFolder)) {
+                if (!entry.is_symlink(ignored) && !isSameFolder(path, outputFolder) &&
+                    known.insert(realPath(path)).second) {
                     folders.push_back(path);
                 }
             } else if (entry.is_regular_file(ignored) && canBeRead(path)) {
