@@ -105,6 +105,8 @@ def check_warnings(directory):
             told = json.loads(run(*call, "--json"))["warnings"]
             check(told == ([warning] if warning else []), f"{call}: {told}")
             run(*call, "--strict", status=strictly)
+    run("convert", "plain.png", "rgb.vxf", "--format", "rgba8 without alpha")
+    check("R8G8B8A8Unorm without alpha" in run("info", "rgb.vxf"), "a format that has no name")
     told = json.loads(run("convert", "odd.png", "plain.png", ".tga", "-o", "all", "--json"))
     check(told["warnings"] == ["odd.png: tEXt: CRC error"], f"of several files: {told['warnings']}")
     run("convert", "odd.png", "plain.png", ".dds", "-o", "all", "--recipe", "strict.json", status=8)

@@ -86,8 +86,14 @@ std::string plain(std::string_view name) {
     return result;
 }
 
+// Also what info calls a format that has no name of its own.
 std::optional<Vex::DataFormat> formatNamed(const std::string& name) {
+    constexpr std::string_view kWithoutAlpha = "withoutalpha";
     const std::string wanted = plain(name);
+    if (wanted.ends_with(kWithoutAlpha)) {
+        const auto format = formatNamed(wanted.substr(0, wanted.size() - kWithoutAlpha.size()));
+        return format ? std::optional(format->withChannel(3, Vex::kTextureChannel1)) : std::nullopt;
+    }
     for (int index = 0; index < Raw::getNamedDataFormatCount(); ++index) {
         const Raw::NamedDataFormat named = Raw::getNamedDataFormat(index);
         if (plain(named.m_name) == wanted) {
