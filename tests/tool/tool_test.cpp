@@ -126,9 +126,6 @@ TEST_F(ToolTest, ConvertsIntoNamedFormatsAndBack) {
         EXPECT_LT(error / static_cast<double>(pixels), 4.0) << format;
         const Outcome compared = run("compare packed.vxf packed.vxf"); // BC6 holds floats without a peak
         EXPECT_EQ(format == "Bc6Uf16", compared.m_output.find("no PSNR") != std::string::npos) << format;
-        const Outcome srgb =
-            run("compare --fail-psnr 25 packed.vxf " + quoted(sample("dusk.tga"))); // as stored
-        EXPECT_TRUE(srgb.m_succeeded || format != "Bc2UnormSrgb") << srgb.m_output;
     }
     for (const std::string name : {"Bc9", "{", "{'SurfaceFormat':59}"}) {
         expectFailure(run("convert --format \"" + name + "\" " + quoted(sample("dusk.tga")) + " out.vxf"),
