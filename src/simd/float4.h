@@ -11,17 +11,17 @@
 #    include "simd/float4_sse2.h"
 namespace qor::Texsmith::Simd {
 using namespace Sse2;
-inline constexpr bool kHasVectors = true;
+inline constexpr const char* kBackEndName = "SSE2";
 } // namespace qor::Texsmith::Simd
 #elif !defined(TEXSMITH_SCALAR) && (defined(__aarch64__) || defined(_M_ARM64))
 #    include "simd/float4_neon.h"
 namespace qor::Texsmith::Simd {
 using namespace Neon;
-inline constexpr bool kHasVectors = true;
+inline constexpr const char* kBackEndName = "NEON";
 } // namespace qor::Texsmith::Simd
 #else
 namespace qor::Texsmith::Simd {
 using namespace Scalar;
-inline constexpr bool kHasVectors = false;
+inline constexpr const char* kBackEndName = "scalar";
 } // namespace qor::Texsmith::Simd
 #endif

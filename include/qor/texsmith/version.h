@@ -24,8 +24,8 @@ namespace qor::Texsmith {
 QOR_TEXSMITH_API unsigned getLibraryVersion();
 // The same as text, such as "0.1.0". Constant, and never null.
 QOR_TEXSMITH_API const char* getLibraryVersionText();
-// The instruction set of the kernels that this machine runs: "AVX2", "SSE2" or "scalar". Results do not
-// depend on it. Constant, and never null.
+// The instruction set of the kernels that this machine runs: "AVX2", "SSE2", "NEON" or "scalar". Results do
+// not depend on it. Constant, and never null.
 QOR_TEXSMITH_API const char* getLibraryKernelsText();
 
 } // namespace qor::Texsmith

@@ -18,8 +18,6 @@ const char* getLibraryVersionText() {
         QOR_TEXSMITH_VERSION_MINOR) "." TEXSMITH_TEXT(QOR_TEXSMITH_VERSION_PATCH);
 }
 
-const char* getLibraryKernelsText() {
-    return Simd::mayUseAvx2() ? "AVX2" : Simd::kHasVectors ? "SSE2" : "scalar";
-}
+const char* getLibraryKernelsText() { return Simd::mayUseAvx2() ? "AVX2" : Simd::kBackEndName; }
 
 } // namespace qor::Texsmith
