@@ -23,7 +23,9 @@ std::string replaced(std::string text, std::string_view from, std::string_view t
 }
 
 // In single quotes, for shells whose quotes know no escapes, and for fish.
-std::string quoted(std::string_view text) { return "'" + replaced(std::string(text), "'", "'\\''") + "'"; }
+std::string inSingleQuotes(std::string_view text) {
+    return "'" + replaced(std::string(text), "'", "'\\''") + "'";
+}
 std::string quotedForFish(std::string_view text) {
     return "'" + replaced(replaced(std::string(text), "\\", "\\\\"), "'", "\\'") + "'";
 }
@@ -84,10 +86,10 @@ std::string forBash() {
     return "# Completes the arguments of texsmith in bash.\n"
            "_texsmith() {\n"
            "    local formats=" +
-           quoted(formatNames()) +
+           inSingleQuotes(formatNames()) +
            "\n"
            "    local commands=" +
-           quoted(commandNames()) +
+           inSingleQuotes(commandNames()) +
            "\n"
            "    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} command= words= "
            "word\n"
@@ -134,20 +136,20 @@ std::string forZshOption(const Option& option) {
     }
     const bool isInDoubleQuotes = option.m_value == "FORMAT"; // $formats is filled in
     return isInDoubleQuotes ? "\"" + replaced(replaced(text, "\\", "\\\\"), "\"", "\\\"") + "\""
-                            : quoted(text);
+                            : inSingleQuotes(text);
 }
 
 std::string forZsh() {
     std::string commands, cases;
     for (const Command* command : allCommands()) {
         const std::string name(command->m_name);
-        commands += "        " + quoted(name + ":" + std::string(command->m_summary)) + "\n";
+        commands += "        " + inSingleQuotes(name + ":" + std::string(command->m_summary)) + "\n";
         cases += "    " + name + ")\n        _arguments -S";
         forEachOption(*command, [&](const Option& option) {
             cases += " \\\n            " + forZshOption(option);
             if (option.m_letter != 0 && option.m_value.empty()) {
-                cases += " \\\n            " +
-                         quoted(std::string("-") + option.m_letter + "[" + forZshPiece(option.m_help) + "]");
+                cases += " \\\n            " + inSingleQuotes(std::string("-") + option.m_letter + "[" +
+                                                              forZshPiece(option.m_help) + "]");
             }
         });
         cases += " \\\n            '*:file:_files'\n        ;;\n";
@@ -155,7 +157,7 @@ std::string forZsh() {
     return "#compdef texsmith\n# Completes the arguments of texsmith in zsh.\n"
            "_texsmith() {\n"
            "    local formats=" +
-           quoted(formatNames()) +
+           inSingleQuotes(formatNames()) +
            "\n"
            "    local -a commands=(\n" +
            commands +
