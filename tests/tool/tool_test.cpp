@@ -426,7 +426,8 @@ TEST_F(ToolTest, ResizesInLightWhereTheFormatIsSrgb) {
     writeFile(file("checks.tga"), header + black + white + white + black);
     for (const auto& [format, stored] :
          {std::pair{"R8G8B8A8UnormSrgb", "bc, bc, bc"}, std::pair{"R8G8B8A8Unorm", "80, 80, 80"}}) {
-        ASSERT_TRUE(run(std::string("convert checks.tga large.vxf --format ") + format).m_succeeded);
+        const Outcome large = run(std::string("convert checks.tga large.vxf --format ") + format);
+        ASSERT_TRUE(large.m_succeeded) << large.m_status << large.m_errors;
         const Outcome outcome = run("convert large.vxf small.vxf --resize 1x1 --filter box");
         ASSERT_TRUE(outcome.m_succeeded) << outcome.m_errors;
         const std::string texel = run("texel small.vxf 0 0").m_output;
