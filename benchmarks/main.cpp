@@ -1,4 +1,5 @@
-// texsmith_benchmarks [--benchmark_filter=REGEX ...]
+// texsmith_benchmarks [--base-line] [--benchmark_filter=REGEX ...]
+// --base-line measures what machines without AVX2 run.
 #if defined(TEXSMITH_BLOCK_BENCHMARKS)
 #    include "block_benchmarks.h"
 #endif
@@ -10,12 +11,17 @@
 #include "measure_benchmarks.h"
 #include "mip_benchmarks.h"
 #include "ratio_reporter.h"
+#include "simd/dispatch.h"
 #include "surface_benchmarks.h"
 
+#include <string_view>
 #include <vector>
 
 int main(int argc, char** argv) {
     std::vector<char*> arguments(argv, argv + argc);
+    if (std::erase_if(arguments, [](std::string_view argument) { return argument == "--base-line"; }) != 0) {
+        qor::Texsmith::Simd::allowAvx2(false);
+    }
     char repetitions[] = "--benchmark_repetitions=11";
     char interleaving[] = "--benchmark_enable_random_interleaving=true";
     char shortest[] = "--benchmark_min_time=0.05";
