@@ -160,6 +160,11 @@ void throwFileFailure(const std::string& file, Raw::Error error, Work work) {
     throw Failure(reason.m_text, reason.m_status, file);
 }
 
+void throwUnsupported(const std::string& text) {
+    const std::string report = firstReport();
+    throw Failure(report.empty() ? text : report, kExitUnsupported);
+}
+
 void throwFileFailure(const std::string& file, const Failure& failure) {
     if (!failure.file().empty() || failure.status() == kExitWrongArguments) {
         throw failure;

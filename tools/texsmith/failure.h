@@ -92,6 +92,9 @@ private:
 [[noreturn]] void throwFileFailure(const std::string& file, qor::Texsmith::Raw::Error error,
                                    Work work = Work::kReading);
 
+// The same of what is not supported: firstReport(), else `text`.
+[[noreturn]] void throwUnsupported(const std::string& text);
+
 // Throws a Failure with the same text and status, which names the file unless it names one, or the arguments
 // are at fault.
 [[noreturn]] void throwFileFailure(const std::string& file, const Failure& failure);

@@ -103,14 +103,16 @@ SourceFile::SourceFile(const std::string& name, const std::string& type)
 
 SourceFile::~SourceFile() = default;
 
+Raw::FileType SourceFile::heldType() const {
+    return m_region->length() < kLongestMagic ? Raw::FileType{}
+                                              : Raw::getFileTypeFromContents(m_region, Raw::kReadKindly);
+}
+
 // Pictures are renamed more often than they are converted.
 void SourceFile::believeFirstBytes() {
     constexpr Raw::FileType kTextWithMark = Raw::makeFileType(".BOM");
-    if (m_namedType == 0 || m_region->length() < kLongestMagic) {
-        return;
-    }
-    const Raw::FileType held = Raw::getFileTypeFromContents(m_region, Raw::kReadKindly);
-    if (held != 0 && held != kTextWithMark && held != m_namedType) {
+    const Raw::FileType held = heldType();
+    if (m_namedType != 0 && held != 0 && held != kTextWithMark && held != m_namedType) {
         m_typeName = "." + typeText(held);
         keepWarning("its name says " + typeText(m_namedType) + ", and its first bytes " + typeText(held) +
                     ", which it is read as");

@@ -42,6 +42,8 @@ public:
     const char* typeName() const { return m_typeName.c_str(); }
     // By the name alone, or by what the standard input is said to hold; 0: not told.
     qor::Texsmith::Raw::FileType namedType() const { return m_namedType; }
+    // By the first bytes alone; 0: they do not tell.
+    qor::Texsmith::Raw::FileType heldType() const;
     qor::Texsmith::MemoryRegion* region() { return m_region; }
 
 private:

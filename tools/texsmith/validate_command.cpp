@@ -56,9 +56,7 @@ private:
 // What the name promises, and what the first bytes say.
 void findType(Findings* findings, SourceFile* file) {
     const Raw::FileType named = file->namedType();
-    const Raw::FileType held = file->region()->length() >= 5
-                                   ? Raw::getFileTypeFromContents(file->region(), Raw::kReadKindly)
-                                   : Raw::FileType{};
+    const Raw::FileType held = file->heldType();
     if (named == 0 && held == 0) {
         findings->fault("neither its name nor its first bytes tell its type");
     } else if (named != 0 && held != 0 && named != held) {

@@ -45,10 +45,7 @@ void makeMips(Raw::MemoryMappedImage* image, Raw::MemoryMappedImage* chain, Conf
     const Raw::SurfaceCount count = chain->getSurfaceCount();
     ProgressBar progress("mips", count.mips * count.faces * count.arrayEntries);
     if (Raw::makeMipMaps(image, chain, &mips, progress.counter()) != 0) {
-        const std::string report = firstReport();
-        throw Failure(report.empty() ? "no mips can be made of " + formatName(image->getDataFormat())
-                                     : report,
-                      kExitUnsupported);
+        throwUnsupported("no mips can be made of " + formatName(image->getDataFormat()));
     }
 }
 

@@ -66,9 +66,7 @@ OwnedImage inFormat(const Raw::MemoryMappedImage& image, Vex::DataFormat format,
                     Configuration* configuration) {
     OwnedImage converted = makeImage(Raw::changeDataFormat(*image.getVexTexture(), format));
     if (Raw::reformat(&image, converted.get(), configuration) != Raw::kErrorNone) {
-        const std::string report = firstReport();
-        throw Failure(report.empty() ? whyNotConverted(image.getDataFormat(), format) : report,
-                      kExitUnsupported);
+        throwUnsupported(whyNotConverted(image.getDataFormat(), format));
     }
     converted->setModifiers(image.getModifiers());
     return converted;
