@@ -13,7 +13,6 @@ namespace {
 
 // Makes one JobCallback for each part of a job, on a thread of the engine's, and waits until all are done.
 class EngineJobManager : public Raw::JobManager {
-private:
     using Parts = std::vector<std::future<void>>; // each waits for its part when it goes
 
     Raw::Error doSubmit(const Raw::Job* job) override {

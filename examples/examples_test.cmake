@@ -30,7 +30,7 @@ if(NOT output MATCHES "kMagic")
     message(FATAL_ERROR "the failure says '${output}'")
 endif()
 run(1 handling_errors ${WORK_DIR}/wrong.vxf)
-if(NOT output MATCHES "result: .*kMagic.*exception: .*kMagic")
+if(NOT output MATCHES "^result: failed\nexception: [^\n]*kMagic.*kMagic")
     message(FATAL_ERROR "the failure was told as '${output}'")
 endif()
 

@@ -8,23 +8,16 @@ using namespace qor::Texsmith;
 
 namespace {
 
-// What is wrong with a file comes as a warning, what is wrong with a call as a failed check.
-void keepText(const char*, int, const char* format, ArgumentList* arguments) {
-    std::printf("result: ");
-    std::vprintf(format, *arguments);
-    std::printf("\n");
+Raw::Error load(const char* file) {
+    Configuration configuration;
+    Raw::MemoryMappedImage image;
+    return Raw::loadWithResult(&image, file, &configuration, 0);
 }
 
 void throwText(const char*, int, const char* format, ArgumentList* arguments) {
     char text[1024];
     std::vsnprintf(text, sizeof text, format, *arguments);
     throw std::runtime_error(text);
-}
-
-Raw::Error load(const char* file) {
-    Configuration configuration;
-    Raw::MemoryMappedImage image;
-    return Raw::loadWithResult(&image, file, &configuration, 0);
 }
 
 } // namespace
@@ -35,11 +28,11 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: handling_errors FILE\n");
         return 2;
     }
-    setAssertCallback(&keepText);
-    setWarningCallback(&keepText);
-    const Raw::Error error = load(argv[1]);
-    setAssertCallback(&throwText);
-    setWarningCallback(&throwText);
+    const Raw::Error error = load(argv[1]); // at first reports are printed
+    std::printf("result: %s\n", error == Raw::kErrorNone ? "good" : "failed");
+
+    setAssertCallback(&throwText);  // what is wrong with a call
+    setWarningCallback(&throwText); // what is wrong with a file
     try {
         load(argv[1]);
     } catch (const std::runtime_error& failure) {

@@ -1,10 +1,9 @@
-// Gives the library an allocator that counts, and tells how much memory a conversion to BC1 took.
+// Copies a file through memory from an allocator of the program's own, and tells how much that was.
 #include <qor/texsmith/texsmith.h>
 
 #include <atomic>
 #include <cstdio>
 
-using namespace qor;
 using namespace qor::Texsmith;
 
 namespace {
@@ -29,17 +28,6 @@ void release(void* context, void* block) {
     Raw::defaultRelease(nullptr, block);
 }
 
-Raw::Error compress(const char* source, const char* destination, Configuration* configuration) {
-    Raw::AllocatedMemory pictureMemory(configuration->m_allocator), textureMemory(configuration->m_allocator);
-    Raw::ReallocatableImage picture(&pictureMemory), texture(&textureMemory);
-    Raw::Error error = Raw::loadWithResult(&picture, source, configuration, 0);
-    if (error == Raw::kErrorNone) {
-        Raw::reallocate(&texture, &picture, Vex::kDataFormatBc1UnormNoAlpha);
-        error = Raw::reformat(&picture, &texture, configuration);
-    }
-    return error == Raw::kErrorNone ? Raw::saveWithResult(&texture, destination, configuration) : error;
-}
-
 } // namespace
 
 // own_allocator SOURCE DESTINATION
@@ -51,7 +39,15 @@ int main(int argc, char** argv) {
     Account account;
     Configuration configuration;
     configuration.m_allocator = {&account, &allocate, &release};
-    const Raw::Error error = compress(argv[1], argv[2], &configuration);
+    Raw::Error error = Raw::kErrorNone;
+    {
+        Raw::AllocatedMemory memory(configuration.m_allocator); // gives back at its end what the image has
+        Raw::ReallocatableImage image(&memory);
+        error = Raw::loadWithResult(&image, argv[1], &configuration, 0);
+        if (error == Raw::kErrorNone) {
+            error = Raw::saveWithResult(&image, argv[2], &configuration);
+        }
+    }
     std::printf("%llu bytes in all, %d blocks still held\n", account.m_bytes.load(), account.m_blocks.load());
     return error == Raw::kErrorNone ? 0 : 1;
 }

@@ -34,14 +34,13 @@ int main(int argc, char** argv) {
     Configuration configuration;
     const Rings rings(256);
     Raw::MinMaxMean measured;
-    if (Raw::getMinMaxMean(&rings, &measured, &configuration) != Raw::kErrorNone) {
+    Raw::MemoryMappedImage texture;
+    Raw::reallocate(&texture, &rings, Vex::kDataFormatBc1UnormNoAlpha);
+    if (Raw::getMinMaxMean(&rings, &measured, &configuration) != Raw::kErrorNone ||
+        Raw::reformat(&rings, &texture, &configuration) != Raw::kErrorNone ||
+        Raw::saveWithResult(&texture, argv[1], &configuration) != Raw::kErrorNone) {
         return 1; // reports were printed
     }
     std::printf("red from %g to %g\n", measured.min[0], measured.max[0]);
-    Raw::MemoryMappedImage texture;
-    Raw::reallocate(&texture, &rings, Vex::kDataFormatBc1UnormNoAlpha);
-    if (Raw::reformat(&rings, &texture, &configuration) != Raw::kErrorNone) {
-        return 1;
-    }
-    return Raw::saveWithResult(&texture, argv[1], &configuration) == Raw::kErrorNone ? 0 : 1;
+    return 0;
 }
