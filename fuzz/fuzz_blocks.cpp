@@ -5,7 +5,6 @@
 #include "simd/dispatch.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
 namespace {
@@ -26,11 +25,7 @@ struct Blocks {
     std::uint32_t word() const { return 0xFAC000u | (m_isSigned ? 0x100u : 0u) | m_format; }
 };
 
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
+using Fuzz::require;
 
 // Rows of a run of blocks, as one buffer without a byte to spare.
 Bytes decodeRun(Raw::DecodeBlockRun decode, const Bytes& source, std::size_t count, std::size_t texelBytes) {

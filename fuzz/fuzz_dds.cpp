@@ -31,10 +31,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Fuzz::Input input(data, size);
     Raw::AllocatedMemory memory, classic, extended, container, back;
     Raw::ReallocatableImage image(&memory);
-    Raw::convertFromDds(input.region(), &image, input.configuration());
+    Fuzz::chooseReading(input, size);
+    if (Raw::convertFromDds(input.region(), &image, input.configuration()) == Raw::kErrorNone) {
+        Fuzz::expectDescribed(input, ".dds", image);
+    }
     if (image.getBytesTotal() == 0) {
         return 0;
     }
+    Fuzz::useImage(input, ".dds", image);
     Raw::convertToDds(&image, &classic, 9, input.configuration());
     Raw::convertToDds(&image, &extended, Raw::kDdsVersionDx10, input.configuration());
     Raw::convertFromDds(&classic, static_cast<Raw::ElementProvider*>(&image), input.configuration());

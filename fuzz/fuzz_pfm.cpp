@@ -1,12 +1,5 @@
 #include "fuzz_target.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace qor::Texsmith;
-    Fuzz::Input input(data, size);
-    Raw::AllocatedMemory file;
-    Raw::MemoryMappedImage image;
-    if (Raw::convertFromPfm(input.region(), &image, input.configuration()) == Raw::kErrorNone) {
-        Raw::convertToPfm(&image, &file, Raw::kPfmChannels3, input.configuration());
-    }
-    return 0;
+    return Fuzz::loadAndUse(data, size, ".pfm");
 }

@@ -25,7 +25,10 @@ bool isSmall(const Raw::VxfManipulator& file) {
 void convertTexture(Fuzz::Input& input, int index) {
     Raw::AllocatedMemory memory, file;
     Raw::ReallocatableImage image(&memory);
-    Raw::convertFromVxf(input.region(), &image, input.configuration(), index);
+    if (Raw::convertFromVxf(input.region(), &image, input.configuration(), index) == Raw::kErrorNone) {
+        Fuzz::expectDescribed(input, ".vxf", image, index);
+    }
+    Fuzz::useImage(input, ".vxf", image);
     Raw::convertFromVxf(input.region(), static_cast<Raw::Image*>(&image), input.configuration());
     Raw::convertToVxf(&image, &file, input.configuration());
 }

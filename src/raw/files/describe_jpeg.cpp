@@ -21,6 +21,9 @@ bool isFrame(unsigned marker) {
     return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }
 
+// What no segment follows: a byte of data, and marks that belong between those.
+bool isAlone(unsigned marker) { return marker <= 0x01 || (marker >= 0xD0 && marker <= 0xD7); }
+
 // At most `bytes` of a region from `offset` on; empty behind its end.
 MemoryRegion part(const MemoryRegion& region, std::uint64_t offset, std::uint64_t bytes) {
     MemoryRegion result = region;
@@ -96,7 +99,7 @@ bool takeSegment(unsigned* marker, MemoryRegion* segment, MemoryRegion* file) {
     do {
         file->begin = std::find(file->begin, file->end, std::uint8_t{0xFF});
         file->begin = std::find_if(file->begin, file->end, [](std::uint8_t byte) { return byte != 0xFF; });
-    } while (file->length() > 0 && *file->begin == 0);
+    } while (file->length() > 0 && isAlone(*file->begin));
     if (file->length() < 3) {
         return false;
     }

@@ -1,5 +1,6 @@
 // The chunks of a PNG file before its pixels, as the third edition of the W3C standard for Portable Network
-// Graphics has them. Their checksums are not looked at.
+// Graphics has them. Checksums are looked at where a chunk is left out for a wrong one, and changes the
+// format.
 #include "raw/files/channel_formats.h"
 #include "raw/files/describe.h"
 
@@ -23,6 +24,7 @@ std::uint32_t word(const std::uint8_t* bytes) {
 struct Chunk {
     char m_type[4];
     MemoryRegion m_data;
+    std::uint32_t m_sum; // 0 where the file has ended
 
     bool is(const char* type) const { return std::memcmp(m_type, type, sizeof m_type) == 0; }
 
@@ -38,8 +40,22 @@ struct Chunk {
             return false;
         }
         m_data.end = m_data.begin + length;
+        m_sum = file->end - m_data.end >= 4 ? word(m_data.end) : 0;
         file->begin = m_data.end + std::min<std::ptrdiff_t>(4, file->end - m_data.end);
         return true;
+    }
+
+    // The cyclic redundancy code of type and data, bit by bit: this is for short chunks.
+    bool hasRightSum() const {
+        constexpr std::uint32_t kPolynomial = 0xEDB88320;
+        std::uint32_t sum = ~0u;
+        for (const std::uint8_t* byte = m_data.begin - sizeof m_type; byte != m_data.end; ++byte) {
+            sum ^= *byte;
+            for (int bit = 0; bit < 8; ++bit) {
+                sum = sum >> 1 ^ ((sum & 1) != 0 ? kPolynomial : 0);
+            }
+        }
+        return m_sum == ~sum;
     }
 };
 
@@ -70,6 +86,7 @@ private:
     void readSizes(const std::uint8_t* bytes) {
         m_description->m_width = word(bytes);
         m_description->m_height = word(bytes + 4);
+        m_bits = std::min<unsigned>(bytes[8], 8);
         m_colorType = bytes[9];
         m_layout = {(m_colorType & kColor) == 0, (m_colorType & kAlpha) != 0,
                     bytes[8] == 16 ? ChannelDepth::k16 : ChannelDepth::k8};
@@ -82,7 +99,9 @@ private:
     void readChunk(const Chunk& chunk) {
         const auto* bytes = chunk.m_data.begin;
         const auto length = static_cast<std::size_t>(chunk.m_data.length());
-        if (chunk.is("tRNS") && length > 0) {
+        if (chunk.is("PLTE")) {
+            m_paletteEntries = std::min(length / 3, std::size_t{1} << m_bits);
+        } else if (chunk.is("tRNS") && isTransparency(length) && chunk.hasRightSum()) {
             m_layout.m_hasAlpha = true;
             setFormat();
         } else if (chunk.is("cICP") && length >= 4 && claim(kCodePoints)) {
@@ -95,6 +114,14 @@ private:
         } else if (chunk.is("gAMA") && length >= 4 && claim(kGamma)) {
             readGamma(word(bytes));
         }
+    }
+
+    // A colour that is transparent, or the alpha of the first entries of a palette, which comes before it.
+    bool isTransparency(std::size_t length) const {
+        constexpr unsigned kPalette = 3;
+        return m_colorType == kPalette
+                   ? length > 0 && length <= m_paletteEntries
+                   : length == ((m_colorType & kColor) != 0 ? 6u : 2u) && (m_colorType & kAlpha) == 0;
     }
 
     bool claim(Statement statement) {
@@ -131,6 +158,8 @@ private:
     Vex::TextureChannelType m_channelType;
     ChannelLayout m_layout = {};
     unsigned m_colorType = 0;
+    unsigned m_bits = 0; // of an index
+    std::size_t m_paletteEntries = 0;
     Statement m_statement = kNone;
 };
 

@@ -227,10 +227,23 @@ TEST(FileDescription, TheFirstOfPngsStatementsCounts) {
         const FileDescription description = describe(png.file(), ".png");
         EXPECT_EQ(description.m_transfer, statement.m_transfer);
         EXPECT_STREQ(description.m_transferSource, statement.m_source);
-        Bytes late = png.file(); // a chunk behind the pixels
-        const Bytes key = {0, 0, 0, 6, 't', 'R', 'N', 'S', 0, 7, 0, 7, 0, 7, 0, 0, 0, 0};
-        late.insert(late.end() - 12, key.begin(), key.end());
-        EXPECT_EQ(describe(late, ".png").m_format.m_word, description.m_format.m_word);
+    }
+}
+
+// Readers leave out a chunk of another length, with a wrong sum, or behind the pixels.
+TEST(FileDescription, OnlyTransparencyThatIsReadMakesAlpha) {
+    const auto alphaOf = [](const Bytes& file) { return describe(file, ".png").m_format.getChannel(3); };
+    PngWriter png{2, 1, 8, 2, false, [](unsigned, unsigned, unsigned) { return 7u; }};
+    Bytes late = png.file();
+    for (const std::size_t length : {5u, 6u, 7u}) {
+        png.m_transparency = Bytes(length, 7);
+        Bytes file = png.file();
+        EXPECT_EQ(alphaOf(file) == Vex::kTextureChannelW, length == 6) << length;
+        const auto data = std::find(file.begin(), file.end(), std::uint8_t{'t'});
+        late.insert(late.end() - 12, data - 4, data + 8 + static_cast<std::ptrdiff_t>(length));
+        EXPECT_NE(alphaOf(late), Vex::kTextureChannelW);
+        data[4 + static_cast<std::ptrdiff_t>(length)] ^= 1;
+        EXPECT_NE(alphaOf(file), Vex::kTextureChannelW);
     }
 }
 
@@ -262,6 +275,7 @@ TEST(FileDescription, JpegsProfileIsKnownByItsName) {
         const Bytes data = text(std::string("ICC_PROFILE\0\1\1", 14)) + profile(tag);
         const auto length = static_cast<std::uint8_t>(data.size() + 2);
         const Bytes file = Bytes{0xFF, 0xD8, 0xFF, 0xE2, 0, length} + data +
+                           Bytes{0xFF, 0xD3, 0xFF, 0x01} + // which nothing follows
                            Bytes{0xFF, 0xC0, 0, 8, 8, 0, 5, 0, 9, 1, 0xFF, 0xDA, 0, 2};
         const FileDescription description = describe(file, ".jpg");
         EXPECT_STREQ(description.m_transferSource, source);
