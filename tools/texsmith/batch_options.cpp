@@ -85,7 +85,7 @@ constexpr Option kWritingOptions[] = {
 };
 
 // "512M", "2G": with letters for powers of 1024.
-std::uint64_t readSize(const std::string& text, const std::string& option) {
+std::uint64_t readByteCount(const std::string& text, const std::string& option) {
     std::uint64_t value = 0;
     const char* const end = text.data() + text.size();
     const auto [unit, error] = std::from_chars(text.data(), end, value);
@@ -102,7 +102,7 @@ std::uint64_t readSize(const std::string& text, const std::string& option) {
     return value << shift;
 }
 
-void refuseTogether(const Options& options, const char* a, const char* b) {
+void refuseBoth(const Options& options, const char* a, const char* b) {
     if (options.has(a) && options.has(b)) {
         throw UsageFailure(std::string(a) + " and " + b + " contradict each other");
     }
@@ -113,10 +113,10 @@ void refuseTogether(const Options& options, const char* a, const char* b) {
 const OptionGroup kBatchGroups[2] = {{"Many files", kFileOptions}, {"Results", kWritingOptions}};
 
 BatchOptions batchOptionsOf(const Options& options) {
-    refuseTogether(options, "--keep-going", "--fail-fast");
-    refuseTogether(options, "--no-clobber", "--force");
-    refuseTogether(options, "--no-clobber", "--update");
-    refuseTogether(options, "--dry-run", "--plan");
+    refuseBoth(options, "--keep-going", "--fail-fast");
+    refuseBoth(options, "--no-clobber", "--force");
+    refuseBoth(options, "--no-clobber", "--update");
+    refuseBoth(options, "--dry-run", "--plan");
     const std::string wanted = options.value("--require-version");
     if (!wanted.empty() && wanted != qor::Texsmith::getLibraryVersionText()) {
         throw UsageFailure("version " + wanted + " is required, and this is " +
@@ -125,7 +125,7 @@ BatchOptions batchOptionsOf(const Options& options) {
     BatchOptions batch;
     batch.m_jobs = options.number("--jobs", 1, kMostJobs, 0);
     batch.m_memory = options.has("--memory")
-                         ? readSize(options.value("--memory"), "--memory")
+                         ? readByteCount(options.value("--memory"), "--memory")
                          : 2 * kGigabyte * std::max(1u, std::thread::hardware_concurrency());
     batch.m_failsFast = options.has("--fail-fast");
     batch.m_isDryRun = options.has("--dry-run");

@@ -57,4 +57,15 @@ struct Command {
 // What every command takes besides.
 extern const OptionGroup kCommonOptions;
 
+template <typename Use> void forEachOption(const Command& command, Use use) {
+    for (const OptionGroup& group : command.m_groups) {
+        for (const Option& option : group.m_options) {
+            use(option);
+        }
+    }
+    for (const Option& option : kCommonOptions.m_options) {
+        use(option);
+    }
+}
+
 } // namespace Tool

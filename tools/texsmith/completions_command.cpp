@@ -58,17 +58,6 @@ bool takesFile(const Option& option) {
     return option.m_value == "FILE" || option.m_value == "PICTURE" || option.m_value == "FOLDER";
 }
 
-template <typename Use> void forEachOption(const Command& command, Use use) {
-    for (const OptionGroup& group : command.m_groups) {
-        for (const Option& option : group.m_options) {
-            use(option);
-        }
-    }
-    for (const Option& option : kCommonOptions.m_options) {
-        use(option);
-    }
-}
-
 std::string forBash() {
     std::string values, options;
     for (const Command* command : allCommands()) {

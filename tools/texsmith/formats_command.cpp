@@ -63,7 +63,7 @@ std::vector<NamedFormat> namedFormats() {
     return formats;
 }
 
-Json describe(const NamedFormat& format) {
+Json describeFormat(const NamedFormat& format) {
     return {{"name", format.m_name},
             {"layout", layoutOf(format.m_info)},
             {"bytes", format.m_info.bytesPerElement},
@@ -75,7 +75,7 @@ void run(const Options&) {
     const std::vector<NamedFormat> formats = namedFormats();
     if (isJson()) {
         Json list = Json::array();
-        std::transform(formats.begin(), formats.end(), std::back_inserter(list), &describe);
+        std::transform(formats.begin(), formats.end(), std::back_inserter(list), &describeFormat);
         printJson(kFormatsCommand, {{"formats", list}});
         return;
     }

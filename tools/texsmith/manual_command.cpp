@@ -14,7 +14,7 @@ namespace Tool {
 namespace {
 
 // Text that the formatter takes for what it is.
-std::string plain(std::string_view text) {
+std::string literal(std::string_view text) {
     std::string result;
     for (const char c : text) {
         const bool startsLine = result.empty() || result.back() == '\n';
@@ -24,14 +24,14 @@ std::string plain(std::string_view text) {
     return result;
 }
 
-std::string bold(std::string_view text) { return "\\fB" + plain(text) + "\\fR"; }
+std::string bold(std::string_view text) { return "\\fB" + literal(text) + "\\fR"; }
 
 std::string term(const std::string& name, std::string_view help) {
-    return ".TP\n" + name + "\n" + plain(help) + "\n";
+    return ".TP\n" + name + "\n" + literal(help) + "\n";
 }
 
 std::string paragraphs(std::string_view text) {
-    std::string result = plain(text);
+    std::string result = literal(text);
     for (std::size_t gap = result.find("\n\n"); gap != result.npos; gap = result.find("\n\n", gap)) {
         result.replace(gap, 2, "\n.PP\n");
     }
@@ -47,13 +47,13 @@ std::string group(const OptionGroup& options) {
 }
 
 std::string section(const Command& command) {
-    std::string text = ".SS \"" + plain(command.m_name) + "\"\n" + bold("texsmith " + synopsis(command)) +
-                       "\n.PP\n" + plain(sentence(command.m_summary)) + "\n";
+    std::string text = ".SS \"" + literal(command.m_name) + "\"\n" + bold("texsmith " + synopsis(command)) +
+                       "\n.PP\n" + literal(sentence(command.m_summary)) + "\n";
     if (!command.m_description.empty()) {
         text += ".PP\n" + paragraphs(command.m_description);
     }
     for (const Operand& operand : command.m_operands) {
-        text += term("\\fI" + plain(operand.m_name) + "\\fR", operand.m_help);
+        text += term("\\fI" + literal(operand.m_name) + "\\fR", operand.m_help);
     }
     for (const OptionGroup& options : command.m_groups) {
         text += group(options);
@@ -67,7 +67,7 @@ std::string section(const Command& command) {
 
 std::string manualPage() {
     std::string text =
-        ".TH TEXSMITH 1 \"\" \"texsmith " + plain(qor::Texsmith::getLibraryVersionText()) +
+        ".TH TEXSMITH 1 \"\" \"texsmith " + literal(qor::Texsmith::getLibraryVersionText()) +
         "\" \"User Commands\"\n.SH NAME\ntexsmith \\- converts, measures and compares textures\n"
         ".SH SYNOPSIS\n" +
         bold("texsmith") + " \\fICOMMAND\\fR [\\fIARGUMENT\\fR]...\n.SH COMMANDS\n";

@@ -21,13 +21,6 @@ bool takesValue(const Option& option) { return !option.m_value.empty(); }
 bool takesTwoValues(const Option& option) { return option.m_value.find(' ') != option.m_value.npos; }
 bool mayLeaveOutValue(const Option& option) { return option.m_value.starts_with('['); }
 
-template <typename Use> void forEachOption(const Command& command, Use use) {
-    for (const OptionGroup& group : command.m_groups) {
-        std::for_each(group.m_options.begin(), group.m_options.end(), use);
-    }
-    std::for_each(kCommonOptions.m_options.begin(), kCommonOptions.m_options.end(), use);
-}
-
 const Option* findOption(const Command& command, std::string_view name) {
     const Option* found = nullptr;
     forEachOption(command, [&](const Option& option) { found = option.m_name == name ? &option : found; });
