@@ -110,7 +110,7 @@ void refuseBoth(const Options& options, const char* a, const char* b) {
 
 } // namespace
 
-const OptionGroup kBatchGroups[2] = {{"Many files", kFileOptions}, {"Results", kWritingOptions}};
+constinit const OptionGroup kBatchGroups[2] = {{"Many files", kFileOptions}, {"Results", kWritingOptions}};
 
 BatchOptions batchOptionsOf(const Options& options) {
     refuseBoth(options, "--keep-going", "--fail-fast");

@@ -88,7 +88,7 @@ std::vector<std::string> copyOf(const std::vector<std::string>& texts) {
 
 } // namespace
 
-const OptionGroup kCommonOptions = {"Every command", kOptions};
+constinit const OptionGroup kCommonOptions = {"Every command", kOptions};
 constinit const OptionGroup kWarningOptions = {"Warnings", kStrictOption};
 
 void setConsole(const Options& options) {

@@ -60,7 +60,7 @@ void checkReadable(const std::string& name) {
 
 bool isUrl(std::string_view name) { return name.find("://") != name.npos; }
 
-const OptionGroup kStandardStreamOptions = {"Standard input and output", kOptions};
+constinit const OptionGroup kStandardStreamOptions = {"Standard input and output", kOptions};
 
 std::string extensionOfType(const std::string& type) {
     const std::string extension = type.empty() || type[0] == '.' ? type : "." + type;
