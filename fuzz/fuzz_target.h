@@ -41,7 +41,7 @@ private:
 // Headers may ask for images of up to 4 GiB: inputs whose image would be above this are passed over.
 inline constexpr std::uint64_t kMostTexels = 1 << 20;
 // What is done with texels that were read is done for images up to this.
-inline constexpr std::uint64_t kMostUsedTexels = 1 << 14;
+inline constexpr std::uint64_t kMostUsedBytes = 1 << 14, kMostUsedSurfaces = 64;
 
 inline void require(bool holds) {
     if (!holds) {
@@ -58,16 +58,19 @@ inline void chooseReading(Input& input, std::size_t size) {
         size % 4 < 2 ? Vex::kTextureChannelTypeSrgb : Vex::kTextureChannelTypeUNorm;
 }
 
-// The file's headers say what was loaded of it, as far as they say anything.
+// The file's headers say what was loaded of it, as far as they say anything. Decoders of JPEG pass over
+// segments that are wrong.
 inline void expectDescribed(Input& input, const char* extension, const qor::Texsmith::Raw::Image& image,
                             int index = 0) {
     using namespace qor::Texsmith::Raw;
     FileDescription description;
     const Error error = describeFile(&description, input.region(), extension, input.configuration(), index);
-    if (description.m_format.m_word != 0) {
-        require(error == kErrorNone && description.m_format == image.getDataFormat());
-        require(description.m_width == image.getPixelsWide(0) &&
+    if (error == kErrorNone) {
+        require(description.m_format == image.getDataFormat() &&
+                description.m_width == image.getPixelsWide(0) &&
                 description.m_height == image.getPixelsTall(0));
+    } else {
+        require(description.m_format.m_word == 0 || description.m_type == makeFileType(".JPG"));
     }
 }
 
@@ -75,7 +78,10 @@ inline void expectDescribed(Input& input, const char* extension, const qor::Texs
 // that keeps whatever it can hold.
 inline void useImage(Input& input, const char* extension, const qor::Texsmith::Raw::Image& image) {
     using namespace qor::Texsmith::Raw;
-    if (image.getElements() > kMostUsedTexels) {
+    const SurfaceCount count = image.getSurfaceCount();
+    const std::uint64_t surfaces =
+        std::uint64_t{count.mips} * count.faces * count.arrayEntries * count.fragments * image.getDepth(0);
+    if (image.getBytesTotal() > kMostUsedBytes || surfaces > kMostUsedSurfaces) {
         return;
     }
     MemoryMappedImage floats;

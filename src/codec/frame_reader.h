@@ -37,7 +37,7 @@ template <typename Reader>
 Error readFrame(const FileKind& kind, MemoryRegion* source, ReallocatableImage* destination,
                 const Configuration* configuration, int index) {
     Reader reader(*source);
-    const bool hasHeader = reader.readHeader(index < 0 ? 0u : static_cast<unsigned>(index));
+    const bool hasHeader = reader.readHeader(static_cast<unsigned>(index)); // below 0 is beyond all
     const unsigned frames = index != 0 ? reader.countFrames() : 0;
     if (frames != 0 && !checkFrame(kind, index, frames)) {
         return kErrorWicGetFrame;

@@ -154,6 +154,7 @@ struct Segments {
     unsigned m_wide, m_tall; // pixels of one
     unsigned m_planes;
     std::uint64_t m_bytes; // of one, a plane of it
+    std::uint64_t m_count; // with each plane
 };
 
 class Reader {
@@ -294,14 +295,15 @@ bool Reader::findSegments() {
         return fail("its strips or tiles have an unexpected size");
     }
     // Each has an entry in a table of the file.
-    const std::uint64_t count = m_segments.m_isTiled ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
-    return (count != 0 && count <= m_stream.length()) || fail("it is too short for its strips or tiles");
+    m_segments.m_count = m_segments.m_isTiled ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+    return (m_segments.m_count != 0 && m_segments.m_count <= m_stream.length()) ||
+           fail("it is too short for its strips or tiles");
 }
 
-// Tiles may be larger than the image, and have to be backed as well.
+// Tiles may be larger than the image by any factor, and have to be backed as well.
 ImageClaim Reader::claim() const {
     const std::uint64_t imageBytes = checkedSize(m_pixels.rowBytes(m_width), m_height);
-    const std::uint64_t segmentBytes = m_segments.m_bytes * m_segments.m_planes;
+    const std::uint64_t segmentBytes = checkedSize(m_segments.m_bytes, m_segments.m_count);
     return {m_width, m_height, std::max(imageBytes, segmentBytes), m_stream.length(),
             mostGainOf(m_compression)};
 }

@@ -36,6 +36,7 @@ struct WicType {
     std::uint64_t m_mostGain; // image bytes that one of the file becomes at most
 
     GUID container() const { return std::bit_cast<GUID>(m_container); }
+    bool isJpeg() const { return m_container == g_wicGuidJpg; }
     bool isPng() const { return m_container == g_wicGuidPng; }
     bool isGif() const { return m_container == g_wicGuidGif; }
 };
@@ -72,7 +73,7 @@ public:
         ULONG written = 0;
         const auto length = static_cast<ULONG>(std::min<std::uint64_t>(file.length(), 0xFFFFFFFF));
         if (error == kErrorNone) {
-            const HRESULT result = m_stream->Write(file.begin, length, &written);
+            const HRESULT result = length != 0 ? m_stream->Write(file.begin, length, &written) : S_OK;
             const bool isWhole = written == file.length();
             error = check(FAILED(result) || isWhole ? result : STG_E_MEDIUMFULL, kErrorStreamWrite,
                           "IStream::Write returned HRESULT 0x%08x.");
@@ -83,16 +84,18 @@ public:
         }
         return error;
     }
-    bool copyTo(std::vector<std::uint8_t>* file) const {
+    HRESULT copyTo(std::vector<std::uint8_t>* file) const {
         STATSTG stat{};
         ULONG taken = 0;
-        if (FAILED(m_stream->Stat(&stat, STATFLAG_NONAME)) ||
-            FAILED(m_stream->Seek({}, STREAM_SEEK_SET, nullptr))) {
-            return false;
+        HRESULT result = m_stream->Stat(&stat, STATFLAG_NONAME);
+        if (SUCCEEDED(result)) {
+            result = m_stream->Seek({}, STREAM_SEEK_SET, nullptr);
         }
-        file->resize(static_cast<std::size_t>(stat.cbSize.QuadPart));
-        return SUCCEEDED(m_stream->Read(file->data(), static_cast<ULONG>(file->size()), &taken)) &&
-               taken == file->size();
+        if (SUCCEEDED(result)) {
+            file->resize(static_cast<std::size_t>(stat.cbSize.QuadPart));
+            result = m_stream->Read(file->data(), static_cast<ULONG>(file->size()), &taken);
+        }
+        return FAILED(result) || taken == file->size() ? result : STG_E_READFAULT;
     }
 
 private:
@@ -126,7 +129,7 @@ struct ColorKey {
                 return;
             }
             const unsigned samples = (png.begin[kColorType] & kColor) != 0 ? 3 : 1;
-            if (std::memcmp(png.begin + at + 4, "tRNS", 4) == 0 && bytes >= 2 * samples) {
+            if (std::memcmp(png.begin + at + 4, "tRNS", 4) == 0 && bytes == 2 * samples && !m_isThere) {
                 m_isThere = png.begin[kColorType] != kPalette;
                 for (unsigned i = 0; i < 3; ++i) {
                     const std::uint8_t* sample = png.begin + at + 8 + 2 * (samples == 3 ? i : 0);
@@ -169,7 +172,7 @@ public:
     Error copyRows();
 
 private:
-    Error checkPng(const Configuration& configuration);
+    Error checkHeader(const Configuration& configuration);
     Error openFrame(int index);
     Error convert();
     Error readPalette();
@@ -197,7 +200,7 @@ private:
 };
 
 Error Decoding::open(int index, const Configuration& configuration) {
-    Error error = m_type.isPng() ? checkPng(configuration) : kErrorNone;
+    Error error = m_type.isPng() || m_type.isJpeg() ? checkHeader(configuration) : kErrorNone;
     if (error == kErrorNone) {
         error = makeFactory(&m_factory);
     }
@@ -244,17 +247,19 @@ Error Decoding::openFrame(int index) {
     return error;
 }
 
-// What a PNG file has is known from its header, as the component does not have all of its kinds. It is looked
-// at first, because the component may take memory for pixels when it opens a file.
-Error Decoding::checkPng(const Configuration& configuration) {
+// Looked at first, because the component may take memory for pixels when it opens a file, and Wine's reads
+// beyond JPEG files whose segments are wrong. What a PNG file has is known from its header, as the component
+// does not have all of its kinds.
+Error Decoding::checkHeader(const Configuration& configuration) {
     FileDescription description{};
-    if (!describePng(&description, {m_file, &configuration, 0})) {
+    const DescribedFile file{m_file, &configuration, 0};
+    if (!(m_type.isPng() ? describePng(&description, file) : describeJpeg(&description, file))) {
         return refuse("its header is cut or wrong", kErrorFailed);
     }
     m_format = description.m_format;
-    const ImageClaim claim{description.m_width, description.m_height,
-                           checkedSize(description.m_width, description.m_height) / 8, m_file.length(),
-                           m_type.m_mostGain};
+    const std::uint64_t pixels = checkedSize(description.m_width, description.m_height);
+    const ImageClaim claim{description.m_width, description.m_height, pixels / (m_type.isPng() ? 8 : 1),
+                           m_file.length(), m_type.m_mostGain};
     return imageSizeFits(m_type.m_kind, claim.m_width, claim.m_height) && isClaimJust(m_type.m_kind, claim)
                ? kErrorNone
                : kErrorFailed;
@@ -344,9 +349,9 @@ Error Decoding::copyRows() {
         m_given.m_hasAlpha != m_layout.m_hasAlpha || (m_layout.m_isGrey && !m_given.m_isGrey);
     const UnpackRow unpackRow = findUnpackRow(m_pixels, isAdapted ? m_given : m_layout);
     ColorKey key(m_type.isPng() ? m_file : MemoryRegion());
-    for (std::uint16_t& sample : key.m_samples) {
-        sample = static_cast<std::uint16_t>(
-            m_pixels.m_bits < 8 ? sample * (255 / ((1u << m_pixels.m_bits) - 1)) : sample);
+    for (std::uint16_t& sample : key.m_samples) { // of which the bits beyond the pixels' do not count
+        const unsigned most = (1u << std::min(m_pixels.m_bits, 16u)) - 1;
+        sample = static_cast<std::uint16_t>((sample & most) * (m_pixels.m_bits < 8 ? 255 / most : 1));
     }
     const auto adapt =
         m_given.m_depth == ChannelDepth::k8 ? &adaptRow<std::uint8_t> : &adaptRow<std::uint16_t>;
@@ -398,7 +403,7 @@ void setOption(IPropertyBag2* options, const wchar_t* name, const VARIANT& value
 // No channel of a JPEG file is halved: textures are rarely photographs. JPEG XR loses nothing.
 void setOptions(const WicType& type, IPropertyBag2* options) {
     VARIANT value{};
-    if (type.m_container == g_wicGuidJpg) {
+    if (type.isJpeg()) {
         value.vt = VT_R4;
         value.fltVal = 0.95f;
         setOption(options, L"ImageQuality", value);
@@ -422,7 +427,7 @@ public:
 
     Error open();
     HRESULT write();
-    bool copyTo(std::vector<std::uint8_t>* file) const { return m_stream.copyTo(file); }
+    HRESULT copyTo(std::vector<std::uint8_t>* file) const { return m_stream.copyTo(file); }
 
 private:
     HRESULT setPalette(const FewColors& picture);
@@ -549,8 +554,11 @@ Error writeByWic(const WicType& type, const ImageRows& rows, std::vector<std::ui
     if (error != kErrorNone) {
         return error;
     }
-    const HRESULT result = encoding.write();
-    if (FAILED(result) || !encoding.copyTo(file)) {
+    HRESULT result = encoding.write();
+    if (SUCCEEDED(result)) {
+        result = encoding.copyTo(file);
+    }
+    if (FAILED(result)) {
         toolsWarning(kSourcePath, __LINE__,
                      "The %s file cannot be written: the encoder returned HRESULT 0x%08x.",
                      type.m_kind.m_name, static_cast<unsigned>(result));

@@ -156,7 +156,8 @@ TEST(FrameIndices, BeyondTheLastAreRefused) {
         EXPECT_NE(bytesOf(first), bytesOf(second));
         EXPECT_EQ(loadFrame(&third, file, guid, 2), Raw::kErrorWicGetFrame);
         EXPECT_EQ(loadFrame(&third, file, guid, -1), Raw::kErrorWicGetFrame);
-        EXPECT_EQ(recorder.warnings().size(), 2u);
+        ASSERT_EQ(recorder.warnings().size(), 2u);
+        EXPECT_NE(recorder.warnings()[1].m_text.find("has 2 images"), std::string::npos);
     }
 }
 
@@ -244,6 +245,25 @@ TEST(TiffAndGifReaders, ReadWhatOtherWritersMake) {
             EXPECT_EQ(image.getPixelsWide(0), 24u) << name;
         }
     }
+}
+
+void setTag(Bytes& file, unsigned tag, std::uint32_t value) {
+    const Bytes entry{std::uint8_t(tag & 255), std::uint8_t(tag >> 8), 3, 0, 1, 0, 0, 0};
+    const auto at = std::search(file.begin(), file.end(), entry.begin(), entry.end());
+    ASSERT_NE(at, file.end());
+    at[2] = 4; // of 32 bits
+    std::memcpy(&at[8], &value, 4);
+}
+
+// Each of 1024 tiles would unpack to 64 MiB.
+TEST(TiffReader, RefusesTilesThatHoldMoreThanTheFile) {
+    const TiffWriter writer{
+        16384, 16, kGrey, 1, 1, false, false, Order::kTiles, [](unsigned, unsigned, unsigned) { return 0u; }};
+    Bytes file = writer.file();
+    setTag(file, 259, 4);
+    setTag(file, 323, 1u << 25);
+    const Outcome outcome = loadFront(file, file.size(), ".tif");
+    EXPECT_TRUE(outcome.m_texels.empty() && outcome.m_warnings == 1u);
 }
 
 // How much of a damaged file there is differs from library to library

@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <thread>
 
 #include <objbase.h>
@@ -67,6 +69,23 @@ TEST(Wic, ReadsJpegAsOtherLibrariesDo) {
                   Raw::kErrorNone);
         EXPECT_EQ(jpeg.getDataFormat().getSurfaceFormat(), expected.getDataFormat().getSurfaceFormat());
         EXPECT_LE(largestDifference(bytesOf(jpeg), bytesOf(expected)), largest) << name;
+    }
+}
+
+// Before the component sees them: sizes that the file cannot fill, and segments without a length.
+TEST(Wic, LooksAtTheHeadersOfJpegFirst) {
+    TestImage image(makeFlat("R8G8B8A8Unorm", 20, 30));
+    const Bytes file = saved(image, ".jpg");
+    const auto frame = std::search(file.begin(), file.end(), std::begin("\xFF\xC0"), std::end("\xFF\xC0") - 1,
+                                   [](std::uint8_t a, char b) { return a == std::uint8_t(b); });
+    ASSERT_NE(frame, file.end());
+    for (const auto& [offset, value] : {std::pair{frame - file.begin() + 5, 0x3F}, {std::ptrdiff_t{5}, 0}}) {
+        Bytes wrong = file;
+        wrong[static_cast<std::size_t>(offset)] = static_cast<std::uint8_t>(value);
+        wrong[static_cast<std::size_t>(offset) + 2] = static_cast<std::uint8_t>(value);
+        const Outcome outcome = loadFront(wrong, wrong.size(), ".jpg");
+        EXPECT_TRUE(outcome.m_error == Raw::kErrorFailed && outcome.m_texels.empty()) << offset;
+        EXPECT_EQ(outcome.m_warnings, 1u) << offset;
     }
 }
 

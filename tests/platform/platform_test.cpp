@@ -152,6 +152,18 @@ TEST(Platform, NamesAreOfAnyScriptAndLength) {
     }
 }
 
+// The system's limit is for the whole, and the folder is not in the name.
+TEST(Platform, NamesInDeepFoldersMayBeRelative) {
+    const fs::path before = fs::current_path(), deep = fs::temp_directory_path() / std::string(150, 'd');
+    fs::create_directory(deep);
+    fs::current_path(deep);
+    const std::string name(130, 'n');
+    EXPECT_TRUE(Platform::makeFile(name.c_str()) && Platform::fileExists(name.c_str()) &&
+                Platform::deleteFile(name.c_str()));
+    fs::current_path(before);
+    fs::remove(deep);
+}
+
 TEST(Platform, CopiesReplacesAndDeletesFiles) {
     std::string big(700001, 'x');
     big[600000] = '\0';

@@ -6,11 +6,18 @@
 
 #if defined(_MSC_VER)
 
+namespace {
+
+// The code with which the run-time library carries throws: they go on to their catch.
+constexpr unsigned kThrowCode = 0xE06D7363;
+
+} // namespace
+
 extern "C" unsigned texsmithSehCall(void (*body)(void* context), void* context) {
     __try {
         body(context);
         return 0;
-    } __except (EXCEPTION_EXECUTE_HANDLER) {
+    } __except (GetExceptionCode() == kThrowCode ? EXCEPTION_CONTINUE_SEARCH : EXCEPTION_EXECUTE_HANDLER) {
         return GetExceptionCode();
     }
 }

@@ -61,10 +61,13 @@ std::string narrow(const wchar_t* text) {
 
 std::wstring widenName(const char* name) {
     std::wstring wide = widen(name);
-    if (wide.size() < kLongName || wide.starts_with(kDevicePrefix)) {
+    if (wide.starts_with(kDevicePrefix)) {
         return wide;
     }
-    const std::wstring absolute = makeAbsolute(wide);
+    const std::wstring absolute = makeAbsolute(wide); // what counts for the limit
+    if (absolute.size() < kLongName) {
+        return wide;
+    }
     const bool onShare = absolute.starts_with(L"\\\\");
     return onShare ? kSharePrefix + absolute.substr(1) : kDevicePrefix + absolute;
 }

@@ -22,7 +22,7 @@ namespace {
 constexpr char kSourcePath[] = "raw\\files\\pfm";
 constexpr FileKind kKind = {"PFM", kSourcePath};
 
-constexpr unsigned long kMostSize = std::numeric_limits<unsigned>::max();
+constexpr unsigned long long kMostSize = std::numeric_limits<unsigned>::max();
 
 constexpr Vex::DataFormat kGrey = Vex::kDataFormatL32Float;
 constexpr Vex::DataFormat kColor = Vex::kDataFormatR32G32B32X32Float;
@@ -53,9 +53,9 @@ struct Token {
 
     // False where no number begins. One that is negative or too large for its type comes out as too large for
     // a texture.
-    bool scan(unsigned long* value) const {
+    bool scan(unsigned long long* value) const {
         char* end = nullptr;
-        *value = std::strtoul(m_text, &end, 10);
+        *value = std::strtoull(m_text, &end, 10);
         return end != m_text;
     }
     // Not by strtof, whose decimal point is that of the process's locale.
@@ -69,7 +69,7 @@ struct Token {
 
 struct Header {
     unsigned m_channels = 0;
-    unsigned long m_width = 0, m_height = 0;
+    unsigned long long m_width = 0, m_height = 0;
     bool m_isBigEndian = false; // by its scale
 
     // Leaves `file` at the first float. Null, or what is wrong.
