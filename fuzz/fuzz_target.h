@@ -81,7 +81,8 @@ inline void useImage(Input& input, const char* extension, const qor::Texsmith::R
     const SurfaceCount count = image.getSurfaceCount();
     const std::uint64_t surfaces =
         std::uint64_t{count.mips} * count.faces * count.arrayEntries * count.fragments * image.getDepth(0);
-    if (image.getBytesTotal() > kMostUsedBytes || surfaces > kMostUsedSurfaces) {
+    const std::uint64_t bytes = image.getBytesTotal(); // none of an image that could not be made
+    if (bytes == 0 || bytes > kMostUsedBytes || surfaces > kMostUsedSurfaces) {
         return;
     }
     MemoryMappedImage floats;
