@@ -229,14 +229,6 @@ TEST(PngReader, ComparesNoMoreOfTheTransparentColourThanPixelsHave) {
     }
 }
 
-TEST(PngReader, HasOneFrame) {
-    Configuration configuration;
-    Raw::MemoryMappedImage image;
-    HeapFile file(writerOf({6, 8, false, 0, 0}, false).file());
-    EXPECT_EQ(Raw::convertFromWic(file.region(), &image, &configuration, Raw::g_wicGuidPng, 1),
-              Raw::kErrorWicGetFrame);
-}
-
 TEST(PngReader, RefusesSizesThatTheFileCannotFill) {
     for (const auto& [width, height] : {std::pair{16385u, 1u}, {1u, 16385u}, {16384u, 16384u}}) {
         PngWriter writer{width, height, 16, 6, false, {}};

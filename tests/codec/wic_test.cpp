@@ -148,13 +148,4 @@ TEST(Wic, LeavesThreadsAndObjectsAsTheyWere) {
     EXPECT_EQ(Raw::countLeakedWicReferences(), 0u);
 }
 
-TEST(Wic, RefusesPhotoshopFiles) {
-    const ReportRecorder recorder;
-    Configuration configuration;
-    Raw::MemoryMappedImage image;
-    HeapFile file(Bytes{'8', 'B', 'P', 'S', 0, 1});
-    EXPECT_EQ(Raw::loadWithResult(&image, file.region(), "a.psd", &configuration, 0), Raw::kErrorFailed);
-    EXPECT_EQ(recorder.assertions().size(), 1u);
-}
-
 } // namespace
