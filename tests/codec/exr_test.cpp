@@ -5,11 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <ImfChannelList.h>
+#include <ImfFloatVectorAttribute.h>
 #include <ImfFrameBuffer.h>
 #include <ImfHeader.h>
 #include <ImfOutputFile.h>
+#include <ImfPreviewImage.h>
+#include <ImfStringVectorAttribute.h>
 
 #include <filesystem>
+#include <memory>
 #include <tuple>
 
 namespace {
@@ -89,11 +93,47 @@ TEST(Exr, NamesTheChannelsThatItLeaves) {
     EXPECT_NE(recorder.warnings()[0].m_text.find(": Z, normal.X"), std::string::npos);
 }
 
-// Which needs a few bytes for a block of 256 lines.
+// Which takes a few bytes for a block of 256 lines. The header has an attribute of every type that there is.
 TEST(Exr, ReadsOneColourInEveryCompression) {
+    constexpr const char* kTypes[] = {"box2f",
+                                      "box2i",
+                                      "chromaticities",
+                                      "compression",
+                                      "deepImageState",
+                                      "double",
+                                      "envmap",
+                                      "float",
+                                      "int",
+                                      "floatvector",
+                                      "idmanifest",
+                                      "keycode",
+                                      "m33d",
+                                      "m33f",
+                                      "m44d",
+                                      "m44f",
+                                      "lineOrder",
+                                      "preview",
+                                      "rational",
+                                      "string",
+                                      "stringvector",
+                                      "v2d",
+                                      "tiledesc",
+                                      "v2f",
+                                      "v2i",
+                                      "v3d",
+                                      "v3f",
+                                      "v3i",
+                                      "timecode"};
     for (int compression = 0; compression < Imf::NUM_COMPRESSION_METHODS; ++compression) {
         Imf::Header header(2048, 256);
         header.compression() = static_cast<Imf::Compression>(compression);
+        for (const char* type : kTypes) {
+            const std::unique_ptr<Imf::Attribute> attribute(Imf::Attribute::newAttribute(type));
+            header.insert(std::string("a ") + type, *attribute);
+        }
+        header.insert("texts", Imf::StringVectorAttribute({"left", "right"}));
+        header.insert("numbers", Imf::FloatVectorAttribute({1, 2, 3}));
+        header.setPreviewImage(Imf::PreviewImage(5, 3));
         Raw::MemoryMappedImage image;
         EXPECT_EQ(loadWritten(&image, header, {"B", "G", "R"}), Raw::kErrorNone) << compression;
         EXPECT_EQ(image.getPixelsTall(0), 256u);
