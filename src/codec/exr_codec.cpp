@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -41,6 +42,9 @@ template <typename Step> bool runStep(ReadingProgress* progress, Step step) {
     try {
         step();
         return true;
+    } catch (const std::bad_alloc&) {
+        keepFirstText(progress->m_error, "there is not enough memory");
+        return false;
     } catch (const std::exception& exception) {
         std::string text = exception.what();
         text.resize(std::min(text.find('\n'), text.size()));

@@ -175,7 +175,7 @@ const char* readStatements(Statements* statements, Cursor at) {
             return nullptr;
         }
         if (!hasSizeOfType(attribute.m_type, attribute.m_value)) {
-            return "an attribute has not the size of its type";
+            return "an attribute's size does not fit its type";
         }
         statements->add(attribute);
     }

@@ -161,7 +161,7 @@ Bytes words(std::initializer_list<std::uint32_t> values, std::size_t more = 0) {
 TEST(Exr, RefusesHeadersThatItsLibraryWouldBelieve) {
     const Bytes large = attribute("dataWindow", "box2i", words({0, 0, 16383, 16383}));
     const Bytes small = attribute("dataWindow", "box2i", words({0, 0, 3, 3}));
-    constexpr char kSize[] = "an attribute has not the size of its type", kShort[] = "it is too short";
+    constexpr char kSize[] = "an attribute's size does not fit its type", kShort[] = "it is too short";
     const std::tuple<Bytes, Bytes, const char*> kCases[] = {
         {large, attribute("tiles", "tiledesc", words({1, 1}, 1)), kShort},
         {small, attribute("tiles", "tiledesc", words({65536, 65536}, 1)), kShort},
