@@ -1,13 +1,20 @@
 include(CMakePackageConfigHelpers)
 
-# Three components: who runs programs needs the library, who writes them the development files, and the tool.
+# Three components: who runs programs needs the library, who writes them the development files, and the tool. For
+# Windows the static library is a fourth: few want it, and it is larger than all the others together.
+set(static_component development)
+set(TEXSMITH_STATIC_SOURCE "install the component development of its build")
+if(WIN32)
+    set(static_component static)
+    set(TEXSMITH_STATIC_SOURCE "unpack qortexsmith-${PROJECT_VERSION}-windows-x64-static.zip into the same place")
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(TARGETS QorTexsmith EXPORT QorTexsmithTargets
     RUNTIME COMPONENT library
     LIBRARY COMPONENT library NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development)
 # Apart from the other, as it asks for libraries that a user of the shared one need not have.
-install(TARGETS QorTexsmithStatic EXPORT QorTexsmithStaticTargets ARCHIVE COMPONENT development)
+install(TARGETS QorTexsmithStatic EXPORT QorTexsmithStaticTargets ARCHIVE COMPONENT ${static_component})
 if(TEXSMITH_TOOL)
     install(TARGETS texsmith COMPONENT tool)
 endif()
@@ -23,9 +30,8 @@ if(MINGW)
 endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/QorTexsmith)
-foreach(targets QorTexsmithTargets QorTexsmithStaticTargets)
-    install(EXPORT ${targets} NAMESPACE qor:: DESTINATION ${package_dir} COMPONENT development)
-endforeach()
+install(EXPORT QorTexsmithTargets NAMESPACE qor:: DESTINATION ${package_dir} COMPONENT development)
+install(EXPORT QorTexsmithStaticTargets NAMESPACE qor:: DESTINATION ${package_dir} COMPONENT ${static_component})
 
 # What a program that links the static library has to link as well, by the names that others have for it.
 set(known_needs # CMake's target, CMake's package, pkg-config's package or the linker's flag, Debian's package
@@ -67,6 +73,7 @@ foreach(need IN LISTS needs)
         list(APPEND TEXSMITH_DEBIAN_PACKAGES ${debian_package})
     endif()
 endforeach()
+list(JOIN TEXSMITH_DEBIAN_PACKAGES ", " TEXSMITH_DEBIAN_NEEDS)
 foreach(names CONFIG_PACKAGES CONFIG_LIBRARIES PC_PACKAGES PC_LIBRARIES)
     list(JOIN TEXSMITH_${names} " " TEXSMITH_${names})
 endforeach()

@@ -1,5 +1,6 @@
-# What CPack makes of the install rules: a .deb for each component on Debian, a .zip for Windows, and a .tar.gz of
-# the sources. scripts/package calls it. With SOURCE_DATE_EPOCH set, two builds give the same bytes.
+# What CPack makes of the install rules: a .deb for each component on Debian, a .zip for Windows and one of the static
+# library to unpack into the same place, and a .tar.gz of the sources. scripts/package calls it. With
+# SOURCE_DATE_EPOCH set, two builds give the same bytes.
 set(CPACK_PACKAGE_NAME qortexsmith)
 set(CPACK_PACKAGE_VENDOR "The QorTexsmith developers")
 set(CPACK_PACKAGE_CONTACT "The QorTexsmith developers <texsmith@localhost>")
@@ -11,7 +12,14 @@ set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/PackageFiles.cmake)
 
 if(WIN32)
     set(CPACK_GENERATOR ZIP)
-    set(CPACK_SYSTEM_NAME windows-x64)
+    set(CPACK_PACKAGE_FILE_NAME qortexsmith-${PROJECT_VERSION}-windows-x64) # and the folder in both
+    set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+    set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
+    foreach(component LIBRARY DEVELOPMENT TOOL)
+        set(CPACK_COMPONENT_${component}_GROUP main)
+    endforeach()
+    set(CPACK_ARCHIVE_MAIN_FILE_NAME ${CPACK_PACKAGE_FILE_NAME})
+    set(CPACK_ARCHIVE_STATIC_FILE_NAME ${CPACK_PACKAGE_FILE_NAME}-static)
 else()
     set(CPACK_GENERATOR DEB)
 endif()
@@ -34,6 +42,9 @@ set(CPACK_COMPONENTS_ALL library development)
 if(TEXSMITH_TOOL)
     list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
+if(WIN32)
+    list(APPEND CPACK_COMPONENTS_ALL static)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libqortexsmith${soversion})
@@ -44,11 +55,10 @@ set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "The shared library.${without}")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libqortexsmith-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 # The static library asks for the others, and so does pkg-config for the flags of either.
-list(JOIN TEXSMITH_DEBIAN_PACKAGES ", " development_needs)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "libqortexsmith${soversion} (= ${PROJECT_VERSION})")
-if(development_needs)
-    string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", ${development_needs}")
+if(TEXSMITH_DEBIAN_NEEDS)
+    string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", ${TEXSMITH_DEBIAN_NEEDS}")
 endif()
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, static library, CMake package and .pc file.${without}")
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME texsmith)

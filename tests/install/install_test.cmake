@@ -26,6 +26,16 @@ function(try_program program)
     run(${CMAKE_COMMAND} -E compare_files ${WORK_DIR}/back.tga ${WORK_DIR}/again.tga)
 endfunction()
 
+# Asks for the static library alone, in vain.
+function(expect_refusal folder message)
+    execute_process(COMMAND ${configure} -B ${WORK_DIR}/${folder} -DCOMPONENTS=static ${ARGN}
+        RESULT_VARIABLE result OUTPUT_QUIET ERROR_VARIABLE output)
+    string(REGEX REPLACE "[ \n]+" " " output "${output}")
+    if(result EQUAL 0 OR NOT output MATCHES "${message}")
+        message(FATAL_ERROR "it is not told that ${message}:\n${output}")
+    endif()
+endfunction()
+
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
 set(build ${WORK_DIR}/build)
@@ -39,6 +49,10 @@ file(COPY ${dlls} DESTINATION ${build})
 try_program(${build}/consumer_texsmith${SUFFIX})
 try_program(${build}/consumer_texsmith_static${SUFFIX})
 run(${EMULATOR} ${prefix}/bin/texsmith${SUFFIX} info ${WORK_DIR}/back.tga)
+file(GLOB_RECURSE static_targets ${prefix}/*/QorTexsmithStaticTargets.cmake)
+file(RENAME ${static_targets} ${static_targets}.away)
+expect_refusal(not_installed "qor::texsmith_static is not installed: ")
+file(RENAME ${static_targets}.away ${static_targets})
 if(TOOLCHAIN_FILE)
     return() # what follows is for this machine
 endif()
@@ -49,12 +63,8 @@ if(HAS_PNG)
     run(${configure} -B ${WORK_DIR}/without -DCMAKE_DISABLE_FIND_PACKAGE_PNG=ON)
     run(${CMAKE_COMMAND} --build ${WORK_DIR}/without)
     try_program(${WORK_DIR}/without/consumer_texsmith)
-    execute_process(COMMAND ${configure} -B ${WORK_DIR}/told -DCMAKE_DISABLE_FIND_PACKAGE_PNG=ON -DCOMPONENTS=static
-        RESULT_VARIABLE result OUTPUT_QUIET ERROR_VARIABLE output)
-    string(REGEX REPLACE "[ \n]+" " " output "${output}")
-    if(result EQUAL 0 OR NOT output MATCHES "qor::texsmith_static needs libraries that were not found: PNG\\.")
-        message(FATAL_ERROR "a missing library is not told:\n${output}")
-    endif()
+    expect_refusal(told "qor::texsmith_static needs libraries that were not found: PNG\\."
+        -DCMAKE_DISABLE_FIND_PACKAGE_PNG=ON)
 endif()
 
 find_program(PKG_CONFIG pkg-config)

@@ -43,7 +43,7 @@ private:
 };
 
 // Builds the tree from what the parser tells, just behind each token. Of numbers it has read one byte more.
-class Builder : public nlohmann::json_sax<nlohmann::json> {
+class Builder : public nlohmann::json_sax<nlohmann::ordered_json> {
 public:
     Builder(const JsonText& file, const std::string& text, const std::size_t& read, JsonValue* root)
         : m_file(file), m_text(text), m_read(read), m_root(root) {}
@@ -146,8 +146,9 @@ JsonText::JsonText(std::string fileName, std::string text)
     std::size_t read = 0;
     Builder builder(*this, m_text, read, &m_root);
     const char* const begin = m_text.data();
-    nlohmann::json::sax_parse(CountingIterator(begin, &read), CountingIterator(begin + m_text.size(), &read),
-                              &builder, nlohmann::json::input_format_t::json, true, true);
+    nlohmann::ordered_json::sax_parse(CountingIterator(begin, &read),
+                                      CountingIterator(begin + m_text.size(), &read), &builder,
+                                      nlohmann::ordered_json::input_format_t::json, true, true);
 }
 
 void JsonText::complain(std::size_t offset, const std::string& complaint) const {
