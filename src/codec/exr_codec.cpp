@@ -123,8 +123,9 @@ bool Reader::readHeader(unsigned) {
     m_width = static_cast<unsigned>(header.m_width);
     m_height = static_cast<unsigned>(header.m_height);
     m_mostGain = mostGainOf(header.m_compression);
+    const std::uint64_t leastPixels = std::max(checkedSize(m_width, m_height), header.m_tilePixels);
     const std::uint64_t leastBytes =
-        std::max(checkedSize(m_width, m_height, header.m_pixelBytes), header.m_tilePixels);
+        checkedSize(leastPixels, std::max(header.m_pixelBytes, std::uint64_t{1}));
     if (!isClaimCredible(leastBytes, m_file.length(), m_mostGain) || header.m_tiles > m_file.length() / 8) {
         return fail("it is too short for its window of pixels");
     }
