@@ -33,7 +33,7 @@ foreach(type PNG JPEG TIFF GIF)
 endforeach()
 list(JOIN without ", " without)
 if(without)
-    set(without " This build neither reads nor writes ${without}.")
+    set(without "\nThis build neither reads nor writes ${without}.")
 endif()
 
 # The names follow Debian's: the library's has its binary interface, the development files' has none.
