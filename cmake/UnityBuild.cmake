@@ -14,4 +14,7 @@ function(texsmith_unity_build target batch_size)
         UNITY_BUILD_UNIQUE_ID TEXSMITH_SOURCE_ID
         UNITY_BUILD_CODE_BEFORE_INCLUDE "${before}"
         UNITY_BUILD_CODE_AFTER_INCLUDE "${after}")
+    if(CMAKE_UNITY_BUILD AND NOT MSVC)
+        target_compile_options(${target} PRIVATE -Wno-shadow) # of what another source has
+    endif()
 endfunction()
