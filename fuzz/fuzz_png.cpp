@@ -1,5 +1,7 @@
 #include "fuzz_target.h"
 
+#include "raw/files/png_checksum.h"
+
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     return Fuzz::loadAndUse(data, size, ".png");
 }
@@ -7,18 +9,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 #if defined(TEXSMITH_FUZZER)
 
 namespace {
-
-std::uint32_t sumOf(const std::uint8_t* bytes, std::size_t count) {
-    constexpr std::uint32_t kPolynomial = 0xEDB88320;
-    std::uint32_t sum = ~0u;
-    for (std::size_t i = 0; i < count; ++i) {
-        sum ^= bytes[i];
-        for (int bit = 0; bit < 8; ++bit) {
-            sum = sum >> 1 ^ ((sum & 1) != 0 ? kPolynomial : 0);
-        }
-    }
-    return ~sum;
-}
 
 //   u32 length, type of four characters, data, u32 sum
 void repairSums(std::uint8_t* file, std::size_t size) {
@@ -29,7 +19,7 @@ void repairSums(std::uint8_t* file, std::size_t size) {
         if (length > size - at - kFrame) {
             return;
         }
-        const std::uint32_t sum = sumOf(file + at + 4, length + 4);
+        const std::uint32_t sum = qor::Texsmith::Raw::pngChecksum({file + at + 4, file + at + 8 + length});
         for (unsigned i = 0; i < 4; ++i) {
             file[at + 8 + length + i] = static_cast<std::uint8_t>(sum >> (24 - 8 * i));
         }

@@ -300,12 +300,11 @@ bool Reader::findSegments() {
            fail("it is too short for its strips or tiles");
 }
 
-// Tiles may be larger than the image by any factor, and have to be backed as well.
+// Strips are the image. Tiles may be larger than it by any factor, and have to be backed as well.
 ImageClaim Reader::claim() const {
-    const std::uint64_t imageBytes = checkedSize(m_pixels.rowBytes(m_width), m_height);
-    const std::uint64_t segmentBytes = checkedSize(m_segments.m_bytes, m_segments.m_count);
-    return {m_width, m_height, std::max(imageBytes, segmentBytes), m_stream.length(),
-            mostGainOf(m_compression)};
+    const std::uint64_t bytes = m_segments.m_isTiled ? checkedSize(m_segments.m_bytes, m_segments.m_count)
+                                                     : checkedSize(m_pixels.rowBytes(m_width), m_height);
+    return {m_width, m_height, bytes, m_stream.length(), mostGainOf(m_compression)};
 }
 
 Vex::DataFormat Reader::chooseFormat(Vex::TextureChannelType channelType) {

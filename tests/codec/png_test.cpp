@@ -212,6 +212,14 @@ TEST(PngReader, TakesWhatADamagedFileHas) {
     expectWrongBytesToEndWell(wholeSample(writerOf({3, 4, true, 0, 0}, true).file()));
 }
 
+TEST(PngReader, HasOneFrame) {
+    Configuration configuration;
+    Raw::MemoryMappedImage image;
+    HeapFile file(writerOf({6, 8, false, 0, 0}, false).file());
+    EXPECT_EQ(Raw::convertFromWic(file.region(), &image, &configuration, Raw::g_wicGuidPng, 1),
+              Raw::kErrorWicGetFrame);
+}
+
 // The transparent colour has 16 bits a channel in every file.
 TEST(PngReader, ComparesNoMoreOfTheTransparentColourThanPixelsHave) {
     for (const unsigned colorType : {0u, 2u}) {

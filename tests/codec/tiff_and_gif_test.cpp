@@ -266,6 +266,18 @@ TEST(TiffReader, RefusesTilesThatHoldMoreThanTheFile) {
     EXPECT_TRUE(outcome.m_texels.empty() && outcome.m_warnings == 1u);
 }
 
+// As densely as they can be packed, in strips of which the last is shorter: each pair of bytes is 128 pixels.
+TEST(TiffReader, GivesPicturesOfOneGrey) {
+    const TiffWriter writer{
+        256, 66, kGrey, 8, 1, false, false, Order::kStrips, [](unsigned x, unsigned, unsigned) {
+            return x % 2 == 0 ? 0x81u : 7u;
+        }};
+    Bytes file = writer.file();
+    setTag(file, 256, 128 * 128);
+    setTag(file, 259, 32773);
+    EXPECT_TRUE(loadFront(file, file.size(), ".tif").m_texels == Bytes(128 * 128 * 66, 7));
+}
+
 // How much of a damaged file there is differs from library to library
 TEST(TiffAndGifReaders, TakeWhatADamagedFileHas) {
     const Bytes gif = gifOf({{12, 9, true, 4}}).file();

@@ -3,6 +3,7 @@
 // format.
 #include "raw/files/channel_formats.h"
 #include "raw/files/describe.h"
+#include "raw/files/png_checksum.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -45,18 +46,7 @@ struct Chunk {
         return true;
     }
 
-    // The cyclic redundancy code of type and data, bit by bit: this is for short chunks.
-    bool hasRightSum() const {
-        constexpr std::uint32_t kPolynomial = 0xEDB88320;
-        std::uint32_t sum = ~0u;
-        for (const std::uint8_t* byte = m_data.begin - sizeof m_type; byte != m_data.end; ++byte) {
-            sum ^= *byte;
-            for (int bit = 0; bit < 8; ++bit) {
-                sum = sum >> 1 ^ ((sum & 1) != 0 ? kPolynomial : 0);
-            }
-        }
-        return m_sum == ~sum;
-    }
+    bool hasRightSum() const { return m_sum == pngChecksum({m_data.begin - sizeof m_type, m_data.end}); }
 };
 
 // The first in this order counts, whichever stands first in the file.
